@@ -1,0 +1,341 @@
+#include "osc/OSCCodec.h"
+
+#include "osc/UTF8.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+namespace corvane {
+namespace {
+
+static_assert(std::numeric_limits<float>::is_iec559 && std::numeric_limits<double>::is_iec559);
+
+constexpr std::size_t frameHeaderSize = 12;
+constexpr std::uint32_t frameKind = 2;
+constexpr std::uint32_t longestPayload = 1'999'999;
+
+template <class Unsigned>
+constexpr Unsigned swappedOnLittleEndian(Unsigned value) {
+    if constexpr (std::endian::native == std::endian::big)
+        return value;
+    else if constexpr (sizeof(Unsigned) == 8)
+        return __builtin_bswap64(value);
+    else
+        return __builtin_bswap32(value);
+}
+
+/// Big-endian, at any address: buffers are not aligned.
+template <class Unsigned>
+void store(std::uint8_t *to, Unsigned value) {
+    value = swappedOnLittleEndian(value);
+    std::memcpy(to, &value, sizeof value);
+}
+
+template <class Unsigned>
+Unsigned load(const std::uint8_t *from) {
+    Unsigned value = 0;
+    std::memcpy(&value, from, sizeof value);
+    return swappedOnLittleEndian(value);
+}
+
+const std::uint8_t *bytesOf(std::string_view text) {
+    return reinterpret_cast<const std::uint8_t *>(text.data());
+}
+
+std::string_view validOrEmpty(std::string_view text) {
+    return isStrictUTF8(bytesOf(text), text.size()) ? text : std::string_view();
+}
+
+/// The value of a case that has been looked up already.
+template <class Case>
+const Case &held(const OSCValue &value) {
+    const Case *const found = std::get_if<Case>(&value);
+    if (found == nullptr)
+        __builtin_unreachable();
+    return *found;
+}
+
+constexpr std::size_t paddedSize(std::size_t length) {
+    return (length + 4) & ~std::size_t{3};
+}
+
+// ---- writing
+
+char tagOf(const OSCValue &value) {
+    switch (value.index()) {
+    case 0:
+        return 'i';
+    case 1:
+        return 'h';
+    case 2:
+        return 'f';
+    case 3:
+        return 's';
+    default:
+        return held<bool>(value) ? 'T' : 'F';
+    }
+}
+
+/// The bytes an argument takes, were its text valid.
+std::size_t argumentSize(const OSCValue &value) {
+    switch (value.index()) {
+    case 0:
+    case 2:
+        return 4;
+    case 1:
+        return 8;
+    case 3:
+        return paddedSize(held<std::string>(value).size());
+    default:
+        return 0;
+    }
+}
+
+/// Writes a text into bytes that are zero already, and returns where the next item goes.
+std::uint8_t *writeText(std::uint8_t *to, std::string_view validText) {
+    if (!validText.empty())
+        std::memcpy(to, validText.data(), validText.size());
+    return to + paddedSize(validText.size());
+}
+
+std::uint8_t *writeArgument(std::uint8_t *to, const OSCValue &value) {
+    switch (value.index()) {
+    case 0:
+        store(to, static_cast<std::uint32_t>(held<std::int32_t>(value)));
+        return to + 4;
+    case 1:
+        store(to, static_cast<std::uint64_t>(held<std::int64_t>(value)));
+        return to + 8;
+    case 2:
+        store(to, std::bit_cast<std::uint32_t>(held<float>(value)));
+        return to + 4;
+    case 3:
+        return writeText(to, validOrEmpty(held<std::string>(value)));
+    default:
+        return to;
+    }
+}
+
+// ---- reading
+
+/// A text in a message, and whether all of it is ASCII.
+struct Text {
+    std::string_view bytes;
+    bool isASCII;
+};
+
+/// The number of bytes before the first NUL; `count` when there is none.
+std::size_t lengthOf(const std::uint8_t *start, std::size_t count) {
+    const auto *end = static_cast<const std::uint8_t *>(std::memchr(start, 0, count));
+    return end == nullptr ? count : static_cast<std::size_t>(end - start);
+}
+
+/// A text's bytes up to its NUL; moves `offset` behind the padding, possibly past the end. None when there is
+/// no NUL. Most texts are a few words of ASCII, which one look at each word settles.
+std::optional<Text> readBytes(OSCCodec::ByteView bytes, std::size_t &offset) {
+    if (offset >= bytes.size())
+        return std::nullopt;
+    constexpr std::size_t shortText = 32;
+    const std::uint8_t *const start = bytes.data() + offset;
+    const std::size_t count = bytes.size() - offset;
+    std::uint32_t all = 0;
+    std::size_t length = 0;
+    for (; length < shortText && count - length >= sizeof all; length += sizeof all) {
+        const auto word = load<std::uint32_t>(start + length);
+        const std::uint32_t zeros = (word - 0x01010101U) & ~word & 0x80808080U;
+        if (zeros == 0) {
+            all |= word;
+            continue;
+        }
+        // Big-endian: the byte that comes first in the text is the highest.
+        std::size_t before = 0;
+        while (start[length + before] != 0)
+            all |= start[length + before++];
+        length += before;
+        offset = paddedSize(offset + length);
+        return Text{{reinterpret_cast<const char *>(start), length}, (all & 0x80808080U) == 0};
+    }
+    length += lengthOf(start + length, count - length);
+    if (length == count)
+        return std::nullopt;
+    offset = paddedSize(offset + length);
+    return Text{{reinterpret_cast<const char *>(start), length}, false};
+}
+
+/// As readBytes; bytes that are not UTF-8 read as the empty text, so that the rest of the message counts.
+std::optional<std::string_view> readString(OSCCodec::ByteView bytes, std::size_t &offset) {
+    const auto text = readBytes(bytes, offset);
+    if (!text)
+        return std::nullopt;
+    return text->isASCII ? text->bytes : validOrEmpty(text->bytes);
+}
+
+bool remains(OSCCodec::ByteView bytes, std::size_t offset, std::size_t count) {
+    return offset <= bytes.size() && bytes.size() - offset >= count;
+}
+
+/// Whether all tags are known and the bytes behind them can hold that many arguments. So a message is refused
+/// before anything is allocated for it, and its count of arguments can be trusted.
+bool canHold(std::string_view tags, std::size_t room) {
+    std::size_t words = 0;
+    for (const char tag : tags) {
+        switch (tag) {
+        case 'i':
+        case 'f':
+        case 's':
+            words += 1;
+            break;
+        case 'h':
+        case 'd':
+            words += 2;
+            break;
+        case 'T':
+        case 'F':
+            break;
+        default:
+            return false;
+        }
+    }
+    // A text at the very end may lack its padding.
+    return words <= (room + 3) / 4;
+}
+
+/// Reads the argument of `tag` at `offset` and moves it on; false when it is cut short.
+bool readArgument(char tag, OSCCodec::ByteView bytes, std::size_t &offset, std::vector<OSCValue> &values) {
+    switch (tag) {
+    case 'i':
+        if (!remains(bytes, offset, 4))
+            return false;
+        values.emplace_back(static_cast<std::int32_t>(load<std::uint32_t>(bytes.data() + offset)));
+        offset += 4;
+        return true;
+    case 'f':
+        if (!remains(bytes, offset, 4))
+            return false;
+        values.emplace_back(std::bit_cast<float>(load<std::uint32_t>(bytes.data() + offset)));
+        offset += 4;
+        return true;
+    case 's': {
+        const auto text = readString(bytes, offset);
+        if (!text)
+            return false;
+        values.emplace_back(std::in_place_type<std::string>, *text);
+        return true;
+    }
+    case 'h':
+        if (!remains(bytes, offset, 8))
+            return false;
+        values.emplace_back(static_cast<std::int64_t>(load<std::uint64_t>(bytes.data() + offset)));
+        offset += 8;
+        return true;
+    case 'd':
+        if (!remains(bytes, offset, 8))
+            return false;
+        values.emplace_back(
+            static_cast<float>(std::bit_cast<double>(load<std::uint64_t>(bytes.data() + offset))));
+        offset += 8;
+        return true;
+    default: // 'T' or 'F'; canHold has refused all others
+        values.emplace_back(tag == 'T');
+        return true;
+    }
+}
+
+} // namespace
+
+OSCCodec::Bytes OSCCodec::message(std::string_view address, std::span<const OSCValue> values) {
+    const std::string_view validAddress = validOrEmpty(address);
+    std::size_t size = paddedSize(validAddress.size()) + paddedSize(1 + values.size());
+    for (const OSCValue &value : values)
+        size += argumentSize(value);
+
+    Bytes bytes(size);
+    std::uint8_t *tag = writeText(bytes.data(), validAddress);
+    std::uint8_t *argument = tag + paddedSize(1 + values.size());
+    *tag++ = ',';
+    for (const OSCValue &value : values) {
+        *tag++ = static_cast<std::uint8_t>(tagOf(value));
+        argument = writeArgument(argument, value);
+    }
+    // Shorter than foreseen where a text turned out not to be UTF-8.
+    bytes.resize(static_cast<std::size_t>(argument - bytes.data()));
+    return bytes;
+}
+
+OSCCodec::Bytes OSCCodec::paddedString(std::string_view text) {
+    const std::string_view valid = validOrEmpty(text);
+    Bytes bytes(paddedSize(valid.size()));
+    writeText(bytes.data(), valid);
+    return bytes;
+}
+
+OSCCodec::Bytes OSCCodec::int32(std::int32_t value) {
+    return uint32(static_cast<std::uint32_t>(value));
+}
+
+OSCCodec::Bytes OSCCodec::uint32(std::uint32_t value) {
+    Bytes bytes(sizeof value);
+    store(bytes.data(), value);
+    return bytes;
+}
+
+OSCCodec::Bytes OSCCodec::frame(ByteView payload) {
+    if (payload.size() > std::numeric_limits<std::uint32_t>::max()) {
+        std::fputs("OSCCodec::frame: a payload longer than its header can say\n", stderr);
+        std::abort();
+    }
+    Bytes bytes(frameHeaderSize + payload.size());
+    store(bytes.data(), static_cast<std::uint32_t>(payload.size()));
+    store(bytes.data() + 4, frameKind);
+    std::copy(payload.begin(), payload.end(), bytes.begin() + frameHeaderSize);
+    return bytes;
+}
+
+std::vector<OSCMessage> OSCCodec::readFrames(Bytes &buffer) {
+    std::vector<OSCMessage> messages;
+    const ByteView all(buffer);
+    std::size_t offset = 0;
+    while (remains(all, offset, frameHeaderSize)) {
+        const std::size_t length = load<std::uint32_t>(all.data() + offset);
+        if (length == 0 || length > longestPayload || !remains(all, offset, frameHeaderSize + length))
+            break;
+        if (auto message = parse(all.subspan(offset + frameHeaderSize, length)))
+            messages.push_back(std::move(*message));
+        offset += frameHeaderSize + length;
+    }
+    buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(offset));
+    return messages;
+}
+
+std::optional<OSCMessage> OSCCodec::parse(ByteView bytes) {
+    std::size_t offset = 0;
+    const auto address = readString(bytes, offset);
+    if (!address)
+        return std::nullopt;
+    // Every byte of the tags is looked at below, so they need no look at their UTF-8.
+    const auto tags = readBytes(bytes, offset);
+    if (!tags || !tags->bytes.starts_with(','))
+        return std::nullopt;
+    const std::string_view arguments = tags->bytes.substr(1);
+    if (!canHold(arguments, bytes.size() - std::min(offset, bytes.size())))
+        return std::nullopt;
+
+    std::optional<OSCMessage> message(std::in_place);
+    message->address = *address;
+    message->values.reserve(arguments.size());
+    for (const char tag : arguments) {
+        if (!readArgument(tag, bytes, offset, message->values))
+            return std::nullopt;
+    }
+    return message;
+}
+
+} // namespace corvane
