@@ -1,0 +1,70 @@
+#include "platform/AsioMainQueue.h"
+
+#include "platform/AsioQueue.h"
+
+#include <asio/executor_work_guard.hpp>
+#include <asio/signal_set.hpp>
+
+#include <csignal>
+
+namespace corvane {
+
+struct AsioMainQueue::Loop {
+    std::shared_ptr<AsioContext> context = std::make_shared<AsioContext>();
+    AsioQueue queue{context, "Corvane.Main"};
+    asio::executor_work_guard<asio::io_context::executor_type> work = asio::make_work_guard(context->loop());
+    asio::signal_set signals{context->loop()};
+    std::function<void(int)> interruption;
+
+    void awaitSignal() {
+        signals.async_wait([this](const asio::error_code &error, int signal) {
+            if (error)
+                return;
+            queue.post([this, signal] { interruption(signal); });
+            awaitSignal();
+        });
+    }
+};
+
+AsioMainQueue::AsioMainQueue() : loop(std::make_unique<Loop>()) {}
+
+AsioMainQueue::~AsioMainQueue() {
+    loop->context->close();
+}
+
+void AsioMainQueue::run() {
+    loop->context->loop().run();
+    loop->context->loop().restart();
+}
+
+void AsioMainQueue::quit() {
+    loop->context->loop().stop();
+}
+
+void AsioMainQueue::onInterruption(std::function<void(int)> handler) {
+    const bool isFirst = !loop->interruption;
+    loop->interruption = std::move(handler);
+    if (!isFirst)
+        return;
+    loop->signals.add(SIGINT);
+    loop->signals.add(SIGTERM);
+    loop->awaitSignal();
+}
+
+const std::string &AsioMainQueue::label() const {
+    return loop->queue.label();
+}
+
+void AsioMainQueue::post(Task task) {
+    loop->queue.post(std::move(task));
+}
+
+DelayedTask AsioMainQueue::after(std::chrono::milliseconds delay, Task task) {
+    return loop->queue.after(delay, std::move(task));
+}
+
+SerialQueue::Clock::time_point AsioMainQueue::now() const {
+    return loop->queue.now();
+}
+
+} // namespace corvane

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+namespace corvane {
+
+/// An open file, closed when let go of, never inherited by started programs.
+class FileHandle {
+public:
+    /// Opens (creating it if missing) for appending. Throws FileError.
+    static FileHandle openForAppending(const std::filesystem::path &path);
+
+    /// Takes a descriptor over; `path` only serves the texts of errors.
+    explicit FileHandle(int descriptor, std::filesystem::path path = {});
+    FileHandle(FileHandle &&other) noexcept;
+    FileHandle &operator=(FileHandle &&other) noexcept;
+    ~FileHandle();
+
+    /// Writes all of it. Throws FileError.
+    void write(std::string_view text) const;
+    /// Waits until what was written is on disk. Throws FileError.
+    void flush() const;
+    /// Closes it now, to learn of errors that only closing brings to light. Throws FileError.
+    void close();
+    int fileDescriptor() const { return descriptor; }
+
+private:
+    int descriptor;
+    std::filesystem::path path;
+};
+
+} // namespace corvane

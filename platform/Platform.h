@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/Applications.h"
+#include "platform/HostInformation.h"
+#include "platform/MulticastListening.h"
+#include "platform/Network.h"
+#include "platform/Rehearsal.h"
+#include "platform/SerialQueue.h"
+#include "platform/ServiceBrowser.h"
+#include "platform/StandardFolders.h"
+#include "platform/UserDefaults.h"
+#include "platform/WallClock.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace corvane {
+
+/// Everything that the program asks of the system it runs on. Owned by the process entry; outlives all users.
+struct Platform {
+    SerialQueue &main; ///< the main thread's queue; outlives this
+    std::unique_ptr<SerialQueues> queues;
+    std::unique_ptr<Network> network;
+    std::unique_ptr<MulticastListening> multicast;
+    std::unique_ptr<StandardFolders> folders;
+    std::unique_ptr<BundleResources> resources;
+    std::unique_ptr<UserDefaults> defaults;
+    std::unique_ptr<RunningApplications> applications;
+    std::unique_ptr<ProcessLauncher> processes;
+    std::unique_ptr<HostInformation> host;
+    std::unique_ptr<WallClock> clock;
+    /// Makes the DNS-SD browser of a client.
+    std::function<std::unique_ptr<ServiceBrowser>()> makeServiceBrowser;
+    /// The rehearsal that this program takes part in; null in the real world.
+    std::unique_ptr<Rehearsal> rehearsal = nullptr;
+};
+
+struct PlatformOptions {
+    /// The folder of a rehearsal; none for the real world.
+    std::optional<std::filesystem::path> rehearsal;
+};
+
+/// The platform of the system this was built for. `main` is the queue of the main thread. Throws FileError
+/// when a rehearsal's folder cannot be made, and PortInUse when somebody else's program is in its way.
+std::unique_ptr<Platform> makePlatform(SerialQueue &main, const PlatformOptions &options);
+
+} // namespace corvane

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corvane {
+
+/// The text without white space and line breaks (Unicode White_Space) at its ends. UTF-8.
+std::string trimmed(std::string_view text);
+
+/// Splits at every line break in the Unicode sense (LF, CR, CR+LF, VT, FF, U+0085, U+2028, U+2029) and drops
+/// empty pieces. UTF-8.
+std::vector<std::string> nonEmptyLines(std::string_view text);
+
+/// Whether the bytes are UTF-8 in its strict form: no overlong forms, no surrogates, nothing above U+10FFFF.
+bool isValidUTF8(std::string_view text);
+
+/// The whole text as a decimal integer: an optional sign, then digits, nothing else; none when out of range.
+std::optional<std::int64_t> integer(std::string_view text);
+std::optional<std::uint64_t> unsignedInteger(std::string_view text);
+
+/// Equal but for the case of letters, in any script that has cases.
+bool equalIgnoringCase(std::string_view left, std::string_view right);
+
+} // namespace corvane

@@ -1,0 +1,64 @@
+#include "platform/linux/LinuxHostInformation.h"
+
+#include "platform/EthernetAddress.h"
+#include "platform/Text.h"
+#include "platform/UUID.h"
+#include "platform/linux/ShellValue.h"
+
+#include <array>
+#include <utility>
+
+#include <ifaddrs.h>
+#include <net/if_arp.h>
+#include <netpacket/packet.h>
+#include <unistd.h>
+
+namespace corvane {
+namespace {
+
+std::optional<std::string> hostNameWithoutDomain() {
+    std::array<char, 256> buffer{};
+    if (::gethostname(buffer.data(), buffer.size() - 1) != 0)
+        return std::nullopt;
+    std::string name = buffer.data();
+    name = name.substr(0, name.find('.'));
+    // What a computer is called that was never given a name.
+    if (name.empty() || name == "(none)" || name == "localhost" || !isValidUTF8(name))
+        return std::nullopt;
+    return name;
+}
+
+} // namespace
+
+LinuxHostInformation::LinuxHostInformation(std::filesystem::path machineInfo)
+    : machineInfo(std::move(machineInfo)) {}
+
+std::optional<std::string> LinuxHostInformation::localizedName() const {
+    const auto pretty = shellValue(machineInfo, "PRETTY_HOSTNAME");
+    if (pretty && isValidUTF8(*pretty) && !trimmed(*pretty).empty())
+        return trimmed(*pretty);
+    return hostNameWithoutDomain();
+}
+
+std::vector<std::string> LinuxHostInformation::ethernetAddresses() const {
+    constexpr unsigned length = 6;
+    ifaddrs *interfaces = nullptr;
+    if (::getifaddrs(&interfaces) != 0)
+        return {};
+    std::vector<std::string> addresses;
+    for (const ifaddrs *entry = interfaces; entry; entry = entry->ifa_next) {
+        if (!entry->ifa_addr || entry->ifa_addr->sa_family != AF_PACKET)
+            continue;
+        const auto *link = reinterpret_cast<const sockaddr_ll *>(entry->ifa_addr);
+        if (link->sll_hatype == ARPHRD_ETHER && link->sll_halen == length)
+            addresses.push_back(ethernetAddressText(link->sll_addr));
+    }
+    ::freeifaddrs(interfaces);
+    return addresses;
+}
+
+std::string LinuxHostInformation::makeUUID() const {
+    return makeRandomUUID();
+}
+
+} // namespace corvane
