@@ -1,0 +1,68 @@
+#include "lv1/LV1MulticastDiscovery.h"
+
+#include "osc/OSCCodec.h"
+
+#include <cstddef>
+#include <utility>
+#include <variant>
+
+namespace corvane {
+
+namespace {
+
+constexpr const char *group = "225.1.1.1";
+constexpr std::uint16_t groupPort = 13337;
+constexpr std::size_t longestDatagram = 4'096;
+constexpr const char *announcementAddress = "/zDNS";
+constexpr const char *announcedService = "_waveslv113._tcp";
+constexpr std::size_t announcementValues = 13;
+constexpr std::int32_t highestPort = 65'535;
+
+} // namespace
+
+LV1MulticastDiscovery::LV1MulticastDiscovery(SerialQueue &main, std::shared_ptr<SerialQueue> queue,
+                                             MulticastListening &listening)
+    : main(main), queue(std::move(queue)), listening(listening) {}
+
+void LV1MulticastDiscovery::start() {
+    stop();
+    auto opened = listening.open(group, groupPort, longestDatagram, queue,
+                                 [&main = main, discovery = weak_from_this()](const Bytes &datagram) {
+                                     auto endpoint = announcement(datagram);
+                                     if (!endpoint)
+                                         return;
+                                     main.post(weakly(discovery, [endpoint = std::move(*endpoint)](
+                                                                     const LV1MulticastDiscovery &listener) {
+                                         // Stopped while this was on its way: nothing is announced any more.
+                                         if (listener.socket && listener.onEndpoint)
+                                             listener.onEndpoint(endpoint);
+                                     }));
+                                 });
+    socket = std::move(opened.socket);
+    obstacleText = std::move(opened.obstacle);
+}
+
+void LV1MulticastDiscovery::stop() {
+    if (socket)
+        socket->cancel();
+    socket.reset();
+}
+
+std::optional<LV1Endpoint> LV1MulticastDiscovery::announcement(const Bytes &datagram) {
+    const auto message = OSCCodec::parse(datagram);
+    if (!message || message->address != announcementAddress || message->values.size() < announcementValues)
+        return std::nullopt;
+    const auto &values = message->values;
+    const auto *service = std::get_if<std::string>(&values[0]);
+    const auto *name = std::get_if<std::string>(&values[3]);
+    const auto *port = std::get_if<std::int32_t>(&values[4]);
+    const auto *host = std::get_if<std::string>(&values[8]);
+    const auto *mac = std::get_if<std::string>(&values[12]);
+    if (!service || !name || !port || !host || !mac)
+        return std::nullopt;
+    if (*service != announcedService || *port < 1 || *port > highestPort || host->empty())
+        return std::nullopt;
+    return LV1Endpoint{*name, *host, static_cast<std::uint16_t>(*port), *mac};
+}
+
+} // namespace corvane

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "lv1/LV1Endpoint.h"
+#include "platform/MulticastListening.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace corvane {
+
+/// Listens for consoles that announce themselves: one "/zDNS" OSC message per datagram to 225.1.1.1, port
+/// 13337. Started and stopped on the main queue; datagrams are read on its own queue, "Corvane.Discovery".
+class LV1MulticastDiscovery : public std::enable_shared_from_this<LV1MulticastDiscovery> {
+public:
+    LV1MulticastDiscovery(SerialQueue &main, std::shared_ptr<SerialQueue> queue,
+                          MulticastListening &listening);
+
+    /// Called on the main queue for each valid announcement.
+    std::function<void(const LV1Endpoint &)> onEndpoint;
+
+    /// Listens afresh. When the socket cannot be had it hears nothing, silently.
+    void start();
+    void stop();
+    /// What keeps announcements from being heard since the last `start`; empty when nothing does.
+    const std::string &obstacle() const { return obstacleText; }
+
+    /// The endpoint that a datagram announces; none when it is anything else.
+    static std::optional<LV1Endpoint> announcement(const Bytes &datagram);
+
+private:
+    SerialQueue &main;
+    std::shared_ptr<SerialQueue> queue;
+    MulticastListening &listening;
+    std::unique_ptr<MulticastSocket> socket;
+    std::string obstacleText;
+};
+
+} // namespace corvane
