@@ -1,0 +1,160 @@
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "livetrax/session/LiveTraxPaths.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <string_view>
+#include <system_error>
+
+namespace corvane {
+namespace {
+
+using Path = std::filesystem::path;
+
+constexpr const char *oscSurface = "Open Sound Control (OSC)";
+constexpr const char *oscPort = "3819";
+
+// What earlier versions installed in LiveTrax.
+constexpr std::array oldScripts = {"corvane_sync.lua", "corvane_probe.lua"};
+constexpr std::array oldExchangeFiles = {"live-sync.tsv", "live-sync.result"};
+constexpr std::array<std::string_view, 3> oldHooks = {"Corvane Sync", "Corvane Tick", "Corvane Probe"};
+
+/// Whether all that a text lacks to be a document is its root element: there is a prolog, and it is in order.
+bool lacksOnlyRoot(const Bytes &bytes) {
+    std::string text(bytes.begin(), bytes.end());
+    if (trimmed(text).empty())
+        return false;
+    try {
+        XMLDocument::parse(text + "<root/>", "");
+        return true;
+    } catch (const XMLError &) {
+        return false;
+    }
+}
+
+XMLDocument loadConfiguration(const Path &file) {
+    // Blanks are kept: the user's own lines stay as they are.
+    try {
+        return XMLDocument::load(file, XMLDocument::Blanks::keep);
+    } catch (const XMLError &) {
+        if (lacksOnlyRoot(readFile(file)))
+            throw GeneratorError::invalidTemplate();
+        throw;
+    }
+}
+
+void removeIgnoringErrors(const Path &file) {
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+}
+
+bool isOldHook(XMLElement callback) {
+    return std::any_of(oldHooks.begin(), oldHooks.end(),
+                       [&](std::string_view name) { return callback.attributeIs("name", name); });
+}
+
+/// Takes the old hooks out of LiveTrax's list; a list without any is not written.
+void stripOldHooks(const Path &file) {
+    XMLDocument document = XMLDocument::load(file, XMLDocument::Blanks::keep);
+    bool changed = false;
+    for (XMLElement callback : document.root().firstChild("ActionHooks").children("LuaCallback")) {
+        if (isOldHook(callback)) {
+            callback.remove();
+            changed = true;
+        }
+    }
+    if (changed)
+        std::move(document).writeAtomically(file);
+}
+
+/// Whether two paths lead to one folder; where the system cannot tell, whether they are written alike.
+bool isSameFolder(const Path &left, const Path &right) {
+    std::error_code unknown;
+    const bool same = std::filesystem::equivalent(left, right, unknown);
+    return unknown ? sessionPath(left).lexically_normal() == sessionPath(right).lexically_normal() : same;
+}
+
+bool isPreSyncBackup(const std::string &name) {
+    return name.starts_with("Corvane pre-sync ") && name.ends_with(".ardour");
+}
+
+} // namespace
+
+void LiveTraxGenerator::setConfigOption(const std::string &name, const std::string &value,
+                                        XMLElement config) {
+    if (XMLElement option = config.firstChild("Option", "name", name)) {
+        option.setExistingAttribute("value", value);
+        return;
+    }
+    XMLElement option = config.append("Option");
+    option.setAttribute("name", name);
+    option.setAttribute("value", value);
+}
+
+void LiveTraxGenerator::enableOSC(XMLElement root) {
+    if (const XMLElement config = root.firstChild("Config")) {
+        setConfigOption("osc-port", oscPort, config);
+        setConfigOption("use-osc", "1", config);
+    }
+    XMLElement surface = root.firstChild("ControlProtocols").firstChild("Protocol", "name", oscSurface);
+    if (!surface)
+        return;
+    surface.setExistingAttribute("active", "1");
+    surface.setAttribute("session-state", "1");
+}
+
+void LiveTraxGenerator::ensureOSCEnabled(const StandardFolders &folders, const Target &target) {
+    const Path preferences = preferencesFolder(folders, target.preferences);
+    const Path file = preferences / "config";
+    if (!fileExists(file))
+        return; // LiveTrax was never started by this user
+    XMLDocument document = loadConfiguration(file);
+    enableOSC(document.root());
+    const Path backup = preferences / "config.corvane-backup";
+    if (!fileExists(backup))
+        copyFile(file, backup);
+    std::move(document).writeAtomically(file);
+}
+
+void LiveTraxGenerator::removeUnusedSyncHook(const StandardFolders &folders, const Target &target) {
+    const Path preferences = preferencesFolder(folders, target.preferences);
+    for (const char *name : oldScripts)
+        removeIgnoringErrors(preferences / "scripts" / name);
+    for (const char *name : oldExchangeFiles)
+        removeIgnoringErrors(supportFolder(folders) / name);
+    const Path hooks = preferences / "ui_scripts";
+    if (!fileExists(hooks))
+        return;
+    try {
+        stripOldHooks(hooks);
+    } catch (const std::exception &) {
+        // Old hooks do no harm; they are tried again at the next launch.
+    }
+}
+
+void LiveTraxGenerator::removeOlderBridgeBackups(const Path &folder, const Path &keeping) {
+    // Named as the folder's own entry, whatever way the caller wrote the folder.
+    const bool keptIsHere = isSameFolder(folder, sessionPath(keeping).parent_path());
+    const std::string kept = keptIsHere ? lastPathComponent(keeping) : std::string();
+
+    std::vector<Path> older;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error);
+         !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        std::error_code unreadable;
+        const auto status = entry->symlink_status(unreadable);
+        if (name != kept && isPreSyncBackup(name) && !unreadable &&
+            status.type() == std::filesystem::file_type::regular)
+            older.push_back(entry->path());
+    }
+    if (error)
+        return; // a folder that is not seen whole is left as it is
+    for (const Path &backup : older)
+        removeIgnoringErrors(backup);
+}
+
+} // namespace corvane

@@ -1,0 +1,100 @@
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "livetrax/session/LiveTraxPaths.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+#include <system_error>
+
+namespace corvane {
+namespace {
+
+using Path = std::filesystem::path;
+
+/// A generation of LiveTrax that may be installed.
+struct Generation {
+    const char *displayName;
+    const char *name; ///< of its preferences, its program, and (with ".app") its bundle
+    const char *bundleIdentifier;
+};
+
+constexpr std::array generations = {
+    Generation{"LiveTrax 3", "LiveTrax3", "com.harrisonconsoles.LiveTrax3"},
+    Generation{"LiveTrax 1", "LiveTrax1", "com.harrisonconsoles.LiveTrax1"},
+};
+
+Target candidate(const StandardFolders &folders, const Generation &generation) {
+    return {generation.displayName, generation.name, generation.name,
+            appending(folders.applications(), std::string(generation.name) + ".app")};
+}
+
+/// The lines of a list of recent sessions: a name, then a folder, newest first. None when it cannot be read.
+std::vector<std::string> recentLines(const Path &file) {
+    try {
+        const Bytes bytes = readFile(file);
+        const std::string_view text(reinterpret_cast<const char *>(bytes.data()), bytes.size());
+        if (isValidUTF8(text))
+            return nonEmptyLines(text);
+    } catch (const FileError &) {
+        // The same as an empty list.
+    }
+    return {};
+}
+
+} // namespace
+
+Path preferencesFolder(const StandardFolders &folders, const std::string &name) {
+    return appending(folders.home() / "Library/Preferences", name);
+}
+
+Path programFile(const Target &target) {
+    return appending(target.app / "Contents/MacOS", target.executable);
+}
+
+Path supportFolder(const StandardFolders &folders) {
+    return folders.home() / "Library/Application Support/Corvane";
+}
+
+Path sessionPath(const Path &sessionURL) {
+    std::error_code error;
+    const Path absolute = std::filesystem::absolute(sessionURL, error);
+    return withoutTrailingSlashes(error ? sessionURL : absolute);
+}
+
+std::optional<Target> LiveTraxGenerator::target(const StandardFolders &folders) {
+    for (const Generation &generation : generations) {
+        Target target = candidate(folders, generation);
+        if (fileExists(programFile(target)))
+            return target;
+    }
+    return std::nullopt;
+}
+
+std::shared_ptr<RunningApplication> LiveTraxGenerator::runningApplication(const Platform &platform) {
+    for (const Generation &generation : generations) {
+        const Path program = programFile(candidate(*platform.folders, generation));
+        if (auto running = platform.applications->find(generation.bundleIdentifier, program))
+            return running;
+    }
+    return nullptr;
+}
+
+std::optional<Path> LiveTraxGenerator::mostRecentSessionURL(const StandardFolders &folders) {
+    for (const Generation &generation : generations) {
+        const auto lines = recentLines(preferencesFolder(folders, generation.name) / "recent");
+        for (std::size_t index = 1; index < lines.size(); index += 2) {
+            const Path folder = sessionPath(lines[index]);
+            if (fileExists(sessionFile(folder)))
+                return folder;
+        }
+    }
+    return std::nullopt;
+}
+
+Path LiveTraxGenerator::sessionFile(const Path &sessionURL) {
+    return appending(sessionURL, lastPathComponent(sessionURL) + ".ardour");
+}
+
+} // namespace corvane

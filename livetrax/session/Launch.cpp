@@ -1,0 +1,82 @@
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "livetrax/session/LiveTraxPaths.h"
+#include "platform/Files.h"
+
+#include <array>
+#include <chrono>
+#include <ctime>
+#include <utility>
+
+namespace corvane {
+namespace {
+
+using Path = std::filesystem::path;
+using Arguments = std::vector<std::string>;
+
+/// "2026-01-31T18:04:05Z"
+std::string isoTime(std::chrono::system_clock::time_point time) {
+    const std::time_t seconds =
+        std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
+    std::tm utc{};
+    ::gmtime_r(&seconds, &utc);
+    std::array<char, 64> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc);
+    return {text.data(), length};
+}
+
+/// The six variables by which LiveTrax finds its own parts.
+std::vector<std::pair<std::string, std::string>> environmentFor(const Target &target,
+                                                                const Path &preferences) {
+    const Path libraries = target.app / "Contents/lib";
+    const Path resources = target.app / "Contents/Resources";
+    return {
+        {"ARDOUR_DLL_PATH", libraries.string()},
+        {"ARDOUR_BACKEND_PATH", (libraries / "backends").string()},
+        {"ARDOUR_PANNER_PATH", (libraries / "panners").string()},
+        {"ARDOUR_DATA_PATH", resources.string()},
+        {"ARDOUR_CONFIG_PATH", preferences.string() + ":" + resources.string()},
+        {"DYLD_FALLBACK_LIBRARY_PATH", libraries.string()},
+    };
+}
+
+/// Prepares LiveTrax's own files and starts it; `sessionArguments` say what it is to open.
+void start(const Platform &platform, const Arguments &sessionArguments) {
+    const StandardFolders &folders = *platform.folders;
+    const auto target = LiveTraxGenerator::target(folders);
+    if (!target)
+        throw GeneratorError::liveTraxMissing();
+    LiveTraxGenerator::ensureOSCEnabled(folders, *target);
+    LiveTraxGenerator::removeUnusedSyncHook(folders, *target);
+    const Path program = programFile(*target);
+    if (!fileExists(program))
+        throw GeneratorError::liveTraxMissing();
+
+    const Path keys = target->app / "Contents/Resources/livetrax.keys";
+    Arguments arguments = {"-a", "-n", "-k", keys.string()};
+    arguments.insert(arguments.end(), sessionArguments.begin(), sessionArguments.end());
+    const FileHandle log = LiveTraxGenerator::liveTraxLogHandle(platform);
+    platform.processes->start(
+        {program, arguments, environmentFor(*target, preferencesFolder(folders, target->preferences))}, log);
+}
+
+} // namespace
+
+FileHandle LiveTraxGenerator::liveTraxLogHandle(const Platform &platform) {
+    const Path support = supportFolder(*platform.folders);
+    createFolders(support);
+    FileHandle log = FileHandle::openForAppending(support / "livetrax.log");
+    log.write("\n--- LiveTrax " + isoTime(platform.clock->now()) + " ---\n");
+    return log;
+}
+
+void LiveTraxGenerator::launch(const Platform &platform, const Path &sessionURL,
+                               const std::string &templateName, const Channels & /*channels*/) {
+    start(platform, {"-T", templateName, "-N", sessionPath(sessionURL).string()});
+}
+
+void LiveTraxGenerator::launchExisting(const Platform &platform, const Path &sessionURL,
+                                       const Channels & /*channels*/) {
+    start(platform, {sessionPath(sessionURL).string()});
+}
+
+} // namespace corvane

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "livetrax/session/Target.h"
+#include "platform/StandardFolders.h"
+
+#include <filesystem>
+#include <string>
+
+namespace corvane {
+
+/// LiveTrax's folder of that name under the user's preferences.
+std::filesystem::path preferencesFolder(const StandardFolders &folders, const std::string &name);
+
+/// The program file of an installation.
+std::filesystem::path programFile(const Target &target);
+
+/// Corvane's own folder for what is neither a setting nor a session.
+std::filesystem::path supportFolder(const StandardFolders &folders);
+
+/// The path of a session's folder as it is handed on: absolute, without a slash at its end.
+std::filesystem::path sessionPath(const std::filesystem::path &sessionURL);
+
+} // namespace corvane

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "livetrax/session/UpdateResult.h"
+#include "livetrax/session/XMLTree.h"
+#include "lv1/LV1Channel.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvane {
+
+/// What an update does with one track.
+struct TrackDecision {
+    enum class Action {
+        keep,   ///< stays as it is to look at
+        change, ///< stays, with another name, order or colour
+        add,
+        remove,
+    };
+    /// The attributes that a track had before, as they stood in the file; only those that become different.
+    struct Was {
+        std::optional<std::string> name;
+        std::optional<std::string> order; ///< its place from the top, counted from 1
+        std::optional<std::string> color; ///< red, green, blue and alpha as one decimal number
+
+        bool operator==(const Was &) const = default;
+    };
+
+    Action action;
+    std::string name; ///< after the update; the last name of one that is removed
+    /// Its first input, counted from 0; none for a removed track that is connected to none.
+    std::optional<std::int64_t> inputIndex;
+    bool stereo;
+    Was was;
+
+    bool operator==(const TrackDecision &) const = default;
+};
+
+/// What an update of a session comes to: the console's channels in their order, then the tracks that go.
+struct UpdatePlan {
+    std::vector<TrackDecision> tracks;
+    UpdateResult result;
+
+    bool operator==(const UpdatePlan &) const = default;
+};
+
+/// Decides what becomes of each track of a session and does it to the session's tree, and to nothing else.
+/// New tracks are copied from the base template. Throws GeneratorError; the tree is then of no more use.
+UpdatePlan updateSessionTree(XMLElement sessionRoot, XMLElement templateRoot,
+                             const std::vector<LV1Channel> &channels);
+
+} // namespace corvane

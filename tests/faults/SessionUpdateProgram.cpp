@@ -1,0 +1,32 @@
+// Updates the session "Shows/Gig" below the folder that is its argument, and says on standard error what went
+// wrong.
+
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "platform/JsonUserDefaults.h"
+#include "tests/fakes/FakeSystem.h"
+
+#include <cstdio>
+#include <exception>
+
+int main(int, char **arguments) {
+    using namespace corvane;
+    const std::filesystem::path folder = arguments[1];
+    ManualQueue main(std::make_shared<ManualClock>(), "main");
+    Platform platform{main, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+    auto resources = std::make_unique<FakeBundleResources>();
+    resources->files["LiveTraxSeed.template"] = folder / "resources/LiveTraxSeed.template";
+    platform.resources = std::move(resources);
+    platform.defaults = std::make_unique<JsonUserDefaults>(folder / "home/.config/corvane/defaults.json");
+    platform.clock = std::make_unique<FakeWallClock>();
+    const auto channel = [](const char *name, std::int32_t input) {
+        return LV1Channel(name, false, "SoundGrid", input, "Mixer_Ch", 1);
+    };
+    try {
+        LiveTraxGenerator::update(platform, folder / "Shows/Gig",
+                                  {channel("Bass Drum", 0), channel("Guest", 5)});
+        return 0;
+    } catch (const std::exception &error) {
+        std::fputs(error.what(), stderr);
+        return 1;
+    }
+}
