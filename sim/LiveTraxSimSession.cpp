@@ -1,0 +1,134 @@
+#include "sim/LiveTraxSimSession.h"
+
+#include "livetrax/session/XMLTree.h"
+#include "platform/Files.h"
+#include "platform/Text.h"
+
+#include <cmath>
+#include <utility>
+
+namespace corvane {
+namespace {
+
+using Path = std::filesystem::path;
+
+/// The recorder counts time in ticks of which so many make a second, at any sample rate.
+constexpr double ticksPerSecond = 508032000;
+constexpr std::size_t recentSessions = 10;
+
+std::string textOf(const Path &file) {
+    const Bytes bytes = readFile(file);
+    return {bytes.begin(), bytes.end()};
+}
+
+/// The folders that the recorder makes beside a session file.
+void createSubfolders(const Path &folder) {
+    const Path media = appending(folder / "interchange", lastPathComponent(folder));
+    for (const char *name : {"audiofiles", "midifiles"})
+        createFolders(media / name);
+    for (const char *name : {"analysis", "dead", "export", "externals", "peaks", "plugins"})
+        createFolders(folder / name);
+}
+
+/// Takes the session's next free id.
+std::string nextIdentifier(XMLElement session) {
+    const auto counter = session.attribute("id-counter");
+    const auto number = unsignedInteger(counter.value_or("")).value_or(1);
+    session.setAttribute("id-counter", std::to_string(number + 1));
+    return std::to_string(number);
+}
+
+/// Returns its id.
+std::string appendMark(XMLElement session, const std::string &name, double seconds) {
+    XMLElement locations = session.firstChild("Locations");
+    if (!locations)
+        locations = session.append("Locations");
+    const std::string position = "a" + std::to_string(std::llround(seconds * ticksPerSecond));
+    XMLElement location = locations.append("Location");
+    std::string identifier = nextIdentifier(session);
+    location.setAttribute("id", identifier);
+    location.setAttribute("name", name);
+    location.setAttribute("start", position);
+    location.setAttribute("end", position);
+    location.setAttribute("flags", "IsMark");
+    location.setAttribute("locked", "0");
+    location.setAttribute("position-lock-style", "AudioTime");
+    return identifier;
+}
+
+} // namespace
+
+Path LiveTraxSimSession::sessionFile(const Path &folder) {
+    return appending(folder, lastPathComponent(folder) + ".ardour");
+}
+
+LiveTraxSimSession LiveTraxSimSession::create(const Path &folder, const Path &preferences,
+                                              const std::string &templateName) {
+    const Path file = sessionFile(folder);
+    if (fileExists(file))
+        throw FileError("there is a session already: " + file.string());
+    const Path templates = appending(preferences / "templates", templateName);
+    const Path source = appending(templates, templateName + ".template");
+    const XMLDocument document = XMLDocument::load(source);
+    document.root().setAttribute("name", lastPathComponent(folder));
+
+    createFolders(folder);
+    createSubfolders(folder);
+    LiveTraxSimSession session(file, document.serialised());
+    session.save();
+    return session;
+}
+
+LiveTraxSimSession LiveTraxSimSession::open(const Path &folder) {
+    const Path file = sessionFile(folder);
+    std::string text = textOf(file);
+    XMLDocument::parse(text, file.string()); // what is not well-formed is refused now
+    return {file, std::move(text)};
+}
+
+void LiveTraxSimSession::addMarker(double seconds) {
+    markers.push_back({"mark" + std::to_string(++marks), seconds});
+}
+
+void LiveTraxSimSession::nameMarker(const std::string &name) {
+    if (!markers.empty()) {
+        markers.back().name = name;
+    } else if (lastSaved) {
+        const XMLDocument document = XMLDocument::parse(text, file.string());
+        if (XMLElement mark =
+                document.root().firstChild("Locations").firstChild("Location", "id", *lastSaved))
+            mark.setAttribute("name", name);
+        text = document.serialised();
+    }
+}
+
+void LiveTraxSimSession::save() {
+    XMLDocument document = XMLDocument::parse(text, file.string());
+    auto last = lastSaved;
+    for (const Marker &marker : markers)
+        last = appendMark(document.root(), marker.name, marker.seconds);
+    std::string saved = document.serialised();
+    std::move(document).writeAtomically(file);
+    text = std::move(saved);
+    lastSaved = std::move(last);
+    markers.clear();
+}
+
+void prependToRecent(const Path &preferences, const Path &folder) {
+    const Path file = preferences / "recent";
+    std::string list = lastPathComponent(folder) + "\n" + folder.string() + "\n";
+    if (fileExists(file)) {
+        const auto lines = nonEmptyLines(textOf(file));
+        std::size_t count = 1;
+        for (std::size_t i = 0; i + 1 < lines.size() && count < recentSessions; i += 2) {
+            if (lines[i + 1] == folder.string())
+                continue;
+            list += lines[i] + "\n" + lines[i + 1] + "\n";
+            ++count;
+        }
+    }
+    createFolders(preferences);
+    replaceFileAtomically(file, list);
+}
+
+} // namespace corvane

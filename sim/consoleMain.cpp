@@ -1,0 +1,74 @@
+#include "lv1/PatchDocument.h"
+#include "platform/Files.h"
+#include "sim/ConsoleSim.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cerrno>
+#include <iostream>
+#include <string>
+#include <system_error>
+#include <unistd.h>
+
+namespace {
+
+using namespace corvane;
+using namespace corvane::sim;
+
+constexpr int failed = 1;
+constexpr int wrongUsage = 2;
+
+std::vector<LV1Channel> channelsOf(const std::string &file) {
+    const auto bytes = readFile(file);
+    return readPatchDocument({reinterpret_cast<const char *>(bytes.data()), bytes.size()});
+}
+
+int work(ConsoleSimOptions options) {
+    ConsoleSim console(std::move(options));
+    std::cout << "listening on " << console.port() << std::endl;
+    console.onNote = [](const std::string &text) { std::cout << text << std::endl; };
+    console.onReport = [](const std::string &text) { std::cerr << text << std::endl; };
+    console.quitOnSignals();
+    console.readCommands(STDIN_FILENO);
+    console.run();
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    CLI::App app("A stand-in for an LV1 console.");
+    ConsoleSimOptions options;
+    std::string patch;
+    std::string announce;
+    app.add_option("--port", options.port, "TCP port to listen on; any that is free when left out");
+    app.add_option("--patch", patch, "patch file with the channels, instead of a band's");
+    app.add_option("--announce", announce, "host to announce to once a second, or multicast");
+    app.add_option("--name", options.name, "name to announce");
+    app.footer(ConsoleSim::commandHelp());
+    try {
+        app.parse(argc, argv);
+        if (!patch.empty())
+            options.channels = channelsOf(patch);
+        if (!announce.empty())
+            options.announce = announce;
+    } catch (const CLI::ParseError &error) {
+        return app.exit(error) == 0 ? 0 : wrongUsage;
+    } catch (const PatchDocumentError &error) {
+        std::cerr << patch << ": " << error.what() << std::endl;
+        return wrongUsage;
+    } catch (const FileError &error) {
+        std::cerr << error.what() << std::endl;
+        return wrongUsage;
+    }
+    const auto port = options.port;
+    try {
+        return work(std::move(options));
+    } catch (const std::system_error &error) {
+        if (error.code().value() == EADDRINUSE) // of a category that knows no conditions
+            std::cerr << "TCP port " << port << " is in use by another program." << std::endl;
+        else
+            std::cerr << error.what() << std::endl;
+        return failed;
+    }
+}

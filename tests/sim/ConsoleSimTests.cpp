@@ -1,0 +1,297 @@
+#include "lv1/LV1MulticastDiscovery.h"
+#include "lv1/PatchDocument.h"
+#include "osc/OSCCodec.h"
+#include "sim/ConsoleSession.h"
+#include "sim/ConsoleSim.h"
+#include "tests/support/Eventually.h"
+#include "tests/support/Peers.h"
+#include "tests/support/PrivateNetwork.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cerrno>
+#include <netinet/in.h>
+#include <string>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+#include <vector>
+
+namespace corvane::sim {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// A console on a free port of the loopback interface, worked by the test's own thread.
+class ConsoleSimTest : public testing::Test {
+protected:
+    ConsoleSimTest() {
+        sim.onReport = [this](const std::string &text) { reports.push_back(text); };
+        sim.onNote = [this](const std::string &text) { notes.push_back(text); };
+    }
+
+    bool comes(const std::function<bool()> &condition) {
+        return eventually([&] {
+            sim.poll();
+            return condition();
+        });
+    }
+    std::optional<std::string> command(const std::string &line) { return sim.command(line); }
+
+    static ConsoleSimOptions options() {
+        ConsoleSimOptions options;
+        options.channels = {LV1Channel("Kick", false, "SG", 0, "Mixer_Ch", 1, 1.0F, 0.5F, 0.0F),
+                            LV1Channel("OH", true, "SG", 1, "Mixer_Ch", 2, 1.0F, 0.5F, 0.0F)};
+        return options;
+    }
+
+    ConsoleSim sim{options()};
+    std::vector<std::string> reports;
+    std::vector<std::string> notes;
+};
+
+/// A client of few words.
+class Client {
+public:
+    explicit Client(std::uint16_t port) : descriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        address.sin_port = htons(port);
+        if (::connect(descriptor, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0)
+            throw std::system_error(errno, std::generic_category(), "connect");
+    }
+    ~Client() { ::close(descriptor); }
+    Client(const Client &) = delete;
+    Client &operator=(const Client &) = delete;
+
+    void send(const OSCMessage &message) const {
+        const auto bytes = OSCCodec::frame(OSCCodec::message(message.address, message.values));
+        EXPECT_EQ(::send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(bytes.size()));
+    }
+    void greet() const {
+        send({"/handshake", {-1, -1, 6}});
+        send({"/handshake", {1, -1, 6}});
+        send({"/device_name", {"FOH", std::string(32, 'a'), ""}});
+    }
+    /// Takes what has come; the messages are added to `heard`.
+    void take() {
+        std::array<std::uint8_t, 4096> part{};
+        ssize_t count = 0;
+        while ((count = ::recv(descriptor, part.data(), part.size(), MSG_DONTWAIT)) > 0) {
+            received.insert(received.end(), part.begin(), part.begin() + count);
+            ++reads;
+        }
+        closed = closed || count == 0;
+        wasReset = wasReset || (count < 0 && errno == ECONNRESET);
+        raw = received;
+        for (const auto &message : OSCCodec::readFrames(received))
+            heard.push_back(described(message));
+    }
+    bool hears(const std::string &message) {
+        take();
+        return std::find(heard.begin(), heard.end(), message) != heard.end();
+    }
+
+    std::vector<std::string> heard;
+    Bytes raw; ///< what came last, before frames were taken from it
+    bool closed = false;
+    bool wasReset = false;
+    int reads = 0;
+
+private:
+    int descriptor;
+    Bytes received;
+};
+
+TEST_F(ConsoleSimTest, TellsAClientItsPatchColoursAndScene) {
+    Client client(sim.port());
+    client.greet();
+    ASSERT_TRUE(comes([&] { return client.hears("/Notify/Scene/Name \"Prueba de sonido\""); }));
+    EXPECT_THAT(client.heard, ElementsAre("/handshake 1",
+                                          "/Notify/IOConnections 2 \"Kick\" 0 \"SG\" 0 \"Mixer_Ch\" 1 0 "
+                                          "\"OH\" 1 \"SG\" 1 \"Mixer_Ch\" 2 0",
+                                          "/Notify/TrackColor 0 0 0 1f 0.5f 0f",
+                                          "/Notify/TrackColor 0 1 0 1f 0.5f 0f", testing::_));
+    EXPECT_EQ(sim.acceptedClients(), 1U);
+    EXPECT_TRUE(comes([&] { return notes.size() == 2; }));
+    EXPECT_THAT(notes, ElementsAre("client connected", "client is FOH, " + std::string(32, 'a')));
+}
+
+TEST_F(ConsoleSimTest, CommandsReachEveryAcceptedClient) {
+    Client one(sim.port());
+    Client two(sim.port());
+    one.greet();
+    two.greet();
+    ASSERT_TRUE(comes([&] { return sim.acceptedClients() == 2; }));
+    EXPECT_EQ(command("rename 1 Bombo  In"), std::nullopt);
+    EXPECT_EQ(command("move 1 10"), std::nullopt);
+    EXPECT_EQ(command("stereo 1 on"), std::nullopt);
+    EXPECT_EQ(command("stereo 2 off"), std::nullopt);
+    EXPECT_EQ(command("color 2 0 0.25 1"), std::nullopt);
+    EXPECT_EQ(command("scene Bolero Azul"), std::nullopt);
+    EXPECT_EQ(command("next\r"), std::nullopt);
+    for (auto *client : {&one, &two}) {
+        EXPECT_TRUE(comes([&] { return client->hears("/Notify/Scene/Name \"Night Train\""); }));
+        client->heard.erase(client->heard.begin(), client->heard.begin() + 5);
+        EXPECT_THAT(client->heard,
+                    ElementsAre("/Notify/IOConnections 2 \"Bombo  In\" 0 \"SG\" 0 \"Mixer_Ch\" 1 0 "
+                                "\"OH\" 1 \"SG\" 1 \"Mixer_Ch\" 2 0",
+                                "/Notify/IOConnections 2 \"Bombo  In\" 0 \"SG\" 9 \"Mixer_Ch\" 1 0 "
+                                "\"OH\" 1 \"SG\" 1 \"Mixer_Ch\" 2 0",
+                                "/Notify/IOConnections 2 \"Bombo  In\" 1 \"SG\" 9 \"Mixer_Ch\" 1 0 "
+                                "\"OH\" 1 \"SG\" 1 \"Mixer_Ch\" 2 0",
+                                "/Notify/IOConnections 2 \"Bombo  In\" 1 \"SG\" 9 \"Mixer_Ch\" 1 0 "
+                                "\"OH\" 0 \"SG\" 1 \"Mixer_Ch\" 2 0",
+                                "/Notify/TrackColor 0 1 0 0f 0.25f 1f", "/Notify/Scene/Name \"Bolero Azul\"",
+                                "/Notify/Scene/Name \"Night Train\""));
+    }
+}
+
+TEST_F(ConsoleSimTest, TakesTheChannelsOfAPatchFile) {
+    const TemporaryFolder folder;
+    const auto file =
+        folder.write("a patch.json", patchDocument({LV1Channel("Uno", false, "SG", 3, "Mixer_Ch", 1)}));
+    Client client(sim.port());
+    client.greet();
+    ASSERT_TRUE(comes([&] { return sim.acceptedClients() == 1; }));
+    EXPECT_EQ(command("patch " + file.string()), std::nullopt);
+    EXPECT_TRUE(comes([&] { return client.hears("/Notify/TrackColor 0 0 0 0.25f 0.55f 0.85f"); }));
+    EXPECT_TRUE(client.hears("/Notify/IOConnections 1 \"Uno\" 0 \"SG\" 3 \"Mixer_Ch\" 1 0"));
+    folder.write("bad.json", R"({"version":1,"channels":[{}]})");
+    EXPECT_EQ(command("patch " + (folder.path() / "bad.json").string()), "channel 1: \"name\" is missing");
+    EXPECT_NE(command("patch /nowhere"), std::nullopt);
+}
+
+TEST_F(ConsoleSimTest, SaysWhatIsWrongWithACommand) {
+    for (const char *line :
+         {"rename 0 x", "rename 3 x", "rename", "move -1 2", "stereo x on", "color 99 0 0 0"})
+        EXPECT_EQ(command(line), "there is no channel of this number") << line;
+    for (const char *line : {"move 1", "move 1 0", "move 1 x", "move 1 1.5", "move 1 2147483648"})
+        EXPECT_EQ(command(line), "an input is a number from 1") << line;
+    for (const char *line : {"color 1 0 0", "color 1 0 0 x", "color 1 0 0 0 0", "color 1 0 nan 0"})
+        EXPECT_EQ(command(line), "a colour is three numbers from 0 to 1") << line;
+    EXPECT_EQ(command("stereo 1 yes"), "say on or off");
+    EXPECT_EQ(command("raw 1"), "raw bytes are pairs of hexadecimal digits");
+    EXPECT_EQ(command("raw zz"), "raw bytes are pairs of hexadecimal digits");
+    EXPECT_EQ(command("Scene x"), "unknown command");
+    EXPECT_EQ(command("trickle maybe"), "unknown command");
+    EXPECT_EQ(command(""), std::nullopt);
+}
+
+TEST_F(ConsoleSimTest, DropClosesEveryConnectionInOrder) {
+    Client client(sim.port());
+    client.greet();
+    ASSERT_TRUE(comes([&] { return sim.acceptedClients() == 1; }));
+    command("scene Last");
+    command("drop");
+    EXPECT_TRUE(comes([&] {
+        client.take();
+        return client.closed;
+    }));
+    EXPECT_TRUE(client.hears("/Notify/Scene/Name \"Last\""));
+}
+
+TEST_F(ConsoleSimTest, ResetBreaksEveryConnection) {
+    Client client(sim.port());
+    client.greet();
+    ASSERT_TRUE(comes([&] { return sim.acceptedClients() == 1; }));
+    command("reset");
+    EXPECT_TRUE(comes([&] {
+        client.take();
+        return client.wasReset;
+    }));
+    EXPECT_EQ(sim.clients(), 0U);
+}
+
+TEST_F(ConsoleSimTest, RawBytesAreSentAsTheyAre) {
+    Client client(sim.port());
+    ASSERT_TRUE(comes([&] { return sim.clients() == 1; }));
+    EXPECT_EQ(command("raw 00 01 fEFF"), std::nullopt);
+    EXPECT_TRUE(comes([&] {
+        client.take();
+        return client.raw == Bytes{0, 1, 0xFE, 0xFF};
+    }));
+}
+
+TEST_F(ConsoleSimTest, TricklingStillTellsEverything) {
+    command("trickle on");
+    Client client(sim.port());
+    client.greet();
+    EXPECT_TRUE(comes([&] { return client.hears("/Notify/Scene/Name \"Prueba de sonido\""); }));
+    EXPECT_EQ(client.heard.size(), 5U);
+}
+
+TEST_F(ConsoleSimTest, ReportsWhatAClientDoesWrong) {
+    {
+        Client client(sim.port());
+        client.send({"/handshake", {1}});
+        ASSERT_TRUE(comes([&] { return !reports.empty(); }));
+    }
+    ASSERT_TRUE(comes([&] { return sim.clients() == 0; }));
+    EXPECT_THAT(reports, ElementsAre("handshake 1 is /handshake 1 instead of /handshake -1 -1 6",
+                                     "the client left after 1 of 2 handshakes"));
+}
+
+TEST_F(ConsoleSimTest, APortInUseIsRefused) {
+    ConsoleSimOptions same;
+    same.port = sim.port();
+    EXPECT_THROW(ConsoleSim{same}, std::system_error);
+}
+
+TEST(ConsoleSimAnnouncement, ComesByUnicastOnceInEveryInterval) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    const DatagramPeer listener(13337);
+    ConsoleSimOptions options;
+    options.name = "Sala Ñ";
+    options.announce = "127.0.0.1";
+    options.announceInterval = std::chrono::milliseconds(20);
+    ConsoleSim sim(options);
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(eventually([&] {
+            sim.poll();
+            return listener.hasDatagram();
+        }));
+        EXPECT_EQ(LV1MulticastDiscovery::announcement(listener.receive()),
+                  (LV1Endpoint{"Sala Ñ", "127.0.0.1", sim.port(), "02:00:00:00:00:01"}));
+    }
+}
+
+TEST(ConsoleSimAnnouncement, SaysOnceWhyItIsNotPossible) {
+    CORVANE_ENTER_PRIVATE_NETWORK(); // whose loopback interface does no multicast
+    ConsoleSimOptions options;
+    options.announce = "multicast";
+    options.announceInterval = std::chrono::milliseconds(1);
+    ConsoleSim sim(options);
+    std::vector<std::string> reports;
+    sim.onReport = [&](const std::string &text) { reports.push_back(text); };
+    int rounds = 0;
+    EXPECT_TRUE(eventually([&] {
+        sim.poll();
+        return ++rounds > 20;
+    }));
+    EXPECT_THAT(reports, ElementsAre("cannot announce: no interface can do multicast"));
+}
+
+TEST(ConsoleSimAnnouncement, ToAnUnknownHostIsRefused) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    ConsoleSimOptions options;
+    options.announce = "no.such.host.invalid";
+    EXPECT_THROW(ConsoleSim{options}, std::system_error);
+}
+
+TEST_F(ConsoleSimTest, MayDieWithClientsConnected) {
+    Client client(sim.port());
+    client.greet();
+    ASSERT_TRUE(comes([&] { return sim.acceptedClients() == 1; }));
+}
+
+} // namespace
+} // namespace corvane::sim

@@ -1,0 +1,299 @@
+#include "sim/LiveTraxSim.h"
+
+#include "livetrax/session/XMLTree.h"
+#include "platform/Files.h"
+#include "tests/fakes/FakeSystem.h"
+#include "tests/fakes/ManualQueue.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace corvane {
+namespace {
+
+using namespace std::chrono_literals;
+using V = OSCValue;
+using Path = std::filesystem::path;
+using Lines = std::vector<std::string>;
+
+const std::string templateText = R"(<?xml version="1.0" encoding="UTF-8"?>
+<Session version="7002" name="Seed" sample-rate="48000" id-counter="302">
+  <Config>
+    <Option name="osc-port" value="3819"/>
+  </Config>
+  <Locations/>
+</Session>
+)";
+
+// ---- command line and words
+
+TEST(LiveTraxSimOptions, OpensAFolderOrMakesOneFromATemplate) {
+    const auto opening = LiveTraxCommandLine::parse({"-a", "-n", "-k", "some.keys", "/shows/Friday"});
+    EXPECT_EQ(opening.folder, Path("/shows/Friday"));
+    EXPECT_FALSE(opening.templateName);
+    const auto making =
+        LiveTraxCommandLine::parse({"-a", "-n", "-k", "x", "-T", "Corvane Friday", "-N", "/shows/Friday/"});
+    EXPECT_EQ(making.folder, Path("/shows/Friday"));
+    EXPECT_EQ(making.templateName, "Corvane Friday");
+}
+
+TEST(LiveTraxSimOptions, AWrongCommandLineIsRefused) {
+    const std::vector<Lines> table = {
+        {},
+        {"-a", "-n", "-k"},
+        {"-a", "-n", "-k", "keys"},
+        {"-T", "name", "/shows/Friday"},
+        {"-N", "/shows/Friday"},
+        {"-T", "name", "-N", "/shows/Friday", "/shows/Saturday"},
+        {"/shows/Friday", "/shows/Saturday"},
+        {"-x", "/shows/Friday"},
+        {"/"},
+    };
+    for (const auto &arguments : table)
+        EXPECT_THROW(LiveTraxCommandLine::parse(arguments), LiveTraxSimUsageError)
+            << testing::PrintToString(arguments);
+}
+
+TEST(LiveTraxSimOptions, WordsChangeTheBehaviour) {
+    const auto none = LiveTraxBehaviour::parse("");
+    EXPECT_FALSE(none.deaf || none.rolling || none.armed || none.recording || none.noSave ||
+                 none.ignoreTerminate);
+    EXPECT_EQ(none.slowQuit, 0ms);
+    const auto all = LiveTraxBehaviour::parse("deaf, no-save,ignore-term ,slow-quit=1.5");
+    EXPECT_TRUE(all.deaf && all.noSave && all.ignoreTerminate);
+    EXPECT_EQ(all.slowQuit, 1500ms);
+    EXPECT_FALSE(all.rolling || all.armed);
+    EXPECT_TRUE(LiveTraxBehaviour::parse("rolling").rolling);
+    EXPECT_TRUE(LiveTraxBehaviour::parse("armed").armed);
+    const auto recording = LiveTraxBehaviour::parse("recording");
+    EXPECT_TRUE(recording.recording && recording.armed && recording.rolling);
+}
+
+TEST(LiveTraxSimOptions, UnknownWordsAreRefused) {
+    for (const char *words : {"Deaf", "deaf;armed", "slow-quit", "slow-quit=", "slow-quit=x", "slow-quit=-1",
+                              "slow-quit=1s", "slow-quit=nan", "slow-quit=1e9"})
+        EXPECT_THROW(LiveTraxBehaviour::parse(words), LiveTraxSimUsageError) << words;
+}
+
+TEST(LiveTraxSim, TheProgramsNameTellsThePreferences) {
+    EXPECT_EQ(liveTraxPreferences("/h", "/Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3"),
+              Path("/h/Library/Preferences/LiveTrax3"));
+    EXPECT_EQ(liveTraxPreferences("/h", "/Applications/LiveTrax1.app/Contents/MacOS/LiveTrax1"),
+              Path("/h/Library/Preferences/LiveTrax1"));
+    EXPECT_EQ(liveTraxPreferences("/h", "/usr/bin/livetrax-sim"), Path("/h/Library/Preferences/LiveTrax3"));
+}
+
+// ---- sessions
+
+struct LiveTraxSimTest : testing::Test {
+    LiveTraxSimTest() { home.write("prefs/templates/Corvane Friday/Corvane Friday.template", templateText); }
+
+    LiveTraxCommandLine making() const { return {show, "Corvane Friday"}; }
+    LiveTraxCommandLine opening() const { return {show, std::nullopt}; }
+
+    LiveTraxSim start(const LiveTraxCommandLine &line, const std::string &words = "") {
+        return LiveTraxSim(line, LiveTraxBehaviour::parse(words), preferences, queue,
+                           [this](const std::string &text) { log.push_back(text); });
+    }
+
+    std::string sessionText() const { return home.read("shows/Friday/Friday.ardour"); }
+
+    /// Names of the markers in the file, each with its start.
+    Lines markersInFile() const {
+        const auto document = XMLDocument::load(show / "Friday.ardour");
+        Lines names;
+        for (const auto location : document.root().firstChild("Locations").children("Location")) {
+            EXPECT_TRUE(location.attributeIs("flags", "IsMark"));
+            EXPECT_EQ(location.attribute("start"), location.attribute("end"));
+            names.push_back(*location.attribute("name") + " at " + *location.attribute("start"));
+        }
+        return names;
+    }
+
+    TemporaryFolder home;
+    const Path preferences = home.path() / "prefs";
+    const Path show = home.path() / "shows" / "Friday";
+    std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
+    ManualQueue queue{clock, "main"};
+    Lines log;
+};
+
+TEST_F(LiveTraxSimTest, MakesTheSessionFromTheUserTemplateWithItsFolders) {
+    start(making());
+    std::string expected = templateText;
+    expected.replace(expected.find("Seed"), 4, "Friday");
+    EXPECT_EQ(sessionText(), expected);
+    for (const char *name : {"interchange/Friday/audiofiles", "interchange/Friday/midifiles", "analysis",
+                             "dead", "export", "externals", "peaks", "plugins"})
+        EXPECT_TRUE(std::filesystem::is_directory(show / name)) << name;
+    EXPECT_EQ(home.read("prefs/recent"), "Friday\n" + show.string() + "\n");
+}
+
+TEST_F(LiveTraxSimTest, DoesNotMakeASessionWhereOneIs) {
+    home.write("shows/Friday/Friday.ardour", "<Session/>");
+    EXPECT_THROW(start(making()), FileError);
+    EXPECT_EQ(sessionText(), "<Session/>");
+    EXPECT_FALSE(fileExists(preferences / "recent"));
+}
+
+TEST_F(LiveTraxSimTest, AMissingTemplateMakesNothing) {
+    EXPECT_THROW(start({show, "Saturday"}), FileError);
+    EXPECT_FALSE(fileExists(show));
+}
+
+TEST_F(LiveTraxSimTest, OpeningChangesNothingButTheRecentList) {
+    home.write("shows/Friday/Friday.ardour", templateText);
+    start(opening());
+    EXPECT_EQ(sessionText(), templateText);
+    EXPECT_EQ(home.read("prefs/recent"), "Friday\n" + show.string() + "\n");
+}
+
+TEST_F(LiveTraxSimTest, OpeningNeedsAWellFormedSessionFile) {
+    EXPECT_THROW(start(opening()), FileError);
+    home.write("shows/Friday/Friday.ardour", "<Session>");
+    EXPECT_THROW(start(opening()), XMLError);
+    EXPECT_FALSE(fileExists(preferences / "recent"));
+}
+
+TEST_F(LiveTraxSimTest, TheRecentListHasTheNewestFirstAndEachOnce) {
+    prependToRecent(preferences, "/shows/A");
+    prependToRecent(preferences, "/shows/B");
+    prependToRecent(preferences, "/shows/A");
+    EXPECT_EQ(home.read("prefs/recent"), "A\n/shows/A\nB\n/shows/B\n");
+    for (int i = 0; i < 20; ++i)
+        prependToRecent(preferences, "/shows/" + std::to_string(i));
+    EXPECT_TRUE(home.read("prefs/recent").starts_with("19\n/shows/19\n18\n"));
+    EXPECT_TRUE(home.read("prefs/recent").ends_with("10\n/shows/10\n"));
+}
+
+// ---- the surface
+
+TEST_F(LiveTraxSimTest, AnswersOfTheTransport) {
+    struct Row {
+        const char *words;
+        float speed;
+        int armed;
+        int recording;
+    };
+    for (const Row &row :
+         {Row{"", 0, 0, 0}, Row{"rolling", 1, 0, 0}, Row{"armed", 0, 1, 0}, Row{"recording", 1, 1, 1}}) {
+        home.write("shows/Friday/Friday.ardour", templateText);
+        auto sim = start(opening(), row.words);
+        EXPECT_EQ(sim.handle({"/transport_speed", {}})->values, std::vector<V>{row.speed}) << row.words;
+        EXPECT_EQ(sim.handle({"/record_enabled", {}})->values, std::vector<V>{row.armed}) << row.words;
+        EXPECT_EQ(sim.handle({"/is_recording", {}})->values, std::vector<V>{row.recording}) << row.words;
+    }
+}
+
+TEST_F(LiveTraxSimTest, MarkersAreInTheSessionOnceSaved) {
+    auto sim = start(making(), "rolling");
+    clock->advance(2s);
+    EXPECT_FALSE(sim.handle({"/add_marker", {}}));
+    EXPECT_FALSE(sim.handle({"/marker", {V("Verse <2>")}}));
+    clock->advance(500ms);
+    sim.handle({"/add_marker", {}});
+    EXPECT_TRUE(markersInFile().empty());
+    EXPECT_FALSE(sim.handle({"/save_state", {}}));
+    EXPECT_EQ(markersInFile(), (Lines{"Verse <2> at a1016064000", "mark2 at a1270080000"}));
+    sim.handle({"/add_marker", {}});
+    sim.handle({"/save_state", {}});
+    EXPECT_EQ(markersInFile().size(), 3U);
+    // Ids are the session's next free ones.
+    EXPECT_NE(sessionText().find("id-counter=\"305\""), std::string::npos);
+    EXPECT_NE(sessionText().find("<Location id=\"304\" name=\"mark3\""), std::string::npos);
+}
+
+TEST_F(LiveTraxSimTest, AMarkerThatWasSavedBeforeItsNameCameStillGetsIt) {
+    auto sim = start(making());
+    sim.handle({"/add_marker", {}});
+    sim.handle({"/save_state", {}});
+    sim.handle({"/marker", {V("Encore")}});
+    EXPECT_EQ(markersInFile(), (Lines{"mark1 at a0"})); // until it is saved again
+    sim.handle({"/save_state", {}});
+    EXPECT_EQ(markersInFile(), (Lines{"Encore at a0"}));
+    sim.handle({"/add_marker", {}});
+    sim.handle({"/save_state", {}});
+    EXPECT_EQ(markersInFile(), (Lines{"Encore at a0", "mark2 at a0"}));
+}
+
+TEST_F(LiveTraxSimTest, ANameWithoutAMarkerOrAMarkerWithoutANameChangesNothing) {
+    auto sim = start(making());
+    sim.handle({"/marker", {V("too early")}});
+    sim.handle({"/marker", {}});
+    sim.handle({"/marker", {V(7)}});
+    sim.handle({"/something", {}});
+    sim.handle({"/save_state", {}});
+    EXPECT_TRUE(markersInFile().empty());
+}
+
+TEST_F(LiveTraxSimTest, ASaveWritesTheMemoryWhateverBecameOfTheFile) {
+    auto sim = start(making());
+    const auto before = sessionText();
+    home.write("shows/Friday/Friday.ardour", "<Session/>");
+    sim.handle({"/save_state", {}});
+    EXPECT_EQ(sessionText(), before);
+}
+
+TEST_F(LiveTraxSimTest, ASaveMakesTheFileNewer) {
+    auto sim = start(making());
+    const auto file = show / "Friday.ardour";
+    const auto longAgo = std::filesystem::last_write_time(file) - 1h;
+    std::filesystem::last_write_time(file, longAgo);
+    sim.handle({"/save_state", {}});
+    EXPECT_GT(std::filesystem::last_write_time(file), longAgo);
+}
+
+TEST_F(LiveTraxSimTest, NoSaveSavesNothing) {
+    auto sim = start(making(), "no-save");
+    sim.handle({"/add_marker", {}});
+    sim.handle({"/save_state", {}});
+    EXPECT_TRUE(markersInFile().empty());
+}
+
+TEST_F(LiveTraxSimTest, ASaveThatFailsIsToldAndTheMarkersWaitForTheNext) {
+    auto sim = start(making());
+    sim.handle({"/add_marker", {}});
+    std::filesystem::remove_all(show);
+    sim.handle({"/save_state", {}});
+    EXPECT_TRUE(log.back().starts_with("could not save: ")) << log.back();
+    std::filesystem::create_directories(show);
+    sim.handle({"/save_state", {}});
+    EXPECT_EQ(markersInFile().size(), 1U);
+}
+
+// ---- the end
+
+TEST_F(LiveTraxSimTest, QuitsAtOnceOrLaterOrNever) {
+    int quits = 0;
+    auto prompt = start(making());
+    prompt.terminate([&] { ++quits; });
+    prompt.terminate([&] { ++quits; });
+    clock->run();
+    EXPECT_EQ(quits, 1);
+
+    auto slow = start(opening(), "slow-quit=3");
+    slow.terminate([&] { ++quits; });
+    clock->advance(2999ms);
+    EXPECT_EQ(quits, 1);
+    clock->advance(1ms);
+    EXPECT_EQ(quits, 2);
+
+    auto stubborn = start(opening(), "ignore-term");
+    stubborn.terminate([&] { ++quits; });
+    clock->advance(1h);
+    EXPECT_EQ(quits, 2);
+}
+
+TEST_F(LiveTraxSimTest, QuittingSavesNothing) {
+    auto sim = start(making());
+    sim.handle({"/add_marker", {}});
+    sim.terminate([] {});
+    clock->run();
+    EXPECT_TRUE(markersInFile().empty());
+}
+
+} // namespace
+} // namespace corvane
