@@ -1,0 +1,282 @@
+#include "cli/CommandLine.h"
+
+#include "platform/Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace corvane::cli {
+
+namespace {
+
+constexpr const char *version = "corvanectl " CORVANE_VERSION;
+/// The longest `--for`, in seconds: a day and a night of a festival, well inside what a timer takes.
+constexpr double longestDuration = 1'000'000;
+
+/// What the options are read into before they are put together.
+struct Values {
+    std::string rehearsal, file, host, saveTo, session, folder, name;
+    int port = 0;
+    double seconds = 0;
+    bool json = false, launch = false;
+    std::string format = "table";
+};
+
+/// An empty text would otherwise pass for an option that was not given.
+CLI::Validator notEmpty() {
+    return {[](const std::string &text) { return std::string(text.empty() ? "is empty" : ""); }, ""};
+}
+
+/// A number of seconds that a timer takes.
+CLI::Validator duration() {
+    return {[](const std::string &text) {
+                double seconds = 0;
+                const bool fits = CLI::detail::lexical_cast(text, seconds) && std::isfinite(seconds) &&
+                                  seconds >= 0 && seconds <= longestDuration;
+                return fits ? std::string() : "is not a number of seconds: " + text;
+            },
+            ""};
+}
+
+/// One of a few words.
+CLI::Validator oneOf(const std::vector<std::string> &words) {
+    return {[words](const std::string &text) {
+                const bool fits = std::find(words.begin(), words.end(), text) != words.end();
+                return fits ? std::string() : text + " is not one of " + CLI::detail::join(words, ", ");
+            },
+            ""};
+}
+
+Format formatOf(const std::string &word) {
+    return word == "json" ? Format::json : word == "csv" ? Format::csv : Format::table;
+}
+
+class Parser {
+public:
+    Parser();
+    std::variant<Options, Ending> parse(std::vector<std::string> arguments,
+                                        const std::filesystem::path &currentFolder);
+
+private:
+    CLI::App *add(Verb verb, const char *name, const char *description);
+    void addJson(CLI::App *command);
+    void addHost(CLI::App *command);
+    void addSource(CLI::App *command);
+    void addDuration(CLI::App *command, const char *description);
+    void addLaunch(CLI::App *command);
+    void addSession(CLI::App *command, bool required);
+    void addListening();
+    void addSessions();
+    void addRecorder();
+    Options options(const std::filesystem::path &currentFolder) const;
+
+    CLI::App app{"Links a Waves eMotion LV1 console with the LiveTrax recorder.", "corvanectl"};
+    std::map<CLI::App *, Verb> verbs;
+    Values values;
+};
+
+Parser::Parser() {
+    app.require_subcommand(1);
+    app.set_version_flag("--version", version);
+    app.footer("Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 no answer, 130 interrupted.");
+    addListening();
+    addSessions();
+    addRecorder();
+}
+
+CLI::App *Parser::add(Verb verb, const char *name, const char *description) {
+    CLI::App *command = app.add_subcommand(name, description);
+    command->add_option("--rehearse", values.rehearsal, "Work in FOLDER instead of the real world")
+        ->type_name("FOLDER")
+        ->check(notEmpty());
+    verbs[command] = verb;
+    return command;
+}
+
+void Parser::addJson(CLI::App *command) {
+    command->add_flag("--json", values.json, "Print one JSON document");
+}
+
+void Parser::addHost(CLI::App *command) {
+    auto *host = command->add_option("--host", values.host, "The LV1 host's address; else the sole one heard")
+                     ->type_name("HOST")
+                     ->check(notEmpty());
+    auto *port = command->add_option("--port", values.port, "Its port")
+                     ->type_name("PORT")
+                     ->check(CLI::Range(0, 65'535));
+    host->needs(port);
+    port->needs(host);
+}
+
+void Parser::addSource(CLI::App *command) {
+    addHost(command);
+    command->add_option("--from", values.file, "Take the channels from a patch file")
+        ->type_name("FILE")
+        ->check(notEmpty())
+        ->excludes("--host")
+        ->excludes("--port");
+}
+
+void Parser::addDuration(CLI::App *command, const char *description) {
+    command->add_option("--for", values.seconds, description)->type_name("SECONDS")->check(duration());
+}
+
+void Parser::addLaunch(CLI::App *command) {
+    command->add_flag("--launch", values.launch, "Start LiveTrax on the session");
+}
+
+void Parser::addSession(CLI::App *command, bool required) {
+    auto *session = command->add_option("session", values.session, "The session's folder");
+    session->type_name("SESSION")->required(required)->check(notEmpty());
+}
+
+void Parser::addListening() {
+    auto *hosts = add(Verb::hosts, "hosts", "List the LV1 hosts that announce themselves");
+    addJson(hosts);
+    addDuration(hosts, "How long to listen (3)");
+
+    auto *patch = add(Verb::patch, "patch", "Print the console's patch");
+    addHost(patch);
+    addDuration(patch, "How long to wait for it (10)");
+    patch->add_option("--save", values.saveTo, "Keep it as a patch file as well")
+        ->type_name("FILE")
+        ->check(notEmpty());
+    patch->add_option("--format", values.format, "table, json or csv")
+        ->type_name("FORMAT")
+        ->check(oneOf({"table", "json", "csv"}));
+    addJson(patch);
+    patch->get_option("--json")->excludes("--format");
+
+    auto *watch = add(Verb::watch, "watch", "Print what the console says, one JSON object a line");
+    addHost(watch);
+    addDuration(watch, "How long to watch; else until interrupted");
+    addJson(watch);
+}
+
+void Parser::addSessions() {
+    auto *create =
+        add(Verb::create, "create", "Make the template of a new session from the console's channels");
+    create->add_option("name", values.name, "The session's name")->type_name("NAME")->required();
+    create->add_option("--in", values.folder, "The folder that the session goes into")
+        ->type_name("FOLDER")
+        ->required()
+        ->check(notEmpty());
+    addSource(create);
+    addLaunch(create);
+    addJson(create);
+
+    auto *sync = add(Verb::sync, "sync", "Bring a session into line with the console's channels");
+    addSession(sync, true);
+    addSource(sync);
+    addLaunch(sync);
+    addJson(sync);
+
+    auto *plan = add(Verb::plan, "plan", "Show what sync would do, and touch nothing");
+    addSession(plan, true);
+    addSource(plan);
+    addJson(plan);
+
+    auto *signature =
+        add(Verb::signature, "signature", "Print the patch signature of a session or a patch file");
+    addSession(signature, false);
+    signature->add_option("--from", values.file, "A patch file")
+        ->type_name("FILE")
+        ->check(notEmpty())
+        ->excludes("session");
+    addJson(signature);
+}
+
+void Parser::addRecorder() {
+    addJson(add(Verb::transport, "transport", "Ask LiveTrax what its transport does"));
+    addJson(add(Verb::save, "save", "Have LiveTrax save its session"));
+    auto *marker = add(Verb::marker, "marker", "Drop a marker at LiveTrax's playhead");
+    marker->add_option("name", values.name, "The marker's name")->type_name("NAME")->required();
+    addJson(marker);
+}
+
+Options Parser::options(const std::filesystem::path &currentFolder) const {
+    CLI::App *command = app.get_subcommands().front();
+    const auto path = [&](const std::string &text) -> std::optional<std::filesystem::path> {
+        if (text.empty())
+            return std::nullopt;
+        return absolutePath(text, currentFolder);
+    };
+    Options options;
+    options.verb = verbs.at(command);
+    options.rehearsal = path(values.rehearsal);
+    options.json = values.json;
+    options.source.file = path(values.file);
+    if (command->get_option_no_throw("--host") && command->count("--host") > 0)
+        options.source.host = values.host;
+    options.source.port = static_cast<std::uint16_t>(values.port);
+    if (command->get_option_no_throw("--for") && command->count("--for") > 0)
+        options.duration = std::chrono::milliseconds(std::llround(values.seconds * 1000));
+    options.format = values.json ? Format::json : formatOf(values.format);
+    options.saveTo = path(values.saveTo);
+    options.launch = values.launch;
+    options.name = trimmed(values.name);
+    options.session = path(values.session);
+    options.folder = path(values.folder).value_or(std::filesystem::path());
+    return options;
+}
+
+/// What the options do not say of themselves.
+void checkSense(const Options &options) {
+    const auto fail = [](const char *message) { throw CommandFailure(status::wrongUsage, message); };
+    if (options.verb == Verb::create && options.name.empty())
+        fail("A session needs a name.");
+    if (options.verb == Verb::marker && options.name.empty())
+        fail("A marker needs a name.");
+    if (options.verb == Verb::signature && !options.session && !options.source.file)
+        fail("A session's folder or --from FILE is needed.");
+}
+
+std::variant<Options, Ending> Parser::parse(std::vector<std::string> arguments,
+                                            const std::filesystem::path &currentFolder) {
+    std::reverse(arguments.begin(), arguments.end()); // the library takes them from the back
+    try {
+        app.parse(std::move(arguments));
+        auto read = options(currentFolder);
+        checkSense(read);
+        return read;
+    } catch (const CLI::CallForHelp &) {
+        return Ending{app.help(), {}};
+    } catch (const CLI::CallForVersion &) {
+        return Ending{std::string(version) + "\n", {}};
+    } catch (const CLI::ParseError &error) {
+        return Ending{{}, {status::wrongUsage, error.what()}};
+    } catch (const CommandFailure &failure) {
+        return Ending{{}, {failure.status, failure.what()}};
+    }
+}
+
+} // namespace
+
+std::variant<Options, Ending> parseCommandLine(const std::vector<std::string> &arguments,
+                                               const std::filesystem::path &currentFolder) {
+    return Parser().parse(arguments, currentFolder);
+}
+
+std::filesystem::path absolutePath(const std::filesystem::path &typed,
+                                   const std::filesystem::path &currentFolder) {
+    std::filesystem::path whole = currentFolder / typed;
+    const bool goesUp = std::find(whole.begin(), whole.end(), "..") != whole.end();
+    if (goesUp) {
+        // What lies above a linked folder is known to the file system alone.
+        std::error_code ignored;
+        const auto resolved = std::filesystem::weakly_canonical(whole, ignored);
+        if (!ignored)
+            whole = resolved;
+    }
+    whole = whole.lexically_normal();
+    return whole.has_filename() || whole == whole.root_path() ? whole : whole.parent_path();
+}
+
+} // namespace corvane::cli

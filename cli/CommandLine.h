@@ -1,0 +1,60 @@
+#pragma once
+
+#include "cli/Outcome.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace corvane::cli {
+
+enum class Verb { hosts, patch, watch, create, sync, plan, signature, transport, save, marker };
+enum class Format { table, json, csv };
+
+/// Where the channels of a command come from: a patch file, a host that is named, or, when neither is given,
+/// the host that is found.
+struct ChannelSourceOptions {
+    std::optional<std::filesystem::path> file;
+    std::optional<std::string> host;
+    std::uint16_t port = 0;
+};
+
+/// A command line that makes sense. Paths are absolute and without a slash at their end.
+struct Options {
+    Verb verb = Verb::hosts;
+    std::optional<std::filesystem::path> rehearsal;
+    bool json = false;
+    ChannelSourceOptions source;
+    /// `--for`
+    std::optional<std::chrono::milliseconds> duration;
+    Format format = Format::table;
+    /// `--save`: where the patch file goes.
+    std::optional<std::filesystem::path> saveTo;
+    bool launch = false;
+    /// The session's or the marker's name.
+    std::string name;
+    /// The session's folder.
+    std::optional<std::filesystem::path> session;
+    /// `--in`: the folder that a session is created in.
+    std::filesystem::path folder;
+};
+
+/// A command line that ends the program at once: with a text to print (help, version) or a failure.
+struct Ending {
+    std::string text;
+    Outcome outcome;
+};
+
+/// Reads the arguments, without the program's own name. Relative paths are taken from `currentFolder`.
+std::variant<Options, Ending> parseCommandLine(const std::vector<std::string> &arguments,
+                                               const std::filesystem::path &currentFolder);
+
+/// The absolute form of a path as it was typed, without "." and ".." in it and without a slash at its end.
+std::filesystem::path absolutePath(const std::filesystem::path &typed,
+                                   const std::filesystem::path &currentFolder);
+
+} // namespace corvane::cli

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "cli/CommandLine.h"
+#include "lv1/LV1Client.h"
+
+#include <string>
+
+namespace corvane::cli {
+
+/// What keeps hosts from being heard, one line for each of the two ways; empty when nothing does.
+std::string discoveryObstacles(const LV1MulticastDiscovery &multicast, const ServiceBrowser &browser);
+
+/// Connects to the host that is named, else begins to search.
+void beginConnecting(LV1Client &client, const ChannelSourceOptions &source);
+
+} // namespace corvane::cli

@@ -1,0 +1,132 @@
+#include "cli/Commands.h"
+#include "cli/Discovery.h"
+#include "cli/Json.h"
+#include "cli/Table.h"
+#include "lv1/LV1Client.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace corvane::cli {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::chrono::milliseconds defaultListening = 3s;
+
+/// Listens both ways and connects to nobody.
+class HostsCommand : public Command, public ServiceBrowserDelegate {
+public:
+    explicit HostsCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+
+    void stop() override {
+        if (browser)
+            browser->stop();
+        if (multicast)
+            multicast->stop();
+        browser.reset();
+        multicast.reset();
+    }
+
+    void didFind(std::shared_ptr<NetService> service, bool) override {
+        hosts.push_back({{}, service});
+        service->resolve(LV1Client::resolveTimeout);
+    }
+    void didResolveAddress(NetService &) override {}
+    void didNotResolve(NetService &) override {}
+
+private:
+    /// One host, heard one way or the other.
+    struct Host {
+        LV1Endpoint endpoint;
+        std::shared_ptr<NetService> service;
+    };
+
+    void start() override {
+        Platform &platform = surroundings.platform;
+        const auto self = std::static_pointer_cast<HostsCommand>(shared_from_this());
+        multicast = std::make_shared<LV1MulticastDiscovery>(
+            platform.main, platform.queues->make("Corvane.Discovery"), *platform.multicast);
+        multicast->onEndpoint = [weak = std::weak_ptr(self)](const LV1Endpoint &endpoint) {
+            if (const auto command = weak.lock())
+                command->heard(endpoint);
+        };
+        browser = platform.makeServiceBrowser();
+        browser->setDelegate(self);
+        multicast->start();
+        browser->search(LV1Client::serviceType, LV1Client::serviceDomain);
+        surroundings.output.progress("Listening for LV1 hosts…");
+        platform.main.after(surroundings.options.duration.value_or(defaultListening),
+                            weakly(std::weak_ptr(self), [](HostsCommand &command) {
+                                command.guarded([&] { command.report(); });
+                            }));
+    }
+
+    void heard(const LV1Endpoint &endpoint) {
+        const bool known = std::any_of(hosts.begin(), hosts.end(), [&](const Host &host) {
+            return !host.service && host.endpoint == endpoint;
+        });
+        if (!known)
+            hosts.push_back({endpoint, nullptr});
+    }
+
+    void report() {
+        if (hosts.empty()) {
+            const auto obstacles = discoveryObstacles(*multicast, *browser);
+            throw CommandFailure(status::noAnswer, obstacles.empty() ? "No LV1 host was heard." : obstacles);
+        }
+        surroundings.output.print(surroundings.options.json ? json() : text());
+        end();
+    }
+
+    std::string json() const {
+        Json list = Json::array();
+        for (const Host &host : hosts)
+            list.push_back(host.service ? describe(*host.service) : describe(host.endpoint));
+        return document(list);
+    }
+
+    static Json describe(const LV1Endpoint &endpoint) {
+        Json host = endpointJson(endpoint);
+        host["via"] = "multicast";
+        return host;
+    }
+
+    static Json describe(const NetService &service) {
+        Json host = serviceJson(service);
+        host["mac"] = "";
+        host["via"] = "bonjour";
+        return host;
+    }
+
+    std::string text() const {
+        std::vector<std::vector<std::string>> rows{{"HOST", "ADDRESS", "MAC", "HEARD BY"}};
+        for (const Host &host : hosts) {
+            if (!host.service) {
+                rows.push_back({host.endpoint.name,
+                                host.endpoint.host + ":" + std::to_string(host.endpoint.port),
+                                host.endpoint.mac, "multicast"});
+                continue;
+            }
+            const auto name = host.service->hostName();
+            const std::string address =
+                name ? *name + ":" + std::to_string(host.service->port()) : "not resolved";
+            rows.push_back({host.service->name(), address, "", "Bonjour"});
+        }
+        return table(rows);
+    }
+
+    Surroundings surroundings;
+    std::shared_ptr<LV1MulticastDiscovery> multicast;
+    std::unique_ptr<ServiceBrowser> browser;
+    std::vector<Host> hosts; ///< in order of arrival
+};
+
+} // namespace
+
+std::shared_ptr<Command> makeHostsCommand(const Surroundings &surroundings) {
+    return std::make_shared<HostsCommand>(surroundings);
+}
+
+} // namespace corvane::cli

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "lv1/LV1Endpoint.h"
+#include "platform/ServiceBrowser.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace corvane::cli {
+
+/// Objects keep the order of their fields.
+using Json = nlohmann::ordered_json;
+
+/// One document, indented, with a line feed at its end.
+std::string document(const Json &json);
+/// The same on one line, without a line feed.
+std::string line(const Json &json);
+
+Json endpointJson(const LV1Endpoint &endpoint);
+/// Name, host and port; host and port are null until the service has been resolved.
+Json serviceJson(const NetService &service);
+
+} // namespace corvane::cli

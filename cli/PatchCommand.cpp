@@ -1,0 +1,90 @@
+#include "cli/Commands.h"
+#include "cli/PatchReader.h"
+#include "cli/Table.h"
+#include "lv1/PatchDocument.h"
+#include "platform/Files.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace corvane::cli {
+
+namespace {
+
+/// "#4080C0", the nearest that a screen can show.
+std::string colourText(const LV1Channel &channel) {
+    const auto part = [](float value) {
+        constexpr float whole = 255;
+        return std::isfinite(value) ? static_cast<unsigned>(std::clamp(value, 0.0F, 1.0F) * whole) : 0U;
+    };
+    char text[16] = {};
+    std::snprintf(text, sizeof text, "#%02X%02X%02X", part(channel.red), part(channel.green),
+                  part(channel.blue));
+    return text;
+}
+
+std::string patchText(const std::vector<LV1Channel> &channels) {
+    std::vector<std::vector<std::string>> rows{{"CHANNEL", "FORMAT", "INPUT", "DEVICE", "SOURCE", "COLOUR"}};
+    std::size_t inputs = 0;
+    for (const auto &channel : channels) {
+        rows.push_back({channel.name(), channel.format(), channel.inputText(), channel.driver(),
+                        channel.sourceType() + " " + std::to_string(channel.sourceIndex()),
+                        colourText(channel)});
+        inputs += channel.stereo() ? 2 : 1;
+    }
+    return table(rows) + std::to_string(channels.size()) + " tracks / " + std::to_string(inputs) +
+           " inputs\n";
+}
+
+class PatchCommand : public Command {
+public:
+    explicit PatchCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+
+    void stop() override {
+        if (reader)
+            reader->stop();
+        reader.reset();
+    }
+
+private:
+    void start() override {
+        const Options &options = surroundings.options;
+        reader = std::make_shared<PatchReader>(surroundings.platform, surroundings.output, options.source,
+                                               options.duration.value_or(PatchReader::defaultPatience));
+        reader->onFailure = [this](const Outcome &outcome) { end(outcome); };
+        reader->onPatch = [this](const std::vector<LV1Channel> &channels) {
+            guarded([&] { report(channels); });
+        };
+        reader->start();
+    }
+
+    void report(const std::vector<LV1Channel> &channels) {
+        const Options &options = surroundings.options;
+        if (options.saveTo)
+            replaceFileAtomically(*options.saveTo, patchDocument(channels));
+        switch (options.format) {
+        case Format::table:
+            surroundings.output.print(patchText(channels));
+            break;
+        case Format::json:
+            surroundings.output.print(patchDocument(channels));
+            break;
+        case Format::csv:
+            surroundings.output.print(patchTable(channels));
+            break;
+        }
+        end();
+    }
+
+    Surroundings surroundings;
+    std::shared_ptr<PatchReader> reader;
+};
+
+} // namespace
+
+std::shared_ptr<Command> makePatchCommand(const Surroundings &surroundings) {
+    return std::make_shared<PatchCommand>(surroundings);
+}
+
+} // namespace corvane::cli

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "cli/ChannelSource.h"
+
+#include <memory>
+#include <vector>
+
+namespace corvane::cli {
+
+/// What the commands that need the console's channels for a session have in common: preparation, then the
+/// channels, then the work.
+class SessionCommand : public Command {
+public:
+    explicit SessionCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+
+    void stop() override;
+
+protected:
+    using Channels = std::vector<LV1Channel>;
+
+    void start() override;
+    /// Refuses what need not wait for the channels, by throwing.
+    virtual void prepare() {}
+    /// The command itself. Its return is the command's end, and throwing its failure.
+    virtual void work(const Channels &channels) = 0;
+
+    Surroundings surroundings;
+
+private:
+    std::unique_ptr<ChannelSource> source;
+};
+
+} // namespace corvane::cli

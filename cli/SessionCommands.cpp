@@ -1,0 +1,200 @@
+#include "cli/Json.h"
+#include "cli/SessionCommand.h"
+#include "cli/Table.h"
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "platform/Text.h"
+
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+
+namespace corvane::cli {
+
+namespace {
+
+class CreateCommand : public SessionCommand {
+    using SessionCommand::SessionCommand;
+
+    void work(const Channels &channels) override {
+        const Platform &platform = surroundings.platform;
+        const Options &options = surroundings.options;
+        if (channels.empty())
+            throw CommandFailure(status::refused, "There are no channels to record.");
+        const auto session = LiveTraxGenerator::generate(platform, options.name, options.folder, channels);
+        platform.defaults->set(LiveTraxGenerator::lastSessionKey, session.string());
+        if (options.launch)
+            LiveTraxGenerator::launch(platform, session, options.name, channels);
+        report(session);
+    }
+
+    void report(const std::filesystem::path &session) {
+        const Platform &platform = surroundings.platform;
+        const auto installed = LiveTraxGenerator::target(*platform.folders);
+        const auto written = installed ? LiveTraxGenerator::userTemplate(*platform.folders, *installed,
+                                                                         surroundings.options.name)
+                                       : std::filesystem::path();
+        surroundings.output.print(
+            surroundings.options.json
+                ? document({{"session", session.string()}, {"template", written.string()}})
+                : "session  " + session.string() + "\ntemplate " + written.string() + "\n");
+    }
+};
+
+class SyncCommand : public SessionCommand {
+    using SessionCommand::SessionCommand;
+
+    void prepare() override { refuseWhileLiveTraxRuns(); }
+
+    void refuseWhileLiveTraxRuns() const {
+        if (LiveTraxGenerator::runningApplication(surroundings.platform))
+            throw CommandFailure(status::refused, "LiveTrax is running. Quit it and try again.");
+    }
+
+    void work(const Channels &channels) override {
+        refuseWhileLiveTraxRuns(); // it may have been started while the console was asked
+        const Options &options = surroundings.options;
+        const UpdateResult result =
+            LiveTraxGenerator::update(surroundings.platform, *options.session, channels);
+        if (options.launch)
+            LiveTraxGenerator::launchExisting(surroundings.platform, *options.session, channels);
+        surroundings.output.print(options.json ? document({{"adjusted", result.updated},
+                                                           {"added", result.added},
+                                                           {"removed", result.removed}})
+                                               : text(result));
+    }
+
+    static std::string text(const UpdateResult &result) {
+        return "Session updated: " + std::to_string(result.updated) + " adjusted, " +
+               std::to_string(result.added) + " added, " + std::to_string(result.removed) + " removed.\n";
+    }
+};
+
+class PlanCommand : public SessionCommand {
+    using SessionCommand::SessionCommand;
+
+    void work(const Channels &channels) override {
+        const auto plan =
+            LiveTraxGenerator::plan(surroundings.platform, *surroundings.options.session, channels);
+        surroundings.output.print(surroundings.options.json ? document(json(plan)) : text(plan));
+    }
+
+    static const char *actionText(TrackDecision::Action action) {
+        switch (action) {
+        case TrackDecision::Action::keep:
+            return "keep";
+        case TrackDecision::Action::change:
+            return "change";
+        case TrackDecision::Action::add:
+            return "add";
+        case TrackDecision::Action::remove:
+            return "remove";
+        }
+        return "";
+    }
+
+    /// A number where the session's text is one.
+    static Json number(const std::string &text) {
+        if (const auto value = integer(text))
+            return *value;
+        return text;
+    }
+
+    static Json json(const UpdatePlan &plan) {
+        Json tracks = Json::array();
+        for (const TrackDecision &track : plan.tracks) {
+            Json was = Json::object();
+            if (track.was.name)
+                was["name"] = *track.was.name;
+            if (track.was.order)
+                was["order"] = number(*track.was.order);
+            if (track.was.color)
+                was["color"] = number(*track.was.color);
+            tracks.push_back({{"action", actionText(track.action)},
+                              {"name", track.name},
+                              {"input", track.inputIndex ? Json(*track.inputIndex) : Json()},
+                              {"stereo", track.stereo},
+                              {"was", was}});
+        }
+        return {{"tracks", tracks},
+                {"adjusted", plan.result.updated},
+                {"added", plan.result.added},
+                {"removed", plan.result.removed}};
+    }
+
+    static std::string text(const UpdatePlan &plan) {
+        std::vector<std::vector<std::string>> rows{{"ACTION", "TRACK", "INPUT", "BEFORE"}};
+        for (const TrackDecision &track : plan.tracks)
+            rows.push_back({actionText(track.action), track.name, inputText(track), before(track.was)});
+        return table(rows) + std::to_string(plan.result.updated) + " adjusted, " +
+               std::to_string(plan.result.added) + " added, " + std::to_string(plan.result.removed) +
+               " removed\n";
+    }
+
+    static std::string inputText(const TrackDecision &track) {
+        if (!track.inputIndex)
+            return "none";
+        // The number is the session's own and may be anything.
+        const auto numbered = [&](std::int64_t offset) {
+            constexpr auto highest = std::numeric_limits<std::int64_t>::max();
+            return *track.inputIndex > highest - offset ? "…" : std::to_string(*track.inputIndex + offset);
+        };
+        return track.stereo ? numbered(1) + "–" + numbered(2) : numbered(1);
+    }
+
+    static std::string before(const TrackDecision::Was &was) {
+        std::string text;
+        const auto add = [&](const char *what, const std::optional<std::string> &value) {
+            if (value)
+                text += (text.empty() ? "" : ", ") + std::string(what) + *value;
+        };
+        add("name ", was.name);
+        add("place ", was.order);
+        add("colour ", was.color);
+        return text;
+    }
+};
+
+class SignatureCommand : public Command {
+public:
+    explicit SignatureCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+
+private:
+    void start() override {
+        const std::string text = signature();
+        surroundings.output.print(surroundings.options.json ? document({{"signature", text}}) : text + "\n");
+        end();
+    }
+
+    std::string signature() const {
+        const Options &options = surroundings.options;
+        if (options.source.file)
+            return LiveTraxGenerator::patchSignature(readPatchFile(*options.source.file));
+        if (auto text = LiveTraxGenerator::sessionPatchSignature(*options.session))
+            return *text;
+        throw CommandFailure(status::refused,
+                             "The session at " + options.session->string() + " cannot be read.");
+    }
+
+    Surroundings surroundings;
+};
+
+} // namespace
+
+std::shared_ptr<Command> makeCreateCommand(const Surroundings &surroundings) {
+    return std::make_shared<CreateCommand>(surroundings);
+}
+
+std::shared_ptr<Command> makeSyncCommand(const Surroundings &surroundings) {
+    return std::make_shared<SyncCommand>(surroundings);
+}
+
+std::shared_ptr<Command> makePlanCommand(const Surroundings &surroundings) {
+    return std::make_shared<PlanCommand>(surroundings);
+}
+
+std::shared_ptr<Command> makeSignatureCommand(const Surroundings &surroundings) {
+    return std::make_shared<SignatureCommand>(surroundings);
+}
+
+} // namespace corvane::cli

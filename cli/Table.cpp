@@ -1,0 +1,46 @@
+#include "cli/Table.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace corvane::cli {
+
+namespace {
+
+/// How many characters a UTF-8 text shows, taking each code point for one.
+std::size_t characters(const std::string &text) {
+    return static_cast<std::size_t>(std::count_if(
+        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+}
+
+/// A name may hold anything; what would break the lines of a table is shown as a blank.
+std::string onOneLine(std::string text) {
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; },
+        ' ');
+    return text;
+}
+
+} // namespace
+
+std::string table(const std::vector<std::vector<std::string>> &rows) {
+    std::vector<std::size_t> widths;
+    for (const auto &row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (std::size_t column = 0; column < row.size(); ++column)
+            widths[column] = std::max(widths[column], characters(row[column]));
+    }
+    std::string text;
+    for (const auto &row : rows) {
+        std::string line;
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            line += onOneLine(row[column]);
+            line += std::string(widths[column] - characters(row[column]) + 2, ' ');
+        }
+        line.erase(line.find_last_not_of(' ') + 1);
+        text += line + "\n";
+    }
+    return text;
+}
+
+} // namespace corvane::cli

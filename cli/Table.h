@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace corvane::cli {
+
+/// Lines of text in columns, two blanks apart; the first row is the heading.
+std::string table(const std::vector<std::vector<std::string>> &rows);
+
+} // namespace corvane::cli

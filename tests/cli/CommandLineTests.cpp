@@ -1,0 +1,170 @@
+#include "cli/CommandLine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace corvane::cli {
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using Arguments = std::vector<std::string>;
+
+std::variant<Options, Ending> parse(const Arguments &arguments) {
+    return parseCommandLine(arguments, "/shows");
+}
+
+Options accepted(const Arguments &arguments) {
+    auto parsed = parse(arguments);
+    if (auto *ending = std::get_if<Ending>(&parsed)) {
+        ADD_FAILURE() << ending->outcome.message;
+        return {};
+    }
+    return std::get<Options>(parsed);
+}
+
+/// The message of a refused command line.
+std::string refused(const Arguments &arguments) {
+    auto parsed = parse(arguments);
+    const auto *ending = std::get_if<Ending>(&parsed);
+    if (!ending) {
+        ADD_FAILURE() << "was accepted";
+        return {};
+    }
+    EXPECT_EQ(status::wrongUsage, ending->outcome.status);
+    EXPECT_THAT(ending->text, IsEmpty()) << "nothing of a refusal goes to standard output";
+    return ending->outcome.message;
+}
+
+TEST(CommandLine, EveryCommandOfTheContractIsKnown) {
+    EXPECT_EQ(Verb::hosts, accepted({"hosts"}).verb);
+    EXPECT_EQ(Verb::patch, accepted({"patch"}).verb);
+    EXPECT_EQ(Verb::watch, accepted({"watch"}).verb);
+    EXPECT_EQ(Verb::create, accepted({"create", "Gig", "--in", "out"}).verb);
+    EXPECT_EQ(Verb::sync, accepted({"sync", "Gig"}).verb);
+    EXPECT_EQ(Verb::plan, accepted({"plan", "Gig"}).verb);
+    EXPECT_EQ(Verb::signature, accepted({"signature", "Gig"}).verb);
+    EXPECT_EQ(Verb::transport, accepted({"transport"}).verb);
+    EXPECT_EQ(Verb::save, accepted({"save"}).verb);
+    EXPECT_EQ(Verb::marker, accepted({"marker", "Verse"}).verb);
+}
+
+TEST(CommandLine, EveryCommandTakesRehearseAndJson) {
+    for (const Arguments &command : {Arguments{"hosts"},
+                                     {"patch"},
+                                     {"watch"},
+                                     {"create", "Gig", "--in", "out"},
+                                     {"sync", "Gig"},
+                                     {"plan", "Gig"},
+                                     {"signature", "Gig"},
+                                     {"transport"},
+                                     {"save"},
+                                     {"marker", "Verse"}}) {
+        Arguments arguments = command;
+        arguments.insert(arguments.end(), {"--rehearse", "room", "--json"});
+        const Options options = accepted(arguments);
+        EXPECT_EQ("/shows/room", options.rehearsal) << command.front();
+        EXPECT_TRUE(options.json) << command.front();
+    }
+}
+
+TEST(CommandLine, WrongUsageIsRefusedWithOneLine) {
+    for (const Arguments &wrong : {Arguments{},
+                                   {"dance"},
+                                   {"hosts", "--loud"},
+                                   {"hosts", "extra"},
+                                   {"create", "Gig"},
+                                   {"create", "--in", "x"},
+                                   {"sync"},
+                                   {"plan"},
+                                   {"signature"},
+                                   {"marker"},
+                                   {"patch", "--host", "h"},
+                                   {"patch", "--port", "5"},
+                                   {"patch", "--host", "h", "--port", "70000"},
+                                   {"patch", "--host", "h", "--port", "-1"},
+                                   {"patch", "--host", "h", "--port", "x"},
+                                   {"patch", "--format", "xml"},
+                                   {"patch", "--from", "f"},
+                                   {"patch", "--json", "--format", "csv"},
+                                   {"sync", "Gig", "--from", "f", "--host", "h", "--port", "1"},
+                                   {"signature", "Gig", "--from", "f"},
+                                   {"hosts", "--for", "-1"},
+                                   {"hosts", "--for", "nan"},
+                                   {"hosts", "--for", "inf"},
+                                   {"hosts", "--for", "1e12"},
+                                   {"hosts", "--for", "soon"},
+                                   {"hosts", "--rehearse", ""},
+                                   {"sync", ""},
+                                   {"sync", "Gig", "--from", ""},
+                                   {"create", "Gig", "--in", ""},
+                                   {"patch", "--save", ""},
+                                   {"patch", "--host", "", "--port", "1"}}) {
+        const std::string message = refused(wrong);
+        EXPECT_FALSE(message.empty()) << testing::PrintToString(wrong);
+        EXPECT_EQ(std::string::npos, message.find('\n')) << message;
+    }
+}
+
+TEST(CommandLine, AFormatIsOneOfThreeWords) {
+    EXPECT_EQ("--format: xml is not one of table, json, csv", refused({"patch", "--format", "xml"}));
+    EXPECT_EQ("--format: 1 is not one of table, json, csv", refused({"patch", "--format", "1"}));
+}
+
+TEST(CommandLine, ASessionAndAMarkerNeedANameThatIsNotBlank) {
+    EXPECT_EQ("A session needs a name.", refused({"create", " \t\u3000", "--in", "out"}));
+    EXPECT_EQ("A marker needs a name.", refused({"marker", "\u00A0 "}));
+}
+
+TEST(CommandLine, ASessionsNameIsTrimmed) {
+    EXPECT_EQ("Gig 1", accepted({"create", "\u2028 Gig 1\n", "--in", "out"}).name);
+}
+
+TEST(CommandLine, SecondsMayBeFractions) {
+    EXPECT_EQ(std::chrono::milliseconds(250), accepted({"hosts", "--for", "0.25"}).duration);
+    EXPECT_EQ(std::nullopt, accepted({"hosts"}).duration);
+}
+
+TEST(CommandLine, HostAndPortGoTogether) {
+    const auto source = accepted({"sync", "Gig", "--host", "10.0.0.1", "--port", "5000"}).source;
+    EXPECT_EQ("10.0.0.1", source.host);
+    EXPECT_EQ(5000, source.port);
+    EXPECT_EQ(std::nullopt, accepted({"sync", "Gig"}).source.host);
+}
+
+TEST(CommandLine, JsonIsAFormatOfThePatch) {
+    EXPECT_EQ(Format::json, accepted({"patch", "--json"}).format);
+    EXPECT_EQ(Format::csv, accepted({"patch", "--format", "csv"}).format);
+    EXPECT_EQ(Format::json, accepted({"patch", "--format", "json"}).format);
+    EXPECT_EQ(Format::table, accepted({"patch"}).format);
+}
+
+TEST(CommandLine, HelpAndVersionAreResults) {
+    for (const Arguments &arguments : {Arguments{"--help"}, {"create", "--help"}, {"--version"}}) {
+        auto parsed = parse(arguments);
+        const auto *ending = std::get_if<Ending>(&parsed);
+        ASSERT_NE(nullptr, ending);
+        EXPECT_EQ(status::done, ending->outcome.status);
+        EXPECT_THAT(ending->outcome.message, IsEmpty());
+        EXPECT_THAT(ending->text, HasSubstr("corvanectl"));
+    }
+}
+
+TEST(CommandLine, PathsBecomeAbsoluteWithoutASlashAtTheirEnd) {
+    const auto session = [](const std::string &typed) { return accepted({"sync", typed}).session->string(); };
+    EXPECT_EQ("/shows/Gig", session("Gig"));
+    EXPECT_EQ("/shows/Gig", session("Gig/"));
+    EXPECT_EQ("/shows/Gig", session("./Gig//"));
+    EXPECT_EQ("/shows", session("."));
+    EXPECT_EQ("/Sessions/Gig night", session("/Sessions/Gig night/"));
+    EXPECT_EQ("/", session("/"));
+    EXPECT_EQ("/shows/Čaj 🎤", session("Čaj 🎤/"));
+}
+
+TEST(CommandLine, AFolderAboveIsFoundWhereALinkLeads) {
+    const auto options = accepted({"sync", "/proc/self/../version"});
+    EXPECT_EQ("/proc/version", options.session);
+}
+
+} // namespace
+} // namespace corvane::cli

@@ -1,0 +1,424 @@
+#include "tests/cli/CommandTest.h"
+
+#include "lv1/PatchDocument.h"
+
+#include <sstream>
+
+namespace corvane::cli {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::vector<LV1Channel> band{mono("Kick", 0, 1), stereo("OH", 6, 2)};
+const std::vector<std::string> fromHost{"--host", "10.0.0.1", "--port", "5000"};
+
+std::vector<std::string> operator+(std::vector<std::string> left, const std::vector<std::string> &right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+class HostsCommandTest : public CommandTest {};
+class PatchCommandTest : public CommandTest {};
+class WatchCommandTest : public CommandTest {
+protected:
+    std::vector<json> events() const {
+        std::vector<json> list;
+        std::istringstream lines(output.printed);
+        for (std::string line; std::getline(lines, line);)
+            list.push_back(json::parse(line));
+        return list;
+    }
+};
+
+// hosts
+
+TEST_F(HostsCommandTest, ListsBothWaysInOrderOfArrivalAndConnectsToNobody) {
+    begin({"hosts", "--json"});
+    announce("FOH", "10.0.0.1", 5000, "aa:bb");
+    auto resolved = fake.browser->find("Stage", true);
+    announce("FOH", "10.0.0.1", 5000, "aa:bb");
+    fake.browser->find("Broadcast", false);
+    announce("Monitors", "10.0.0.3", 5001, "");
+    fake.browser->resolve(*resolved, "stage.local.", 5002);
+    fake.clock->advance(2999ms);
+    EXPECT_FALSE(ended());
+    fake.clock->advance(1ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status);
+    EXPECT_EQ(json::parse(R"([
+        {"name":"FOH","host":"10.0.0.1","port":5000,"mac":"aa:bb","via":"multicast"},
+        {"name":"Stage","host":"stage.local.","port":5002,"mac":"","via":"bonjour"},
+        {"name":"Broadcast","host":null,"port":null,"mac":"","via":"bonjour"},
+        {"name":"Monitors","host":"10.0.0.3","port":5001,"mac":"","via":"multicast"}])"),
+              printedJson());
+    EXPECT_THAT(fake.network->streams, IsEmpty());
+}
+
+TEST_F(HostsCommandTest, ListensAsLongAsItIsTold) {
+    begin({"hosts", "--for", "0.5"});
+    announce("FOH", "10.0.0.1", 5000, "aa:bb");
+    fake.clock->advance(500ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ("HOST  ADDRESS        MAC    HEARD BY\n"
+              "FOH   10.0.0.1:5000  aa:bb  multicast\n",
+              output.printed);
+}
+
+TEST_F(HostsCommandTest, SaysWhichWayIsUnavailableWhenNothingIsHeard) {
+    fake.multicast->obstacle = "UDP port 13337 is in use by another program.";
+    begin({"hosts"});
+    fake.browser->obstacleText = "no Bonjour daemon";
+    fake.clock->advance(3s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("Multicast: UDP port 13337 is in use by another program.\nBonjour: no Bonjour daemon",
+              outcome->message);
+    EXPECT_THAT(output.printed, IsEmpty());
+}
+
+TEST_F(HostsCommandTest, NothingHeardAndNothingInTheWayIsNoAnswer) {
+    begin({"hosts", "--json"});
+    fake.clock->advance(3s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("No LV1 host was heard.", outcome->message);
+}
+
+TEST_F(HostsCommandTest, AnObstacleDoesNotMatterOnceAHostWasHeard) {
+    begin({"hosts", "--json"});
+    fake.browser->obstacleText = "no Bonjour daemon";
+    announce("FOH", "10.0.0.1", 5000);
+    fake.clock->advance(3s);
+    EXPECT_EQ(status::done, outcome->status);
+}
+
+TEST_F(HostsCommandTest, StopsListeningWhenItIsStopped) {
+    begin({"hosts"});
+    EXPECT_EQ(1U, fake.multicast->openSockets());
+    command->stop();
+    EXPECT_EQ(0U, fake.multicast->openSockets());
+}
+
+// patch
+
+TEST_F(PatchCommandTest, PrintsTheFirstPatchOnceTheConsoleHasBeenSilent) {
+    begin(std::vector<std::string>{"patch", "--json"} + fromHost);
+    EXPECT_EQ("10.0.0.1", stream().host);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(200ms);
+    deliver("/Notify/TrackColor", {0, 1, 0, 1.0F, 0.5F, 0.0F});
+    fake.clock->advance(299ms);
+    EXPECT_FALSE(ended()) << "a colour begins the silence anew";
+    fake.clock->advance(1ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status) << outcome->message;
+    auto coloured = band;
+    coloured[1].red = 1.0F;
+    coloured[1].green = 0.5F;
+    coloured[1].blue = 0.0F;
+    EXPECT_EQ(patchDocument(coloured), output.printed);
+    EXPECT_TRUE(stream().cancelled);
+}
+
+TEST_F(PatchCommandTest, AnyMessageBeginsTheSilenceAnew) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    deliverPatch(band);
+    const std::vector<std::pair<std::string, std::vector<OSCValue>>> messages{
+        {"/ping", {1}},
+        {"/Notify/TrackColor", {2, 0, 0, 1.0F, 0.5F, 0.0F}},
+        {"/Notify/TrackColor", {0, 40, 0, 1.0F, 0.5F, 0.0F}},
+        {"/Notify/Scene/Index", {3}},
+        {"/Notify/Scene/Name", {std::string("Intro")}},
+        {"/handshake", {1}}};
+    for (const auto &[address, values] : messages) {
+        fake.clock->advance(299ms);
+        EXPECT_FALSE(ended()) << "before " << address;
+        deliver(address, values);
+    }
+    fake.clock->advance(299ms);
+    EXPECT_FALSE(ended());
+    fake.clock->advance(1ms);
+    EXPECT_TRUE(ended());
+}
+
+TEST_F(PatchCommandTest, AConsoleThatNeverFallsSilentIsNotWaitedForForEver) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    deliverPatch(band);
+    for (int i = 0; i < 49 && !ended(); ++i) {
+        fake.clock->advance(100ms);
+        deliver("/Notify/TrackColor", {0, 1, 0, 1.0F, 0.5F, static_cast<float>(i)});
+    }
+    EXPECT_FALSE(ended());
+    fake.clock->advance(100ms);
+    EXPECT_TRUE(ended());
+}
+
+TEST_F(PatchCommandTest, PeopleGetATable) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(300ms);
+    EXPECT_EQ("CHANNEL  FORMAT  INPUT  DEVICE     SOURCE      COLOUR\n"
+              "Kick     Mono    1      SoundGrid  Mixer_Ch 1  #3F8CD8\n"
+              "OH       Stereo  7–8    SoundGrid  Mixer_Ch 2  #3F8CD8\n"
+              "2 tracks / 3 inputs\n",
+              output.printed);
+}
+
+TEST_F(PatchCommandTest, CsvIsTheTableOfThePatchFile) {
+    begin(std::vector<std::string>{"patch", "--format", "csv"} + fromHost);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(300ms);
+    EXPECT_EQ(patchTable(band), output.printed);
+}
+
+TEST_F(PatchCommandTest, AnEmptyPatchIsAPatch) {
+    begin(std::vector<std::string>{"patch", "--json"} + fromHost);
+    accept();
+    deliverPatch({});
+    fake.clock->advance(300ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status);
+    EXPECT_EQ(0U, printedJson()["channels"].size());
+}
+
+TEST_F(PatchCommandTest, SaveKeepsAPatchFileAndPrintsAllTheSame) {
+    begin(std::vector<std::string>{"patch", "--save", "kept.json"} + fromHost);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(300ms);
+    EXPECT_EQ(patchDocument(band), fake.folder.read("kept.json"));
+    EXPECT_THAT(output.printed, HasSubstr("Kick"));
+}
+
+TEST_F(PatchCommandTest, AFileThatCannotBeWrittenIsAFailure) {
+    begin(std::vector<std::string>{"patch", "--save", "missing/kept.json"} + fromHost);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(300ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::refused, outcome->status);
+    EXPECT_THAT(outcome->message, HasSubstr("kept.json"));
+    EXPECT_THAT(output.printed, IsEmpty());
+}
+
+TEST_F(PatchCommandTest, AFullStandardOutputIsAFailure) {
+    output.full = true;
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(300ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::refused, outcome->status);
+    EXPECT_EQ("Standard output cannot be written: No space left on device", outcome->message);
+}
+
+TEST_F(PatchCommandTest, AConsoleThatSendsNoPatchGetsTenSeconds) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    fake.clock->advance(9999ms);
+    EXPECT_FALSE(ended());
+    fake.clock->advance(1ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("LV1 conectado. Esperando el patch…", outcome->message);
+}
+
+TEST_F(PatchCommandTest, ForSaysHowLongToWaitForThePatch) {
+    begin(std::vector<std::string>{"patch", "--for", "1"} + fromHost);
+    accept();
+    fake.clock->advance(999ms);
+    EXPECT_FALSE(ended());
+    fake.clock->advance(1ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+}
+
+TEST_F(PatchCommandTest, ANamedHostThatDoesNotEvenRefuseIsSaidNotToAnswer) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    fake.clock->advance(10s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("10.0.0.1 does not answer on port 5000.", outcome->message);
+}
+
+TEST_F(PatchCommandTest, AFailedConnectionEndsItAtOnce) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    stream().fail("Connection refused");
+    fake.clock->run();
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("Connection error: Connection refused", outcome->message);
+}
+
+TEST_F(PatchCommandTest, AConsoleThatClosesEndsIt) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    stream().closeByPeer();
+    fake.clock->run();
+    ASSERT_TRUE(ended());
+    EXPECT_EQ("LV1 closed the connection. Disconnect Tracks Live and press SYNC LV1.", outcome->message);
+}
+
+TEST_F(PatchCommandTest, PortZeroIsNoPort) {
+    begin({"patch", "--host", "10.0.0.1", "--port", "0"});
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("Invalid LV1 port", outcome->message);
+}
+
+TEST_F(PatchCommandTest, ASoleHostHeardByMulticastIsConnectedTo) {
+    begin({"patch"});
+    announce("FOH", "10.0.0.9", 5009);
+    ASSERT_EQ(1U, fake.network->streams.size());
+    EXPECT_EQ("10.0.0.9", stream().host);
+    EXPECT_EQ(5009, stream().port);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(300ms);
+    EXPECT_EQ(status::done, outcome->status);
+}
+
+TEST_F(PatchCommandTest, ASoleHostFoundByBonjourIsConnectedTo) {
+    begin({"patch"});
+    auto service = fake.browser->find("FOH", false);
+    fake.browser->resolve(*service, "foh.local.", 5000);
+    fake.clock->run();
+    ASSERT_EQ(1U, fake.network->streams.size());
+    EXPECT_EQ("foh.local.", stream().host);
+}
+
+TEST_F(PatchCommandTest, SeveralHostsAreForAPersonToChooseFrom) {
+    begin({"patch"});
+    announce("FOH", "10.0.0.9", 5009);
+    announce("Monitors", "10.0.0.8", 5009);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("Several LV1 hosts found. Choose one and press SYNC LV1.", outcome->message);
+}
+
+TEST_F(PatchCommandTest, SeveralBonjourHostsAreForAPersonToChooseFrom) {
+    begin({"patch"});
+    fake.browser->find("FOH", true);
+    fake.browser->find("Monitors", false);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ("Several LV1 hosts found. Choose one and press SYNC LV1.", outcome->message);
+}
+
+TEST_F(PatchCommandTest, WithoutAnyHostTheLastStatusIsTheMessage) {
+    begin({"patch"});
+    fake.clock->advance(10s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("Buscando LV1 V17…", outcome->message);
+}
+
+TEST_F(PatchCommandTest, WithoutAnyHostWhatIsInTheWayComesFirst) {
+    fake.multicast->obstacle = "UDP port 13337 is in use by another program.";
+    begin({"patch"});
+    fake.clock->advance(10s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ("Multicast: UDP port 13337 is in use by another program.", outcome->message);
+}
+
+TEST_F(PatchCommandTest, ShowsPeopleWhatGoesOn) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    EXPECT_THAT(output.shown,
+                ElementsAre("Conectado. Negociando con LV1…", "LV1 conectado. Esperando el patch…"));
+}
+
+TEST_F(PatchCommandTest, StoppedAtAnyMomentItLeavesTheHostAndSaysNothing) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    command->stop();
+    fake.clock->advance(20s);
+    EXPECT_TRUE(stream().cancelled);
+    EXPECT_FALSE(ended());
+    EXPECT_THAT(output.printed, IsEmpty());
+}
+
+// watch
+
+TEST_F(WatchCommandTest, PrintsEveryCallbackAsALine) {
+    begin(std::vector<std::string>{"watch"} + fromHost);
+    accept();
+    deliverPatch({mono("Kick", 0, 1)});
+    deliver("/Notify/Scene/Name", {std::string("Verse \"2\"")});
+    const json channel = json::parse(channelObject(mono("Kick", 0, 1)));
+    EXPECT_THAT(
+        events(),
+        ElementsAre(json{{"event", "connection"}, {"connected", false}},
+                    json{{"event", "status"}, {"text", "Conectado. Negociando con LV1…"}},
+                    json{{"event", "connection"}, {"connected", true}},
+                    json{{"event", "status"}, {"text", "LV1 conectado. Esperando el patch…"}},
+                    json{{"event", "status"}, {"text", "Synced: 1 tracks / 1 inputs"}},
+                    json{{"event", "patch"}, {"signature", "Kick|1|0"}, {"channels", json::array({channel})}},
+                    json{{"event", "channels"}, {"channels", json::array({channel})}},
+                    json{{"event", "scene"}, {"name", "Verse \"2\""}}));
+}
+
+TEST_F(WatchCommandTest, TellsOfHostsAndConnectsAsTheWindowDoes) {
+    begin({"watch"});
+    fake.browser->find("Stage", false);
+    fake.clock->run();
+    announce("FOH", "10.0.0.1", 5000, "aa:bb");
+    EXPECT_THAT(
+        events(),
+        testing::IsSupersetOf(
+            {json{{"event", "status"}, {"text", "Buscando LV1 V17…"}},
+             json::parse(R"({"event":"services","services":[{"name":"Stage","host":null,"port":null}]})"),
+             json{{"event", "status"}, {"text", "LV1 has not published its address yet"}},
+             json::parse(R"({"event":"endpoints","endpoints":
+                                   [{"name":"FOH","host":"10.0.0.1","port":5000,"mac":"aa:bb"}]})"),
+             json{{"event", "status"}, {"text", "LV1 found: FOH"}}}));
+    EXPECT_EQ(1U, fake.network->streams.size());
+}
+
+TEST_F(WatchCommandTest, SaysThatAPersonHasToChooseAmongServices) {
+    begin({"watch"});
+    fake.browser->find("FOH", true);
+    fake.browser->find("Monitors", false);
+    EXPECT_EQ(
+        (json{{"event", "status"}, {"text", "Several LV1 hosts found. Choose one and press SYNC LV1."}}),
+        events().back());
+    EXPECT_FALSE(ended());
+}
+
+TEST_F(WatchCommandTest, GoesOnAfterAFailedConnection) {
+    begin(std::vector<std::string>{"watch"} + fromHost);
+    stream().fail("Connection refused");
+    fake.clock->advance(1h);
+    EXPECT_FALSE(ended());
+}
+
+TEST_F(WatchCommandTest, ItsOwnEndingPrintsNothing) {
+    begin(std::vector<std::string>{"watch", "--for", "2"} + fromHost);
+    accept();
+    fake.clock->advance(2s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status);
+    const std::string before = output.printed;
+    command->stop();
+    fake.clock->run();
+    EXPECT_EQ(before, output.printed);
+}
+
+TEST_F(WatchCommandTest, AReaderThatWentAwayEndsIt) {
+    output.full = true;
+    begin(std::vector<std::string>{"watch"} + fromHost);
+    accept();
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::refused, outcome->status);
+}
+
+} // namespace
+} // namespace corvane::cli

@@ -1,0 +1,115 @@
+#include "tests/cli/CommandTest.h"
+
+#include "osc/OSCCodec.h"
+
+#include <system_error>
+
+namespace corvane::cli {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class RecorderCommandTest : public CommandTest {
+protected:
+    FakeDatagramConnection &surface() { return *fake.network->datagrams.back(); }
+    std::vector<std::string> sentAddresses() {
+        std::vector<std::string> addresses;
+        for (const auto &sent : surface().sent)
+            addresses.push_back(OSCCodec::parse(sent.datagram).value().address);
+        return addresses;
+    }
+    void answer(const std::string &address, const OSCValue &value) {
+        const std::vector<OSCValue> values{value};
+        surface().deliver(OSCCodec::message(address, std::span<const OSCValue>(values)));
+        fake.clock->run();
+    }
+};
+
+TEST_F(RecorderCommandTest, TransportPrintsWhatLiveTraxAnswers) {
+    begin({"transport", "--json"});
+    fake.clock->advance(40ms);
+    EXPECT_THAT(sentAddresses(), ElementsAre("/transport_speed", "/record_enabled", "/is_recording"));
+    answer("/is_recording", std::int32_t{1});
+    answer("/transport_speed", 1.0F);
+    answer("/record_enabled", std::int32_t{1});
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status);
+    EXPECT_EQ((json{{"speed", 1.0}, {"recordEnabled", true}, {"isRecording", true}}), printedJson());
+}
+
+TEST_F(RecorderCommandTest, TransportIsReadableToo) {
+    begin({"transport"});
+    fake.clock->advance(40ms);
+    answer("/transport_speed", 0.0F);
+    answer("/record_enabled", std::int32_t{1});
+    EXPECT_EQ("speed          0.0\nrecord enabled yes\nrecording      no\n", output.printed);
+}
+
+TEST_F(RecorderCommandTest, NoAnswerInTimeIsNoAnswer) {
+    begin({"transport"});
+    fake.clock->advance(2499ms);
+    EXPECT_FALSE(ended());
+    fake.clock->advance(1ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("LiveTrax does not answer.", outcome->message);
+    EXPECT_THAT(output.printed, IsEmpty());
+}
+
+TEST_F(RecorderCommandTest, ATakenReplyPortIsSaidAtOnce) {
+    fake.network->datagramsBecomeReady = false;
+    for (const auto &arguments : {std::vector<std::string>{"transport"}, {"save"}, {"marker", "Verse"}}) {
+        outcome.reset();
+        begin(arguments);
+        surface().fail(std::make_error_code(std::errc::address_in_use).message());
+        fake.clock->run();
+        ASSERT_TRUE(ended()) << arguments.front();
+        EXPECT_EQ(status::noAnswer, outcome->status);
+        EXPECT_EQ("UDP port 8000 is in use by another program.", outcome->message);
+    }
+}
+
+TEST_F(RecorderCommandTest, SaveWaitsUntilItsDatagramHasLeft) {
+    begin({"save", "--json"});
+    EXPECT_FALSE(ended());
+    fake.clock->advance(40ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status);
+    EXPECT_THAT(sentAddresses(), ElementsAre("/save_state"));
+    EXPECT_EQ((json{{"sent", {"/save_state"}}}), printedJson());
+}
+
+TEST_F(RecorderCommandTest, MarkerWaitsForBothOfItsDatagrams) {
+    begin({"marker", " Verse 2\n", "--json"});
+    fake.clock->advance(129ms);
+    EXPECT_FALSE(ended());
+    fake.clock->advance(1ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ((json{{"sent", {"/add_marker", "/marker"}}}), printedJson());
+    EXPECT_EQ(OSCValue(std::string("Verse 2")),
+              OSCCodec::parse(surface().sent.back().datagram).value().values.at(0));
+}
+
+TEST_F(RecorderCommandTest, WhatCouldNotBeSentIsAFailure) {
+    fake.network->datagramsBecomeReady = false;
+    begin({"save"});
+    surface().fail("Network is down");
+    fake.clock->advance(1s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("Network is down", outcome->message);
+}
+
+TEST_F(RecorderCommandTest, StoppedItClosesItsSocket) {
+    begin({"transport"});
+    command->stop();
+    fake.clock->advance(5s);
+    EXPECT_TRUE(surface().cancelled);
+    EXPECT_FALSE(ended());
+}
+
+} // namespace
+} // namespace corvane::cli
