@@ -1,0 +1,32 @@
+#pragma once
+
+#include "app/ButtonLook.h"
+
+#include <QPushButton>
+
+namespace corvane {
+
+/// A large push button with a rounded bezel in a colour of its own; dimmed while disabled.
+class BezelButton : public QPushButton {
+public:
+    explicit BezelButton(const QString &title, QWidget *parent = nullptr);
+
+    /// Also what the button says to those who do not see the colour: `meaning`, as tooltip and for screen
+    /// readers.
+    void setLook(const ButtonLook &newLook, const QString &meaning = {});
+    const ButtonLook &currentLook() const { return look; }
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+
+private:
+    QColor bezel() const;
+
+    ButtonLook look{0.24, 0.24, 0.24, 1.0, ButtonLook::Tint::white};
+};
+
+} // namespace corvane

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "app/BridgeView.h"
+#include "livetrax/remote/LiveTraxOSC.h"
+#include "lv1/LV1Client.h"
+#include "platform/Platform.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvane {
+
+/// The spine of the application: what it knows of the console, of the session and of how far the two agree,
+/// and what it does when the console or the user acts. One exists, as long as the process. Everything here
+/// happens on the main queue, and everything that is put off holds the controller weakly.
+class BridgeController : public std::enable_shared_from_this<BridgeController> {
+public:
+    using Channels = std::vector<LV1Channel>;
+    using Path = std::filesystem::path;
+
+    /// `platform` and `view` outlive the controller.
+    static std::shared_ptr<BridgeController> make(Platform &platform, BridgeView &view);
+
+    // Life of the application
+
+    /// Builds menu and window, finds the session to work on, and starts the network services.
+    void applicationDidFinishLaunching();
+    /// Starts the LiveTrax remote control and the search for consoles; a second call does nothing.
+    void startBridgeServices();
+    /// Stops searching, leaves the console, lets go of LiveTrax.
+    void applicationWillTerminate();
+
+    // What the user does (the window's controls)
+
+    /// SYNC LV1: updates the session when the patch has changed, else connects to the chosen host.
+    void connectSelected();
+    /// Opens or closes the patch view.
+    void togglePatch();
+    void chooseFolder();
+    void showAbout();
+    /// Create LiveTrax Session: makes a session from the synchronised channels and opens LiveTrax on it.
+    void createSession();
+
+    // Session workflows (SessionWorkflows.cpp)
+
+    using Condition = std::function<bool()>;
+    using Completion = std::function<void(bool)>;
+
+    /// Brings the session that LiveTrax works on in line with these channels.
+    void updateActiveSession(const Channels &withChannels, const std::string &signature);
+    /// Rewrites the session while LiveTrax does not run, then reopens LiveTrax on it.
+    void performOfflineUpdate(const Path &sessionURL, const Channels &withChannels,
+                              const std::string &signature);
+    /// Has LiveTrax save, quits it (by force if need be), then updates the session.
+    void closeLiveTraxAndUpdate(std::shared_ptr<RunningApplication> application, const Path &sessionURL,
+                                const Channels &withChannels, const std::string &signature);
+    /// Asks `condition` now and then every 200 ms, up to `attempts` + 1 times, until it holds. `completion`
+    /// gets what the condition says when it is asked once more at the end; it is called from within the
+    /// controller and never once that is gone, so it may use it.
+    void waitUntil(int attempts, Condition condition, Completion completion);
+    /// When the file was last written; none when that cannot be told.
+    static std::optional<std::filesystem::file_time_type> modificationDate(const Path &file);
+    void showUpdateAlert(const std::string &message);
+
+    // State, touched on the main queue alone
+
+    std::shared_ptr<LV1Client> client;
+    std::shared_ptr<LiveTraxOSC> liveTraxOSC;
+    bool bridgeServicesStarted = false;
+    Channels channels;                                 ///< the console's latest, as the table shows them
+    std::vector<std::shared_ptr<NetService>> services; ///< consoles found by Bonjour
+    std::vector<LV1Endpoint> endpoints;                ///< consoles found by multicast
+    bool patchExpanded = false;
+    /// Signature of the patch that the session was built from or accepted for, and the channels that go with
+    /// it.
+    std::optional<std::string> synchronizedPatch;
+    std::optional<Channels> synchronizedChannels;
+    std::optional<std::string> currentPatch; ///< signature of the console's latest patch
+    std::optional<Path> activeSessionURL;    ///< the session folder that the application works on
+    std::optional<std::string> lastScene;
+
+private:
+    BridgeController(Platform &platform, BridgeView &view);
+
+    void buildUI();
+    void wireClient();
+    template <class... Arguments>
+    std::function<void(Arguments...)> reaction(void (BridgeController::*handler)(Arguments...));
+
+    void statusChanged(const std::string &text);
+    void connectionStateChanged(bool connected);
+    void endpointsChanged(const std::vector<LV1Endpoint> &list);
+    void servicesChanged(const std::vector<std::shared_ptr<NetService>> &list);
+    void channelsChanged(const Channels &list);
+    void patchChanged(const Channels &list);
+    void sceneChanged(const std::string &name);
+
+    bool deservesMarker(const std::string &name) const;
+    void recolourSnapshot(const Channels &list);
+    void showPatchTitle();
+    /// The patch counts as synchronised: the button turns green.
+    void showSynchronized();
+    void acceptPatch(const Channels &list, const std::string &signature);
+    void checkTransportAndUpdate(std::shared_ptr<RunningApplication> application, const Path &sessionURL,
+                                 const Channels &withChannels, const std::string &signature);
+
+    Platform &platform;
+    BridgeView &view;
+};
+
+} // namespace corvane

@@ -1,0 +1,201 @@
+#include "app/ChannelTable.h"
+
+#include "platform/Preconditions.h"
+
+#include <QHeaderView>
+#include <QItemSelectionModel>
+#include <QPainter>
+#include <QScrollBar>
+#include <QStyledItemDelegate>
+
+#include <algorithm>
+
+namespace corvane {
+
+namespace {
+
+constexpr int rowPoints = 24;
+constexpr int swatchSize = 18;
+constexpr QPoint swatchPosition{5, 3};
+constexpr qreal swatchRadius = 4;
+
+const QString colorColumn = QStringLiteral("color");
+
+/// Draws the colour of a channel as a rounded square.
+class SwatchDelegate : public QStyledItemDelegate {
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    void paint(QPainter *painter, const QStyleOptionViewItem &option,
+               const QModelIndex &index) const override {
+        QStyledItemDelegate::paint(painter, option, index);
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(index.data(ChannelTableModel::swatchRole).value<QColor>());
+        const QRect swatch(option.rect.topLeft() + swatchPosition, QSize(swatchSize, swatchSize));
+        painter->drawRoundedRect(swatch, swatchRadius, swatchRadius);
+        painter->restore();
+    }
+};
+
+/// A colour component as Qt takes it; one that is not a number counts as none.
+float component(float value) {
+    return value > 0 ? std::min(value, 1.0F) : 0.0F;
+}
+
+QColor swatchColor(const LV1Channel &channel) {
+    return QColor::fromRgbF(component(channel.red), component(channel.green), component(channel.blue));
+}
+
+} // namespace
+
+const std::vector<ChannelTableModel::Column> &ChannelTableModel::columns() {
+    static const std::vector<Column> all{
+        {"color", "", 28}, {"name", "LV1 Channel", 300}, {"format", "Format", 90}, {"input", "SG Input", 90}};
+    return all;
+}
+
+void ChannelTableModel::setChannels(const std::vector<LV1Channel> &list) {
+    const int before = rowCount();
+    const int after = static_cast<int>(list.size());
+    // The rows that stay are changed in place: the view then keeps its position.
+    if (after > before)
+        beginInsertRows({}, before, after - 1);
+    else if (after < before)
+        beginRemoveRows({}, after, before - 1);
+    channels = list;
+    if (after > before)
+        endInsertRows();
+    else if (after < before)
+        endRemoveRows();
+    if (const int kept = std::min(before, after); kept > 0)
+        emit dataChanged(index(0, 0), index(kept - 1, columnCount() - 1));
+}
+
+int ChannelTableModel::rowCount(const QModelIndex &parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(channels.size());
+}
+
+int ChannelTableModel::columnCount(const QModelIndex &parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(columns().size());
+}
+
+QString ChannelTableModel::cellText(const QString &identifier, const LV1Channel &channel) {
+    if (identifier == colorColumn)
+        return {};
+    if (identifier == QLatin1String("name"))
+        return QString::fromStdString(channel.name());
+    if (identifier == QLatin1String("format"))
+        return QString::fromStdString(channel.format());
+    return QString::fromStdString(channel.inputText());
+}
+
+std::pair<std::string, std::int32_t> ChannelTableModel::source(int row) const {
+    const LV1Channel &channel = channels.at(static_cast<std::size_t>(row));
+    return {channel.sourceType(), channel.sourceIndex()};
+}
+
+QVariant ChannelTableModel::data(const QModelIndex &index, int role) const {
+    if (!index.isValid())
+        return {};
+    if (index.row() >= rowCount())
+        preconditionFailure("a table row without a channel");
+    const LV1Channel &channel = channels[static_cast<std::size_t>(index.row())];
+    const QString identifier = headerData(index.column(), Qt::Horizontal, identifierRole).toString();
+    switch (role) {
+    case Qt::DisplayRole:
+        return cellText(identifier, channel);
+    case Qt::ToolTipRole:
+        return identifier == QLatin1String("name") ? cellText(identifier, channel) : QVariant();
+    case Qt::AccessibleTextRole:
+        return identifier == colorColumn ? "Colour " + swatchColor(channel).name()
+                                         : cellText(identifier, channel);
+    case swatchRole:
+        return swatchColor(channel);
+    default:
+        return {};
+    }
+}
+
+QVariant ChannelTableModel::headerData(int section, Qt::Orientation orientation, int role) const {
+    if (orientation != Qt::Horizontal || section < 0 || section >= columnCount())
+        return {};
+    const Column &column = columns()[static_cast<std::size_t>(section)];
+    switch (role) {
+    case Qt::DisplayRole:
+        return QString::fromUtf8(column.title);
+    case identifierRole:
+        return QString::fromUtf8(column.identifier);
+    case Qt::AccessibleTextRole:
+        return section == 0 ? QStringLiteral("Colour") : QString::fromUtf8(column.title);
+    case Qt::TextAlignmentRole:
+        return QVariant(Qt::AlignLeft | Qt::AlignVCenter);
+    default:
+        return {};
+    }
+}
+
+ChannelTable::ChannelTable(QWidget *parent) : QTableView(parent), channelModel(new ChannelTableModel(this)) {
+    setModel(channelModel);
+    setItemDelegateForColumn(0, new SwatchDelegate(this));
+    setSelectionBehavior(SelectRows);
+    setSelectionMode(ExtendedSelection);
+    setEditTriggers(NoEditTriggers);
+    setShowGrid(false);
+    setWordWrap(false);
+    setTextElideMode(Qt::ElideRight);
+    setVerticalScrollMode(ScrollPerPixel);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setTabKeyNavigation(false); // Tab goes on to the next control
+    setCornerButtonEnabled(false);
+    verticalHeader()->hide();
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->setDefaultSectionSize(rowPoints);
+    horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
+    horizontalHeader()->setHighlightSections(false);
+    horizontalHeader()->setSectionsClickable(false);
+    horizontalHeader()->setMinimumSectionSize(ChannelTableModel::columns().front().width);
+    for (int column = 0; column < channelModel->columnCount(); ++column)
+        setColumnWidth(column, ChannelTableModel::columns()[static_cast<std::size_t>(column)].width);
+}
+
+void ChannelTable::reload(const std::vector<LV1Channel> &channels) {
+    const int position = verticalScrollBar()->value();
+    const std::vector<Source> selected = selectedSources();
+    channelModel->setChannels(channels);
+    if (!selected.empty())
+        select(selected);
+    verticalScrollBar()->setValue(position);
+}
+
+/// What the selected channels are on the console, so that they can be found again.
+std::vector<ChannelTable::Source> ChannelTable::selectedSources() const {
+    std::vector<Source> sources;
+    for (const QModelIndex &index : selectionModel()->selectedRows())
+        sources.push_back(channelModel->source(index.row()));
+    std::sort(sources.begin(), sources.end());
+    return sources;
+}
+
+void ChannelTable::select(const std::vector<Source> &sources) {
+    QItemSelection selection;
+    for (int row = 0; row < channelModel->rowCount(); ++row)
+        if (std::binary_search(sources.begin(), sources.end(), channelModel->source(row)))
+            selection.select(channelModel->index(row, 0), channelModel->index(row, 0));
+    selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+}
+
+/// Alternating rows reach over the whole width and go on below the last channel.
+void ChannelTable::paintEvent(QPaintEvent *event) {
+    QPainter painter(viewport());
+    const int offset = verticalScrollBar()->value();
+    for (int row = offset / rowPoints; row * rowPoints - offset < viewport()->height(); ++row)
+        painter.fillRect(0, row * rowPoints - offset, viewport()->width(), rowPoints,
+                         row % 2 == 0 ? palette().base() : palette().alternateBase());
+    painter.end();
+    QTableView::paintEvent(event);
+}
+
+} // namespace corvane

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "lv1/LV1Channel.h"
+
+#include <QAbstractTableModel>
+#include <QTableView>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace corvane {
+
+/// The console's channels as rows of a table: a colour swatch, name, width and input.
+class ChannelTableModel : public QAbstractTableModel {
+public:
+    struct Column {
+        const char *identifier;
+        const char *title;
+        int width; ///< points
+    };
+    static const std::vector<Column> &columns();
+    /// Header data of this role is the column's identifier.
+    static constexpr int identifierRole = Qt::UserRole;
+    /// Data of this role is the channel's colour, for any column.
+    static constexpr int swatchRole = Qt::UserRole + 1;
+
+    using QAbstractTableModel::QAbstractTableModel;
+
+    void setChannels(const std::vector<LV1Channel> &list);
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    int columnCount(const QModelIndex &parent = {}) const override;
+    /// Nothing for no index; a row outside the channels stops the program.
+    QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
+
+    /// What the channel of a row is on the console: the kind of source and its number.
+    std::pair<std::string, std::int32_t> source(int row) const;
+
+    /// The text of a cell: that of the input column for any identifier but "color", "name" and "format".
+    static QString cellText(const QString &identifier, const LV1Channel &channel);
+
+private:
+    std::vector<LV1Channel> channels;
+};
+
+/// The table itself. Reloading it keeps where it was scrolled to and which channels were selected.
+class ChannelTable : public QTableView {
+public:
+    explicit ChannelTable(QWidget *parent = nullptr);
+
+    void reload(const std::vector<LV1Channel> &channels);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    using Source = std::pair<std::string, std::int32_t>;
+
+    std::vector<Source> selectedSources() const;
+    void select(const std::vector<Source> &sources);
+
+    ChannelTableModel *channelModel;
+};
+
+} // namespace corvane

@@ -1,0 +1,14 @@
+#pragma once
+
+namespace corvane {
+
+// What the desktop wants of an application beyond what Qt does for it. Called on the main thread, once the
+// application object exists.
+
+/// An ordinary application in the dark appearance, also in what the system itself draws.
+void prepareDesktop();
+
+/// Brings the application in front of all others, where a window cannot do so for itself.
+void bringApplicationToFront();
+
+} // namespace corvane

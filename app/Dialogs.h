@@ -1,0 +1,27 @@
+#pragma once
+
+#include "app/BridgeView.h"
+
+#include <QIcon>
+
+#include <functional>
+#include <optional>
+
+class QWidget;
+
+namespace corvane {
+
+// The dialogues of the window. All of them return at once; what the user decides comes back through the
+// callback, unless the parent goes away first.
+
+/// A modal alert. Closing it without a choice counts as its last button.
+void openAlert(QWidget *parent, const Alert &alert, std::function<void(std::size_t button)> answered);
+
+/// Lets the user choose or make a folder, starting from `current` where that exists.
+void openFolderChooser(QWidget *parent, const std::filesystem::path &current,
+                       std::function<void(std::optional<std::filesystem::path>)> chosen);
+
+/// The About panel: the system's own where it has one. A second call brings the open one to the front.
+void openAbout(QWidget *parent, const QIcon &icon);
+
+} // namespace corvane

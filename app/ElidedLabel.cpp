@@ -1,0 +1,58 @@
+#include "app/ElidedLabel.h"
+
+#include <QEvent>
+#include <QHelpEvent>
+#include <QPainter>
+#include <QToolTip>
+
+namespace corvane {
+
+namespace {
+
+/// A label shows one line: what the console sends may hold line breaks.
+QString oneLine(QString text) {
+    for (QChar &letter : text)
+        if (letter == u'\n' || letter == u'\r' || letter == QChar::LineSeparator ||
+            letter == QChar::ParagraphSeparator)
+            letter = u' ';
+    return text;
+}
+
+} // namespace
+
+ElidedLabel::ElidedLabel(const QString &text, QWidget *parent) : QLabel(text, parent) {
+    setTextFormat(Qt::PlainText);
+    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+}
+
+void ElidedLabel::setDetail(const QString &text) {
+    detail = text;
+    setAccessibleDescription(text);
+}
+
+QString ElidedLabel::elidedText() const {
+    return fontMetrics().elidedText(oneLine(text()), Qt::ElideRight, contentsRect().width());
+}
+
+bool ElidedLabel::isElided() const {
+    return elidedText() != oneLine(text());
+}
+
+bool ElidedLabel::event(QEvent *event) {
+    if (event->type() != QEvent::ToolTip)
+        return QLabel::event(event);
+    const QString tip = !detail.isEmpty() ? detail : isElided() ? text() : QString();
+    // Names on the console may look like markup.
+    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
+                       tip.isEmpty() ? tip : "<p style='white-space:pre'>" + tip.toHtmlEscaped() + "</p>",
+                       this);
+    return true;
+}
+
+void ElidedLabel::paintEvent(QPaintEvent *) {
+    QPainter painter(this);
+    painter.setPen(palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()));
+    painter.drawText(contentsRect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, elidedText());
+}
+
+} // namespace corvane

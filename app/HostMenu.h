@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QComboBox>
+
+namespace corvane {
+
+/// The menu of hosts, as large and as round as the buttons beside it. A long name is cut off at its end.
+class HostMenu : public QComboBox {
+public:
+    explicit HostMenu(QWidget *parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    /// Turning the wheel over the window must not choose another console by accident.
+    void wheelEvent(QWheelEvent *event) override;
+};
+
+} // namespace corvane

@@ -1,0 +1,299 @@
+#include "app/MainWindow.h"
+
+#include "app/BezelButton.h"
+#include "app/BridgeController.h"
+#include "app/ChannelTable.h"
+#include "app/ElidedLabel.h"
+#include "app/HostMenu.h"
+#include "app/Look.h"
+
+#include <QApplication>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QScreen>
+#include <QStyle>
+#include <QVBoxLayout>
+
+#include <algorithm>
+
+namespace corvane {
+
+namespace {
+
+// Sizes in points
+
+constexpr int contentWidth = 760;
+constexpr int contentHeight = 370;
+constexpr int minimumContentHeight = 350;
+constexpr int maximumContentHeight = 650;
+constexpr int menuBarHeight = 24;
+constexpr int sideMargin = 20;
+constexpr int endMargin = 18;
+constexpr int rowSpacing = 10;
+constexpr int hostSpacing = 12;
+constexpr int iconPoints = 38;
+constexpr int popupWidth = 340;
+constexpr int fieldsHeight = 58;
+constexpr int fieldsWidth = 500;
+constexpr int fieldHeight = 26;
+
+constexpr auto waitingForSync = "PATCH LV1 · waiting for sync  ▸";
+constexpr auto searchingItem = "Buscando en la red SoundGrid…";
+constexpr auto subtitleText = "ONLINE INTEGRATION · PATCH / NAMES / COLORS";
+
+void setTextColor(QWidget &widget, const QColor &color) {
+    QPalette palette = widget.palette();
+    palette.setColor(QPalette::WindowText, color);
+    widget.setPalette(palette);
+}
+
+QLabel *label(const char *text, int points, const QColor &color, QFont::Weight weight = QFont::Normal) {
+    auto *made = new QLabel(QString::fromUtf8(text));
+    made->setFont(look::font(points, weight));
+    setTextColor(*made, color);
+    return made;
+}
+
+QHBoxLayout *row(QWidget *holder, int spacing) {
+    auto *layout = new QHBoxLayout(holder);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(spacing);
+    return layout;
+}
+
+QFrame *separator() {
+    auto *line = new QFrame;
+    line->setObjectName(QStringLiteral("separator"));
+    line->setFixedHeight(1);
+    return line;
+}
+
+} // namespace
+
+MainWindow::MainWindow(const BundleResources &resources, const QString &rehearsalFolder)
+    : resources(resources), rehearsalFolder(rehearsalFolder) {
+    makeControls();
+    nameControls();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::makeControls() {
+    status = new ElidedLabel(QStringLiteral("Starting…"), this);
+    scene = new ElidedLabel(QStringLiteral("Scene: —"), this);
+    devicePopup = new HostMenu(this);
+    connectButton = new BezelButton(QStringLiteral("SYNC LV1"), this);
+    sessionNameField = new QLineEdit(QStringLiteral("LV1 Session"), this);
+    outputPathField = new QLineEdit(this);
+    chooseButton = new BezelButton(QStringLiteral("Choose…"), this);
+    channelScroll = new QFrame(this);
+    table = new ChannelTable(channelScroll);
+    patchButton = new QPushButton(QString::fromUtf8(waitingForSync), this);
+    syncButton = new BezelButton(QStringLiteral("Create LiveTrax Session"), this);
+}
+
+/// Object names for tests and scripts, accessible names for screen readers.
+void MainWindow::nameControls() {
+    const auto name = [](QWidget *control, const char *objectName, const char *accessibleName = nullptr) {
+        control->setObjectName(QString::fromUtf8(objectName));
+        if (accessibleName != nullptr)
+            control->setAccessibleName(QString::fromUtf8(accessibleName));
+    };
+    name(this, "window");
+    name(status, "statusLabel"); // labels speak their text
+    name(scene, "sceneLabel");
+    name(devicePopup, "devicePopup", "LV1 host");
+    name(connectButton, "connectButton", "SYNC LV1");
+    name(sessionNameField, "sessionName", "Session name");
+    name(outputPathField, "outputPath", "Save in folder");
+    name(chooseButton, "chooseButton", "Choose the folder to save in");
+    name(table, "table", "LV1 channels");
+    name(channelScroll, "channelScroll");
+    name(patchButton, "patchButton");
+    name(syncButton, "syncButton", "Create LiveTrax Session");
+}
+
+void MainWindow::buildUI() {
+    setWindowTitle(QStringLiteral("Corvane"));
+    setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                   Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint |
+                   Qt::MSWindowsFixedSizeDialogHint);
+    setStyleSheet(look::styleSheet());
+
+    auto *content = new QWidget;
+    content->setObjectName(QStringLiteral("content"));
+    auto *rows = new QVBoxLayout(content);
+    rows->setContentsMargins(sideMargin, endMargin, sideMargin, endMargin);
+    rows->setSpacing(rowSpacing);
+    rows->addWidget(headerRow());
+    rows->addWidget(subtitle());
+    rows->addWidget(separator());
+    rows->addStretch(1);
+    rows->addWidget(hostRow());
+    rows->addWidget(status);
+    rows->addWidget(patchButton);
+    rows->addWidget(channelScroll);
+    rows->addStretch(1);
+    rows->addWidget(sessionFields());
+    rows->addWidget(bottomRow());
+    setCentralWidget(content);
+
+    status->setFont(look::font(13));
+    setTextColor(*status, look::grey(look::statusGrey));
+    patchButton->setFont(look::font(12));
+    auto *scrollRows = new QVBoxLayout(channelScroll);
+    scrollRows->setContentsMargins(1, 1, 1, 1);
+    scrollRows->addWidget(table);
+    channelScroll->hide();
+
+    connectControls();
+    setFocusOrder();
+    limitSize();
+    show();
+    bringToFront();
+}
+
+void MainWindow::limitSize() {
+    const int menu = menuHeight();
+    if (menu > 0)
+        menuBar()->setFixedHeight(menu);
+    setMinimumSize(contentWidth, minimumContentHeight + menu);
+    setMaximumSize(contentWidth, maximumContentHeight + menu);
+    targetHeight = contentHeight + menu;
+    resize(contentWidth, targetHeight);
+    if (const QScreen *display = screen()) {
+        QRect frame = rect();
+        frame.moveCenter(display->availableGeometry().center());
+        setGeometry(frame);
+    }
+}
+
+int MainWindow::menuHeight() const {
+    // Asking for the menu bar would make one: on macOS, where the screen has it, that would replace it.
+    const auto *bar = qobject_cast<QMenuBar *>(menuWidget());
+    return bar == nullptr || bar->isNativeMenuBar() ? 0 : menuBarHeight;
+}
+
+QWidget *MainWindow::headerRow() {
+    auto *holder = new QWidget;
+    auto *columns = row(holder, 10);
+    auto *icon = new QLabel;
+    icon->setObjectName(QStringLiteral("icon"));
+    icon->setFixedSize(iconPoints, iconPoints);
+    icon->setPixmap(QApplication::windowIcon().pixmap(QSize(iconPoints, iconPoints), devicePixelRatio()));
+    columns->addWidget(icon);
+    columns->addWidget(label("CORVANE", 23, look::grey(0.97), QFont::Bold));
+    columns->addWidget(label("for LiveTrax", 23, look::grey(look::captionGrey), QFont::Light));
+    columns->addStretch();
+    return holder;
+}
+
+QLabel *MainWindow::subtitle() {
+    QLabel *made = nullptr;
+    if (rehearsalFolder.isEmpty()) {
+        made = label(subtitleText, 10, look::grey(look::secondaryGrey));
+    } else {
+        made = new ElidedLabel("REHEARSAL · NO REAL CONSOLE, NO REAL LIVETRAX · " + rehearsalFolder);
+        made->setFont(look::font(10, QFont::DemiBold));
+        setTextColor(*made, QColor(242, 166, 13));
+    }
+    made->setObjectName(QStringLiteral("subtitle"));
+    return made;
+}
+
+QWidget *MainWindow::hostRow() {
+    auto *holder = new QWidget;
+    auto *columns = row(holder, hostSpacing);
+    columns->addWidget(label("LV1 HOST", 11, look::grey(look::statusGrey)));
+    devicePopup->setMinimumWidth(popupWidth);
+    devicePopup->addItem(QString::fromUtf8(searchingItem));
+    columns->addWidget(devicePopup, 1);
+    columns->addWidget(connectButton);
+    return holder;
+}
+
+QWidget *MainWindow::sessionFields() {
+    auto *holder = new QWidget;
+    holder->setObjectName(QStringLiteral("sessionFields"));
+    holder->setFixedHeight(fieldsHeight);
+    auto *grid = new QGridLayout(holder);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setHorizontalSpacing(10);
+    grid->setVerticalSpacing(fieldsHeight - 2 * fieldHeight);
+    auto *folder = new QWidget;
+    auto *folderColumns = row(folder, 8);
+    folderColumns->addWidget(outputPathField, 1);
+    folderColumns->addWidget(chooseButton);
+    for (QWidget *field : {static_cast<QWidget *>(sessionNameField), static_cast<QWidget *>(outputPathField),
+                           static_cast<QWidget *>(chooseButton)})
+        field->setFixedHeight(fieldHeight);
+    sessionNameField->setFixedWidth(fieldsWidth);
+    folder->setFixedWidth(fieldsWidth);
+    QLabel *nameCaption = label("Session name:", 13, look::grey(0.9));
+    QLabel *folderCaption = label("Save in:", 13, look::grey(0.9));
+    nameCaption->setBuddy(sessionNameField);
+    folderCaption->setBuddy(outputPathField);
+    grid->addWidget(nameCaption, 0, 0, Qt::AlignRight | Qt::AlignVCenter);
+    grid->addWidget(sessionNameField, 0, 1);
+    grid->addWidget(folderCaption, 1, 0, Qt::AlignRight | Qt::AlignVCenter);
+    grid->addWidget(folder, 1, 1);
+    grid->setColumnStretch(2, 1);
+    return holder;
+}
+
+QWidget *MainWindow::bottomRow() {
+    auto *holder = new QWidget;
+    auto *columns = row(holder, 12);
+    scene->setFont(look::font(13));
+    setTextColor(*scene, look::grey(look::captionGrey));
+    syncButton->setEnabled(false);
+    syncButton->setLook(redLook,
+                        QStringLiteral("Makes a LiveTrax session with one armed track for each channel and "
+                                       "opens it. Possible once the console's channels are known."));
+    columns->addWidget(scene, 1);
+    columns->addWidget(syncButton);
+    return holder;
+}
+
+void MainWindow::connectControls() {
+    const auto on = [this](QAbstractButton *button, void (BridgeController::*action)()) {
+        connect(button, &QAbstractButton::clicked, this,
+                [this, action] { tell([action](BridgeController &c) { (c.*action)(); }); });
+    };
+    on(connectButton, &BridgeController::connectSelected);
+    on(patchButton, &BridgeController::togglePatch);
+    on(chooseButton, &BridgeController::chooseFolder);
+    on(syncButton, &BridgeController::createSession);
+
+    connectButton->setLook(redLook);
+    chooseButton->setToolTip(QStringLiteral("Choose the folder that the session is saved in"));
+    patchButton->setToolTip(QStringLiteral("Show or hide the console's channels"));
+    devicePopup->setToolTip(QStringLiteral("The LV1 host that SYNC LV1 connects to"));
+
+    heightAnimation.setParent(this); // to be found by it
+    connect(&heightAnimation, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant &value) { resize(width(), value.toInt()); });
+}
+
+void MainWindow::setFocusOrder() {
+    QWidget *const order[] = {devicePopup,      connectButton,   patchButton,  table,
+                              sessionNameField, outputPathField, chooseButton, syncButton};
+    patchButton->setFocusPolicy(Qt::StrongFocus);
+    for (std::size_t position = 1; position < std::size(order); ++position)
+        setTabOrder(order[position - 1], order[position]);
+    devicePopup->setFocus();
+}
+
+const QIcon &MainWindow::brandIcon() {
+    if (!loadedBrandIcon) {
+        loadedBrandIcon.emplace();
+        if (const auto path = resources.find("AppIcon", "png"))
+            if (const QPixmap image(QString::fromStdString(path->string())); !image.isNull())
+                loadedBrandIcon->addPixmap(image);
+    }
+    return *loadedBrandIcon;
+}
+
+} // namespace corvane

@@ -1,0 +1,114 @@
+#pragma once
+
+#include "app/BridgeView.h"
+#include "platform/StandardFolders.h"
+
+#include <QIcon>
+#include <QMainWindow>
+#include <QVariantAnimation>
+
+#include <memory>
+#include <optional>
+
+class QFrame;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QVBoxLayout;
+
+namespace corvane {
+
+class BezelButton;
+class BridgeController;
+class ChannelTable;
+class ElidedLabel;
+class HostMenu;
+
+/// The one window of the application. It shows what the controller tells it and passes on what the user does.
+/// Main thread only; outlives the controller.
+class MainWindow : public QMainWindow, public BridgeView {
+public:
+    /// `rehearsalFolder`: set in a rehearsal, which the window then says.
+    explicit MainWindow(const BundleResources &resources, const QString &rehearsalFolder = {});
+    ~MainWindow() override;
+
+    /// Who is told what the user does. Set before the window is built.
+    void setController(std::weak_ptr<BridgeController> newController) {
+        controller = std::move(newController);
+    }
+
+    /// The brand icon: "AppIcon.png" of the program's resources. Loaded on first use; null when there is
+    /// none, or none that is an image.
+    const QIcon &brandIcon();
+
+    void useBrandIcon() override;
+    void buildMainMenu() override;
+    void buildUI() override;
+
+    void setStatusLabel(const std::string &text) override;
+    void setStatusDetail(const std::string &text) override;
+    void setSceneLabel(const std::string &text) override;
+    void setDevicePopup(const std::vector<std::string> &titles) override;
+    int selectedDevice() const override;
+    void setConnectButton(const ButtonLook &look, const std::string &meaning) override;
+    std::string sessionName() const override;
+    std::string outputPath() const override;
+    void setOutputPath(const std::string &path) override;
+    void reloadTable(const std::vector<LV1Channel> &channels) override;
+    void setChannelScrollShown(bool shown) override;
+    void setPatchButton(const std::string &title) override;
+    void setSyncButtonEnabled(bool enabled) override;
+
+    void growWindow(int points) override;
+    void bringToFront() override;
+
+    void showAlert(const Alert &alert, std::function<void(std::size_t button)> answered) override;
+    void chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) override;
+    void showAbout() override;
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void makeControls();
+    void nameControls();
+    void connectControls();
+    void setFocusOrder();
+    void limitSize();
+    QWidget *headerRow();
+    QLabel *subtitle();
+    QWidget *hostRow();
+    QWidget *sessionFields();
+    QWidget *bottomRow();
+    void fitChannelScroll();
+    /// Height of the menu bar where it is part of the window.
+    int menuHeight() const;
+    template <class Action>
+    void tell(Action action) const {
+        if (const auto strong = controller.lock())
+            action(*strong);
+    }
+
+    const BundleResources &resources;
+    QString rehearsalFolder;
+    std::weak_ptr<BridgeController> controller;
+    std::optional<QIcon> loadedBrandIcon;
+
+    // Owned by the window as its children
+    ElidedLabel *status;
+    ElidedLabel *scene;
+    HostMenu *devicePopup;
+    BezelButton *connectButton;
+    QLineEdit *sessionNameField;
+    QLineEdit *outputPathField;
+    BezelButton *chooseButton;
+    ChannelTable *table;
+    QFrame *channelScroll;
+    QPushButton *patchButton;
+    BezelButton *syncButton;
+
+    QVariantAnimation heightAnimation;
+    int targetHeight = 0; ///< where the window's height was asked to go
+};
+
+} // namespace corvane

@@ -1,0 +1,157 @@
+// What the controller asks of the window.
+
+#include "app/BezelButton.h"
+#include "app/BridgeController.h"
+#include "app/ChannelTable.h"
+#include "app/Desktop.h"
+#include "app/Dialogs.h"
+#include "app/ElidedLabel.h"
+#include "app/HostMenu.h"
+#include "app/MainMenu.h"
+#include "app/MainWindow.h"
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QResizeEvent>
+#include <QSignalBlocker>
+#include <QStyle>
+
+#include <algorithm>
+#include <utility>
+
+namespace corvane {
+
+namespace {
+
+constexpr int collapsedHeight = 370;
+constexpr int rowSpacing = 10;
+constexpr int tableHeight = 230;
+
+} // namespace
+
+void MainWindow::useBrandIcon() {
+    if (const QIcon &icon = brandIcon(); !icon.isNull())
+        QApplication::setWindowIcon(icon);
+    else if (QApplication::windowIcon().isNull()) // where the system gives programs no icon of their own
+        QApplication::setWindowIcon(style()->standardIcon(QStyle::SP_TitleBarMenuButton));
+}
+
+void MainWindow::buildMainMenu() {
+    buildApplicationMenu(*this, [this] { tell([](BridgeController &c) { c.showAbout(); }); });
+}
+
+void MainWindow::setStatusLabel(const std::string &text) {
+    status->setText(QString::fromStdString(text));
+}
+
+void MainWindow::setStatusDetail(const std::string &text) {
+    status->setDetail(QString::fromStdString(text));
+}
+
+void MainWindow::setSceneLabel(const std::string &text) {
+    scene->setText(QString::fromStdString(text));
+}
+
+/// A host that was selected stays selected while it is in the menu. A console that has come back at another
+/// address is in it twice by the same title: then the position tells them apart.
+void MainWindow::setDevicePopup(const std::vector<std::string> &titles) {
+    const QString before = devicePopup->currentText();
+    const int position = devicePopup->currentIndex();
+    devicePopup->clear();
+    for (const std::string &title : titles) {
+        const QString text = QString::fromStdString(title);
+        devicePopup->addItem(text);
+        devicePopup->setItemData(devicePopup->count() - 1, text, Qt::ToolTipRole);
+    }
+    if (position >= 0 && devicePopup->itemText(position) == before)
+        devicePopup->setCurrentIndex(position);
+    else if (const int same = devicePopup->findText(before, Qt::MatchExactly | Qt::MatchCaseSensitive);
+             same >= 0)
+        devicePopup->setCurrentIndex(same);
+}
+
+int MainWindow::selectedDevice() const {
+    return devicePopup->currentIndex();
+}
+
+void MainWindow::setConnectButton(const ButtonLook &look, const std::string &meaning) {
+    connectButton->setLook(look, QString::fromStdString(meaning));
+}
+
+std::string MainWindow::sessionName() const {
+    return sessionNameField->text().toStdString();
+}
+
+std::string MainWindow::outputPath() const {
+    return outputPathField->text().toStdString();
+}
+
+void MainWindow::setOutputPath(const std::string &path) {
+    outputPathField->setText(QString::fromStdString(path));
+}
+
+void MainWindow::reloadTable(const std::vector<LV1Channel> &channels) {
+    table->reload(channels);
+}
+
+void MainWindow::setChannelScrollShown(bool shown) {
+    fitChannelScroll();
+    channelScroll->setVisible(shown);
+}
+
+void MainWindow::setPatchButton(const std::string &title) {
+    patchButton->setText(QString::fromStdString(title));
+}
+
+void MainWindow::setSyncButtonEnabled(bool enabled) {
+    syncButton->setEnabled(enabled);
+}
+
+void MainWindow::growWindow(int points) {
+    const bool atRest = heightAnimation.state() != QAbstractAnimation::Running;
+    const int reached = std::clamp(targetHeight, minimumHeight(), maximumHeight());
+    // A window manager may have given the window another height since. Where it had less room than was asked
+    // for, shrinking takes back what was asked for.
+    if (atRest && (points > 0 || height() > reached))
+        targetHeight = height();
+    targetHeight += points;
+    heightAnimation.stop();
+    heightAnimation.setDuration(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this));
+    heightAnimation.setEasingCurve(QEasingCurve::InOutQuad);
+    heightAnimation.setStartValue(height());
+    heightAnimation.setEndValue(targetHeight);
+    heightAnimation.start();
+}
+
+/// While the window grows or shrinks, the table has the room that there is so far.
+void MainWindow::fitChannelScroll() {
+    const int room = height() - menuHeight() - collapsedHeight - rowSpacing;
+    channelScroll->setFixedHeight(std::clamp(room, 0, tableHeight));
+}
+
+void MainWindow::resizeEvent(QResizeEvent *event) {
+    fitChannelScroll();
+    QMainWindow::resizeEvent(event);
+}
+
+void MainWindow::bringToFront() {
+    if (isMinimized())
+        showNormal();
+    raise();
+    activateWindow();
+    bringApplicationToFront();
+}
+
+void MainWindow::showAlert(const Alert &alert, std::function<void(std::size_t)> answered) {
+    openAlert(this, alert, std::move(answered));
+}
+
+void MainWindow::chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) {
+    openFolderChooser(this, outputPath(), std::move(chosen));
+}
+
+void MainWindow::showAbout() {
+    openAbout(this, QApplication::windowIcon());
+}
+
+} // namespace corvane

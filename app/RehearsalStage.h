@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/Platform.h"
+
+#include <QProcess>
+
+#include <filesystem>
+
+class QSocketNotifier;
+
+namespace corvane {
+
+/// What a rehearsal needs around the window: a console's stand-in that runs as long as this, and LiveTrax's
+/// stand-in, installed where the rehearsal's LiveTrax is looked for. Main thread only.
+class RehearsalStage : public QObject {
+public:
+    using Path = std::filesystem::path;
+
+    /// The rehearsal that takes place when no folder is named.
+    static Path defaultFolder();
+    /// Makes a music folder below `folder` and puts LiveTrax's stand-in, which lies beside this program (in
+    /// `programs`), in LiveTrax's place. Throws FileError.
+    static void furnish(const Path &folder, const Path &programs);
+
+    /// Starts the console, which announces itself on loopback. Throws FileError when it cannot be started.
+    RehearsalStage(const Platform &platform, const Path &programs);
+    /// Ends the console, and the LiveTrax of the rehearsal if one runs.
+    ~RehearsalStage() override;
+
+    /// Has the console do something: one of the commands that it reads on its standard input.
+    void tellConsole(const QByteArray &command);
+    /// Hands what is typed in the terminal on to the console.
+    void listenToTerminal();
+
+private:
+    void readTerminal(QSocketNotifier *notifier);
+
+    const Platform &platform;
+    QProcess console;
+};
+
+class MainWindow;
+
+/// A menu of what can happen on the console during a rehearsal. Made before the window is built.
+void buildRehearsalMenu(MainWindow &window, RehearsalStage &stage);
+
+} // namespace corvane

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+
+namespace corvane {
+
+/// Turns the signals that ask a program to end (SIGTERM, SIGINT, SIGHUP) into a call on the main thread, so
+/// that a session closed by the system or Ctrl-C in a terminal ends as orderly as Quit. At most one exists.
+class ShutdownSignals : public QObject {
+public:
+    explicit ShutdownSignals(std::function<void()> asked);
+    ~ShutdownSignals() override;
+};
+
+} // namespace corvane

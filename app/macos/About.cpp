@@ -1,0 +1,11 @@
+#include "app/AboutText.h"
+#include "app/Dialogs.h"
+#include "platform/macos/MacApplication.h"
+
+namespace corvane {
+
+void openAbout(QWidget * /*parent*/, const QIcon & /*icon*/) {
+    showStandardAboutPanel(applicationName, aboutCredits, aboutIconSize);
+}
+
+} // namespace corvane

@@ -1,0 +1,99 @@
+#include "app/AboutText.h"
+#include "app/BridgeController.h"
+#include "app/Desktop.h"
+#include "app/Look.h"
+#include "app/MainWindow.h"
+#include "app/QtMainQueue.h"
+#include "app/RehearsalStage.h"
+#include "app/ShutdownSignals.h"
+#include "platform/FolderResources.h"
+#include "platform/Rehearsal.h"
+
+#include <CLI/CLI.hpp>
+#include <QApplication>
+
+#include <exception>
+#include <iostream>
+#include <optional>
+
+namespace {
+
+using namespace corvane;
+using Path = std::filesystem::path;
+
+constexpr int failed = 1;
+constexpr int wrongUsage = 2;
+constexpr int inTheWay = 3;
+
+/// Runs the application until the user, the system or a signal ends it. The members of this list are made in
+/// order and go in the opposite one.
+int runApplication(QApplication &application, const std::optional<Path> &rehearsal) {
+    look::apply(application);
+    prepareDesktop();
+    const ShutdownSignals endAsked([] { QApplication::quit(); });
+    const Path programs = programPath().parent_path();
+    QtMainQueue main;
+    const auto platform = makePlatform(main, {rehearsal});
+    std::unique_ptr<RehearsalStage> stage;
+    if (rehearsal) {
+        RehearsalStage::furnish(platform->folders->applications().parent_path(), programs);
+        stage = std::make_unique<RehearsalStage>(*platform, programs);
+    }
+    MainWindow window(*platform->resources,
+                      rehearsal ? QString::fromStdString(rehearsal->string()) : QString());
+    const auto controller = BridgeController::make(*platform, window);
+    window.setController(controller);
+
+    QObject::connect(&application, &QApplication::aboutToQuit, &window,
+                     [&controller] { controller->applicationWillTerminate(); });
+    if (stage) {
+        buildRehearsalMenu(window, *stage);
+        stage->listenToTerminal();
+    }
+    controller->applicationDidFinishLaunching();
+    return QApplication::exec();
+}
+
+/// The folder of the rehearsal that was asked for, if any.
+std::optional<Path> rehearsalFolder(const CLI::App &options, const std::string &named) {
+    if (options.count("--rehearse") == 0)
+        return std::nullopt;
+    return std::filesystem::absolute(named.empty() ? RehearsalStage::defaultFolder() : Path(named));
+}
+
+} // namespace
+
+int main(int argumentCount, char **arguments) {
+    QApplication::setApplicationName(QString::fromUtf8(applicationName));
+    QApplication::setApplicationVersion(QStringLiteral(CORVANE_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("app.corvane.Corvane"));
+    CLI::App options("Links a Waves eMotion LV1 console with the LiveTrax recorder.");
+    std::string folder;
+    options
+        .add_option("--rehearse", folder,
+                    "Try everything without console and recorder, in FOLDER or one of its own")
+        ->expected(0, 1)
+        ->option_text("[FOLDER]");
+    options.set_version_flag("--version", CORVANE_VERSION);
+    std::optional<QApplication> application;
+    try {
+        // Help needs no display. Then Qt takes its own options, such as -platform, and nothing else may be
+        // left.
+        options.allow_extras();
+        options.parse(argumentCount, arguments);
+        application.emplace(argumentCount, arguments);
+        options.allow_extras(false);
+        options.parse(argumentCount, arguments);
+    } catch (const CLI::ParseError &ending) {
+        return options.exit(ending) == 0 ? 0 : wrongUsage;
+    }
+    try {
+        return runApplication(*application, rehearsalFolder(options, folder));
+    } catch (const PortInUse &obstacle) {
+        std::cerr << obstacle.what() << std::endl;
+        return inTheWay;
+    } catch (const std::exception &error) {
+        std::cerr << error.what() << std::endl;
+        return failed;
+    }
+}

@@ -1,0 +1,165 @@
+#include "app/ChannelTable.h"
+
+#include <QHeaderView>
+#include <QScrollBar>
+#include <QTest>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace corvane {
+
+namespace {
+
+LV1Channel channel(std::string name, std::int32_t input, bool stereo = false) {
+    return {std::move(name), stereo, "Driver", input, "Mixer_Ch", input + 1};
+}
+
+std::vector<LV1Channel> many(std::int32_t count) {
+    std::vector<LV1Channel> list;
+    list.reserve(static_cast<std::size_t>(count));
+    for (std::int32_t number = 0; number < count; ++number)
+        list.push_back(channel("Channel " + std::to_string(number + 1), number));
+    return list;
+}
+
+class ChannelTableTest : public testing::Test {
+protected:
+    ChannelTableTest() {
+        table.resize(720, 230);
+        table.show();
+    }
+    QString cell(int row, int column) const { return table.model()->index(row, column).data().toString(); }
+
+    ChannelTable table;
+};
+
+TEST_F(ChannelTableTest, HasItsFourColumns) {
+    struct Expected {
+        const char *identifier;
+        const char *title;
+        int width;
+    };
+    const std::vector<Expected> expected{
+        {"color", "", 28}, {"name", "LV1 Channel", 300}, {"format", "Format", 90}, {"input", "SG Input", 90}};
+    ASSERT_EQ(table.model()->columnCount(), 4);
+    for (int column = 0; column < 4; ++column) {
+        const Expected &its = expected[static_cast<std::size_t>(column)];
+        EXPECT_EQ(table.model()->headerData(column, Qt::Horizontal, ChannelTableModel::identifierRole),
+                  its.identifier);
+        EXPECT_EQ(table.model()->headerData(column, Qt::Horizontal), its.title);
+        EXPECT_EQ(table.columnWidth(column), its.width);
+    }
+}
+
+TEST_F(ChannelTableTest, StartsWithoutRows) {
+    EXPECT_EQ(table.model()->rowCount(), 0);
+}
+
+TEST_F(ChannelTableTest, ShowsOneRowForEachChannelInOrder) {
+    table.reload({channel("Kick", 9), channel("Keys", 4, true)});
+    ASSERT_EQ(table.model()->rowCount(), 2);
+    EXPECT_EQ(cell(0, 1), "Kick");
+    EXPECT_EQ(cell(0, 2), "Mono");
+    EXPECT_EQ(cell(0, 3), "10");
+    EXPECT_EQ(cell(1, 1), "Keys");
+    EXPECT_EQ(cell(1, 2), "Stereo");
+    EXPECT_EQ(cell(1, 3), "5–6");
+}
+
+TEST_F(ChannelTableTest, AnyOtherIdentifierGetsTheInput) {
+    EXPECT_EQ(ChannelTableModel::cellText("whatever", channel("Kick", 9)), "10");
+}
+
+TEST_F(ChannelTableTest, WithoutAColumnThereIsNothing) {
+    EXPECT_FALSE(table.model()->data(QModelIndex()).isValid());
+    EXPECT_FALSE(table.model()->headerData(4, Qt::Horizontal).isValid());
+}
+
+TEST_F(ChannelTableTest, ARowOutsideTheChannelsStopsTheProgram) {
+    table.reload(many(2));
+    const QModelIndex second = table.model()->index(1, 1);
+    EXPECT_DEATH(
+        {
+            table.reload(many(1));
+            table.model()->data(second);
+        },
+        "");
+}
+
+TEST_F(ChannelTableTest, TheSwatchIsASquareOfTheChannelsColour) {
+    LV1Channel red = channel("Kick", 0);
+    red.red = 1;
+    red.green = 0.2F;
+    red.blue = 0;
+    table.reload({red});
+    const QImage image = table.viewport()->grab().toImage();
+    const QColor expected(255, 51, 0);
+    const QRect swatch(5, 3, 18, 18);
+    EXPECT_EQ(image.pixelColor(swatch.center()), expected);
+    EXPECT_EQ(image.pixelColor(swatch.left(), swatch.center().y()), expected);
+    EXPECT_EQ(image.pixelColor(swatch.right(), swatch.center().y()), expected);
+    EXPECT_NE(image.pixelColor(swatch.left() - 1, swatch.center().y()), expected);
+    EXPECT_NE(image.pixelColor(swatch.right() + 1, swatch.center().y()), expected);
+    EXPECT_NE(image.pixelColor(swatch.topLeft()), expected) << "its corners are round";
+}
+
+TEST_F(ChannelTableTest, AColourThatIsNoNumberIsDrawnAsBlack) {
+    LV1Channel odd = channel("Kick", 0);
+    odd.red = std::numeric_limits<float>::quiet_NaN();
+    odd.green = -1;
+    odd.blue = 7;
+    table.reload({odd});
+    EXPECT_EQ(table.model()->index(0, 0).data(ChannelTableModel::swatchRole).value<QColor>(),
+              QColor::fromRgbF(0, 0, 1));
+}
+
+TEST_F(ChannelTableTest, ALongNameIsWholeOnHover) {
+    table.reload({channel(std::string(300, 'x'), 0)});
+    EXPECT_EQ(table.model()->index(0, 1).data(Qt::ToolTipRole).toString().size(), 300);
+    EXPECT_EQ(table.textElideMode(), Qt::ElideRight);
+}
+
+TEST_F(ChannelTableTest, ScreenReadersAreToldTheColour) {
+    table.reload({channel("Kick", 0)});
+    EXPECT_EQ(table.model()->index(0, 0).data(Qt::AccessibleTextRole), "Colour #408cd9");
+}
+
+TEST_F(ChannelTableTest, KeepsScrollPositionAndSelectionWhenReloaded) {
+    table.reload(many(1000));
+    table.selectRow(500);
+    QTest::qWait(1);
+    table.verticalScrollBar()->setValue(480 * 24);
+    auto list = many(1000);
+    for (LV1Channel &recoloured : list)
+        recoloured.red = 1;
+    table.reload(list);
+    EXPECT_EQ(table.verticalScrollBar()->value(), 480 * 24);
+    ASSERT_EQ(table.selectionModel()->selectedRows().size(), 1);
+    EXPECT_EQ(table.selectionModel()->selectedRows().front().row(), 500);
+}
+
+TEST_F(ChannelTableTest, TheSelectionFollowsAChannelThatMoves) {
+    table.reload(many(5));
+    table.selectRow(2);
+    auto list = many(5);
+    list.insert(list.begin(), channel("New", 77));
+    table.reload(list);
+    ASSERT_EQ(table.selectionModel()->selectedRows().size(), 1);
+    EXPECT_EQ(table.selectionModel()->selectedRows().front().row(), 3);
+    list.erase(list.begin() + 3);
+    table.reload(list);
+    EXPECT_TRUE(table.selectionModel()->selectedRows().isEmpty());
+}
+
+TEST_F(ChannelTableTest, AShorterListKeepsWhatIsLeft) {
+    table.reload(many(1000));
+    table.reload(many(3));
+    EXPECT_EQ(table.model()->rowCount(), 3);
+    table.reload({});
+    EXPECT_EQ(table.model()->rowCount(), 0);
+}
+
+} // namespace
+
+} // namespace corvane

@@ -1,0 +1,503 @@
+#include "tests/app/WindowFixture.h"
+
+#include "app/BezelButton.h"
+#include "app/ElidedLabel.h"
+
+#include <QAccessible>
+#include <QComboBox>
+#include <QDialog>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
+#include <QTimer>
+#include <QToolTip>
+#include <QVariantAnimation>
+
+#include <gmock/gmock.h>
+
+namespace corvane {
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class MainWindowTest : public WindowFixture {
+protected:
+    int menuHeight() const { return window.menuBar()->height(); }
+    void waitForHeight(int content) {
+        EXPECT_TRUE(QTest::qWaitFor([&] { return window.height() == content + menuHeight(); }, 3000))
+            << window.height();
+    }
+    void waitForRestAt(int content) {
+        waitForHeight(content);
+        const auto *animation = window.findChild<QVariantAnimation *>();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return animation->state() == QAbstractAnimation::Stopped; }, 3000));
+        EXPECT_EQ(window.height(), content + menuHeight());
+    }
+    /// Runs the event loop and the action in it; the exit status, 1 when the action does not end the loop.
+    int exitStatusAfter(const std::function<void()> &action) {
+        QTimer deadline;
+        QObject::connect(&deadline, &QTimer::timeout, [] { QApplication::exit(1); });
+        deadline.start(5000);
+        QMetaObject::invokeMethod(&window, action, Qt::QueuedConnection);
+        return QApplication::exec();
+    }
+    /// The colour of a button's bezel as it is painted, beside its text.
+    QColor bezel(const char *button) const {
+        QWidget *widget = control(button);
+        return widget->grab().toImage().pixelColor(widget->width() / 2, 4);
+    }
+    static QColor color(double red, double green, double blue) {
+        return QColor(QColor::fromRgbF(float(red), float(green), float(blue)).rgb());
+    }
+};
+
+// Layout
+
+TEST_F(MainWindowTest, HasItsTitleAndSize) {
+    launch();
+    EXPECT_EQ(window.windowTitle(), "Corvane");
+    EXPECT_EQ(window.centralWidget()->size(), QSize(760, 370));
+    EXPECT_EQ(window.minimumSize(), QSize(760, 350 + menuHeight()));
+    EXPECT_EQ(window.maximumSize(), QSize(760, 650 + menuHeight()));
+    EXPECT_FALSE(window.windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
+    EXPECT_EQ(window.windowFlags() & Qt::WindowMinimizeButtonHint, Qt::WindowMinimizeButtonHint);
+    EXPECT_EQ(window.windowFlags() & Qt::WindowCloseButtonHint, Qt::WindowCloseButtonHint);
+}
+
+TEST_F(MainWindowTest, IsCentredOnTheScreen) {
+    launch();
+    const QPoint centre = window.screen()->availableGeometry().center();
+    EXPECT_LE((window.geometry().center() - centre).manhattanLength(), 2);
+}
+
+TEST_F(MainWindowTest, TheControlsStartAsTheyShould) {
+    launch();
+    EXPECT_EQ(control<QLabel>("sceneLabel")->text(), "Scene: —");
+    EXPECT_EQ(control<QComboBox>("devicePopup")->currentText(), "Buscando en la red SoundGrid…");
+    EXPECT_GE(control("devicePopup")->width(), 340);
+    EXPECT_EQ(text("connectButton"), "SYNC LV1");
+    EXPECT_EQ(control<QLineEdit>("sessionName")->text(), "LV1 Session");
+    EXPECT_EQ(control<QLineEdit>("outputPath")->text().toStdString(), fakes.folders->musicFolder->string());
+    EXPECT_EQ(text("patchButton"), "PATCH LV1 · waiting for sync  ▸");
+    EXPECT_EQ(text("syncButton"), "Create LiveTrax Session");
+    EXPECT_FALSE(control("syncButton")->isEnabled());
+    EXPECT_FALSE(control("channelScroll")->isVisible());
+    EXPECT_EQ(control("sessionFields")->height(), 58);
+    EXPECT_EQ(control("sessionName")->width(), 500);
+    EXPECT_EQ(control<QLabel>("subtitle")->text(), "ONLINE INTEGRATION · PATCH / NAMES / COLORS");
+}
+
+TEST_F(MainWindowTest, TheStatusIsStartingBeforeAnythingIsSaid) {
+    EXPECT_EQ(control<QLabel>("statusLabel")->text(), "Starting…");
+}
+
+TEST_F(MainWindowTest, KeepsTheStatedMargins) {
+    launch();
+    EXPECT_EQ(control("connectButton")->mapTo(window.centralWidget(), QPoint(0, 0)).x() +
+                  control("connectButton")->width(),
+              740);
+    EXPECT_EQ(control("statusLabel")->x(), 20);
+    EXPECT_EQ(control("icon")->mapTo(window.centralWidget(), QPoint(0, 0)), QPoint(20, 18));
+    EXPECT_EQ(control("syncButton")->mapTo(window.centralWidget(), QPoint(0, 0)).y() +
+                  control("syncButton")->height(),
+              370 - 18);
+}
+
+TEST_F(MainWindowTest, ARehearsalSaysSoUnderTheTitleAlone) {
+    MainWindow rehearsing(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
+    const auto its = BridgeController::make(fakes.platform, rehearsing);
+    rehearsing.setController(its);
+    its->applicationDidFinishLaunching();
+    EXPECT_EQ(rehearsing.windowTitle(), "Corvane");
+    EXPECT_TRUE(rehearsing.findChild<QLabel *>("subtitle")->text().startsWith("REHEARSAL"));
+}
+
+// Colours
+
+TEST_F(MainWindowTest, TheButtonsAreRedUntilTheLinkSaysOtherwise) {
+    launch();
+    EXPECT_EQ(bezel("connectButton"), color(0.88, 0.04, 0.04));
+    consoleSendsPatch(channels(1));
+    EXPECT_EQ(bezel("connectButton"), color(0.1, 0.68, 0.25));
+    EXPECT_EQ(bezel("syncButton"), color(0.88, 0.04, 0.04));
+    consoleSendsPatch(channels(2));
+    EXPECT_EQ(bezel("connectButton"), color(0.95, 0.65, 0.05));
+    controller->client->onConnectionState(false);
+    EXPECT_EQ(bezel("connectButton"), color(0.88, 0.04, 0.04));
+}
+
+TEST_F(MainWindowTest, TheBackgroundIsNearBlack) {
+    launch();
+    EXPECT_EQ(window.grab().toImage().pixelColor(5, window.height() - 5), color(0.105, 0.105, 0.105));
+}
+
+// Patch view
+
+TEST_F(MainWindowTest, OpeningThePatchViewGrowsTheWindowAndShowsTheTable) {
+    launch();
+    const QPoint corner = window.pos();
+    click("patchButton");
+    EXPECT_TRUE(control("channelScroll")->isVisible());
+    EXPECT_EQ(text("patchButton"), "PATCH LV1 · 0 tracks ▾");
+    waitForHeight(610);
+    EXPECT_EQ(window.pos(), corner);
+    EXPECT_EQ(control("channelScroll")->height(), 230);
+}
+
+TEST_F(MainWindowTest, OpeningAndClosingReturnsTheFrameItHad) {
+    launch();
+    const QRect before = window.frameGeometry();
+    click("patchButton");
+    waitForHeight(610);
+    click("patchButton");
+    EXPECT_FALSE(control("channelScroll")->isVisible());
+    waitForHeight(370);
+    EXPECT_EQ(window.frameGeometry(), before);
+}
+
+TEST_F(MainWindowTest, TwoClicksDuringTheAnimationReturnTheFrameItHad) {
+    launch();
+    const QRect before = window.frameGeometry();
+    click("patchButton");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window.height() > before.height() + 10; }, 3000));
+    click("patchButton");
+    waitForHeight(370);
+    EXPECT_EQ(window.frameGeometry(), before);
+    click("patchButton");
+    click("patchButton");
+    click("patchButton");
+    waitForHeight(610);
+}
+
+TEST_F(MainWindowTest, AWindowOfAnotherHeightGrowsAndShrinksFromThatOne) {
+    launch();
+    window.resize(760, 400 + menuHeight());
+    click("patchButton");
+    waitForRestAt(640);
+    click("patchButton");
+    waitForRestAt(400);
+    window.resize(760, 500 + menuHeight());
+    click("patchButton");
+    waitForRestAt(650); // as high as it may be
+    click("patchButton");
+    waitForRestAt(500);
+    click("patchButton");
+    waitForRestAt(650);
+    window.resize(760, 600 + menuHeight()); // the screen has no more room
+    click("patchButton");
+    waitForRestAt(500);
+}
+
+// Hosts
+
+TEST_F(MainWindowTest, TheHostMenuIsRefilledAndKeepsTheChosenHost) {
+    launch();
+    auto *menu = control<QComboBox>("devicePopup");
+    controller->client->onEndpoints({{"FOH", "10.0.0.1", 1, "aa"}, {"MON", "10.0.0.2", 1, "bb"}});
+    EXPECT_EQ(menu->count(), 2);
+    EXPECT_EQ(menu->currentIndex(), 0);
+    menu->setCurrentIndex(1);
+    controller->client->onEndpoints(
+        {{"FOH", "10.0.0.1", 1, "aa"}, {"MON", "10.0.0.2", 1, "bb"}, {"BC", "10.0.0.3", 1, "cc"}});
+    EXPECT_EQ(menu->currentText(), "MON  ·  BB");
+}
+
+TEST_F(MainWindowTest, OfTwoAddressesOfOneConsoleTheChosenOneStaysChosen) {
+    launch();
+    const std::vector<LV1Endpoint> twice{{"FOH", "10.0.0.1", 1, "aa"}, {"FOH", "10.0.0.7", 1, "aa"}};
+    controller->client->onEndpoints(twice);
+    control<QComboBox>("devicePopup")->setCurrentIndex(1);
+    controller->client->onEndpoints({twice[0], twice[1], {"MON", "10.0.0.2", 1, "bb"}});
+    EXPECT_EQ(window.selectedDevice(), 1);
+}
+
+TEST_F(MainWindowTest, AnEmptyHostMenuHasNoSelection) {
+    launch();
+    controller->client->onServices({});
+    EXPECT_LT(window.selectedDevice(), 0);
+    click("connectButton");
+    EXPECT_EQ(fakes.browser->searches, 2);
+}
+
+// The user's actions reach the controller
+
+TEST_F(MainWindowTest, SyncConnectsToTheChosenHost) {
+    launch();
+    controller->client->onEndpoints({{"FOH", "10.0.0.1", 1, "aa"}, {"MON", "10.0.0.2", 1, "bb"}});
+    control<QComboBox>("devicePopup")->setCurrentIndex(1);
+    click("connectButton");
+    fakes.clock->run();
+    ASSERT_EQ(fakes.network->streams.size(), 1U);
+    EXPECT_EQ(fakes.network->streams[0]->host, "10.0.0.2");
+}
+
+TEST_F(MainWindowTest, ReturnPressesTheFocusedButton) {
+    launch();
+    control("connectButton")->setFocus();
+    QTest::keyClick(control("connectButton"), Qt::Key_Return);
+    EXPECT_EQ(fakes.browser->searches, 2);
+}
+
+TEST_F(MainWindowTest, CreateTakesTheNameFromItsField) {
+    launch();
+    consoleSendsPatch(channels(1));
+    EXPECT_TRUE(control("syncButton")->isEnabled());
+    control<QLineEdit>("sessionName")->setText("   ");
+    click("syncButton");
+    EXPECT_EQ(window.findChild<QMessageBox *>(), nullptr);
+    control<QLineEdit>("sessionName")->setText("Show");
+    click("syncButton"); // no LiveTrax is installed
+    ASSERT_NE(window.findChild<QMessageBox *>(), nullptr);
+    EXPECT_EQ(window.findChild<QMessageBox *>()->text(), "Could not create the session");
+}
+
+// Alerts
+
+class AlertTest : public MainWindowTest {
+protected:
+    QMessageBox *ask() {
+        window.showAlert({"Update Session", "Path <b>/a</b>", {"Update", "Cancel"}},
+                         [this](std::size_t button) { answers.push_back(button); });
+        auto *box = window.findChild<QMessageBox *>("alert");
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(box));
+        return box;
+    }
+    std::vector<std::size_t> answers;
+};
+
+TEST_F(AlertTest, ShowsItsTextsAsTheyAreAndBlocksTheWindow) {
+    launch();
+    QMessageBox *box = ask();
+    EXPECT_EQ(box->text(), "Update Session");
+    EXPECT_EQ(box->informativeText(), "Path <b>/a</b>");
+    for (const QLabel *label : box->findChildren<QLabel *>())
+        EXPECT_EQ(label->textFormat(), Qt::PlainText);
+    EXPECT_TRUE(box->isModal());
+    EXPECT_EQ(box->defaultButton()->text(), "Update");
+    EXPECT_THAT(answers, IsEmpty()) << "showing it must not wait for the answer";
+}
+
+TEST_F(AlertTest, ReturnChoosesTheDefaultAndEscapeTheLastButton) {
+    launch();
+    QTest::keyClick(ask(), Qt::Key_Return);
+    EXPECT_THAT(answers, ElementsAre(0));
+    QTest::qWait(1); // lets the closed one be deleted
+    QTest::keyClick(ask(), Qt::Key_Escape);
+    EXPECT_THAT(answers, ElementsAre(0, 1));
+}
+
+TEST_F(AlertTest, AClickChoosesItsButton) {
+    launch();
+    for (QAbstractButton *button : ask()->buttons())
+        if (button->text() == "Cancel")
+            QTest::mouseClick(button, Qt::LeftButton);
+    EXPECT_THAT(answers, ElementsAre(1));
+}
+
+TEST_F(AlertTest, AnAlertWithOneButtonIsAnsweredOnceHoweverItIsClosed) {
+    launch();
+    window.showAlert({"Session was not updated", "Because."},
+                     [this](std::size_t b) { answers.push_back(b); });
+    window.findChild<QMessageBox *>("alert")->close();
+    EXPECT_THAT(answers, ElementsAre(0));
+}
+
+// Folder chooser
+
+class FolderTest : public MainWindowTest {
+protected:
+    QFileDialog *open() {
+        click("chooseButton");
+        auto *panel = window.findChild<QFileDialog *>("folderChooser");
+        EXPECT_NE(panel, nullptr);
+        return panel;
+    }
+};
+
+TEST_F(FolderTest, ChoosesFoldersAloneStartingFromTheOneThatIsSet) {
+    launch();
+    QFileDialog *panel = open();
+    EXPECT_EQ(panel->fileMode(), QFileDialog::Directory);
+    EXPECT_TRUE(panel->testOption(QFileDialog::ShowDirsOnly));
+    EXPECT_EQ(panel->directory().absolutePath().toStdString(), fakes.folders->musicFolder->string());
+}
+
+TEST_F(FolderTest, CancellingLeavesThePathAsItWas) {
+    launch();
+    open()->reject();
+    EXPECT_EQ(window.outputPath(), fakes.folders->musicFolder->string());
+}
+
+TEST_F(FolderTest, TheChosenFolderIsShown) {
+    launch();
+    const auto chosen = fakes.folder.path() / "Tour 2026";
+    std::filesystem::create_directories(chosen);
+    QFileDialog *panel = open();
+    panel->selectFile(QString::fromStdString(chosen.string()));
+    panel->findChild<QLineEdit *>("fileNameEdit")->setText(QString::fromStdString(chosen.string()));
+    static_cast<QDialog *>(panel)->accept();
+    EXPECT_EQ(window.outputPath(), chosen.string());
+}
+
+// About, menu, icon
+
+TEST_F(MainWindowTest, AboutNamesProgramVersionAndCredits) {
+    launch();
+    controller->showAbout();
+    auto *about = window.findChild<QDialog *>("about");
+    ASSERT_NE(about, nullptr);
+    QStringList texts;
+    for (const QLabel *label : about->findChildren<QLabel *>())
+        texts << label->text();
+    EXPECT_TRUE(texts.contains("Corvane"));
+    EXPECT_TRUE(texts.join('\n').contains("Version 1.2.3"));
+    EXPECT_TRUE(texts.join('\n').contains("ONLINE INTEGRATION FOR EMOTION LV1 + LIVETRAX\n\n"));
+    controller->showAbout();
+    EXPECT_EQ(window.findChildren<QDialog *>("about").size(), 1);
+}
+
+TEST_F(MainWindowTest, TheMenuHoldsItsItemsInOrder) {
+    launch();
+    ASSERT_EQ(window.menuBar()->actions().size(), 1);
+    std::vector<std::pair<std::string, std::string>> items;
+    for (const QAction *item : window.menuBar()->actions().front()->menu()->actions())
+        items.emplace_back(item->text().toStdString(), item->shortcut().toString().toStdString());
+    using Item = std::pair<std::string, std::string>;
+    EXPECT_THAT(items, ElementsAre(Item("About Corvane…", ""), Item("", ""), Item("Hide Corvane", "Ctrl+H"),
+                                   Item("Hide Others", "Ctrl+Alt+H"), Item("Show All", ""), Item("", ""),
+                                   Item("Quit Corvane", "Ctrl+Q")));
+}
+
+TEST_F(MainWindowTest, ClosingTheWindowQuits) {
+    launch();
+    EXPECT_EQ(exitStatusAfter([this] { window.close(); }), 0);
+}
+
+TEST_F(MainWindowTest, QuitInTheMenuQuits) {
+    launch();
+    EXPECT_EQ(
+        exitStatusAfter([this] { window.menuBar()->actions().front()->menu()->actions().back()->trigger(); }),
+        0);
+}
+
+TEST_F(MainWindowTest, AnOpenAlertDoesNotKeepTheProgramFromEnding) {
+    launch();
+    std::vector<std::size_t> answers;
+    window.showAlert({"Update Session", "It will close.", {"Update", "Cancel"}},
+                     [&](std::size_t button) { answers.push_back(button); });
+    EXPECT_EQ(exitStatusAfter([] { QApplication::quit(); }), 0);
+    EXPECT_THAT(answers, ElementsAre(1)) << "an end is no consent";
+}
+
+class IconTest : public MainWindowTest {
+protected:
+    IconTest() { QApplication::setWindowIcon(QIcon()); }
+};
+
+TEST_F(IconTest, TheBrandIconBecomesTheApplicationsAndStandsInTheHeader) {
+    QPixmap image(512, 512);
+    image.fill(Qt::magenta);
+    const std::string path = (fakes.folder.path() / "AppIcon.png").string();
+    ASSERT_TRUE(image.save(QString::fromStdString(path)));
+    fakes.resources->files["AppIcon.png"] = path;
+    launch();
+    EXPECT_EQ(QApplication::windowIcon().pixmap(16, 16).toImage().pixelColor(8, 8), QColor(Qt::magenta));
+    EXPECT_EQ(control<QLabel>("icon")->pixmap().toImage().pixelColor(19, 19), QColor(Qt::magenta));
+    EXPECT_EQ(control("icon")->size(), QSize(38, 38));
+}
+
+TEST_F(IconTest, WithoutABrandIconTheHeaderShowsTheDefaultOne) {
+    launch();
+    EXPECT_TRUE(window.brandIcon().isNull());
+    EXPECT_FALSE(control<QLabel>("icon")->pixmap().isNull());
+}
+
+TEST_F(IconTest, AFileThatIsNoImageIsNoIconAndIsNotTriedAgain) {
+    const auto path = fakes.folder.write("AppIcon.png", "no image");
+    fakes.resources->files["AppIcon.png"] = path;
+    EXPECT_TRUE(window.brandIcon().isNull());
+    QPixmap image(8, 8);
+    image.fill(Qt::magenta);
+    ASSERT_TRUE(image.save(QString::fromStdString(path.string())));
+    EXPECT_TRUE(window.brandIcon().isNull());
+}
+
+// For everyone: keyboard, screen readers, explanations
+
+TEST_F(MainWindowTest, TabVisitsTheControlsFromTopToBottom) {
+    launch();
+    consoleSendsPatch(channels(3));
+    click("patchButton");
+    control("devicePopup")->setFocus();
+    std::vector<std::string> visited;
+    for (int step = 0; step < 8; ++step) {
+        visited.push_back(window.focusWidget()->objectName().toStdString());
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+    }
+    EXPECT_THAT(visited, ElementsAre("devicePopup", "connectButton", "patchButton", "table", "sessionName",
+                                     "outputPath", "chooseButton", "syncButton"));
+}
+
+TEST_F(MainWindowTest, EveryControlHasANameForScreenReaders) {
+    launch();
+    for (const char *name : {"statusLabel", "sceneLabel", "devicePopup", "connectButton", "sessionName",
+                             "outputPath", "chooseButton", "table", "patchButton", "syncButton"}) {
+        QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(control(name));
+        ASSERT_NE(spoken, nullptr) << name;
+        EXPECT_FALSE(spoken->text(QAccessible::Name).isEmpty()) << name;
+    }
+}
+
+TEST_F(MainWindowTest, AScreenReaderSaysWhatTheColourOfTheButtonMeans) {
+    launch();
+    consoleSendsPatch(channels(1));
+    consoleSendsPatch(channels(2));
+    EXPECT_TRUE(QAccessible::queryAccessibleInterface(control("connectButton"))
+                    ->text(QAccessible::Description)
+                    .startsWith("Amber"));
+    EXPECT_TRUE(control("connectButton")->toolTip().startsWith("Amber"));
+}
+
+TEST_F(MainWindowTest, TheStatusExplainsPendingChangesOnHover) {
+    launch();
+    consoleSendsPatch(channels(1));
+    consoleSendsPatch(channels(2));
+    QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), control("statusLabel")->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(control("statusLabel"), &hover);
+    EXPECT_TRUE(QToolTip::text().contains("“Channel 2” is new, on input 2"))
+        << QToolTip::text().toStdString();
+}
+
+TEST_F(MainWindowTest, ALongStatusIsCutOffAndWholeOnHover) {
+    launch();
+    auto *label = static_cast<ElidedLabel *>(control("statusLabel"));
+    window.setStatusLabel("Short");
+    EXPECT_FALSE(label->isElided());
+    const std::string text(400, 'x');
+    window.setStatusLabel(text);
+    EXPECT_TRUE(label->isElided());
+    EXPECT_EQ(label->text().toStdString(), text);
+    EXPECT_EQ(window.width(), 760);
+    QHelpEvent hover(QEvent::ToolTip, QPoint(5, 5), label->mapToGlobal(QPoint(5, 5)));
+    QApplication::sendEvent(label, &hover);
+    EXPECT_TRUE(QToolTip::text().contains(QString::fromStdString(text)));
+}
+
+TEST_F(MainWindowTest, ALongSceneNameAndALongHostNameDoNotWidenTheWindow) {
+    launch();
+    window.setSceneLabel("Scene: " + std::string(400, 'x'));
+    window.setDevicePopup({std::string(400, 'y')});
+    QTest::qWait(1);
+    EXPECT_EQ(window.width(), 760);
+    EXPECT_EQ(control("syncButton")->mapTo(&window, QPoint(0, 0)).x() + control("syncButton")->width(), 740);
+}
+
+} // namespace
+
+} // namespace corvane

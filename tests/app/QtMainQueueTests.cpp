@@ -1,0 +1,145 @@
+#include "app/QtMainQueue.h"
+#include "app/ShutdownSignals.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+#include <QTimer>
+
+#include <csignal>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <thread>
+
+namespace corvane {
+
+namespace {
+
+using std::chrono::milliseconds;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class QtMainQueueTest : public testing::Test {
+protected:
+    Task note(int number) {
+        return [this, number] { ran.push_back(number); };
+    }
+    bool waitFor(std::size_t count) {
+        return QTest::qWaitFor([&] { return ran.size() >= count; }, 5000);
+    }
+
+    QtMainQueue queue;
+    std::vector<int> ran;
+};
+
+TEST_F(QtMainQueueTest, RunsTasksInOrderAndNeverInsideThePost) {
+    queue.post(note(1));
+    queue.post([this] {
+        queue.post(note(4));
+        ran.push_back(2);
+    });
+    queue.post(note(3));
+    EXPECT_THAT(ran, IsEmpty());
+    ASSERT_TRUE(waitFor(4));
+    EXPECT_THAT(ran, ElementsAre(1, 2, 3, 4));
+}
+
+TEST_F(QtMainQueueTest, RunsTasksOfOtherThreadsOnTheMainThread) {
+    std::thread::id ranOn;
+    std::thread other([&] {
+        for (int number = 0; number < 100; ++number)
+            queue.post(note(number));
+        queue.post([&] { ranOn = std::this_thread::get_id(); });
+    });
+    other.join();
+    ASSERT_TRUE(waitFor(100));
+    EXPECT_TRUE(std::is_sorted(ran.begin(), ran.end()));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return ranOn != std::thread::id(); }, 5000));
+    EXPECT_EQ(ranOn, std::this_thread::get_id());
+}
+
+TEST_F(QtMainQueueTest, RunsADelayedTaskNotBeforeItsTime) {
+    const auto start = queue.now();
+    SerialQueue::Clock::time_point end;
+    queue.after(milliseconds(60), [&] {
+        end = queue.now();
+        ran.push_back(1);
+    });
+    queue.after(milliseconds(20), note(0));
+    ASSERT_TRUE(waitFor(2));
+    EXPECT_THAT(ran, ElementsAre(0, 1));
+    EXPECT_GE(end - start, milliseconds(60));
+}
+
+TEST_F(QtMainQueueTest, ADelayedTaskOfAnotherThreadRunsHere) {
+    std::thread([&] { queue.after(milliseconds(10), note(1)); }).join();
+    EXPECT_TRUE(waitFor(1));
+}
+
+TEST_F(QtMainQueueTest, ACancelledTaskDoesNotRunAndIsLetGoOf) {
+    auto held = std::make_shared<int>(0);
+    const DelayedTask task = queue.after(milliseconds(5), [this, held] { ran.push_back(1); });
+    task.cancel();
+    EXPECT_EQ(held.use_count(), 1);
+    queue.after(milliseconds(40), note(2));
+    ASSERT_TRUE(waitFor(1));
+    EXPECT_THAT(ran, ElementsAre(2));
+}
+
+TEST_F(QtMainQueueTest, ATaskIsCancelledEvenWhenItIsAlreadyDue) {
+    DelayedTask second;
+    queue.after(milliseconds(5), [&] {
+        ran.push_back(1);
+        second.cancel();
+    });
+    second = queue.after(milliseconds(5), note(2));
+    QTest::qSleep(20); // both are due by now
+    ASSERT_TRUE(waitFor(1));
+    QTest::qWait(20);
+    EXPECT_THAT(ran, ElementsAre(1));
+}
+
+TEST_F(QtMainQueueTest, ALongRunOfTasksLeavesTheWindowItsTurns) {
+    int turns = 0;
+    QTimer window;
+    QObject::connect(&window, &QTimer::timeout, [&] { ++turns; });
+    window.start(0);
+    for (int number = 0; number < 100; ++number)
+        queue.post([this, number] {
+            const auto end = queue.now() + milliseconds(1);
+            while (queue.now() < end)
+                continue;
+            ran.push_back(number);
+        });
+    ASSERT_TRUE(waitFor(100));
+    EXPECT_GE(turns, 10);
+    EXPECT_TRUE(std::is_sorted(ran.begin(), ran.end()));
+}
+
+TEST_F(QtMainQueueTest, IsTheMainQueue) {
+    EXPECT_EQ(queue.label(), "main");
+}
+
+TEST(ShutdownSignals, EachSignalToEndAsksOnTheMainThread) {
+    int asked = 0;
+    ShutdownSignals watcher([&] { ++asked; });
+    int expected = 0;
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+        raise(signal);
+        EXPECT_EQ(asked, expected) << "not from within the signal handler";
+        ++expected;
+        EXPECT_TRUE(QTest::qWaitFor([&] { return asked == expected; }, 5000));
+    }
+}
+
+TEST(ShutdownSignals, LeavesTheSignalsAsTheyWere) {
+    {
+        ShutdownSignals watcher([] {});
+    }
+    struct sigaction now = {};
+    sigaction(SIGTERM, nullptr, &now);
+    EXPECT_EQ(now.sa_handler, SIG_DFL);
+}
+
+} // namespace
+
+} // namespace corvane

@@ -1,0 +1,79 @@
+#include "app/RehearsalStage.h"
+
+#include "app/MainWindow.h"
+#include "tests/fakes/FakeSystem.h"
+
+#include <QMenu>
+#include <QMenuBar>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace corvane {
+
+namespace {
+
+class RehearsalStageTest : public testing::Test {
+protected:
+    void furnish() const { RehearsalStage::furnish(fakes.folder.path(), fakes.folder.path() / "programs"); }
+    std::string installed() const {
+        return fakes.folder.read("Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3");
+    }
+
+    FakePlatform fakes;
+};
+
+TEST_F(RehearsalStageTest, PutsTheStandInWhereLiveTraxIsLookedFor) {
+    fakes.folder.write("programs/livetrax-sim", "one");
+    furnish();
+    EXPECT_EQ(installed(), "one");
+    const auto place = fakes.folder.path() / "Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3";
+    EXPECT_NE(std::filesystem::status(place).permissions() & std::filesystem::perms::owner_exec,
+              std::filesystem::perms::none);
+    EXPECT_TRUE(std::filesystem::is_directory(fakes.folder.path() / "home/Music"));
+}
+
+TEST_F(RehearsalStageTest, ReplacesTheStandInByANewerOneAlone) {
+    const auto original = fakes.folder.write("programs/livetrax-sim", "one");
+    furnish();
+    fakes.folder.write("Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3", "two"); // as large, and newer
+    furnish();
+    EXPECT_EQ(installed(), "two");
+    fakes.folder.write("programs/livetrax-sim", "three");
+    furnish();
+    EXPECT_EQ(installed(), "three");
+}
+
+TEST_F(RehearsalStageTest, WithoutTheStandInsItSaysWhatIsMissing) {
+    EXPECT_THROW(furnish(), std::exception);
+    EXPECT_THROW(RehearsalStage(fakes.platform, fakes.folder.path() / "programs"), std::exception);
+}
+
+TEST_F(RehearsalStageTest, EndsTheConsoleAndTheRecorderWithIt) {
+    const auto recorder = std::make_shared<FakeRunningApplication>();
+    fakes.applications->running["com.harrisonconsoles.LiveTrax3"] = recorder;
+    { const RehearsalStage stage(fakes.platform, CORVANE_BUILD_BIN); }
+    EXPECT_EQ(recorder->terminateRequests, 1);
+    EXPECT_EQ(recorder->forceRequests, 0);
+}
+
+TEST_F(RehearsalStageTest, ARecorderThatDoesNotEndIsForced) {
+    const auto recorder = std::make_shared<FakeRunningApplication>();
+    recorder->obeysTerminate = false;
+    fakes.applications->running["com.harrisonconsoles.LiveTrax3"] = recorder;
+    { const RehearsalStage stage(fakes.platform, CORVANE_BUILD_BIN); }
+    EXPECT_EQ(recorder->forceRequests, 1);
+}
+
+TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
+    MainWindow window(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
+    RehearsalStage stage(fakes.platform, CORVANE_BUILD_BIN);
+    buildRehearsalMenu(window, stage);
+    ASSERT_EQ(window.menuBar()->actions().size(), 1);
+    EXPECT_EQ(window.menuBar()->actions().front()->text(), "Rehearsal");
+    EXPECT_EQ(window.menuBar()->actions().front()->menu()->actions().size(), 6);
+}
+
+} // namespace
+
+} // namespace corvane
