@@ -1,0 +1,22 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace corvane {
+
+// What the window needs of AppKit itself. Called on the main thread, once the application object exists.
+
+/// An ordinary application, with its icon in the Dock and a menu bar, in the dark appearance.
+void prepareApplication();
+
+/// Brings the application in front of all others.
+void activateApplication();
+
+/// The application's one menu, with exactly these items: About, Hide, Hide Others, Show All, Quit.
+void installApplicationMenu(const std::string &applicationName, std::function<void()> showAbout);
+
+/// The standard About panel: icon, version and build are the bundle's own. Brings the application in front.
+void showStandardAboutPanel(const std::string &applicationName, const std::string &credits, int iconSize);
+
+} // namespace corvane

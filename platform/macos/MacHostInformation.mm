@@ -1,0 +1,21 @@
+#include "platform/UUID.h"
+#include "platform/macos/EthernetAddresses.h"
+#include "platform/macos/MacSystem.h"
+#include "platform/macos/MacText.h"
+
+namespace corvane {
+
+std::optional<std::string> MacHostInformation::localizedName() const {
+    NSString *name = NSHost.currentHost.localizedName;
+    return name ? utf8(name) : std::nullopt;
+}
+
+std::vector<std::string> MacHostInformation::ethernetAddresses() const {
+    return linkLayerEthernetAddresses();
+}
+
+std::string MacHostInformation::makeUUID() const {
+    return makeRandomUUID();
+}
+
+} // namespace corvane

@@ -1,0 +1,95 @@
+// Declarations of just the Foundation classes and selectors that are used, written from Apple's
+// documentation, so that Objective-C++ can be type-checked on Linux. Nothing here is ever linked.
+#pragma once
+
+#include <stddef.h>
+
+typedef signed char BOOL;
+typedef long NSInteger;
+typedef unsigned long NSUInteger;
+typedef double CGFloat;
+typedef NSUInteger NSStringEncoding;
+#define YES ((BOOL)1)
+#define NO ((BOOL)0)
+#define nil nullptr
+enum : NSStringEncoding { NSUTF8StringEncoding = 4 };
+
+@protocol NSObject
+- (BOOL)isKindOfClass:(Class)aClass;
+- (BOOL)respondsToSelector:(SEL)selector;
+@end
+
+@protocol NSCopying
+@end
+
+__attribute__((objc_root_class))
+@interface NSObject<NSObject>
++ (instancetype)alloc;
+- (instancetype)init;
+- (id)copy;
++ (Class)class;
+@end
+
+@interface NSString : NSObject <NSCopying>
+- (instancetype)initWithBytes:(const void *)bytes
+                       length:(NSUInteger)length
+                     encoding:(NSStringEncoding)encoding;
+@property(readonly) const char *UTF8String;
+- (BOOL)isEqualToString:(NSString *)other;
+@end
+
+@interface NSConstantString : NSString
+@end
+
+@interface NSArray<__covariant ObjectType> : NSObject
+@property(readonly) ObjectType firstObject;
+@end
+
+@interface NSDictionary<KeyType, ObjectType> : NSObject
++ (instancetype)dictionaryWithObjects:(const ObjectType[])objects
+                              forKeys:(const KeyType<NSCopying>[])keys
+                                count:(NSUInteger)count;
+@end
+
+@interface NSMutableDictionary<KeyType, ObjectType> : NSDictionary <KeyType, ObjectType>
++ (instancetype)dictionary;
+- (void)setObject:(ObjectType)object forKeyedSubscript:(KeyType<NSCopying>)key;
+@end
+
+@interface NSURL : NSObject
+@property(readonly) NSString *path;
+@end
+
+@interface NSBundle : NSObject
+@property(class, readonly) NSBundle *mainBundle;
+@property(readonly) NSString *bundleIdentifier;
+- (id)objectForInfoDictionaryKey:(NSString *)key;
+@end
+
+typedef NSUInteger NSSearchPathDirectory;
+typedef NSUInteger NSSearchPathDomainMask;
+enum : NSSearchPathDirectory { NSMusicDirectory = 18 };
+enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
+
+@interface NSFileManager : NSObject
+@property(class, readonly) NSFileManager *defaultManager;
+@property(readonly) NSURL *homeDirectoryForCurrentUser;
+- (NSArray<NSURL *> *)URLsForDirectory:(NSSearchPathDirectory)directory
+                             inDomains:(NSSearchPathDomainMask)domains;
+@end
+
+@interface NSUserDefaults : NSObject
+@property(class, readonly) NSUserDefaults *standardUserDefaults;
+- (instancetype)initWithSuiteName:(NSString *)suiteName;
+- (NSString *)stringForKey:(NSString *)key;
+- (void)setObject:(id)value forKey:(NSString *)key;
+@end
+
+@interface NSHost : NSObject
++ (instancetype)currentHost;
+@property(readonly) NSString *localizedName;
+@end
+
+@interface NSAttributedString : NSObject
+- (instancetype)initWithString:(NSString *)text attributes:(NSDictionary<NSString *, id> *)attributes;
+@end
