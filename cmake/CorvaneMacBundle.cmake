@@ -1,0 +1,46 @@
+# Corvane.app, as the install component "bundle":
+#     cmake --install BUILD --component bundle --prefix FOLDER
+# The bundle is put together by these rules on every system, so that its layout can be checked away from a Mac;
+# Qt's libraries, signatures and the notary are added on a Mac alone.
+
+set(CORVANE_MACOS_MINIMUM 13.0 CACHE STRING "The oldest macOS that Corvane.app runs on")
+set(CORVANE_SIGN_IDENTITY "" CACHE STRING "Identity to sign Corvane.app with; empty: not signed")
+set(CORVANE_NOTARY_PROFILE "" CACHE STRING "Keychain profile for the notary; empty: not notarised")
+
+set(bundle_contents Corvane.app/Contents)
+set(only_when_asked COMPONENT bundle EXCLUDE_FROM_ALL)
+if(APPLE)
+    set(only_when_asked COMPONENT bundle)
+endif()
+
+configure_file(${PROJECT_SOURCE_DIR}/packaging/macos/Info.plist.in ${PROJECT_BINARY_DIR}/Info.plist @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/Info.plist DESTINATION ${bundle_contents} ${only_when_asked})
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/macos/PkgInfo DESTINATION ${bundle_contents} ${only_when_asked})
+install(FILES ${PROJECT_SOURCE_DIR}/resources/LiveTraxSeed.template ${PROJECT_SOURCE_DIR}/resources/AppIcon.png
+    ${PROJECT_SOURCE_DIR}/NOTICE DESTINATION ${bundle_contents}/Resources ${only_when_asked})
+
+# corvanectl and the stand-ins beside the window: that is where each looks for the others.
+foreach(program corvane corvanectl lv1-console-sim livetrax-sim)
+    if(TARGET ${program})
+        install(PROGRAMS $<TARGET_FILE:${program}> DESTINATION ${bundle_contents}/MacOS ${only_when_asked})
+    endif()
+endforeach()
+
+# The icon: iconutil is the Mac's own tool, png2icns its free sister.
+find_program(CORVANE_PNG2ICNS png2icns)
+find_program(CORVANE_ICONUTIL iconutil)
+set(icon ${PROJECT_BINARY_DIR}/AppIcon.icns)
+if(CORVANE_ICONUTIL OR CORVANE_PNG2ICNS)
+    add_custom_command(OUTPUT ${icon}
+        COMMAND ${PROJECT_SOURCE_DIR}/packaging/macos/make-icns ${PROJECT_SOURCE_DIR}/resources/AppIcon.png ${icon}
+        DEPENDS ${PROJECT_SOURCE_DIR}/resources/AppIcon.png ${PROJECT_SOURCE_DIR}/packaging/macos/make-icns VERBATIM)
+    add_custom_target(corvane-icon ALL DEPENDS ${icon})
+    install(FILES ${icon} DESTINATION ${bundle_contents}/Resources ${only_when_asked})
+endif()
+
+if(APPLE)
+    find_program(CORVANE_MACDEPLOYQT macdeployqt HINTS ${Qt6_DIR}/../../../bin)
+    configure_file(${PROJECT_SOURCE_DIR}/packaging/macos/finish-bundle.cmake.in
+        ${PROJECT_BINARY_DIR}/finish-bundle.cmake @ONLY)
+    install(SCRIPT ${PROJECT_BINARY_DIR}/finish-bundle.cmake COMPONENT bundle)
+endif()

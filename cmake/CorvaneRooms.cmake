@@ -1,0 +1,74 @@
+# How every room of the tree is built: one target each, alike in warnings, language and include path.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+if(CORVANE_SANITIZE)
+    add_compile_options(-fsanitize=${CORVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${CORVANE_SANITIZE})
+endif()
+
+if(CORVANE_FUZZERS)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+function(corvane_warnings target)
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow=local -Wconversion
+        -Wnon-virtual-dtor -Woverloaded-virtual $<$<CONFIG:Debug>:-Wnull-dereference>)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+        # When optimising, GCC 12 takes std::string's own operator+ for an overlapping copy, and finds null pointers
+        # in Asio that cannot be (hence that warning in debug builds alone).
+        target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Wno-restrict>)
+    endif()
+    if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+        target_compile_options(${target} PRIVATE -Wno-unknown-warning-option)
+    endif()
+    if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        # Sees overlaps in the standard library's own strings when it optimises (GCC bug 105651).
+        target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Wno-restrict>)
+    endif()
+    if(CORVANE_WARNINGS_AS_ERRORS)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+endfunction()
+
+# corvane_room(NAME SOURCES ... [DEPENDS public...] [PRIVATE private...])
+# A static library corvane_NAME with the alias corvane::NAME. Headers are included from the tree's top.
+function(corvane_room name)
+    cmake_parse_arguments(ROOM "" "" "SOURCES;DEPENDS;PRIVATE" ${ARGN})
+    add_library(corvane_${name} STATIC ${ROOM_SOURCES})
+    add_library(corvane::${name} ALIAS corvane_${name})
+    target_include_directories(corvane_${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_link_libraries(corvane_${name} PUBLIC ${ROOM_DEPENDS} PRIVATE ${ROOM_PRIVATE})
+    corvane_warnings(corvane_${name})
+endfunction()
+
+# corvane_program(NAME SOURCES ... DEPENDS ...)
+function(corvane_program name)
+    cmake_parse_arguments(PROGRAM "" "" "SOURCES;DEPENDS" ${ARGN})
+    add_executable(${name} ${PROGRAM_SOURCES})
+    target_link_libraries(${name} PRIVATE ${PROGRAM_DEPENDS})
+    corvane_warnings(${name})
+endfunction()
+
+# corvane_test(NAME SOURCES ... DEPENDS ... [TIMEOUT seconds] [LABELS ...])
+# One GoogleTest program whose every test is a test of ctest, in a process of its own.
+function(corvane_test name)
+    cmake_parse_arguments(TEST "" "TIMEOUT" "SOURCES;DEPENDS;LABELS" ${ARGN})
+    if(NOT TEST_TIMEOUT)
+        set(TEST_TIMEOUT 60)
+    endif()
+    add_executable(${name} ${TEST_SOURCES})
+    target_link_libraries(${name} PRIVATE ${TEST_DEPENDS} GTest::gmock GTest::gtest_main)
+    target_compile_definitions(${name} PRIVATE CORVANE_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data"
+        CORVANE_BUILD_BIN="${PROJECT_BINARY_DIR}/bin")
+    corvane_warnings(${name})
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}")
+endfunction()
