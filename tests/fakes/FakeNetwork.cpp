@@ -1,0 +1,247 @@
+#include "tests/fakes/FakeNetwork.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace corvane {
+
+void FakeStreamConnection::start(ConnectionStateHandler handler) {
+    started = true;
+    stateHandler = std::move(handler);
+}
+
+void FakeStreamConnection::send(Bytes message) {
+    sent.push_back(std::move(message));
+}
+
+void FakeStreamConnection::receive(std::size_t, std::size_t maximum, ReceiveHandler handler) {
+    receiveMaximum = maximum;
+    receiveHandler = std::move(handler);
+    if (!waiting.empty()) {
+        Received first = std::move(waiting.front());
+        waiting.erase(waiting.begin());
+        complete(std::move(first));
+    } else if (cancelled) {
+        complete({{}, false, "Operation canceled"});
+    }
+}
+
+void FakeStreamConnection::cancel() {
+    if (std::exchange(cancelled, true))
+        return;
+    if (receiveHandler)
+        complete({{}, false, "Operation canceled"});
+    changeState(ConnectionState::cancelled);
+    waiting.clear();
+}
+
+void FakeStreamConnection::becomeReady() {
+    changeState(ConnectionState::ready);
+}
+void FakeStreamConnection::fail(const std::string &error) {
+    changeState(ConnectionState::failed, error);
+}
+void FakeStreamConnection::deliver(Bytes data) {
+    complete({std::move(data), false, std::nullopt});
+}
+void FakeStreamConnection::closeByPeer(Bytes lastData) {
+    complete({std::move(lastData), true, std::nullopt});
+}
+
+void FakeStreamConnection::breakOff(const std::string &error) {
+    complete({{}, false, error});
+    changeState(ConnectionState::failed, error);
+}
+
+void FakeStreamConnection::changeState(ConnectionState state, const std::string &error) {
+    queue->post([self = shared_from_this(), state, error] {
+        if (self->stateHandler)
+            self->stateHandler(state, error);
+        if (state == ConnectionState::cancelled)
+            self->stateHandler = nullptr;
+    });
+}
+
+void FakeStreamConnection::complete(Received received) {
+    if (!receiveHandler) {
+        waiting.push_back(std::move(received));
+        return;
+    }
+    queue->post([handler = std::exchange(receiveHandler, nullptr), received = std::move(received)]() mutable {
+        handler(std::move(received));
+    });
+}
+
+void FakeDatagramConnection::start(ConnectionStateHandler handler) {
+    started = true;
+    stateHandler = std::move(handler);
+    currentState = ConnectionState::preparing;
+}
+
+void FakeDatagramConnection::send(Bytes datagram, Task sentHandler) {
+    sent.push_back({std::move(datagram), queue->now()});
+    if (sentHandler)
+        queue->post(std::move(sentHandler));
+}
+
+void FakeDatagramConnection::receiveMessage(ReceiveHandler handler) {
+    receiveHandler = std::move(handler);
+    if (!waiting.empty()) {
+        Received first = std::move(waiting.front());
+        waiting.erase(waiting.begin());
+        complete(std::move(first));
+    } else if (cancelled) {
+        complete({std::nullopt, "Operation canceled"});
+    }
+}
+
+void FakeDatagramConnection::cancel() {
+    if (std::exchange(cancelled, true))
+        return;
+    if (receiveHandler)
+        complete({std::nullopt, "Operation canceled"});
+    changeState(ConnectionState::cancelled);
+    waiting.clear();
+}
+
+void FakeDatagramConnection::becomeReady() {
+    changeState(ConnectionState::ready);
+}
+void FakeDatagramConnection::fail(const std::string &error) {
+    changeState(ConnectionState::failed, error);
+}
+void FakeDatagramConnection::deliver(Bytes datagram) {
+    complete({std::move(datagram), std::nullopt});
+}
+
+void FakeDatagramConnection::failReceive(const std::string &error) {
+    complete({std::nullopt, error});
+    changeState(ConnectionState::failed, error);
+}
+
+void FakeDatagramConnection::changeState(ConnectionState state, const std::string &error) {
+    queue->post([self = shared_from_this(), state, error] {
+        self->currentState = state;
+        if (self->stateHandler)
+            self->stateHandler(state, error);
+        if (state == ConnectionState::cancelled)
+            self->stateHandler = nullptr;
+    });
+}
+
+void FakeDatagramConnection::complete(Received received) {
+    if (!receiveHandler) {
+        waiting.push_back(std::move(received));
+        return;
+    }
+    queue->post([handler = std::exchange(receiveHandler, nullptr), received = std::move(received)]() mutable {
+        handler(std::move(received));
+    });
+}
+
+std::shared_ptr<StreamConnection> FakeNetwork::makeStream(std::string host, std::uint16_t port,
+                                                          std::shared_ptr<SerialQueue> queue) {
+    return streams.emplace_back(
+        std::make_shared<FakeStreamConnection>(std::move(host), port, std::move(queue)));
+}
+
+namespace {
+
+/// A connection that needs no nudge from the test to be ready.
+class ReadyDatagramConnection : public FakeDatagramConnection {
+public:
+    using FakeDatagramConnection::FakeDatagramConnection;
+    void start(ConnectionStateHandler handler) override {
+        FakeDatagramConnection::start(std::move(handler));
+        becomeReady();
+    }
+};
+
+} // namespace
+
+std::shared_ptr<DatagramConnection> FakeNetwork::makeDatagram(std::string remoteHost,
+                                                              std::uint16_t remotePort, std::string localHost,
+                                                              std::uint16_t localPort,
+                                                              std::shared_ptr<SerialQueue> queue) {
+    if (datagramsBecomeReady)
+        return datagrams.emplace_back(std::make_shared<ReadyDatagramConnection>(
+            std::move(remoteHost), remotePort, std::move(localHost), localPort, std::move(queue)));
+    return datagrams.emplace_back(std::make_shared<FakeDatagramConnection>(
+        std::move(remoteHost), remotePort, std::move(localHost), localPort, std::move(queue)));
+}
+
+struct FakeMulticastListening::Listener {
+    std::size_t capacity;
+    std::shared_ptr<SerialQueue> queue;
+    DatagramHandler handler;
+};
+
+class FakeMulticastListening::Socket : public MulticastSocket {
+public:
+    explicit Socket(std::shared_ptr<Listener> listener) : listener(std::move(listener)) {}
+    void cancel() override { listener.reset(); }
+
+private:
+    std::shared_ptr<Listener> listener;
+};
+
+MulticastListening::Opened FakeMulticastListening::open(const std::string &newGroup, std::uint16_t newPort,
+                                                        std::size_t capacity,
+                                                        std::shared_ptr<SerialQueue> queue,
+                                                        DatagramHandler handler) {
+    group = newGroup;
+    port = newPort;
+    if (!obstacle.empty())
+        return {nullptr, obstacle};
+    ++opened;
+    auto listener = std::make_shared<Listener>(Listener{capacity, std::move(queue), std::move(handler)});
+    listeners.push_back(listener);
+    return {std::make_unique<Socket>(std::move(listener)), ""};
+}
+
+void FakeMulticastListening::deliver(const Bytes &datagram) {
+    for (const auto &each : listeners) {
+        const auto listener = each.lock();
+        if (!listener)
+            continue;
+        Bytes cut(datagram.begin(), datagram.begin() + static_cast<std::ptrdiff_t>(
+                                                           std::min(datagram.size(), listener->capacity)));
+        listener->queue->post([open = std::weak_ptr<Listener>(listener), cut = std::move(cut)] {
+            if (const auto still = open.lock())
+                still->handler(cut);
+        });
+    }
+}
+
+std::size_t FakeMulticastListening::openSockets() const {
+    return static_cast<std::size_t>(
+        std::count_if(listeners.begin(), listeners.end(), [](const auto &each) { return !each.expired(); }));
+}
+
+void FakeServiceBrowser::search(const std::string &newType, const std::string &newDomain) {
+    searching = true;
+    ++searches;
+    type = newType;
+    domain = newDomain;
+}
+
+std::shared_ptr<FakeNetService> FakeServiceBrowser::find(const std::string &name, bool moreComing) {
+    auto service = std::make_shared<FakeNetService>(name);
+    if (const auto told = delegate.lock())
+        told->didFind(service, moreComing);
+    return service;
+}
+
+void FakeServiceBrowser::resolve(FakeNetService &service, const std::string &host, int port) {
+    service.host = host;
+    service.portNumber = port;
+    if (const auto told = delegate.lock())
+        told->didResolveAddress(service);
+}
+
+void FakeServiceBrowser::failToResolve(FakeNetService &service) {
+    if (const auto told = delegate.lock())
+        told->didNotResolve(service);
+}
+
+} // namespace corvane

@@ -1,0 +1,127 @@
+#pragma once
+
+#include "platform/Platform.h"
+#include "tests/fakes/FakeNetwork.h"
+#include "tests/fakes/ManualQueue.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvane {
+
+class FakeUserDefaults : public UserDefaults {
+public:
+    std::optional<std::string> string(const std::string &key) const override;
+    void set(const std::string &key, const std::string &value) override { values[key] = value; }
+
+    std::map<std::string, std::string> values;
+};
+
+/// Folders below one temporary folder: "home", "Applications", and "home/Music" unless taken away.
+class FakeStandardFolders : public StandardFolders {
+public:
+    explicit FakeStandardFolders(std::filesystem::path root);
+    std::filesystem::path home() const override { return root / "home"; }
+    std::filesystem::path applications() const override { return root / "Applications"; }
+    std::optional<std::filesystem::path> music() const override { return musicFolder; }
+
+    std::filesystem::path root;
+    std::optional<std::filesystem::path> musicFolder;
+};
+
+class FakeBundleResources : public BundleResources {
+public:
+    std::optional<std::filesystem::path> find(const std::string &name,
+                                              const std::string &extension) const override;
+
+    /// The resources by "name.extension".
+    std::map<std::string, std::filesystem::path> files;
+};
+
+/// A program whose life the test decides on.
+class FakeRunningApplication : public RunningApplication {
+public:
+    void terminate() override;
+    void forceTerminate() override;
+    bool isTerminated() const override { return terminated; }
+
+    bool terminated = false;
+    bool obeysTerminate = true;
+    bool obeysForce = true;
+    int terminateRequests = 0;
+    int forceRequests = 0;
+    /// Called on each request to quit, before it is obeyed.
+    std::function<void()> onTerminate;
+};
+
+class FakeRunningApplications : public RunningApplications {
+public:
+    std::shared_ptr<RunningApplication> find(const std::string &bundleIdentifier,
+                                             const std::filesystem::path &program) const override;
+
+    /// What runs, by bundle identifier; terminated ones are not found.
+    std::map<std::string, std::shared_ptr<FakeRunningApplication>> running;
+    /// Every question asked: identifier and program path.
+    mutable std::vector<std::pair<std::string, std::filesystem::path>> asked;
+};
+
+class FakeProcessLauncher : public ProcessLauncher {
+public:
+    void start(const ProcessDescription &process, const FileHandle &output) override;
+
+    std::vector<ProcessDescription> started;
+    /// When set, starting fails with this text.
+    std::optional<std::string> failure;
+    std::function<void(const ProcessDescription &)> onStart;
+};
+
+class FakeHostInformation : public HostInformation {
+public:
+    std::optional<std::string> localizedName() const override { return name; }
+    std::vector<std::string> ethernetAddresses() const override { return addresses; }
+    std::string makeUUID() const override { return uuid; }
+
+    std::optional<std::string> name = "Front of House";
+    std::vector<std::string> addresses = {"02:00:00:00:00:02", "02:00:00:00:00:01"};
+    std::string uuid = "0F8FAD5B-D9CB-469F-A165-70867728950E";
+};
+
+class FakeWallClock : public WallClock {
+public:
+    std::chrono::system_clock::time_point now() const override { return time; }
+
+    /// 2026-01-31T18:04:05.250Z
+    std::chrono::system_clock::time_point time{std::chrono::milliseconds{1769882645250}};
+};
+
+/// A whole platform of fakes on one manual clock; each fake is at hand by its own type.
+class FakePlatform {
+public:
+    FakePlatform();
+
+    TemporaryFolder folder;
+    std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
+    ManualQueue main{clock, "main"};
+
+    FakeNetwork *network;
+    FakeMulticastListening *multicast;
+    FakeStandardFolders *folders;
+    FakeBundleResources *resources;
+    FakeUserDefaults *defaults;
+    FakeRunningApplications *applications;
+    FakeProcessLauncher *processes;
+    FakeHostInformation *host;
+    FakeWallClock *wallClock;
+    /// The browser made last; null before one was made. Owned by whoever asked for it.
+    FakeServiceBrowser *browser = nullptr;
+
+    Platform platform;
+};
+
+} // namespace corvane
