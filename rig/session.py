@@ -1,0 +1,85 @@
+"""Reads session files as the recorder saved them, independently of Corvane's own reader."""
+
+import xml.etree.ElementTree as ET
+from collections import Counter
+
+DEVICE = "Dummy;Normal Speed;Silence"
+
+
+class Track:
+    """One audio track of a session."""
+
+    def __init__(self, route, playlists, device):
+        self.route = route
+        self.id = route.get("id")
+        self.name = route.get("name")
+        info = route.find("PresentationInfo")
+        self.order = int(info.get("order"))
+        self.color = int(info.get("color"))
+        arming = [c for c in route.findall("Controllable") if c.get("name") == "rec-enable"]
+        self.armed = [c.get("value") for c in arming] == ["1"]
+        ports = next(io for io in route.findall("IO") if io.get("direction") == "Input").findall("Port")
+        self.width = len(ports)
+        self.captures = [sorted(connections(port, device)) for port in ports]
+        self.playlist = next((p for p in playlists if p.get("id") == route.get("audio-playlist")), None)
+
+    def regions(self):
+        """What was recorded on the track: the names of the audio files, in the order of the regions."""
+        return [] if self.playlist is None else [r.get("source-0") for r in self.playlist.findall("Region")]
+
+
+def connections(port, device):
+    """The hardware ports that a port is connected to while the recorder runs on a device."""
+    return [c.get("other") for c in port.findall("ExtConnection") if c.get("for") == device and c.get("other")]
+
+
+class Session:
+    def __init__(self, path, device=DEVICE):
+        self.path = path
+        self.root = ET.parse(path).getroot()
+        self.playlists = self.root.find("Playlists").findall("Playlist")
+        routes = self.root.find("Routes").findall("Route")
+        audio = [r for r in routes if "AudioTrack" in r.find("PresentationInfo").get("flags", "")]
+        self.tracks = sorted((Track(r, self.playlists, device) for r in audio), key=lambda t: t.order)
+        self.buses = [r for r in routes if r not in audio]
+
+    def track(self, name):
+        return next((t for t in self.tracks if t.name == name), None)
+
+    def markers(self):
+        marks = [m for m in self.root.find("Locations") if "IsMark" in m.get("flags", "")]
+        return [m.get("name") for m in marks]
+
+    def sources(self):
+        return {s.get("id"): s.get("name") for s in self.root.find("Sources").findall("Source")}
+
+    def idCounter(self):
+        return int(self.root.get("id-counter"))
+
+    def repeatedIds(self):
+        """Ids that two objects of the session claim; a region stands in the file again where a playlist uses it."""
+        ids = [e.get("id") for e in self.root.iter() if e.get("id") and e.tag not in ("Region", "Protocol")]
+        return [i for i, times in Counter(ids).items() if times > 1]
+
+    def repeatedPorts(self):
+        names = [p.get("name") for p in self.root.iter("Port") if p.get("name")]
+        return [n for n, times in Counter(names).items() if times > 1]
+
+
+def differences(before, after, where=""):
+    """Every place in which two elements differ, as (path, what, before, after)."""
+    path = f"{where}/{before.tag}"
+    if before.get("name"):
+        path += f"[{before.get('name')}]"
+    found = []
+    for key in sorted(before.attrib.keys() | after.attrib.keys()):
+        if before.get(key) != after.get(key):
+            found.append((path, "@" + key, before.get(key), after.get(key)))
+    if (before.text or "").strip() != (after.text or "").strip():
+        found.append((path, "text", before.text, after.text))
+    if [c.tag for c in before] != [c.tag for c in after]:
+        found.append((path, "children", [c.tag for c in before], [c.tag for c in after]))
+    else:
+        for one, other in zip(before, after):
+            found += differences(one, other, path)
+    return found
