@@ -1,0 +1,90 @@
+#!/usr/bin/env python3
+"""Prints the results of the benchmarks as one table in Markdown, each row beside what it is compared with."""
+
+import json
+import platform
+import sys
+
+UNIT = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+
+
+def load(path):
+    """The rows of a result file by name, times in nanoseconds of processor time."""
+    with open(path) as file:
+        document = json.load(file)
+    rows = {}
+    for row in document["benchmarks"]:
+        name = row["name"].replace("/manual_time", "").split("/iterations:")[0]
+        row["cpu"] = row["cpu_time"] * UNIT[row["time_unit"]]
+        rows[name] = row
+    return document["context"], rows
+
+
+def time(nanoseconds):
+    for unit, size in (("s", 1e9), ("ms", 1e6), ("µs", 1e3)):
+        if nanoseconds >= size:
+            return f"{nanoseconds / size:.3g} {unit}"
+    return f"{nanoseconds:.3g} ns"
+
+
+def codec_rows(rows):
+    shapes = {"0": "ping", "1": "colour", "64": "patch of 64", "256": "patch of 256", "1024": "patch of 1024"}
+    print("| codec | Corvane | oscpack | liblo | ahead of the better |")
+    print("|---|---|---|---|---|")
+    for operation in ("encode", "parse"):
+        for shape, title in shapes.items():
+            ours, pack, lo = (rows[f"{operation}{who}/{shape}"]["cpu"] for who in ("Corvane", "Oscpack", "Liblo"))
+            print(f"| {operation} {title} | {time(ours)} | {time(pack)} | {time(lo)} | {min(pack, lo) / ours:.2f} times |")
+    print()
+    print("| framing | a frame or byte | aim |")
+    print("|---|---|---|")
+    for count in (10, 1000, 10000, 100000):
+        print(f"| {count} frames in one read | {time(rows[f'framesInOneRead/{count}']['cpu'] / count)} | under 10 ns |")
+    print(f"| a frame byte by byte | {time(rows['frameByteByByte']['ns/byte'])} | |")
+    print(f"| the longest frame in reads of 64 KiB | {time(rows['longestFrame']['cpu'])} for 2 MB | |")
+    print()
+
+
+def session_rows(rows):
+    print("| session | file | operation | bare library | engine | times | aim | peak memory | times |")
+    print("|---|---|---|---|---|---|---|---|---|")
+    pairs = (("engineSignature", "bareLoadOnly", "signature / load", "1.25"),
+             ("engineUpdate", "bareLoadSave", "update / load and save", "1.25"),
+             ("engineGenerate", "bareLoadSave", "generate / load and save", ""))
+    for engine, bare, title, aim in pairs:
+        for name in sorted((name for name in rows if name.startswith(engine + "/")), key=lambda name: rows[name]["MB"]):
+            row = rows[name]
+            other = rows[name.replace(engine, bare)]
+            tracks = name.split("tracks:")[1].split("/")[0]
+            print(f"| {tracks} tracks | {row['MB']:.3g} MB | {title} | {time(other['cpu'])} | {time(row['cpu'])} "
+                  f"| {row['cpu'] / other['cpu']:.2f} | {aim} | {row['peak MB']:.0f} MB "
+                  f"| {row['peak MB'] / other['peak MB']:.2f} |")
+    print()
+
+
+def road_rows(rows):
+    print("| road | p50 | p99 | aim for p99 |")
+    print("|---|---|---|---|")
+    titles = (("consoleToPatch/channels:64", "console to onPatch, 64 channels", "2 ms"),
+              ("consoleToPatch/channels:1024", "console to onPatch, 1024 channels", "5 ms"),
+              ("sceneToMarker", "scene to /marker, less the 130 ms it waits", ""))
+    for name, title, aim in titles:
+        row = rows[name]
+        print(f"| {title} | {time(row['p50 us'] * 1e3)} | {time(row['p99 us'] * 1e3)} | {aim} |")
+    print()
+
+
+def main():
+    context, codec = load(sys.argv[1])
+    _, road = load(sys.argv[2])
+    session = {}
+    for path in sys.argv[3:]:
+        session.update(load(path)[1])
+    print(f"{context['date'][:10]}, {context['num_cpus']} processors of {context['mhz_per_cpu']} MHz, "
+          f"{platform.system()} {platform.release()}, load {context['load_avg'][0]:.1f} at the start\n")
+    codec_rows(codec)
+    session_rows(session)
+    road_rows(road)
+
+
+main()
