@@ -1,0 +1,83 @@
+#include "fuzz/Fuzzing.h"
+#include "livetrax/remote/LiveTraxOSC.h"
+#include "tests/fakes/FakeNetwork.h"
+#include "tests/fakes/ManualQueue.h"
+
+#include <memory>
+
+using namespace corvane;
+
+/// A recorder that answers anything at any time, fails and comes back, while queries, saves and markers are
+/// under way: each query is answered at most once, and nothing is told to a client that is gone.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    Choices choices(data, size);
+    const auto clock = std::make_shared<ManualClock>();
+    ManualQueue main(clock, "main");
+    const auto queue = std::make_shared<ManualQueue>(clock, "Corvane.LiveTraxOSC");
+    FakeNetwork network;
+    auto client = std::make_unique<LiveTraxOSC>(main, queue, network);
+    std::size_t queries = 0;
+    std::size_t answers = 0;
+    bool gone = false;
+    const auto told = [&] { require(!gone, "nothing is told to a client that is gone"); };
+    client->onFailure = [&](const std::string &) { told(); };
+
+    while (!choices.atEnd()) {
+        network.datagramsBecomeReady = choices.yes();
+        const auto connection = network.datagrams.empty() ? nullptr : network.datagrams.back();
+        switch (choices.below(10)) {
+        case 0:
+            client->start();
+            break;
+        case 1:
+            client->stop();
+            break;
+        case 2:
+            ++queries;
+            client->queryTransport([&, called = false](std::optional<TransportState>) mutable {
+                told();
+                require(!called, "a query is answered once");
+                called = true;
+                ++answers;
+            });
+            break;
+        case 3:
+            client->save([&](const std::vector<std::string> &) { told(); });
+            break;
+        case 4:
+            client->addSceneMarker(choices.text(12), [&](const std::vector<std::string> &) { told(); });
+            break;
+        case 5:
+            if (connection)
+                connection->becomeReady();
+            break;
+        case 6:
+            if (connection)
+                connection->failReceive("Connection refused");
+            break;
+        case 7:
+        case 8: {
+            const auto datagram = choices.text(60);
+            if (connection)
+                connection->deliver(Bytes(datagram.begin(), datagram.end()));
+            break;
+        }
+        default:
+            clock->advance(std::chrono::milliseconds(choices.byte()));
+        }
+        if (choices.yes())
+            clock->run();
+    }
+    if (choices.yes())
+        clock->advance(std::chrono::seconds(10));
+    client.reset();
+    gone = true;
+    clock->advance(std::chrono::seconds(10));
+    require(answers <= queries, "no answer without a query");
+    require(clock->pending() == 0, "no work is left behind");
+    // The fakes and their queue hold each other.
+    for (const auto &each : network.datagrams)
+        each->cancel();
+    clock->run();
+    return 0;
+}
