@@ -283,6 +283,8 @@ TEST(ReassignDirectOuts, ADirectOutWithoutPortsTakesOneChannel) {
 
 TEST(ReassignDirectOutsDeathTest, ARunThatOverflowsStopsTheProgram) {
     EXPECT_DEATH(reassigned({out("A", "9223372036854775807", 1)}), "overflow");
+    // B would go above A, where there is no number any more.
+    EXPECT_DEATH(reassigned({out("A", "9223372036854775806", 3), out("B", "0", 0)}), "overflow");
 }
 
 TEST(ReassignDirectOuts, ManyCollisionsAreLaidOutInARow) {
