@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
 """Prints the results of the benchmarks as one table in Markdown, each row beside what it is compared with."""
 
+import glob
 import json
+import os
 import platform
+import statistics
 import sys
 
 UNIT = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
@@ -74,6 +77,48 @@ def road_rows(rows):
     print()
 
 
+def program_rows(path):
+    """What bench/program.py has measured: a column for each of the ways in which the program was started."""
+    with open(path) as file:
+        results = json.load(file)
+    ways = [results[name] for name in ("bonjour", "alone", "rehearsal")]
+
+    def row(title, aim, value):
+        print(f"| {title} | {' | '.join(value(way) for way in ways)} | {aim} |")
+
+    def milliseconds(times):
+        return f"{1e3 * statistics.median(times):.0f} ms, at most {1e3 * max(times):.0f}"
+
+    def megabytes(name):
+        return lambda way: f"{way['memory'][name] / 1e6:.1f} MB"
+
+    print("| program | no console | no Bonjour daemon either | console connected | aim |")
+    print("|---|---|---|---|---|")
+    row(f"start until the window is mapped, median of {len(ways[0]['mapped'])}", "",
+        lambda way: milliseconds(way["mapped"]))
+    row("start until it is painted", "500 ms", lambda way: milliseconds(way["painted"]))
+    row("memory when idle: resident", "80 MB", megabytes("resident"))
+    row("its share of that", "", megabytes("share"))
+    row("nobody else's", "", megabytes("own"))
+    row(f"wake-ups in {ways[0]['idle']:g} s of idling", "0; not for a console, which talks",
+        lambda way: str(sum(way["wake-ups"].values())))
+    print()
+
+
+def hold_rows(paths):
+    """The median of several runs of window_hold."""
+    runs = []
+    for path in paths:
+        with open(path) as file:
+            runs.append(json.load(file))
+    print("| main thread held by | by the clock | its own work | aim |")
+    print("|---|---|---|---|")
+    for name in runs[0]:
+        clock, thread = (statistics.median(run[name][kind] for run in runs) for kind in ("clock", "thread"))
+        print(f"| {name} | {clock:.1f} ms | {thread:.1f} ms | 16 ms |")
+    print()
+
+
 def main():
     context, codec = load(sys.argv[1])
     _, road = load(sys.argv[2])
@@ -85,6 +130,9 @@ def main():
     codec_rows(codec)
     session_rows(session)
     road_rows(road)
+    folder = os.path.dirname(sys.argv[1])
+    hold_rows(glob.glob(os.path.join(folder, "hold-*.json")))
+    program_rows(os.path.join(folder, "program.json"))
 
 
 main()
