@@ -10,48 +10,63 @@
 #include "app/Look.h"
 #include "app/MainWindow.h"
 #include "app/QtMainQueue.h"
+#include "bench/ConsoleMessages.h"
+#include "platform/AsioNetwork.h"
+#include "platform/AsioRuntime.h"
 #include "tests/fakes/FakeSystem.h"
+#include "tests/support/Peers.h"
+#include "tests/support/PrivateNetwork.h"
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QEventLoop>
-#include <QTest>
 #include <QTimer>
 
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
-#include <functional>
 #include <memory>
+#include <string>
 #include <thread>
-#include <vector>
 
 namespace {
 
 using namespace corvane;
-using Channels = std::vector<LV1Channel>;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-constexpr std::int32_t channelCount = 1000;
+constexpr int channelCount = 1000;
 constexpr double limit = 16; // milliseconds: a frame
 
-Channels largePatch(std::int32_t firstInput) {
-    Channels list;
-    for (std::int32_t number = 0; number < channelCount; ++number)
-        list.emplace_back("Channel " + std::to_string(number + 1), number % 4 == 0, "SoundGrid",
-                          firstInput + 2 * number, "Mixer_Ch", number + 1);
-    return list;
+Bytes patch(int firstInput) {
+    auto message = patchMessage(channelCount);
+    for (int number = 0; number < channelCount; ++number)
+        message.values[static_cast<std::size_t>(7 * number + 4)] = firstInput + 2 * number;
+    return OSCCodec::frame(encoded(message));
 }
 
-/// A platform of fakes whose main queue is the real one.
+Bytes colours() {
+    Bytes all;
+    for (int number = 0; number < channelCount; ++number) {
+        const auto frame = OSCCodec::frame(encoded(colourMessage(number)));
+        all.insert(all.end(), frame.begin(), frame.end());
+    }
+    return all;
+}
+
+/// A platform of fakes but for the main queue, the network and its threads, which are the real ones.
 struct WindowPlatform {
+    WindowPlatform() {
+        auto runtime = std::make_unique<AsioRuntime>();
+        platform.network = std::make_unique<AsioNetwork>(*runtime);
+        platform.queues = std::move(runtime);
+    }
+
     QtMainQueue main;
     TemporaryFolder folder;
-    std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
     Platform platform{main,
-                      std::make_unique<ManualQueues>(clock),
-                      std::make_unique<FakeNetwork>(),
+                      {},
+                      {},
                       std::make_unique<FakeMulticastListening>(),
                       std::make_unique<FakeStandardFolders>(folder.path()),
                       std::make_unique<FakeBundleResources>(),
@@ -106,6 +121,7 @@ void turnFor(int milliseconds) {
     loop.exec();
 }
 
+/// The window, linked to a console that is played here.
 class WindowHold {
 public:
     WindowHold() {
@@ -113,22 +129,26 @@ public:
         controller->applicationDidFinishLaunching();
         window.findChild<QAbstractButton *>(QStringLiteral("patchButton"))->click();
         turnFor(500); // opened
+        controller->client->connect("127.0.0.1", listener.port());
+        console = std::make_unique<StreamPeer>(listener.accept());
+        turnFor(100); // greeted
+        // What comes after everything else on the link.
+        controller->client->onScene = [this](const std::string &) { loop.quit(); };
     }
+    ~WindowHold() { controller->applicationWillTerminate(); }
 
-    /// Has `send` post its tasks from another thread, waits until all have run and been painted; the longest
-    /// hold.
-    Hold measure(const char *what, const std::function<void(QtMainQueue &, LV1Client &)> &send) {
+    /// Has the console say this, waits until all of it has been taken in and painted; the longest hold.
+    Hold measure(const char *what, const Bytes &message) {
         turnFor(50);
         const Heartbeat heartbeat;
-        QEventLoop loop;
         const auto start = SerialQueue::Clock::now();
-        std::thread network([&] {
-            send(system.main, *controller->client);
-            system.main.post([&loop] { loop.quit(); });
+        std::thread sending([&] {
+            console->write(message);
+            console->write(OSCCodec::frame(encoded({"/Notify/Scene/Name", {"Encore"}})));
         });
         loop.exec();
         const Milliseconds total = SerialQueue::Clock::now() - start;
-        network.join();
+        sending.join();
         turnFor(50); // painted
         std::printf("%-36s longest hold %6.2f ms, own time %6.2f ms; all %8.2f ms\n", what,
                     heartbeat.longest().clock.count(), heartbeat.longest().thread.count(), total.count());
@@ -139,53 +159,39 @@ private:
     WindowPlatform system;
     MainWindow window{*system.platform.resources};
     std::shared_ptr<BridgeController> controller = BridgeController::make(system.platform, window);
+    QEventLoop loop;
+    StreamListener listener;
+    std::unique_ptr<StreamPeer> console;
 };
-
-/// As the console's link reports a patch: one task.
-void sendPatch(QtMainQueue &main, LV1Client &client, const std::shared_ptr<const Channels> &list) {
-    main.post([&client, list] {
-        client.onStatus("Synced: 1000 tracks / 1250 inputs");
-        client.onPatch(*list);
-        client.onChannels(*list);
-    });
-}
-
-/// As it reports colours: one task for each, with the whole list.
-void sendColours(QtMainQueue &main, LV1Client &client, Channels list) {
-    for (LV1Channel &channel : list) {
-        channel.red = 1;
-        main.post(
-            [&client, snapshot = std::make_shared<const Channels>(list)] { client.onChannels(*snapshot); });
-    }
-}
 
 } // namespace
 
 int main(int argumentCount, char **arguments) {
+    std::string reason;
+    if (!PrivateNetwork::enter(reason)) { // the recorder's ports, and nobody else's network
+        std::fprintf(stderr, "no network namespace of its own: %s\n", reason.c_str());
+        return 1;
+    }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argumentCount, arguments);
     look::apply(application);
+
     WindowHold hold;
-    const auto first = std::make_shared<const Channels>(largePatch(0));
-    const auto second = std::make_shared<const Channels>(largePatch(1));
     Milliseconds longest{};
     std::string rows;
-    const auto measure = [&](const char *what, const std::function<void(QtMainQueue &, LV1Client &)> &send) {
-        const Hold held = hold.measure(what, send);
+    const auto measure = [&](const char *what, const Bytes &message) {
+        const Hold held = hold.measure(what, message);
         longest = std::max(longest, held.thread);
         rows += (rows.empty() ? "{\"" : ",\n \"") + std::string(what) +
                 "\": {\"clock\": " + std::to_string(held.clock.count()) +
                 ", \"thread\": " + std::to_string(held.thread.count()) + "}";
     };
-    measure("first patch of 1,000 channels",
-            [&](auto &main, auto &client) { sendPatch(main, client, first); });
-    measure("the same patch again", [&](auto &main, auto &client) { sendPatch(main, client, first); });
-    measure("1,000 colours, patch synchronised",
-            [&](auto &main, auto &client) { sendColours(main, client, *first); });
-    measure("a patch with 1,000 changes", [&](auto &main, auto &client) { sendPatch(main, client, second); });
-    measure("1,000 colours, patch pending",
-            [&](auto &main, auto &client) { sendColours(main, client, *second); });
+    measure("first patch of 1,000 channels", patch(0));
+    measure("the same patch again", patch(0));
+    measure("1,000 colours, patch synchronised", colours());
+    measure("a patch with 1,000 changes", patch(1));
+    measure("1,000 colours, patch pending", colours());
     std::printf("longest hold of all, own time: %.2f ms, limit %.0f ms\n", longest.count(), limit);
     if (argumentCount > 1)
         return std::ofstream(arguments[1]) << rows << "}\n" ? 0 : 1;
