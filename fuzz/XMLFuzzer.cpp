@@ -45,12 +45,28 @@ void use(XMLElement root) {
     }
 }
 
+/// A text without the blanks before its tags. Where blanks are dropped, one that a character reference or
+/// an "xml:space" had kept may go on the second reading, and then lets its neighbours be indented.
+std::string withoutBlanksBeforeTags(std::string_view text) {
+    std::string result;
+    for (const char byte : text) {
+        if (byte == '<')
+            result.erase(result.find_last_not_of(" \t\r\n") + 1);
+        result += byte;
+    }
+    return result;
+}
+
 void readAndWrite(std::string_view text, XMLDocument::Blanks blanks) {
     try {
         const auto document = XMLDocument::parse(text, "input", blanks);
         const auto written = document.serialised();
-        const auto again = XMLDocument::parse(written, "written", blanks);
-        require(again.serialised() == written, "what was written, read and written is the same");
+        const auto again = XMLDocument::parse(written, "written", blanks).serialised();
+        if (blanks == XMLDocument::Blanks::keep)
+            require(again == written, "what was written, read and written is the same");
+        else
+            require(withoutBlanksBeforeTags(again) == withoutBlanksBeforeTags(written),
+                    "what was written, read and written is the same but for blanks");
         if (document.root())
             use(document.root());
         XMLDocument::parse(document.serialised(), "used", blanks);
