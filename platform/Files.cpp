@@ -191,7 +191,8 @@ Bytes readFile(const Path &path) {
     return bytes;
 }
 
-void replaceFileAtomically(const Path &path, std::string_view bytes) {
+void replaceFileAtomically(const Path &path, std::string_view bytes,
+                           const std::function<void()> &beforeReplacing) {
     const Path destination = followingLinks(path);
     const auto old = statusOf(destination);
     if (old && S_ISDIR(old->st_mode))
@@ -203,6 +204,8 @@ void replaceFileAtomically(const Path &path, std::string_view bytes) {
         temporary.takeAfter(*old);
     temporary.file().write(bytes);
     temporary.finish();
+    if (beforeReplacing)
+        beforeReplacing();
     temporary.replaceDestination();
 }
 

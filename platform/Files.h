@@ -3,6 +3,7 @@
 #include "platform/Bytes.h"
 
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -23,9 +24,11 @@ Bytes readFile(const std::filesystem::path &path);
 
 /// Puts `bytes` in place of the file in one step: a temporary file in the same folder, flushed to disk,
 /// renamed over it, the folder flushed. Mode and owner of an existing file are kept (the owner as far as the
-/// system lets us), a link is followed to the file it names. Throws FileError, and then the old file stands
-/// as it was and no temporary file is left.
-void replaceFileAtomically(const std::filesystem::path &path, std::string_view bytes);
+/// system lets us), a link is followed to the file it names. `beforeReplacing` is called once the temporary
+/// file is complete on disk; what it throws is passed on. Throws FileError. After any throw the old file
+/// stands as it was and no temporary file is left.
+void replaceFileAtomically(const std::filesystem::path &path, std::string_view bytes,
+                           const std::function<void()> &beforeReplacing = {});
 
 /// Copies a file to a place where none is yet, flushed to disk. Throws FileError, and then nothing is left
 /// there.

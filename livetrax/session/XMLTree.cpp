@@ -10,6 +10,7 @@
 
 #include <climits>
 #include <cstring>
+#include <future>
 #include <new>
 #include <utility>
 
@@ -429,13 +430,12 @@ std::string XMLDocument::serialised() const {
 }
 
 void XMLDocument::writeAtomically(const std::filesystem::path &path) && {
-    std::string text;
-    {
-        const XMLDocument letGo = std::move(*this);
-        text = letGo.serialised();
-    }
-    checkWellFormed(text, "The text for " + path.string());
-    replaceFileAtomically(path, text);
+    XMLDocument tree = std::move(*this);
+    const std::string text = tree.serialised();
+    // Read back while the tree is taken down and the disk is busy; the old file stays until both are done.
+    auto readBack = std::async([&] { checkWellFormed(text, "The text for " + path.string()); });
+    tree.document.reset();
+    replaceFileAtomically(path, text, [&] { readBack.get(); });
 }
 
 } // namespace corvane

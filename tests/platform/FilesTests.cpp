@@ -61,6 +61,16 @@ TEST(Files, AReplacedFileHoldsTheNewBytesAndNothingElseIsLeft) {
     EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
 }
 
+TEST(Files, AFileIsReplacedOnlyAfterTheCallersLastLookWhichMayStillRefuse) {
+    const TemporaryFolder folder;
+    const fs::path file = folder.write("Show.ardour", "old");
+    EXPECT_EQ(errorOf([&] { replaceFileAtomically(file, "new", [] { throw FileError("no"); }); }), "no");
+    EXPECT_EQ(textOf(file), "old");
+    EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
+    replaceFileAtomically(file, "new", [&] { EXPECT_EQ(textOf(file), "old"); });
+    EXPECT_EQ(textOf(file), "new");
+}
+
 TEST(Files, AFileThatIsNotThereYetIsCreatedAsTheUsersUmaskSays) {
     const TemporaryFolder folder;
     const mode_t previous = ::umask(027);

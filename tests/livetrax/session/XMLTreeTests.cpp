@@ -300,6 +300,7 @@ TEST(XMLTree, ATreeThatCannotBeReadBackIsNotPutInPlace) {
     document.root().append("not a name");
     EXPECT_THROW(std::move(document).writeAtomically(path), XMLError);
     EXPECT_EQ(folder.read("Gig.ardour"), "<S/>");
+    EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
 }
 
 TEST(XMLTree, AMissingFileIsAFileError) {
