@@ -49,10 +49,10 @@ BenchSession &BenchSession::of(int tracks, int megabytes) {
     return *session;
 }
 
-BenchSession::BenchSession(std::filesystem::path parent, int tracks, int megabytes)
+BenchSession::BenchSession(std::filesystem::path parent, int tracks, int megabytes, int round)
     : tracks(tracks), megabytes(megabytes), fake(std::make_unique<FakePlatform>()),
       sessionFolder(parent / ("Show " + std::to_string(tracks) + "-" + std::to_string(megabytes))),
-      channels{channelsOf(tracks, "Vocals"), channelsOf(tracks, "Guitar")} {
+      roundChannels(channelsOf(tracks, round % 2 == 0 ? "Vocals" : "Guitar")) {
     fake->resources->files["LiveTraxSeed.template"] = CORVANE_SEED;
     fake->folder.write("Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3", "");
     if (!fileExists(file()))
@@ -63,16 +63,11 @@ void BenchSession::make() const {
     const XMLDocument base = XMLDocument::load(CORVANE_SEED);
     const XMLDocument real = XMLDocument::load(CORVANE_SESSION);
     XMLDocument session = XMLDocument::load(CORVANE_SESSION);
-    updateSessionTree(session.root(), base.root(), channels[0]);
+    updateSessionTree(session.root(), base.root(), roundChannels);
     const XMLElement take = real.root().firstChild("Playlists").firstChild("Playlist").firstChild("Region");
     addTakes(session.root(), take, static_cast<std::size_t>(megabytes) * 1'000'000);
     createFolders(sessionFolder);
     std::move(session).writeAtomically(file());
-}
-
-const std::vector<LV1Channel> &BenchSession::nextChannels() {
-    second = !second;
-    return channels[second ? 1 : 0];
 }
 
 } // namespace corvane

@@ -39,6 +39,15 @@ void encodeCorvane(benchmark::State &state) {
     nameRow(state, message);
 }
 
+/// What nobody who returns owned bytes can do without.
+void encodeNothing(benchmark::State &state) {
+    const auto message = messageOf(state.range(0));
+    const std::size_t size = encoded(message).size();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(OSCCodec::Bytes(size));
+    nameRow(state, message);
+}
+
 void encodeOscpack(benchmark::State &state) {
     const auto message = messageOf(state.range(0));
     std::vector<char> room(1 << 20U);
@@ -150,6 +159,7 @@ void shapes(benchmark::internal::Benchmark *rows) {
 }
 
 BENCHMARK(encodeCorvane)->Apply(shapes);
+BENCHMARK(encodeNothing)->Apply(shapes);
 BENCHMARK(encodeOscpack)->Apply(shapes);
 BENCHMARK(encodeLiblo)->Apply(shapes);
 BENCHMARK(parseCorvane)->Apply(shapes);

@@ -1,11 +1,9 @@
+#include "app/BridgeController.h"
+#include "bench/BenchPlatform.h"
 #include "bench/ConsoleMessages.h"
-
-#include "livetrax/remote/LiveTraxOSC.h"
-#include "lv1/LV1Client.h"
+#include "livetrax/session/LiveTraxGenerator.h"
 #include "platform/AsioMainQueue.h"
-#include "platform/AsioNetwork.h"
-#include "platform/AsioRuntime.h"
-#include "tests/fakes/FakeSystem.h"
+#include "tests/app/FakeView.h"
 #include "tests/support/Peers.h"
 #include "tests/support/PrivateNetwork.h"
 
@@ -26,29 +24,22 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/// A client with real sockets and threads, linked to a console that is played here.
+/// The controller with real sockets and threads, linked to a console and a recorder that are played here. Its
+/// view keeps what it is told.
 class Road {
 public:
     Road() {
-        auto runtime = std::make_unique<AsioRuntime>();
-        platform.network = std::make_unique<AsioNetwork>(*runtime);
-        platform.queues = std::move(runtime);
-        platform.multicast = std::make_unique<FakeMulticastListening>();
-        platform.defaults = std::make_unique<FakeUserDefaults>();
-        platform.host = std::make_unique<FakeHostInformation>();
-        platform.makeServiceBrowser = [] { return std::make_unique<FakeServiceBrowser>(); };
-        client = LV1Client::make(platform);
-        client->onConnectionState = [this](bool) { main.quit(); };
-        client->connect("127.0.0.1", listener.port());
+        system.applications->running["com.harrisonconsoles.LiveTrax3"] =
+            std::make_shared<FakeRunningApplication>();
+        system.platform.defaults->set(LiveTraxGenerator::lastSessionKey, system.folder.path().string());
+        controller->applicationDidFinishLaunching();
+        controller->client->onConnectionState = [this](bool) { main.quit(); };
+        controller->client->connect("127.0.0.1", listener.port());
         std::thread accepting([this] { console = std::make_unique<StreamPeer>(listener.accept()); });
         runMain();
         accepting.join();
-        client->onConnectionState = nullptr;
     }
-    ~Road() {
-        client->stop();
-        client.reset();
-    }
+    ~Road() { controller->applicationWillTerminate(); }
 
     void runMain() {
         const auto limit = main.after(10s, [] { throw std::runtime_error("nothing happened"); });
@@ -56,10 +47,12 @@ public:
         limit.cancel();
     }
 
-    AsioMainQueue main;
-    Platform platform{main, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+    const DatagramPeer recorder{3819};
+    BenchPlatform<AsioMainQueue> system;
+    AsioMainQueue &main = system.main;
+    FakeView view;
+    std::shared_ptr<BridgeController> controller = BridgeController::make(system.platform, view);
     StreamListener listener;
-    std::shared_ptr<LV1Client> client;
     std::unique_ptr<StreamPeer> console;
 };
 
@@ -79,21 +72,27 @@ void consoleToPatch(benchmark::State &state) {
     Road road;
     const auto patch = OSCCodec::frame(encoded(patchMessage(static_cast<int>(state.range(0)))));
     Clock::time_point arrived;
-    road.client->onPatch = [&](const auto &) {
+    const auto react = road.controller->client->onPatch;
+    road.controller->client->onPatch = [&](const std::vector<LV1Channel> &channels) {
         arrived = Clock::now();
+        react(channels);
         road.main.quit();
     };
     road.console->write(patch);
     road.runMain();
     std::vector<double> times;
     for (auto _ : state) {
-        for (int i = 0; i < 10; ++i) {
-            road.console->write(OSCCodec::frame(encoded(colourMessage(i))));
-            std::this_thread::sleep_for(500us);
-        }
-        const auto sent = Clock::now();
-        road.console->write(patch);
+        Clock::time_point sent;
+        std::thread speaking([&] {
+            for (int i = 0; i < 10; ++i) {
+                road.console->write(OSCCodec::frame(encoded(colourMessage(i))));
+                std::this_thread::sleep_for(500us);
+            }
+            sent = Clock::now();
+            road.console->write(patch);
+        });
         road.runMain();
+        speaking.join();
         const double seconds = std::chrono::duration<double>(arrived - sent).count();
         state.SetIterationTime(seconds);
         times.push_back(seconds);
@@ -101,26 +100,35 @@ void consoleToPatch(benchmark::State &state) {
     report(state, times);
 }
 
+/// Reads what the recorder is sent up to the marker's name.
+void awaitMarker(const DatagramPeer &recorder) {
+    for (;;) {
+        const auto message = OSCCodec::parse(recorder.receive());
+        if (message && message->address == "/marker")
+            return;
+    }
+}
+
 /// From a scene's bytes on the console's socket to "/marker" on the recorder's, less the 130 ms that the
 /// marker's name waits on purpose.
 void sceneToMarker(benchmark::State &state) {
     Road road;
-    const DatagramPeer recorder(3819);
-    LiveTraxOSC osc(road.main, road.platform.queues->make("Corvane.LiveTraxOSC"), *road.platform.network);
-    osc.start();
-    road.client->onScene = [&](const std::string &name) {
-        osc.addSceneMarker(name, [&](const auto &) { road.main.quit(); });
+    int number = 0;
+    const auto recall = [&] {
+        road.console->write(
+            OSCCodec::frame(encoded({"/Notify/Scene/Name", {"Verse " + std::to_string(++number)}})));
     };
+    recall(); // the first one is only remembered
     std::vector<double> times;
     for (auto _ : state) {
         Clock::time_point arrived;
         std::thread listening([&] {
-            recorder.receive();
-            recorder.receive();
+            awaitMarker(road.recorder);
             arrived = Clock::now();
+            road.main.post([&] { road.main.quit(); });
         });
         const auto sent = Clock::now();
-        road.console->write(OSCCodec::frame(encoded({"/Notify/Scene/Name", {"Verse 2"}})));
+        recall();
         road.runMain();
         listening.join();
         const double seconds = std::chrono::duration<double>(arrived - sent - 130ms).count();

@@ -10,10 +10,8 @@
 #include "app/Look.h"
 #include "app/MainWindow.h"
 #include "app/QtMainQueue.h"
+#include "bench/BenchPlatform.h"
 #include "bench/ConsoleMessages.h"
-#include "platform/AsioNetwork.h"
-#include "platform/AsioRuntime.h"
-#include "tests/fakes/FakeSystem.h"
 #include "tests/support/Peers.h"
 #include "tests/support/PrivateNetwork.h"
 
@@ -53,30 +51,6 @@ Bytes colours() {
     }
     return all;
 }
-
-/// A platform of fakes but for the main queue, the network and its threads, which are the real ones.
-struct WindowPlatform {
-    WindowPlatform() {
-        auto runtime = std::make_unique<AsioRuntime>();
-        platform.network = std::make_unique<AsioNetwork>(*runtime);
-        platform.queues = std::move(runtime);
-    }
-
-    QtMainQueue main;
-    TemporaryFolder folder;
-    Platform platform{main,
-                      {},
-                      {},
-                      std::make_unique<FakeMulticastListening>(),
-                      std::make_unique<FakeStandardFolders>(folder.path()),
-                      std::make_unique<FakeBundleResources>(),
-                      std::make_unique<FakeUserDefaults>(),
-                      std::make_unique<FakeRunningApplications>(),
-                      std::make_unique<FakeProcessLauncher>(),
-                      std::make_unique<FakeHostInformation>(),
-                      std::make_unique<FakeWallClock>(),
-                      [] { return std::make_unique<FakeServiceBrowser>(); }};
-};
 
 /// How long the event loop does not come round.
 struct Hold {
@@ -156,7 +130,7 @@ public:
     }
 
 private:
-    WindowPlatform system;
+    BenchPlatform<QtMainQueue> system;
     MainWindow window{*system.platform.resources};
     std::shared_ptr<BridgeController> controller = BridgeController::make(system.platform, window);
     QEventLoop loop;

@@ -12,14 +12,18 @@ UNIT = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
 def load(path):
-    """The rows of a result file by name, times in nanoseconds of processor time."""
+    """The rows of a result file by name: of several runs the best one, times in nanoseconds of processor time."""
     with open(path) as file:
         document = json.load(file)
     rows = {}
     for row in document["benchmarks"]:
-        name = row["name"].replace("/manual_time", "").split("/iterations:")[0]
-        row["cpu"] = row["cpu_time"] * UNIT[row["time_unit"]]
-        rows[name] = row
+        if row["run_type"] != "iteration":
+            continue
+        manual = "/manual_time" in row["name"]
+        name = row["name"].split("/iterations:")[0].split("/manual_time")[0].split("/repeats:")[0]
+        row["cpu"] = row["real_time" if manual else "cpu_time"] * UNIT[row["time_unit"]]
+        if name not in rows or row["cpu"] < rows[name]["cpu"]:
+            rows[name] = row
     return document["context"], rows
 
 
@@ -32,12 +36,14 @@ def time(nanoseconds):
 
 def codec_rows(rows):
     shapes = {"0": "ping", "1": "colour", "64": "patch of 64", "256": "patch of 256", "1024": "patch of 1024"}
-    print("| codec | Corvane | oscpack | liblo | ahead of the better |")
-    print("|---|---|---|---|---|")
+    print("| codec | Corvane | oscpack | liblo | ahead of the better | allocating the bytes alone |")
+    print("|---|---|---|---|---|---|")
     for operation in ("encode", "parse"):
         for shape, title in shapes.items():
             ours, pack, lo = (rows[f"{operation}{who}/{shape}"]["cpu"] for who in ("Corvane", "Oscpack", "Liblo"))
-            print(f"| {operation} {title} | {time(ours)} | {time(pack)} | {time(lo)} | {min(pack, lo) / ours:.2f} times |")
+            alone = time(rows[f"encodeNothing/{shape}"]["cpu"]) if operation == "encode" else ""
+            print(f"| {operation} {title} | {time(ours)} | {time(pack)} | {time(lo)} | {min(pack, lo) / ours:.2f} times "
+                  f"| {alone} |")
     print()
     print("| framing | a frame or byte | aim |")
     print("|---|---|---|")
@@ -51,16 +57,17 @@ def codec_rows(rows):
 def session_rows(rows):
     print("| session | file | operation | bare library | engine | times | aim | peak memory | times |")
     print("|---|---|---|---|---|---|---|---|---|")
-    pairs = (("engineSignature", "bareLoadOnly", "signature / load", "1.25"),
-             ("engineUpdate", "bareLoadSave", "update / load and save", "1.25"),
-             ("engineGenerate", "bareLoadSave", "generate / load and save", ""))
-    for engine, bare, title, aim in pairs:
-        for name in sorted((name for name in rows if name.startswith(engine + "/")), key=lambda name: rows[name]["MB"]):
+    pairs = (("signature", "load", "signature / load"),
+             ("update", "loadsave", "update / load and save"),
+             ("generate", "loadsave", "generate / load and save"))
+    for engine, bare, title in pairs:
+        names = [name for name in rows if name.startswith(f"row/{engine}/")]
+        for name in sorted(names, key=lambda name: rows[name]["MB"]):
             row = rows[name]
             other = rows[name.replace(engine, bare)]
             tracks = name.split("tracks:")[1].split("/")[0]
             print(f"| {tracks} tracks | {row['MB']:.3g} MB | {title} | {time(other['cpu'])} | {time(row['cpu'])} "
-                  f"| {row['cpu'] / other['cpu']:.2f} | {aim} | {row['peak MB']:.0f} MB "
+                  f"| {row['cpu'] / other['cpu']:.2f} | 1.25 | {row['peak MB']:.0f} MB "
                   f"| {row['peak MB'] / other['peak MB']:.2f} |")
     print()
 
@@ -70,7 +77,7 @@ def road_rows(rows):
     print("|---|---|---|---|")
     titles = (("consoleToPatch/channels:64", "console to onPatch, 64 channels", "2 ms"),
               ("consoleToPatch/channels:1024", "console to onPatch, 1024 channels", "5 ms"),
-              ("sceneToMarker", "scene to /marker, less the 130 ms it waits", ""))
+              ("sceneToMarker", "scene to /marker, less the 130 ms it waits", "5 ms"))
     for name, title, aim in titles:
         row = rows[name]
         print(f"| {title} | {time(row['p50 us'] * 1e3)} | {time(row['p99 us'] * 1e3)} | {aim} |")
@@ -122,9 +129,7 @@ def hold_rows(paths):
 def main():
     context, codec = load(sys.argv[1])
     _, road = load(sys.argv[2])
-    session = {}
-    for path in sys.argv[3:]:
-        session.update(load(path)[1])
+    _, session = load(sys.argv[3])
     print(f"{context['date'][:10]}, {context['num_cpus']} processors of {context['mhz_per_cpu']} MHz, "
           f"{platform.system()} {platform.release()}, load {context['load_avg'][0]:.1f} at the start\n")
     codec_rows(codec)
