@@ -161,7 +161,7 @@ class Bench:
         if status != 0:
             raise RuntimeError(f"the program ended with {status}")
 
-    def start_bonjour(self):
+    def start_bus(self):
         for name, text in (("bus.conf", BUS_CONFIGURATION), ("avahi.conf", DAEMON_CONFIGURATION)):
             with open(os.path.join("/run", name), "w") as file:
                 file.write(text)
@@ -174,6 +174,8 @@ class Bench:
             subprocess.run(["mount", "--bind", f"/run/{name}", f"/etc/{name}"], check=True)
         self.start(["dbus-daemon", "--config-file=/run/bus.conf", "--nofork", "--nopidfile"])
         eventually(lambda: os.path.exists(BUS))
+
+    def start_bonjour(self):
         self.start(["avahi-daemon", "-f", "/run/avahi.conf", "--no-drop-root", "--no-chroot", "--no-rlimits"])
         state = ["dbus-send", "--system", "--print-reply", "--dest=org.freedesktop.Avahi", "/",
                  "org.freedesktop.Avahi.Server.GetState"]
@@ -251,6 +253,7 @@ def main():
     bench = None
     try:
         bench = Bench(os.path.abspath(options.programs), folder)
+        bench.start_bus()
         results = {"alone": bench.measure([], options)}
         results["rehearsal"] = bench.measure(["--rehearse", os.path.join(folder, "rehearsal")], options)
         bench.start_bonjour()

@@ -19,7 +19,8 @@ namespace {
 constexpr std::chrono::milliseconds burstGap = 150ms;
 constexpr std::chrono::milliseconds longestBurst = 500ms;
 
-/// How long to wait before asking for a missing daemon again: doubled each time.
+/// How long to wait before looking for a missing daemon again: doubled each time. Then it is waited for,
+/// where the system tells when it comes, and asked.
 constexpr std::chrono::milliseconds shortestPause = 1s;
 constexpr std::chrono::milliseconds longestPause = 30s;
 
@@ -88,6 +89,7 @@ private:
     using Resolutions = std::list<Resolution>;
 
     void browse();
+    void awaitDaemon();
     void handle(const DNSServiceEvent &event);
     void added(const std::string &name);
     void failed(int error);
@@ -111,6 +113,7 @@ private:
     SerialQueue::Clock::time_point burstBegan;
     DelayedTask burstEnd;
     DelayedTask retry;
+    std::unique_ptr<DNSServiceQuery> waiting; ///< for the daemon
     std::chrono::milliseconds pause = shortestPause;
     Resolutions resolutions; ///< in the order in which they were asked for
 };
@@ -132,6 +135,7 @@ void DNSServiceBrowser::Search::stop() {
     ++round;
     browsing.reset();
     retry.cancel();
+    waiting.reset();
     burstEnd.cancel();
     burst.clear();
     known.clear();
@@ -143,6 +147,13 @@ void DNSServiceBrowser::Search::stop() {
 
 void DNSServiceBrowser::Search::browse() {
     browsing = queries->browse(type, domain, [this](const DNSServiceEvent &event) { handle(event); });
+}
+
+void DNSServiceBrowser::Search::awaitDaemon() {
+    waiting = queries->awaitDaemon([this] {
+        waiting.reset();
+        browse();
+    });
 }
 
 void DNSServiceBrowser::Search::handle(const DNSServiceEvent &event) {
@@ -204,7 +215,7 @@ void DNSServiceBrowser::Search::failed(int error) {
         resolution.query.reset();
         resolution.awaitsDaemon = true;
     }
-    retry = main.after(pause, weakly(weak_from_this(), [](Search &search) { search.browse(); }));
+    retry = main.after(pause, weakly(weak_from_this(), [](Search &search) { search.awaitDaemon(); }));
     pause = std::min(2 * pause, longestPause);
 }
 

@@ -47,6 +47,9 @@ public:
                                                     BrowseHandler handler) = 0;
     virtual std::unique_ptr<DNSServiceQuery> resolve(const std::string &name, const std::string &type,
                                                      const std::string &domain, ResolveHandler handler) = 0;
+    /// Waits for a daemon that was missing. The handler is called once: when the daemon is there, or soon
+    /// when only asking it again can tell.
+    virtual std::unique_ptr<DNSServiceQuery> awaitDaemon(std::function<void()> handler) = 0;
 };
 
 } // namespace corvane

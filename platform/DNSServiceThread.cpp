@@ -1,5 +1,6 @@
 #include "platform/DNSServiceThread.h"
 
+#include "platform/DNSServiceDaemonWatch.h"
 #include "platform/LocalNames.h"
 #include "platform/Sockets.h"
 
@@ -28,6 +29,7 @@ constexpr std::chrono::seconds patienceAtTheEnd{1};
 struct Asker {
     DNSServiceQueries::BrowseHandler browseHandler;
     DNSServiceQueries::ResolveHandler resolveHandler;
+    std::function<void()> daemonHandler;
 };
 
 } // namespace
@@ -44,6 +46,7 @@ public:
     using Outcome = std::function<void(Asker &asker, DNSServiceErrorType error)>;
 
     unsigned long add(std::weak_ptr<Asker> asker, Opening opening, Outcome outcome);
+    unsigned long addWatch(std::weak_ptr<Asker> asker);
     void remove(unsigned long number);
     void end();
 
@@ -60,12 +63,15 @@ private:
         Outcome outcome;
         DNSServiceRef reference = nullptr;
         bool isOver = false; ///< nothing more is wanted of the daemon
+        /// Instead of a reference, when the daemon is waited for. Goes first: it calls from its own thread.
+        std::unique_ptr<DNSServiceDaemonWatch> watch = nullptr;
     };
 
     void perform(Task command);
     void run();
     bool runCommands();
     void open(unsigned long number, std::weak_ptr<Asker> asker, const Opening &opening, Outcome outcome);
+    void watch(unsigned long number, std::weak_ptr<Asker> asker);
     void close(unsigned long number);
     void awaitAnswers();
     void readAnswers(Question &question);
@@ -94,6 +100,12 @@ unsigned long DNSServiceThread::Worker::add(std::weak_ptr<Asker> asker, Opening 
     const auto number = ++lastNumber;
     perform([this, number, asker = std::move(asker), opening = std::move(opening),
              outcome = std::move(outcome)] { open(number, asker, opening, outcome); });
+    return number;
+}
+
+unsigned long DNSServiceThread::Worker::addWatch(std::weak_ptr<Asker> asker) {
+    const auto number = ++lastNumber;
+    perform([this, number, asker = std::move(asker)] { watch(number, asker); });
     return number;
 }
 
@@ -169,6 +181,18 @@ void DNSServiceThread::Worker::open(unsigned long number, std::weak_ptr<Asker> a
         question->reference = nullptr;
         fail(*question, error);
     }
+    questions.emplace(number, std::move(question));
+}
+
+void DNSServiceThread::Worker::watch(unsigned long number, std::weak_ptr<Asker> asker) {
+    auto question = std::make_unique<Question>(Question{*this, std::move(asker), {}});
+    const auto appeared = [question = question.get()] {
+        question->worker.tell(*question, [](Asker &listener) { listener.daemonHandler(); });
+    };
+    question->watch = watchForDNSServiceDaemon(appeared);
+    closeEverythingOnExec();
+    if (!question->watch)
+        appeared();
     questions.emplace(number, std::move(question));
 }
 
@@ -279,7 +303,7 @@ DNSServiceThread::~DNSServiceThread() {
 
 std::unique_ptr<DNSServiceQuery> DNSServiceThread::browse(const std::string &type, const std::string &domain,
                                                           BrowseHandler handler) {
-    const auto asker = std::make_shared<Asker>(Asker{std::move(handler), {}});
+    const auto asker = std::make_shared<Asker>(Asker{std::move(handler), {}, {}});
     const auto number = worker->add(
         asker,
         [type, domain](DNSServiceRef *reference, void *context) {
@@ -297,7 +321,7 @@ std::unique_ptr<DNSServiceQuery> DNSServiceThread::browse(const std::string &typ
 std::unique_ptr<DNSServiceQuery> DNSServiceThread::resolve(const std::string &name, const std::string &type,
                                                            const std::string &domain,
                                                            ResolveHandler handler) {
-    const auto asker = std::make_shared<Asker>(Asker{{}, std::move(handler)});
+    const auto asker = std::make_shared<Asker>(Asker{{}, std::move(handler), {}});
     const auto number = worker->add(
         asker,
         [name, type, domain](DNSServiceRef *reference, void *context) {
@@ -309,6 +333,11 @@ std::unique_ptr<DNSServiceQuery> DNSServiceThread::resolve(const std::string &na
                 listener.resolveHandler(std::nullopt);
         });
     return std::make_unique<Query>(worker, asker, number);
+}
+
+std::unique_ptr<DNSServiceQuery> DNSServiceThread::awaitDaemon(std::function<void()> handler) {
+    const auto asker = std::make_shared<Asker>(Asker{{}, {}, std::move(handler)});
+    return std::make_unique<Query>(worker, asker, worker->addWatch(asker));
 }
 
 } // namespace corvane

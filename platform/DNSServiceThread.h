@@ -20,6 +20,7 @@ public:
                                             BrowseHandler handler) override;
     std::unique_ptr<DNSServiceQuery> resolve(const std::string &name, const std::string &type,
                                              const std::string &domain, ResolveHandler handler) override;
+    std::unique_ptr<DNSServiceQuery> awaitDaemon(std::function<void()> handler) override;
 
 private:
     class Worker;

@@ -18,6 +18,8 @@ using Kind = DNSServiceEvent::Kind;
 /// A daemon whose answers are the test's.
 class FakeQueries : public DNSServiceQueries {
 public:
+    explicit FakeQueries(SerialQueue &main) : main(main) {}
+
     struct Resolving {
         std::string name;
         ResolveHandler handler;
@@ -44,6 +46,21 @@ public:
         });
     }
 
+    std::unique_ptr<DNSServiceQuery> awaitDaemon(std::function<void()> handler) override {
+        waiting = std::make_shared<std::function<void()>>(std::move(handler));
+        if (!tellsWhenItComes)
+            main.post([held = std::weak_ptr(waiting)] {
+                if (const auto called = held.lock())
+                    (*called)();
+            });
+        return std::make_unique<Query>([this] { waiting = nullptr; });
+    }
+    void come() {
+        ASSERT_TRUE(waiting);
+        const auto held = waiting;
+        (*held)();
+    }
+
     void say(Kind kind, const std::string &name = {}, int error = 0) {
         ASSERT_TRUE(browsing);
         const auto held = browsing;
@@ -61,8 +78,12 @@ public:
     std::shared_ptr<BrowseHandler> browsing;
     std::vector<std::shared_ptr<Resolving>> resolving;
     int resolves = 0;
+    bool tellsWhenItComes = false;
+    std::shared_ptr<std::function<void()>> waiting;
 
 private:
+    SerialQueue &main;
+
     struct Query : DNSServiceQuery {
         explicit Query(std::function<void()> ending) : ending(std::move(ending)) {}
         ~Query() override { ending(); }
@@ -95,7 +116,7 @@ public:
 class DNSServiceSearch : public testing::Test {
 protected:
     DNSServiceSearch() {
-        auto owned = std::make_unique<FakeQueries>();
+        auto owned = std::make_unique<FakeQueries>(main);
         daemon = owned.get();
         browser = std::make_unique<DNSServiceBrowser>(main, std::move(owned));
         browser->setDelegate(delegate);
@@ -315,6 +336,45 @@ TEST_F(DNSServiceSearch, AMissingDaemonIsAnObstacleAndIsAskedAgainMoreAndMoreSel
     }
     EXPECT_EQ(pauses, (std::vector<long>{1, 2, 4, 8, 16, 30, 30}));
     EXPECT_EQ(delegate->words, Words{});
+}
+
+TEST_F(DNSServiceSearch, AMissingDaemonIsWaitedForAsleepWhereItsComingIsTold) {
+    daemon->tellsWhenItComes = true;
+    search();
+    daemon->say(Kind::failed, {}, -65537);
+    EXPECT_FALSE(daemon->waiting);
+    clock->advance(1s);
+    ASSERT_TRUE(daemon->waiting);
+    EXPECT_EQ(clock->pending(), 0u);
+    EXPECT_EQ(daemon->browsed.size(), 1u);
+    daemon->come();
+    EXPECT_FALSE(daemon->waiting);
+    EXPECT_EQ(daemon->browsed.size(), 2u);
+    daemon->say(Kind::started);
+    EXPECT_EQ(browser->obstacle(), std::nullopt);
+}
+
+TEST_F(DNSServiceSearch, ADaemonThatIsThereAndRefusesIsAskedMoreAndMoreSeldom) {
+    daemon->tellsWhenItComes = true;
+    search();
+    for (const auto pause : {1s, 2s, 4s}) {
+        daemon->say(Kind::failed, {}, -65537);
+        clock->advance(pause - 1ms);
+        EXPECT_FALSE(daemon->waiting);
+        clock->advance(1ms);
+        daemon->come();
+        EXPECT_TRUE(daemon->browsing);
+    }
+}
+
+TEST_F(DNSServiceSearch, StoppedItWaitsForNoDaemon) {
+    daemon->tellsWhenItComes = true;
+    search();
+    daemon->say(Kind::failed, {}, -65537);
+    clock->advance(1s);
+    browser->stop();
+    EXPECT_FALSE(daemon->waiting);
+    EXPECT_EQ(clock->pending(), 0u);
 }
 
 TEST_F(DNSServiceSearch, OtherErrorsAreNamedByTheirNumber) {

@@ -134,6 +134,52 @@ TEST_F(BonjourDaemon, AMissingDaemonIsAnObstacleUntilItIsThere) {
     EXPECT_EQ(browser->obstacle(), std::nullopt);
 }
 
+TEST_F(BonjourDaemon, IsWaitedForUntilItComes) {
+    ASSERT_TRUE(bonjour.startBus());
+    DNSServiceThread daemon(main);
+    int coming = 0;
+    const auto waiting = daemon.awaitDaemon([&] { ++coming; });
+    runFor(2s);
+    EXPECT_EQ(coming, 0);
+    ASSERT_TRUE(bonjour.startDaemon());
+    EXPECT_TRUE(runUntil([&] { return coming > 0; }));
+    bonjour.killDaemon();
+    ASSERT_TRUE(bonjour.startDaemon());
+    runFor(200ms);
+    EXPECT_EQ(coming, 1);
+}
+
+TEST_F(BonjourDaemon, IsNotWaitedForWhereItIsThereOrCannotBeHeardOf) {
+    DNSServiceThread daemon(main);
+    int coming = 0;
+    const auto withoutBus = daemon.awaitDaemon([&] { ++coming; });
+    EXPECT_EQ(coming, 0);
+    EXPECT_TRUE(runUntil([&] { return coming == 1; }));
+    ASSERT_TRUE(bonjour.startBus() && bonjour.startDaemon());
+    const auto present = daemon.awaitDaemon([&] { ++coming; });
+    EXPECT_TRUE(runUntil([&] { return coming == 2; }));
+}
+
+TEST_F(BonjourDaemon, WaitingForItLeaksNoDescriptorAndLetsNoneBeInherited) {
+    ASSERT_TRUE(bonjour.startBus());
+    runFor(1ms); // the main queue has opened its own descriptors by now
+    const auto before = openDescriptors();
+    const auto inherited = inheritableDescriptors();
+    {
+        DNSServiceThread daemon(main);
+        for (int round = 0; round < 20; ++round) {
+            const auto waiting = daemon.awaitDaemon([] {});
+            runFor(round % 3 == 0 ? 20ms : 0ms);
+        }
+        const auto waiting = daemon.awaitDaemon([] {});
+        runFor(100ms);
+        for (const auto &descriptor : inheritableDescriptors())
+            EXPECT_NE(std::find(inherited.begin(), inherited.end(), descriptor), inherited.end())
+                << descriptor;
+    }
+    EXPECT_TRUE(runUntil([&] { return openDescriptors() <= before; })) << openDescriptors() << " " << before;
+}
+
 TEST_F(BonjourDaemon, ADaemonThatIsKilledAndComesBackRepeatsNothingAndFindsWhatIsNew) {
     ASSERT_TRUE(bonjour.startBus() && bonjour.startDaemon());
     ASSERT_TRUE(bonjour.publish("LV1 One", 5000));
