@@ -4,6 +4,9 @@
 #include "platform/Text.h"
 
 #include <limits>
+#include <string>
+#include <string_view>
+#include <vector>
 
 using namespace corvane;
 
@@ -11,10 +14,11 @@ namespace {
 
 /// Direct outs so near the largest number that a sum of theirs can overflow stop the program on purpose (see
 /// ReassignDirectOutsDeathTest). Every element is at most one channel of a run, so that slots below the
-/// largest number less the number of elements are safe, wherever the runs are moved.
+/// largest number less the number of elements, new tracks' included, are safe wherever the runs are moved.
 bool stopsOnPurpose(const std::vector<XMLElement> &elements) {
+    constexpr std::int64_t added = 50;
     const auto largest =
-        std::numeric_limits<std::int64_t>::max() - static_cast<std::int64_t>(elements.size());
+        std::numeric_limits<std::int64_t>::max() - static_cast<std::int64_t>(elements.size()) - added;
     for (const auto element : elements) {
         const auto slot = element.attribute("bitslot");
         if (slot && integer(*slot).value_or(0) > largest)
@@ -57,6 +61,43 @@ std::string withoutBlanksBeforeTags(std::string_view text) {
     return result;
 }
 
+/// A base template with a mono and a stereo model.
+constexpr std::string_view baseText = R"(<Session><Routes>
+<Route name="Mono" audio-playlist="Mono"><PresentationInfo flags="AudioTrack" order="1" color="0"/>
+<IO direction="Input"><Port name="Mono/audio_in 1"><ExtConnection other="system:capture_1"/></Port></IO>
+<Processor id="1" role="DirectOuts" bitslot="1"><IO direction="Output"><Port name="Mono/audio_send 1">
+<ExtConnection other="system:playback_1"/></Port></IO></Processor></Route>
+<Route name="Stereo" audio-playlist="Stereo"><PresentationInfo flags="AudioTrack" order="2" color="0"/>
+<IO direction="Input"><Port name="Stereo/audio_in 1"><ExtConnection other="system:capture_2"/></Port>
+<Port name="Stereo/audio_in 2"><ExtConnection other="system:capture_3"/></Port></IO></Route>
+</Routes><Playlists><Playlist id="2" name="Mono"/><Playlist id="3" name="Stereo"/></Playlists></Session>)";
+
+/// Ids that count up beyond the largest number stop the program on purpose too
+/// (Generation.TheCounterMayNotOverflow).
+bool idsStopOnPurpose(XMLElement root) {
+    constexpr std::uint64_t mostGivenOut = 200; // with the gap above them, and rather more than less
+    const auto counter = root.attribute("id-counter");
+    return counter &&
+           unsignedInteger(*counter).value_or(0) > std::numeric_limits<std::uint64_t>::max() - mostGivenOut;
+}
+
+/// An update of whatever can be taken for a session: it is refused, or leaves a tree that can be written and
+/// read.
+void update(XMLElement root) {
+    static const auto base = XMLDocument::parse(baseText, "the base template");
+    static const std::vector<LV1Channel> channels = {{"Kick", false, "SoundGrid 1", 0, "Mixer_Ch", 1},
+                                                     {"OH", true, "SoundGrid 1", 1, "Mixer_Ch", 2},
+                                                     {"Snare", false, "SoundGrid 1", 6, "Mixer_Ch", 3}};
+    if (!root.firstChild("Routes") || !root.firstChild("Playlists") || idsStopOnPurpose(root))
+        return;
+    try {
+        const auto plan = updateSessionTree(root, base.root(), channels);
+        require(plan.result.updated + plan.result.added == 3, "each channel has a track");
+    } catch (const GeneratorError &error) {
+        require(error.what()[0] != '\0', "a refusal says why");
+    }
+}
+
 void readAndWrite(std::string_view text, XMLDocument::Blanks blanks) {
     try {
         const auto document = XMLDocument::parse(text, "input", blanks);
@@ -70,6 +111,9 @@ void readAndWrite(std::string_view text, XMLDocument::Blanks blanks) {
         if (document.root())
             use(document.root());
         XMLDocument::parse(document.serialised(), "used", blanks);
+        if (document.root() && !stopsOnPurpose(LiveTraxGenerator::descendants(document.root())))
+            update(document.root());
+        XMLDocument::parse(document.serialised(), "updated", blanks);
     } catch (const XMLError &error) {
         require(error.what()[0] != '\0', "a refusal says why");
     }
