@@ -303,6 +303,15 @@ TEST(XMLTree, ATreeThatCannotBeReadBackIsNotPutInPlace) {
     EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
 }
 
+TEST(XMLTree, ADocumentWhoseDefaultValuesCannotBeWrittenIsNotPutInPlace) {
+    const TemporaryFolder folder;
+    const std::string text = "<!DOCTYPE S [<!ATTLIST S d CDATA \"&#60;&#38;\">]><S/>";
+    const auto path = folder.write("Gig.ardour", text);
+    EXPECT_THROW(XMLDocument::load(path).writeAtomically(path), XMLError);
+    EXPECT_EQ(folder.read("Gig.ardour"), text);
+    EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
+}
+
 TEST(XMLTree, AMissingFileIsAFileError) {
     const TemporaryFolder folder;
     EXPECT_THROW(XMLDocument::load(folder.path() / "missing"), FileError);
