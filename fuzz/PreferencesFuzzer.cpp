@@ -111,23 +111,36 @@ void recent(Home &home, std::string text) {
         require(text != "Gig\n" + real, "a session that exists is found");
 }
 
+/// A session, for its patch: whatever can be read and has a route has one.
+void patch(Home &home, const std::string &text) {
+    home.fake.folder.write("Gig/Gig.ardour", text);
+    const auto document = readable(text);
+    const bool hasRoute = document && document->root().firstChild("Routes").firstChild("Route");
+    require(LiveTraxGenerator::sessionPatchSignature(home.session).has_value() == hasRoute,
+            "a session with a route has a patch, and nothing else has");
+}
+
 } // namespace
 
-/// Any text as one of the files in LiveTrax's preferences; the first byte says which.
+/// Any text as one of the files in LiveTrax's preferences, or as the session that they name; the first byte
+/// says which.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     static Home home;
     if (size == 0)
         return 0;
     const std::string text(reinterpret_cast<const char *>(data) + 1, size - 1);
-    switch (data[0] % 3) {
+    switch (data[0] % 4) {
     case 0:
         configuration(home, text);
         break;
     case 1:
         hooks(home, text);
         break;
-    default:
+    case 2:
         recent(home, text);
+        break;
+    default:
+        patch(home, text);
     }
     return 0;
 }
