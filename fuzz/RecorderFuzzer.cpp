@@ -53,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             break;
         case 6:
             if (connection)
-                connection->failReceive("Connection refused");
+                connection->breakOff("Connection refused");
             break;
         case 7:
         case 8: {

@@ -2,6 +2,7 @@
 
 #include "platform/AsioContext.h"
 #include "platform/AsioRuntime.h"
+#include "platform/NetworkInterfaces.h"
 #include "platform/Sockets.h"
 
 #include <asio/buffer.hpp>
@@ -9,7 +10,6 @@
 
 #include <arpa/inet.h>
 #include <cerrno>
-#include <ifaddrs.h>
 #include <mutex>
 #include <net/if.h>
 #include <netinet/in.h>
@@ -53,8 +53,7 @@ std::string bindShared(int descriptor, in_addr address, std::uint16_t port) {
 }
 
 bool isFitting(const ifaddrs &interface) {
-    return (interface.ifa_flags & IFF_UP) != 0 && (interface.ifa_flags & IFF_MULTICAST) != 0 &&
-           interface.ifa_addr != nullptr && interface.ifa_addr->sa_family == AF_INET;
+    return (interface.ifa_flags & IFF_UP) != 0 && (interface.ifa_flags & IFF_MULTICAST) != 0;
 }
 
 /// Joins the group on one interface. What is in the way, or nothing.
@@ -71,20 +70,19 @@ std::string joinOn(int descriptor, in_addr group, const ifaddrs &interface) {
 
 /// Joins the group on every fitting interface. What is in the way of some or all of them, or nothing.
 std::string joinEverywhere(int descriptor, in_addr group) {
-    ifaddrs *first = nullptr;
-    if (::getifaddrs(&first) != 0)
+    const NetworkInterfaces interfaces;
+    if (!interfaces)
         return "The network interfaces cannot be listed: " + reason();
     std::string obstacles;
     bool isAnyFitting = false;
-    for (const ifaddrs *interface = first; interface != nullptr; interface = interface->ifa_next) {
-        if (!isFitting(*interface))
-            continue;
+    interfaces.forEach(AF_INET, [&](const ifaddrs &interface) {
+        if (!isFitting(interface))
+            return;
         isAnyFitting = true;
-        const auto obstacle = joinOn(descriptor, group, *interface);
+        const auto obstacle = joinOn(descriptor, group, interface);
         if (!obstacle.empty())
             obstacles += (obstacles.empty() ? "" : " ") + obstacle;
-    }
-    ::freeifaddrs(first);
+    });
     return isAnyFitting ? obstacles : "No network interface supports multicast.";
 }
 

@@ -1,13 +1,12 @@
 #include "sim/ConsoleAnnouncer.h"
 
 #include "osc/OSCCodec.h"
+#include "platform/NetworkInterfaces.h"
 
 #include <asio/ip/multicast.hpp>
 
 #include <arpa/inet.h>
 #include <cerrno>
-#include <ifaddrs.h>
-#include <memory>
 #include <net/if.h>
 #include <system_error>
 #include <utility>
@@ -46,18 +45,12 @@ Bytes announcement(const std::string &name, std::uint16_t port, const std::strin
 /// The IPv4 addresses of the interfaces that are up and can do multicast.
 std::vector<address_v4> multicastInterfaces() {
     std::vector<address_v4> addresses;
-    ifaddrs *first = nullptr;
-    if (getifaddrs(&first) != 0)
-        return addresses;
-    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> list(first, freeifaddrs);
-    for (const ifaddrs *each = first; each; each = each->ifa_next) {
-        if (!each->ifa_addr || each->ifa_addr->sa_family != AF_INET)
-            continue;
-        if (!(each->ifa_flags & IFF_UP) || !(each->ifa_flags & IFF_MULTICAST))
-            continue;
-        const auto *address = reinterpret_cast<const sockaddr_in *>(each->ifa_addr);
+    NetworkInterfaces().forEach(AF_INET, [&](const ifaddrs &each) {
+        if ((each.ifa_flags & IFF_UP) == 0 || (each.ifa_flags & IFF_MULTICAST) == 0)
+            return;
+        const auto *address = reinterpret_cast<const sockaddr_in *>(each.ifa_addr);
         addresses.emplace_back(ntohl(address->sin_addr.s_addr));
-    }
+    });
     return addresses;
 }
 

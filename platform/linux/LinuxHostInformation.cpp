@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxHostInformation.h"
 
 #include "platform/EthernetAddress.h"
+#include "platform/NetworkInterfaces.h"
 #include "platform/Text.h"
 #include "platform/UUID.h"
 #include "platform/linux/ShellValue.h"
@@ -8,7 +9,6 @@
 #include <array>
 #include <utility>
 
-#include <ifaddrs.h>
 #include <net/if_arp.h>
 #include <netpacket/packet.h>
 #include <unistd.h>
@@ -42,18 +42,12 @@ std::optional<std::string> LinuxHostInformation::localizedName() const {
 
 std::vector<std::string> LinuxHostInformation::ethernetAddresses() const {
     constexpr unsigned length = 6;
-    ifaddrs *interfaces = nullptr;
-    if (::getifaddrs(&interfaces) != 0)
-        return {};
     std::vector<std::string> addresses;
-    for (const ifaddrs *entry = interfaces; entry; entry = entry->ifa_next) {
-        if (!entry->ifa_addr || entry->ifa_addr->sa_family != AF_PACKET)
-            continue;
-        const auto *link = reinterpret_cast<const sockaddr_ll *>(entry->ifa_addr);
+    NetworkInterfaces().forEach(AF_PACKET, [&](const ifaddrs &entry) {
+        const auto *link = reinterpret_cast<const sockaddr_ll *>(entry.ifa_addr);
         if (link->sll_hatype == ARPHRD_ETHER && link->sll_halen == length)
             addresses.push_back(ethernetAddressText(link->sll_addr));
-    }
-    ::freeifaddrs(interfaces);
+    });
     return addresses;
 }
 

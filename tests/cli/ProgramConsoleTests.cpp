@@ -17,13 +17,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-using Arguments = std::vector<std::string>;
-
-Arguments operator+(Arguments left, const Arguments &right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
 /// The programs as they are used, console side.
 class ConsoleProgramTest : public ProgramTest {
 protected:

@@ -18,6 +18,13 @@
 
 namespace corvane::cli {
 
+using Arguments = std::vector<std::string>;
+
+inline Arguments operator+(Arguments left, const Arguments &right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
 /// How a run of the program ended.
 struct Ran {
     int status = 0;
@@ -30,11 +37,11 @@ struct Ran {
 /// The console's stand-in as a process, listening.
 class Console {
 public:
-    explicit Console(std::vector<std::string> arguments = {});
+    explicit Console(Arguments arguments = {});
 
     std::uint16_t port() const { return portNumber; }
     /// The options that lead to it.
-    std::vector<std::string> address() const;
+    Arguments address() const;
     void type(const std::string &command) const { process.type(command); }
 
 private:
@@ -48,8 +55,6 @@ class ProgramTest : public testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
-
-    using Arguments = std::vector<std::string>;
 
     /// Starts the program in the rehearsal.
     std::unique_ptr<ChildProcess> start(Arguments arguments) const;

@@ -5,138 +5,16 @@
 
 namespace corvane {
 
-void FakeStreamConnection::start(ConnectionStateHandler handler) {
-    started = true;
-    stateHandler = std::move(handler);
-}
-
-void FakeStreamConnection::send(Bytes message) {
-    sent.push_back(std::move(message));
-}
-
 void FakeStreamConnection::receive(std::size_t, std::size_t maximum, ReceiveHandler handler) {
     receiveMaximum = maximum;
-    receiveHandler = std::move(handler);
-    if (!waiting.empty()) {
-        Received first = std::move(waiting.front());
-        waiting.erase(waiting.begin());
-        complete(std::move(first));
-    } else if (cancelled) {
-        complete({{}, false, "Operation canceled"});
-    }
+    receiveNext(std::move(handler));
 }
 
-void FakeStreamConnection::cancel() {
-    if (std::exchange(cancelled, true))
-        return;
-    if (receiveHandler)
-        complete({{}, false, "Operation canceled"});
-    changeState(ConnectionState::cancelled);
-    waiting.clear();
-}
-
-void FakeStreamConnection::becomeReady() {
-    changeState(ConnectionState::ready);
-}
-void FakeStreamConnection::fail(const std::string &error) {
-    changeState(ConnectionState::failed, error);
-}
-void FakeStreamConnection::deliver(Bytes data) {
-    complete({std::move(data), false, std::nullopt});
-}
-void FakeStreamConnection::closeByPeer(Bytes lastData) {
-    complete({std::move(lastData), true, std::nullopt});
-}
-
-void FakeStreamConnection::breakOff(const std::string &error) {
-    complete({{}, false, error});
-    changeState(ConnectionState::failed, error);
-}
-
-void FakeStreamConnection::changeState(ConnectionState state, const std::string &error) {
-    queue->post([self = shared_from_this(), state, error] {
-        if (self->stateHandler)
-            self->stateHandler(state, error);
-        if (state == ConnectionState::cancelled)
-            self->stateHandler = nullptr;
-    });
-}
-
-void FakeStreamConnection::complete(Received received) {
-    if (!receiveHandler) {
-        waiting.push_back(std::move(received));
-        return;
-    }
-    queue->post([handler = std::exchange(receiveHandler, nullptr), received = std::move(received)]() mutable {
-        handler(std::move(received));
-    });
-}
-
-void FakeDatagramConnection::start(ConnectionStateHandler handler) {
-    started = true;
-    stateHandler = std::move(handler);
-    currentState = ConnectionState::preparing;
-}
-
-void FakeDatagramConnection::send(Bytes datagram, Task sentHandler) {
-    sent.push_back({std::move(datagram), queue->now()});
+void FakeDatagramConnection::send(Bytes datagram, SentHandler sentHandler) {
+    if (!losesWhatIsSent)
+        sent.push_back({std::move(datagram), queue->now()});
     if (sentHandler)
-        queue->post(std::move(sentHandler));
-}
-
-void FakeDatagramConnection::receiveMessage(ReceiveHandler handler) {
-    receiveHandler = std::move(handler);
-    if (!waiting.empty()) {
-        Received first = std::move(waiting.front());
-        waiting.erase(waiting.begin());
-        complete(std::move(first));
-    } else if (cancelled) {
-        complete({std::nullopt, "Operation canceled"});
-    }
-}
-
-void FakeDatagramConnection::cancel() {
-    if (std::exchange(cancelled, true))
-        return;
-    if (receiveHandler)
-        complete({std::nullopt, "Operation canceled"});
-    changeState(ConnectionState::cancelled);
-    waiting.clear();
-}
-
-void FakeDatagramConnection::becomeReady() {
-    changeState(ConnectionState::ready);
-}
-void FakeDatagramConnection::fail(const std::string &error) {
-    changeState(ConnectionState::failed, error);
-}
-void FakeDatagramConnection::deliver(Bytes datagram) {
-    complete({std::move(datagram), std::nullopt});
-}
-
-void FakeDatagramConnection::failReceive(const std::string &error) {
-    complete({std::nullopt, error});
-    changeState(ConnectionState::failed, error);
-}
-
-void FakeDatagramConnection::changeState(ConnectionState state, const std::string &error) {
-    queue->post([self = shared_from_this(), state, error] {
-        self->currentState = state;
-        if (self->stateHandler)
-            self->stateHandler(state, error);
-        if (state == ConnectionState::cancelled)
-            self->stateHandler = nullptr;
-    });
-}
-
-void FakeDatagramConnection::complete(Received received) {
-    if (!receiveHandler) {
-        waiting.push_back(std::move(received));
-        return;
-    }
-    queue->post([handler = std::exchange(receiveHandler, nullptr), received = std::move(received)]() mutable {
-        handler(std::move(received));
-    });
+        queue->post([sentHandler = std::move(sentHandler), left = !losesWhatIsSent] { sentHandler(left); });
 }
 
 std::shared_ptr<StreamConnection> FakeNetwork::makeStream(std::string host, std::uint16_t port,

@@ -5,70 +5,128 @@
 #include "platform/ServiceBrowser.h"
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace corvane {
 
-/// A TCP connection whose other end is the test. It records what was sent and lets the test raise states
-/// and deliver data; everything reaches its user through the connection's queue, as from the real one.
-class FakeStreamConnection : public StreamConnection,
-                             public std::enable_shared_from_this<FakeStreamConnection> {
+/// What the fake connections have in common: their states and at most one pending receive, told on the
+/// connection's queue, and what has come while nothing was pending.
+template <class Connection>
+class FakeConnection : public Connection, public std::enable_shared_from_this<FakeConnection<Connection>> {
 public:
-    FakeStreamConnection(std::string host, std::uint16_t port, std::shared_ptr<SerialQueue> queue)
-        : host(std::move(host)), port(port), queue(std::move(queue)) {}
+    using Received = typename Connection::Received;
+    using ReceiveHandler = typename Connection::ReceiveHandler;
 
-    void start(ConnectionStateHandler handler) override;
-    void send(Bytes message) override;
-    void receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) override;
-    void cancel() override;
+    void start(ConnectionStateHandler handler) override {
+        started = true;
+        stateHandler = std::move(handler);
+        currentState = ConnectionState::preparing;
+    }
+    void cancel() override {
+        if (std::exchange(cancelled, true))
+            return;
+        if (receiveHandler)
+            complete(failed("Operation canceled"));
+        changeState(ConnectionState::cancelled);
+        waiting.clear();
+    }
 
     /// Raised by the test.
-    void becomeReady();
-    void fail(const std::string &error);
-    void deliver(Bytes data);
-    void closeByPeer(Bytes lastData = {});
-    /// A connection broken after it was ready: the pending receive gets the error, then the state is failed.
-    void breakOff(const std::string &error);
+    void becomeReady() { changeState(ConnectionState::ready); }
+    void fail(const std::string &error) { changeState(ConnectionState::failed, error); }
+    /// Broken after it was ready: the pending receive gets the error, then the state is failed.
+    void breakOff(const std::string &error) {
+        complete(failed(error));
+        fail(error);
+    }
 
-    std::string host;
-    std::uint16_t port;
-    std::vector<Bytes> sent;
     bool started = false;
     bool cancelled = false;
     bool receiving() const { return static_cast<bool>(receiveHandler); }
-    std::size_t receiveMaximum = 0;
 
-private:
-    void changeState(ConnectionState state, const std::string &error = {});
-    void complete(Received received);
+protected:
+    explicit FakeConnection(std::shared_ptr<SerialQueue> queue) : queue(std::move(queue)) {}
+
+    void receiveNext(ReceiveHandler handler) {
+        receiveHandler = std::move(handler);
+        if (!waiting.empty()) {
+            Received first = std::move(waiting.front());
+            waiting.erase(waiting.begin());
+            complete(std::move(first));
+        } else if (cancelled) {
+            complete(failed("Operation canceled"));
+        }
+    }
+    void complete(Received received) {
+        if (!receiveHandler) {
+            waiting.push_back(std::move(received));
+            return;
+        }
+        queue->post([handler = std::exchange(receiveHandler, nullptr),
+                     received = std::move(received)]() mutable { handler(std::move(received)); });
+    }
 
     std::shared_ptr<SerialQueue> queue;
+    ConnectionState currentState = ConnectionState::setup;
+
+private:
+    static Received failed(const std::string &error) {
+        Received received{};
+        received.error = error;
+        return received;
+    }
+    void changeState(ConnectionState state, const std::string &error = {}) {
+        queue->post([self = this->shared_from_this(), state, error] {
+            self->currentState = state;
+            if (self->stateHandler)
+                self->stateHandler(state, error);
+            if (state == ConnectionState::cancelled)
+                self->stateHandler = nullptr;
+        });
+    }
+
     ConnectionStateHandler stateHandler;
     ReceiveHandler receiveHandler;
     std::vector<Received> waiting;
 };
 
+/// A TCP connection whose other end is the test. It records what was sent and lets the test raise states
+/// and deliver data; everything reaches its user through the connection's queue, as from the real one.
+class FakeStreamConnection : public FakeConnection<StreamConnection> {
+public:
+    FakeStreamConnection(std::string host, std::uint16_t port, std::shared_ptr<SerialQueue> queue)
+        : FakeConnection(std::move(queue)), host(std::move(host)), port(port) {}
+
+    void send(Bytes message) override { sent.push_back(std::move(message)); }
+    void receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) override;
+
+    /// Raised by the test.
+    void deliver(Bytes data) { complete({std::move(data), false, std::nullopt}); }
+    void closeByPeer(Bytes lastData = {}) { complete({std::move(lastData), true, std::nullopt}); }
+
+    std::string host;
+    std::uint16_t port;
+    std::vector<Bytes> sent;
+    std::size_t receiveMaximum = 0;
+};
+
 /// A UDP connection whose peer is the test.
-class FakeDatagramConnection : public DatagramConnection,
-                               public std::enable_shared_from_this<FakeDatagramConnection> {
+class FakeDatagramConnection : public FakeConnection<DatagramConnection> {
 public:
     FakeDatagramConnection(std::string remoteHost, std::uint16_t remotePort, std::string localHost,
                            std::uint16_t localPort, std::shared_ptr<SerialQueue> queue)
-        : remoteHost(std::move(remoteHost)), remotePort(remotePort), localHost(std::move(localHost)),
-          localPort(localPort), queue(std::move(queue)) {}
+        : FakeConnection(std::move(queue)), remoteHost(std::move(remoteHost)), remotePort(remotePort),
+          localHost(std::move(localHost)), localPort(localPort) {}
 
-    void start(ConnectionStateHandler handler) override;
     ConnectionState state() const override { return currentState; }
-    void send(Bytes datagram, Task sent = {}) override;
-    void receiveMessage(ReceiveHandler handler) override;
-    void cancel() override;
+    void send(Bytes datagram, SentHandler sent = {}) override;
+    void receiveMessage(ReceiveHandler handler) override { receiveNext(std::move(handler)); }
 
-    void becomeReady();
-    void fail(const std::string &error);
-    void deliver(Bytes datagram);
-    /// The pending receive gets the error, then the state is failed.
-    void failReceive(const std::string &error);
+    /// Raised by the test.
+    void deliver(Bytes datagram) { complete({std::move(datagram), std::nullopt}); }
 
     struct Sent {
         Bytes datagram;
@@ -79,19 +137,7 @@ public:
     std::string localHost;
     std::uint16_t localPort;
     std::vector<Sent> sent;
-    bool started = false;
-    bool cancelled = false;
-    bool receiving() const { return static_cast<bool>(receiveHandler); }
-
-private:
-    void changeState(ConnectionState state, const std::string &error = {});
-    void complete(Received received);
-
-    std::shared_ptr<SerialQueue> queue;
-    ConnectionState currentState = ConnectionState::setup;
-    ConnectionStateHandler stateHandler;
-    ReceiveHandler receiveHandler;
-    std::vector<Received> waiting;
+    bool losesWhatIsSent = false;
 };
 
 /// Records every connection that was made.

@@ -1,7 +1,4 @@
-#include "platform/AsioNetwork.h"
-#include "platform/AsioRuntime.h"
-#include "tests/support/Peers.h"
-#include "tests/support/Recorders.h"
+#include "tests/platform/AsioConnectionTest.h"
 
 #include <gtest/gtest.h>
 
@@ -13,29 +10,24 @@ namespace corvane {
 namespace {
 
 using namespace std::chrono_literals;
-using Words = std::vector<std::string>;
 
-std::string systemText(std::errc error) {
-    return std::make_error_code(error).message();
-}
-
-class AsioStream : public testing::Test {
+class AsioStream : public AsioConnectionTest {
 protected:
     std::shared_ptr<StreamConnection> make(std::uint16_t port, const std::string &host = "127.0.0.1") {
         return network.makeStream(host, port, queue);
     }
 
-    /// Runs what was posted to the queue so far.
-    void settle() {
-        std::promise<void> done;
-        queue->post([&] { done.set_value(); });
-        ASSERT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+    struct Linked {
+        std::shared_ptr<StreamConnection> connection;
+        StreamPeer peer;
+    };
+    /// A connection that was started, and its other end.
+    Linked linked() {
+        const auto connection = make(listener.port());
+        connection->start(journal->states());
+        return {connection, listener.accept()};
     }
 
-    std::shared_ptr<ConnectionJournal> journal = std::make_shared<ConnectionJournal>();
-    AsioRuntime runtime;
-    AsioNetwork network{runtime};
-    std::shared_ptr<SerialQueue> queue = runtime.make("Corvane.Test");
     StreamListener listener;
 };
 
@@ -46,9 +38,7 @@ TEST_F(AsioStream, DoesNothingBeforeItIsStarted) {
 }
 
 TEST_F(AsioStream, ReportsPreparingAndReadyOnItsQueue) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    const auto peer = listener.accept();
+    auto [connection, peer] = linked();
     ASSERT_TRUE(journal->await("ready"));
     EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
 }
@@ -68,9 +58,7 @@ TEST_F(AsioStream, SendsWholeMessagesInOrderThoseFromBeforeItIsReadyToo) {
 }
 
 TEST_F(AsioStream, DeliversBetweenMinimumAndMaximumBytes) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    const auto peer = listener.accept();
+    auto [connection, peer] = linked();
     connection->receive(4, 6, journal->received());
     peer.write(bytes("abc"));
     peer.write(bytes("defghijk"));
@@ -83,9 +71,7 @@ TEST_F(AsioStream, DeliversBetweenMinimumAndMaximumBytes) {
 }
 
 TEST_F(AsioStream, DeliversOnlyWhatWasAskedFor) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    const auto peer = listener.accept();
+    auto [connection, peer] = linked();
     ASSERT_TRUE(journal->await("ready"));
     peer.write(bytes("abc"));
     settle();
@@ -104,9 +90,7 @@ TEST_F(AsioStream, AReceiveFromBeforeItIsReadyWaits) {
 }
 
 TEST_F(AsioStream, CarriesLongMessagesWholeInBothDirections) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    const auto peer = listener.accept();
+    auto [connection, peer] = linked();
     const std::string text(3000000, 'x');
     connection->send(bytes(text));
     EXPECT_EQ(peer.read(text.size()).size(), text.size());
@@ -116,9 +100,7 @@ TEST_F(AsioStream, CarriesLongMessagesWholeInBothDirections) {
 }
 
 TEST_F(AsioStream, APeersCloseIsDeliveredAndLeavesTheStateAsItIs) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    auto peer = listener.accept();
+    auto [connection, peer] = linked();
     connection->receive(1, 100, journal->received());
     peer.close();
     ASSERT_TRUE(journal->await("closed: "));
@@ -127,9 +109,7 @@ TEST_F(AsioStream, APeersCloseIsDeliveredAndLeavesTheStateAsItIs) {
 }
 
 TEST_F(AsioStream, TheDataThatPrecededACloseComesWithIt) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    auto peer = listener.accept();
+    auto [connection, peer] = linked();
     connection->receive(100, 1000, journal->received());
     peer.write(bytes("goodbye"));
     peer.close();
@@ -137,9 +117,7 @@ TEST_F(AsioStream, TheDataThatPrecededACloseComesWithIt) {
 }
 
 TEST_F(AsioStream, EveryReceiveAfterAPeersCloseSaysSoAgain) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    auto peer = listener.accept();
+    auto [connection, peer] = linked();
     connection->receive(1, 100, journal->received());
     peer.close();
     ASSERT_TRUE(journal->await("closed: "));
@@ -149,9 +127,7 @@ TEST_F(AsioStream, EveryReceiveAfterAPeersCloseSaysSoAgain) {
 }
 
 TEST_F(AsioStream, SendingToAPeerThatHasClosedReportsNothing) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    auto peer = listener.accept();
+    auto [connection, peer] = linked();
     connection->receive(1, 100, journal->received());
     peer.close();
     ASSERT_TRUE(journal->await("closed: "));
@@ -162,9 +138,7 @@ TEST_F(AsioStream, SendingToAPeerThatHasClosedReportsNothing) {
 }
 
 TEST_F(AsioStream, AResetAfterReadyReachesThePendingReceiveAndThenTheState) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    auto peer = listener.accept();
+    auto [connection, peer] = linked();
     connection->receive(1, 100, journal->received());
     ASSERT_TRUE(journal->await("ready"));
     peer.reset();
@@ -193,10 +167,9 @@ TEST_F(AsioStream, AResetThatOnlySendingNoticesReachesReceiveAndStateAsWell) {
 }
 
 TEST_F(AsioStream, CancelledInTheReceiveThatReportsAResetItIsNotFailedAnyMore) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    auto peer = listener.accept();
-    connection->receive(1, 100, [&](const StreamConnection::Received &) { connection->cancel(); });
+    auto [connection, peer] = linked();
+    connection->receive(
+        1, 100, [&connection = connection](const StreamConnection::Received &) { connection->cancel(); });
     ASSERT_TRUE(journal->await("ready"));
     peer.reset();
     ASSERT_TRUE(journal->await("cancelled"));
@@ -262,9 +235,7 @@ TEST_F(AsioStream, TheCancellationIsReportedEvenWhenTheConnectionIsLetGoOfAtOnce
 }
 
 TEST_F(AsioStream, NothingIsReceivedAfterCancel) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    const auto peer = listener.accept();
+    auto [connection, peer] = linked();
     connection->receive(1, 100, journal->received());
     connection->cancel();
     peer.write(bytes("too late"));
@@ -495,9 +466,7 @@ TEST_F(AsioStream, DescriptorsAreClosedOnExecAndNotLeaked) {
 }
 
 TEST_F(AsioStream, MemoryStaysBoundedWhenThePeerNeverReads) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    const auto peer = listener.accept();
+    auto [connection, peer] = linked();
     connection->receive(1, 100, journal->received());
     for (int i = 0; i < 100; ++i)
         connection->send(Bytes(1000000));
@@ -507,9 +476,7 @@ TEST_F(AsioStream, MemoryStaysBoundedWhenThePeerNeverReads) {
 }
 
 TEST_F(AsioStream, SmallMessagesLeaveWithoutWaitingForCompany) {
-    const auto connection = make(listener.port());
-    connection->start(journal->states());
-    const auto peer = listener.accept();
+    auto [connection, peer] = linked();
     const auto start = std::chrono::steady_clock::now();
     for (int i = 0; i < 20; ++i) {
         connection->send(bytes("a"));

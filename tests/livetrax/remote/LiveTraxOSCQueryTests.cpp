@@ -215,7 +215,7 @@ TEST_F(LiveTraxOSCQuery, WhatWasHandedToTheMainQueueDoesNotOutliveTheClient) {
     connection().deliver(OSCCodec::message("/transport_speed", {1.0F}));
     connection().deliver(OSCCodec::message("/record_enabled", {1}));
     clock->advance(40ms);
-    connection().failReceive("Connection refused");
+    connection().breakOff("Connection refused");
     clock->run();
     EXPECT_GE(mainClock->pending(), 3U);
     client.reset();

@@ -71,7 +71,7 @@ TEST_F(LiveTraxOSCTest, AFailedConnectionIsReplacedByTheNextSend) {
 
 TEST_F(LiveTraxOSCTest, AReceiveErrorLeavesNoConnectionBehind) {
     openReady();
-    connection().failReceive("Connection refused");
+    connection().breakOff("Connection refused");
     run();
     EXPECT_FALSE(connection().receiving());
     client->start();
@@ -229,7 +229,7 @@ TEST_F(LiveTraxOSCTest, AMarkersNameOpensTheConnectionAnewWhenTheFirstHalfLostIt
     std::vector<Addresses> reports;
     client->addSceneMarker("Verse 2", [&](const Addresses &addresses) { reports.push_back(addresses); });
     advance(45ms);
-    connection().failReceive("Connection refused");
+    connection().breakOff("Connection refused");
     advance(1s);
     ASSERT_EQ(network.datagrams.size(), 2U);
     EXPECT_EQ(sentOn(*network.datagrams[1]), (Sent{{130, {"/marker", {V("Verse 2")}}}}));
