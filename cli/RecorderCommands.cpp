@@ -45,8 +45,7 @@ protected:
         return [this, expected = std::move(expected)](const std::vector<std::string> &left) {
             guarded([&] {
                 if (left != expected)
-                    throw CommandFailure(status::noAnswer,
-                                         failure.empty() ? "Nothing could be sent to LiveTrax." : failure);
+                    throw CommandFailure(status::noAnswer, whatIsMissing(left));
                 std::string text = "Sent:";
                 for (const auto &address : left)
                     text += " " + address;
@@ -60,6 +59,12 @@ protected:
     Surroundings surroundings;
 
 private:
+    std::string whatIsMissing(const std::vector<std::string> &left) const {
+        if (!failure.empty())
+            return failure;
+        return left.empty() ? "Nothing could be sent to LiveTrax." : "Not all could be sent to LiveTrax.";
+    }
+
     std::unique_ptr<LiveTraxOSC> osc;
     std::string failure;
 };

@@ -35,7 +35,7 @@ public:
     ConnectionLife life;
 
     void start(ConnectionStateHandler handler);
-    void send(Bytes datagram, Task sent);
+    void send(Bytes datagram, SentHandler sent);
     void receiveMessage(ReceiveHandler handler);
     void finishCancelling();
     void abandon();
@@ -43,7 +43,7 @@ public:
 private:
     struct Outgoing {
         Bytes datagram;
-        Task sent;
+        SentHandler sent;
     };
     using Addresses = std::vector<asio::ip::address>;
 
@@ -144,10 +144,10 @@ std::string AsioDatagramConnection::Link::openOne(const udp::endpoint &remote, c
     return error ? error.message() : std::string();
 }
 
-void AsioDatagramConnection::Link::send(Bytes datagram, Task sent) {
+void AsioDatagramConnection::Link::send(Bytes datagram, SentHandler sent) {
     if (!life.isUsable()) {
         if (sent)
-            sent();
+            sent(false);
         return;
     }
     outgoing.push_back({std::move(datagram), std::move(sent)});
@@ -175,7 +175,7 @@ void AsioDatagramConnection::Link::wrote(const asio::error_code &error, std::siz
     const auto done = std::move(outgoing.front().sent);
     outgoing.pop_front();
     if (done)
-        done();
+        done(!error || error == asio::error::connection_refused);
     write();
 }
 
@@ -242,7 +242,7 @@ void AsioDatagramConnection::Link::release() {
 void AsioDatagramConnection::Link::loseOutgoing() {
     for (const auto &lost : std::exchange(outgoing, {}))
         if (lost.sent)
-            lost.sent();
+            lost.sent(false);
 }
 
 AsioDatagramConnection::AsioDatagramConnection(std::shared_ptr<AsioContext> context, HostResolver resolver,
@@ -262,7 +262,7 @@ ConnectionState AsioDatagramConnection::state() const {
     return link->life.state();
 }
 
-void AsioDatagramConnection::send(Bytes datagram, Task sent) {
+void AsioDatagramConnection::send(Bytes datagram, SentHandler sent) {
     queue->post([link = link, datagram = std::move(datagram), sent = std::move(sent)]() mutable {
         link->send(std::move(datagram), std::move(sent));
     });

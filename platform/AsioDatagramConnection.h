@@ -29,7 +29,7 @@ public:
 
     void start(ConnectionStateHandler handler) override;
     ConnectionState state() const override;
-    void send(Bytes datagram, Task sent = {}) override;
+    void send(Bytes datagram, SentHandler sent = {}) override;
     void receiveMessage(ReceiveHandler handler) override;
     void cancel() override;
 

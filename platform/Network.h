@@ -55,9 +55,11 @@ public:
     virtual void start(ConnectionStateHandler handler) = 0;
     /// Asked on the connection's queue.
     virtual ConnectionState state() const = 0;
+    /// Told whether the datagram has left; one that nobody listened for has.
+    using SentHandler = std::function<void(bool left)>;
     /// Sends one datagram. A refusal left over from an earlier datagram does not lose this one. `sent`, when
     /// given, runs on the queue once the datagram has left or is lost.
-    virtual void send(Bytes datagram, Task sent = {}) = 0;
+    virtual void send(Bytes datagram, SentHandler sent = {}) = 0;
     /// Delivers one whole datagram from the peer. After an error the connection is failed.
     virtual void receiveMessage(ReceiveHandler handler) = 0;
     virtual void cancel() = 0;

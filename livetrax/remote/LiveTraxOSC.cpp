@@ -230,7 +230,7 @@ void LiveTraxOSC::Surface::send(const std::string &address, const std::vector<OS
     auto transmission = [datagram = OSCCodec::message(address, values),
                          done = std::move(done)](Surface &alive) {
         if (alive.connection)
-            alive.connection->send(datagram, [done] { done(true); });
+            alive.connection->send(datagram, done);
         else
             done(false);
     };

@@ -103,6 +103,15 @@ TEST_F(RecorderCommandTest, WhatCouldNotBeSentIsAFailure) {
     EXPECT_EQ("Network is down", outcome->message);
 }
 
+TEST_F(RecorderCommandTest, ADatagramThatTheSystemRefusesHasNotBeenSent) {
+    begin({"marker", std::string(70000, 'x')});
+    surface().losesWhatIsSent = true;
+    fake.clock->advance(1s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("Nothing could be sent to LiveTrax.", outcome->message);
+}
+
 TEST_F(RecorderCommandTest, StoppedItClosesItsSocket) {
     begin({"transport"});
     command->stop();
