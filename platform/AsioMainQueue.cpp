@@ -5,7 +5,10 @@
 #include <asio/executor_work_guard.hpp>
 #include <asio/signal_set.hpp>
 
+#include <atomic>
 #include <csignal>
+#include <deque>
+#include <utility>
 
 namespace corvane {
 
@@ -15,12 +18,24 @@ struct AsioMainQueue::Loop {
     asio::executor_work_guard<asio::io_context::executor_type> work = asio::make_work_guard(context->loop());
     asio::signal_set signals{context->loop()};
     std::function<void(int)> interruption;
+    std::atomic<bool> isQuitting = false;
+    std::deque<Task> left; ///< by the quit; the loop may have begun with them already
+
+    /// As a task of the queue.
+    Task unlessQuitting(Task task) {
+        return [this, task = std::move(task)]() mutable {
+            if (isQuitting)
+                left.push_back(std::move(task));
+            else
+                task();
+        };
+    }
 
     void awaitSignal() {
         signals.async_wait([this](const asio::error_code &error, int signal) {
             if (error)
                 return;
-            queue.post([this, signal] { interruption(signal); });
+            queue.post(unlessQuitting([this, signal] { interruption(signal); }));
             awaitSignal();
         });
     }
@@ -33,11 +48,19 @@ AsioMainQueue::~AsioMainQueue() {
 }
 
 void AsioMainQueue::run() {
-    loop->context->loop().run();
+    while (!loop->isQuitting && !loop->left.empty()) {
+        const Task task = std::move(loop->left.front());
+        loop->left.pop_front();
+        task();
+    }
+    if (!loop->isQuitting)
+        loop->context->loop().run();
     loop->context->loop().restart();
+    loop->isQuitting = false;
 }
 
 void AsioMainQueue::quit() {
+    loop->isQuitting = true;
     loop->context->loop().stop();
 }
 
@@ -56,11 +79,11 @@ const std::string &AsioMainQueue::label() const {
 }
 
 void AsioMainQueue::post(Task task) {
-    loop->queue.post(std::move(task));
+    loop->queue.post(loop->unlessQuitting(std::move(task)));
 }
 
 DelayedTask AsioMainQueue::after(std::chrono::milliseconds delay, Task task) {
-    return loop->queue.after(delay, std::move(task));
+    return loop->queue.after(delay, loop->unlessQuitting(std::move(task)));
 }
 
 SerialQueue::Clock::time_point AsioMainQueue::now() const {

@@ -230,6 +230,24 @@ TEST(AsioMainQueue, LeavesWhatFollowsTheQuitForTheNextRun) {
     EXPECT_EQ(seen, (std::vector<int>{1, 2}));
 }
 
+TEST(AsioMainQueue, LeavesWhatWasQueuedBehindTheQuitForTheNextRun) {
+    AsioMainQueue main;
+    std::vector<int> seen;
+    main.post([&] {
+        main.post([&] {
+            seen.push_back(1);
+            main.quit();
+        });
+        main.post([&] { seen.push_back(2); });
+        main.after(0ms, [&] { seen.push_back(3); });
+    });
+    main.run();
+    EXPECT_EQ(seen, (std::vector<int>{1}));
+    main.after(20ms, [&] { main.quit(); });
+    main.run();
+    EXPECT_EQ(seen, (std::vector<int>{1, 2, 3}));
+}
+
 TEST(AsioMainQueue, EndsARunThatWasQuitBeforeItBegan) {
     AsioMainQueue main;
     main.quit();
