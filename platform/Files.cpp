@@ -84,15 +84,15 @@ public:
     const FileHandle &file() const { return handle; }
 
     /// Gives it the owner and mode of the file it replaces. Only root may give a file away: where that is
-    /// refused the group alone is tried, and the file stays ours.
+    /// refused the group alone is tried, and the file stays ours. What that group might do, no other group
+    /// may.
     void takeAfter(const struct stat &old) const {
         const int descriptor = handle.fileDescriptor();
         mode_t mode = old.st_mode & 07777U;
-        const bool given =
-            ::fchown(descriptor, old.st_uid, old.st_gid) == 0 ||
-            (old.st_uid == ::geteuid() && ::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) == 0);
-        if (!given)
-            mode &= 0777U;
+        if (::fchown(descriptor, old.st_uid, old.st_gid) != 0) {
+            const bool groupKept = ::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) == 0;
+            mode &= groupKept ? 0777U : 0707U;
+        }
         if (::fchmod(descriptor, mode) != 0)
             throw FileError::cannot("written", destination, errno);
     }

@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <grp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fcntl.h>
@@ -103,6 +105,32 @@ TEST(Files, TheOwnerOfAReplacedFileIsKept) {
     EXPECT_EQ(status.st_uid, 1234U);
     EXPECT_EQ(status.st_gid, 5678U);
     EXPECT_EQ(status.st_mode & 07777U, 04750U);
+}
+
+TEST(Files, AColleaguesFileStaysTheirSharedGroups) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root may become somebody else";
+    constexpr gid_t studio = 5678;
+    const TemporaryFolder folder;
+    const fs::path file = folder.write("Show/Show.ardour", "old");
+    ASSERT_EQ(::chown(file.c_str(), 4321, studio), 0);
+    ASSERT_EQ(::chmod(file.c_str(), 0660), 0);
+    ASSERT_EQ(::chown(file.parent_path().c_str(), 4321, studio), 0);
+    ASSERT_EQ(::chmod(file.parent_path().c_str(), 0770), 0);
+    ASSERT_EQ(::chmod(folder.path().c_str(), 0755), 0);
+    const pid_t colleague = ::fork();
+    if (colleague == 0) {
+        const bool became = ::setgroups(1, &studio) == 0 && ::setgid(1111) == 0 && ::setuid(1234) == 0;
+        ::_exit(became && errorOf([&] { replaceFileAtomically(file, "new"); }) == "no error" ? 0 : 1);
+    }
+    int ended = 0;
+    ASSERT_EQ(::waitpid(colleague, &ended, 0), colleague);
+    ASSERT_EQ(ended, 0);
+    struct stat status {};
+    ASSERT_EQ(::stat(file.c_str(), &status), 0);
+    EXPECT_EQ(textOf(file), "new");
+    EXPECT_EQ(status.st_gid, studio);
+    EXPECT_EQ(status.st_mode & 07777U, 0660U);
 }
 
 TEST(Files, ALinkStaysALinkAndItsFileIsReplaced) {
