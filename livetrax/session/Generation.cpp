@@ -95,12 +95,15 @@ void replaceAll(std::string &text, std::string_view old, std::string_view with) 
         text.replace(at, old.size(), with);
 }
 
+Path userTemplates(const StandardFolders &folders, const Target &target) {
+    return folders.home() / "Library/Preferences" / target.preferences / "templates";
+}
+
 } // namespace
 
 Path LiveTraxGenerator::userTemplate(const StandardFolders &folders, const Target &target,
                                      const std::string &name) {
-    const Path templates = folders.home() / "Library/Preferences" / target.preferences / "templates";
-    return appending(appending(templates, name), name + ".template");
+    return appending(appending(userTemplates(folders, target), name), name + ".template");
 }
 
 Path LiveTraxGenerator::generate(const Platform &platform, const std::string &name,
@@ -113,7 +116,7 @@ Path LiveTraxGenerator::generate(const Platform &platform, const std::string &na
         throw GeneratorError::sessionExists(sessionFolder.string());
     createFolders(outputDirectory);
     const Path templateFile = userTemplate(*platform.folders, *installed, name);
-    createFolders(templateFile.parent_path());
+    createFolders(appending(userTemplates(*platform.folders, *installed), name));
 
     const std::optional<Path> baseTemplate = platform.resources->find("LiveTraxSeed", "template");
     if (!baseTemplate)

@@ -60,16 +60,6 @@ Leading leadingCharacter(std::string_view text) {
 
 } // namespace
 
-bool isHoldableByXML(std::string_view text) {
-    while (!text.empty()) {
-        const Leading leading = leadingCharacter(text);
-        if (!leading.holdable)
-            return false;
-        text.remove_prefix(leading.length);
-    }
-    return true;
-}
-
 std::string holdableByXML(std::string_view text) {
     std::string result;
     result.reserve(text.size());

@@ -1,6 +1,7 @@
 #include "livetrax/session/XMLTree.h"
 
 #include "livetrax/session/XMLCharacters.h"
+#include "platform/Alongside.h"
 #include "platform/Files.h"
 #include "platform/Preconditions.h"
 
@@ -10,7 +11,6 @@
 
 #include <climits>
 #include <cstring>
-#include <future>
 #include <new>
 #include <utility>
 
@@ -153,8 +153,9 @@ public:
     xmlDocPtr read(std::string_view text, const std::string &origin, int options) {
         if (text.size() > INT_MAX)
             throw XMLError(origin + " is too large to be read as XML.");
-        const xmlDocPtr document = xmlCtxtReadMemory(
-            context.get(), text.data(), static_cast<int>(text.size()), nullptr, nullptr, options);
+        const xmlDocPtr document =
+            xmlCtxtReadMemory(context.get(), text.empty() ? "" : text.data(), static_cast<int>(text.size()),
+                              nullptr, nullptr, options);
         if (document == nullptr)
             throw XMLError(origin + " is not well-formed XML (" + obstacle + ").");
         return document;
@@ -433,9 +434,9 @@ void XMLDocument::writeAtomically(const std::filesystem::path &path) && {
     XMLDocument tree = std::move(*this);
     const std::string text = tree.serialised();
     // Read back while the tree is taken down and the disk is busy; the old file stays until both are done.
-    auto readBack = std::async([&] { checkWellFormed(text, "The text for " + path.string()); });
+    Alongside readBack([&] { checkWellFormed(text, "The text for " + path.string()); });
     tree.document.reset();
-    replaceFileAtomically(path, text, [&] { readBack.get(); });
+    replaceFileAtomically(path, text, [&] { readBack.join(); });
 }
 
 } // namespace corvane

@@ -283,6 +283,13 @@ TEST_F(Generation, AnyNameOfASessionIsTakenAsItIs) {
     EXPECT_TRUE(fileExists(templates() / "x/x.template"));
 }
 
+TEST_F(Generation, ANameOfSeveralComponentsIsRefusedRatherThanPutWhereLiveTraxFindsNothing) {
+    for (const std::string name : {"A/B", "Gig/"}) {
+        EXPECT_THROW(generate({channel("Kick", 0)}, name), FileError) << name;
+        EXPECT_FALSE(fileExists(shows() / name)) << name;
+    }
+}
+
 TEST_F(Generation, AnOutputFolderMayEndInASlash) {
     const auto session = Generator::generate(platform.platform, "Gig", shows() / "", {channel("Kick", 0)});
     EXPECT_EQ(session, shows() / "Gig");

@@ -331,7 +331,6 @@ TEST_F(Update, AMissingOrUnfitBaseTemplateLeavesTheSessionAndItsBackups) {
 
 TEST_F(Update, AModelWithoutItsPlaylistIsOnlyRefusedWhenItIsNeeded) {
     std::string text = smallTemplate();
-    const std::string playlist = "name=\"Mono Model\"/></Playlists>";
     text.replace(text.find("audio-playlist=\"Mono Model\""), 27, "audio-playlist=\"elsewhere\"");
     platform.setBaseTemplate(text);
     platform.writeSession(sessionText({track("Kick", 1, 1, 0)}));

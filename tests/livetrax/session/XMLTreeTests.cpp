@@ -312,6 +312,17 @@ TEST(XMLTree, ADocumentWhoseDefaultValuesCannotBeWrittenIsNotPutInPlace) {
     EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
 }
 
+TEST(XMLTree, AnEmptyFileIsRefusedWithAReason) {
+    const TemporaryFolder folder;
+    const auto path = folder.write("Gig.ardour", "");
+    try {
+        XMLDocument::load(path);
+        FAIL() << "an empty file was read";
+    } catch (const XMLError &error) {
+        EXPECT_EQ(path.string() + " is not well-formed XML (line 1: Document is empty).", error.what());
+    }
+}
+
 TEST(XMLTree, AMissingFileIsAFileError) {
     const TemporaryFolder folder;
     EXPECT_THROW(XMLDocument::load(folder.path() / "missing"), FileError);
