@@ -199,9 +199,18 @@ bool beginsUnconnected(XMLElement track) {
     return !connected && LiveTraxGenerator::captureStart(track);
 }
 
+/// Whether a track's engine namespace stands in its flags as well. Renaming it is a plain replacement in all
+/// that the track holds, and leaves no audio track.
+bool losesItsFlags(XMLElement track) {
+    const auto engineNamespace = session::engineNamespace(track);
+    const auto flags = track.firstChild("PresentationInfo").attribute("flags").value_or("");
+    return !engineNamespace.empty() && flags.find(engineNamespace) != std::string::npos;
+}
+
 bool isFoundAgain(const XMLDocument &session) {
     const auto tracks = session::audioTracks(session.root());
-    return std::none_of(tracks.begin(), tracks.end(), beginsUnconnected);
+    return std::none_of(tracks.begin(), tracks.end(),
+                        [](XMLElement track) { return beginsUnconnected(track) || losesItsFlags(track); });
 }
 
 /// What two updates in a row come to on a tree.
