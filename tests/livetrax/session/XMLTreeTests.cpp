@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <thread>
+
 namespace corvane {
 namespace {
 
@@ -249,6 +251,17 @@ TEST(XMLTree, MalformedTextIsRefusedWithOriginAndLine) {
     } catch (const XMLError &error) {
         EXPECT_THAT(error.what(), HasSubstr("(line 3: Opening and ending tag mismatch: A line 2 and S)."));
     }
+}
+
+TEST(XMLTree, NothingIsPrintedOfAFileThatIsNotInTheEncodingItClaims) {
+    const auto refuse = [] {
+        EXPECT_THROW(parsed("<?xml version='1.0' encoding='UTF-7'?>\n<S><A b='+AGEA &#78;'/></S>"), XMLError);
+        EXPECT_THROW(parsed("<?xml version='1.0' encoding='US-ASCII'?>\n<S><A b='\xE9'/></S>"), XMLError);
+    };
+    ::testing::internal::CaptureStderr();
+    refuse();
+    std::thread(refuse).join();
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
 }
 
 TEST(XMLTree, AnEntityBombIsRefused) {
