@@ -17,7 +17,11 @@ constexpr auto searchingText = "Searching for an LV1 host on the SoundGrid netwo
 constexpr auto changesText = "Changes detected. Stop the transport and press SYNC LV1.";
 
 constexpr auto lostMeaning = "Red: no console is connected. Press to connect to the chosen host.";
-constexpr auto synchronizedMeaning = "Green: the session has the console's patch.";
+constexpr auto lostWithChangesMeaning =
+    "Red: no console is connected, and there are changes since the last sync. Press to update the session.";
+constexpr auto synchronizedMeaning = "Green: no changes since the last sync.";
+constexpr auto overtakenMeaning =
+    "Green: synced, but the console's patch has changed since. Press to update the session again.";
 constexpr auto changedMeaning = "Amber: the console's patch has changed. Press to update the session.";
 
 /// How much taller the window is with the patch view open, in points.
@@ -113,7 +117,7 @@ void BridgeController::statusChanged(const std::string &text) {
 void BridgeController::connectionStateChanged(bool connected) {
     // Once accepted, the button waits for a patch: only that tells green from amber.
     if (!connected)
-        view.setConnectButton(redLook, lostMeaning);
+        view.setConnectButton(redLook, hasChanges() ? lostWithChangesMeaning : lostMeaning);
 }
 
 void BridgeController::endpointsChanged(const std::vector<LV1Endpoint> &list) {
@@ -169,23 +173,36 @@ void BridgeController::showPatchTitle() {
                         (patchExpanded ? "▾" : "▸"));
 }
 
+bool BridgeController::hasChanges() const {
+    return currentPatch && synchronizedPatch && *currentPatch != *synchronizedPatch;
+}
+
+void BridgeController::showChanges(const Channels &list) {
+    view.setStatusDetail(listing(patchDifference(synchronizedChannels.value_or(Channels{}), list)));
+}
+
 void BridgeController::patchChanged(const Channels &list) {
     const std::string signature = LiveTraxGenerator::patchSignature(list);
     currentPatch = signature;
-    if (synchronizedPatch && *synchronizedPatch != signature) {
+    if (hasChanges()) {
         view.setConnectButton(amberLook, changedMeaning);
         view.setStatusLabel(changesText);
-        view.setStatusDetail(listing(patchDifference(synchronizedChannels.value_or(Channels{}), list)));
+        showChanges(list);
         return;
     }
-    synchronizedPatch = signature;
-    synchronizedChannels = list;
-    showSynchronized();
+    acceptPatch(list, signature);
 }
 
-void BridgeController::showSynchronized() {
-    view.setConnectButton(greenLook, synchronizedMeaning);
-    view.setStatusDetail({});
+void BridgeController::acceptPatch(const Channels &list, const std::string &signature) {
+    synchronizedPatch = signature;
+    synchronizedChannels = list;
+    if (hasChanges()) { // they came while the session was being updated
+        view.setConnectButton(greenLook, overtakenMeaning);
+        showChanges(channels);
+    } else {
+        view.setConnectButton(greenLook, synchronizedMeaning);
+        view.setStatusDetail({});
+    }
 }
 
 void BridgeController::sceneChanged(const std::string &name) {
@@ -205,7 +222,7 @@ bool BridgeController::deservesMarker(const std::string &name) const {
 }
 
 void BridgeController::connectSelected() {
-    if (currentPatch && synchronizedPatch && *currentPatch != *synchronizedPatch) {
+    if (hasChanges()) {
         updateActiveSession(channels, *currentPatch);
         return;
     }

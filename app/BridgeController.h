@@ -102,8 +102,11 @@ private:
     bool deservesMarker(const std::string &name) const;
     void recolourSnapshot(const Channels &list);
     void showPatchTitle();
-    /// The patch counts as synchronised: the button turns green.
-    void showSynchronized();
+    /// Whether the console's patch differs from the synchronised one.
+    bool hasChanges() const;
+    /// Lists behind the status what distinguishes these channels from the synchronised ones.
+    void showChanges(const Channels &list);
+    /// The patch becomes the synchronised one: the button turns green.
     void acceptPatch(const Channels &list, const std::string &signature);
     void checkTransportAndUpdate(std::shared_ptr<RunningApplication> application, const Path &sessionURL,
                                  const Channels &withChannels, const std::string &signature);

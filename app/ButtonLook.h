@@ -19,7 +19,7 @@ struct ButtonLook {
 
 /// The link is down, or nothing is known yet.
 inline constexpr ButtonLook redLook{0.88, 0.04, 0.04, 1.0, ButtonLook::Tint::white};
-/// The console's patch is the one that the session was built from.
+/// The console's patch has not changed since the last sync; the first one after launch counts as synced.
 inline constexpr ButtonLook greenLook{0.1, 0.68, 0.25, 1.0, ButtonLook::Tint::white};
 /// The console's patch has changed since.
 inline constexpr ButtonLook amberLook{0.95, 0.65, 0.05, 1.0, ButtonLook::Tint::black};

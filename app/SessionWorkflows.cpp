@@ -83,13 +83,6 @@ void BridgeController::updateActiveSession(const Channels &withChannels, const s
         });
 }
 
-/// The patch becomes the synchronised one.
-void BridgeController::acceptPatch(const Channels &list, const std::string &signature) {
-    synchronizedPatch = signature;
-    synchronizedChannels = list;
-    showSynchronized();
-}
-
 void BridgeController::checkTransportAndUpdate(std::shared_ptr<RunningApplication> application,
                                                const Path &sessionURL, const Channels &withChannels,
                                                const std::string &signature) {

@@ -90,6 +90,40 @@ TEST_F(BridgeControllerTest, StopsSearchingListeningAndBothLinksAtTheEnd) {
     EXPECT_TRUE(fakes.network->datagrams.back()->cancelled);
 }
 
+TEST_F(BridgeControllerTest, OpensTheWayToLiveTraxBeforeItSearches) {
+    std::vector<std::size_t> waysToLiveTrax;
+    fakes.browser->onSearch = [&] {
+        fakes.clock->run();
+        waysToLiveTrax.push_back(fakes.network->datagrams.size());
+    };
+    launch();
+    EXPECT_THAT(waysToLiveTrax, ElementsAre(1U));
+}
+
+TEST_F(BridgeControllerTest, StopsBrowserListenerConsoleAndLiveTraxInThisOrder) {
+    std::vector<std::string> stopped;
+    // Whatever was put on a queue before has happened by then.
+    const auto note = [&](const char *what) {
+        return [&, what] {
+            fakes.clock->run();
+            stopped.emplace_back(what);
+        };
+    };
+    fakes.multicast->onCancel = note("listener");
+    launch();
+    controller->client->connect("192.168.1.9", 50000);
+    fakes.clock->run();
+    ASSERT_THAT(stopped, IsEmpty());
+    fakes.browser->onStop = note("browser");
+    fakes.network->streams.back()->onCancel = note("console");
+    fakes.network->datagrams.back()->onCancel = note("LiveTrax");
+    controller->applicationWillTerminate();
+    fakes.browser->onStop = nullptr;
+    EXPECT_EQ(controller->client->connection, nullptr);
+    fakes.clock->run();
+    EXPECT_THAT(stopped, ElementsAre("browser", "listener", "console", "LiveTrax"));
+}
+
 TEST_F(BridgeControllerTest, ACallbackAfterTheControllerIsGoneIsIgnored) {
     launch();
     const auto client = controller->client;
@@ -313,102 +347,13 @@ TEST_F(BridgeControllerTest, TheColourOfTheButtonIsSaidInWords) {
     launch();
     EXPECT_THAT(view.meaning, testing::StartsWith("Red"));
     consoleSendsPatch(kickAndKeys());
-    EXPECT_THAT(view.meaning, testing::StartsWith("Green"));
+    EXPECT_EQ(view.meaning, "Green: no changes since the last sync.");
     consoleSendsPatch(movedKeys());
     EXPECT_THAT(view.meaning, testing::StartsWith("Amber"));
-}
-
-// Scenes
-
-class SceneTest : public BridgeControllerTest {
-protected:
-    void recall(const std::string &name) {
-        controller->client->onScene(name);
-        fakes.clock->advance(std::chrono::seconds(1));
-    }
-    /// LiveTrax runs on a session and a first scene is known.
-    void record() {
-        fakes.defaults->values["CorvaneLastSession"] = "/Sessions/Show";
-        runLiveTrax();
-        launch();
-        recall("Intro");
-    }
-};
-
-TEST_F(SceneTest, AnotherSceneDropsAMarker) {
-    record();
-    recall("Verse 2");
-    EXPECT_EQ(view.sceneLabel, "Scene: Verse 2");
-    EXPECT_EQ(view.status(), "Scene marker added: Verse 2");
-    EXPECT_EQ(controller->lastScene, "Verse 2");
-    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker", "/marker"));
-}
-
-TEST_F(SceneTest, ThePlainNameIsShownAsReceived) {
-    record();
-    recall("  Verse 2 ");
-    EXPECT_EQ(view.sceneLabel, "Scene:   Verse 2 ");
-    EXPECT_EQ(view.status(), "Scene marker added:   Verse 2 ");
-}
-
-TEST_F(SceneTest, TheFirstSceneAfterLaunchIsOnlyRemembered) {
-    record();
-    EXPECT_EQ(controller->lastScene, "Intro");
-    EXPECT_EQ(view.sceneLabel, "Scene: Intro");
-    EXPECT_THAT(sentToLiveTrax(), IsEmpty());
-}
-
-TEST_F(SceneTest, TheSameSceneAgainDropsNoMarker) {
-    record();
-    recall("Intro");
-    EXPECT_THAT(sentToLiveTrax(), IsEmpty());
-}
-
-TEST_F(SceneTest, NoSceneInAnyCapitalsDropsNoMarkerButIsRemembered) {
-    record();
-    for (const std::string name : {"No Scene", "NO SCENE", "no scene"}) {
-        recall(name);
-        EXPECT_EQ(controller->lastScene, name);
-    }
-    EXPECT_THAT(sentToLiveTrax(), IsEmpty());
-}
-
-TEST_F(SceneTest, OnlyTheVeryWordsNoSceneAreSpecial) {
-    record();
-    recall(" No Scene");
-    EXPECT_THAT(sentToLiveTrax(), SizeIs(2));
-}
-
-TEST_F(SceneTest, ABlankSceneDropsNoMarker) {
-    record();
-    recall("");
-    recall(" \t\u00a0\n");
-    EXPECT_THAT(sentToLiveTrax(), IsEmpty());
-    EXPECT_EQ(view.sceneLabel, "Scene:  \t\u00a0\n");
-}
-
-TEST_F(SceneTest, NoMarkerIsTriedWhileLiveTraxDoesNotRun) {
-    record();
-    fakes.applications->running.clear();
-    recall("Verse");
-    EXPECT_THAT(sentToLiveTrax(), IsEmpty());
-    EXPECT_EQ(controller->lastScene, "Verse");
-}
-
-TEST_F(SceneTest, NoMarkerIsTriedWhileNoSessionIsKnown) {
-    runLiveTrax();
-    launch();
-    recall("Intro");
-    recall("Verse");
-    EXPECT_THAT(sentToLiveTrax(), IsEmpty());
-}
-
-TEST_F(SceneTest, LiveTraxOneDoesAsWell) {
-    record();
-    fakes.applications->running.clear();
-    runLiveTrax("1");
-    recall("Verse");
-    EXPECT_THAT(sentToLiveTrax(), SizeIs(2));
+    consoleSendsPatch(kickAndKeys());
+    EXPECT_EQ(view.meaning, "Green: no changes since the last sync.");
+    controller->client->onConnectionState(false);
+    EXPECT_EQ(view.meaning, "Red: no console is connected. Press to connect to the chosen host.");
 }
 
 // The SYNC LV1 button
@@ -490,6 +435,25 @@ TEST_F(ConnectTest, ADifferentPatchUpdatesAndDoesNotConnect) {
     fakes.clock->run();
     EXPECT_THAT(fakes.network->streams, IsEmpty());
     EXPECT_EQ(view.status(), "Patch accepted. It will be used for the next session.");
+}
+
+TEST_F(ConnectTest, WithoutAConsolePendingChangesAreStillWhatThePressIsFor) {
+    launch();
+    controller->client->onEndpoints({{"FOH", "10.0.0.1", 50000, "aa"}});
+    consoleSendsPatch(kickAndKeys());
+    consoleSendsPatch(movedKeys());
+    controller->client->onConnectionState(false);
+    EXPECT_EQ(view.connectButton, redLook);
+    EXPECT_EQ(view.meaning,
+              "Red: no console is connected, and there are changes since the last sync. Press to "
+              "update the session.");
+    controller->connectSelected();
+    fakes.clock->run();
+    EXPECT_THAT(fakes.network->streams, IsEmpty());
+    EXPECT_EQ(controller->synchronizedChannels, movedKeys());
+    EXPECT_EQ(view.connectButton, greenLook);
+    controller->client->onConnectionState(false);
+    EXPECT_EQ(view.meaning, "Red: no console is connected. Press to connect to the chosen host.");
 }
 
 // Patch view, folder chooser, About

@@ -277,6 +277,15 @@ TEST_F(UpdateTest, TheChannelsOfTheClickAreUsedWhateverArrivesUntilTheAnswer) {
     fakes.clock->advance(std::chrono::seconds(5));
     EXPECT_EQ(LiveTraxGenerator::sessionPatchSignature(session), signature(movedKeys()));
     EXPECT_EQ(controller->synchronizedPatch, signature(movedKeys()));
+    EXPECT_EQ(view.connectButton, greenLook);
+    EXPECT_EQ(view.meaning,
+              "Green: synced, but the console's patch has changed since. Press to update the session again.");
+    EXPECT_EQ(view.statusDetail, "Changes since the last sync:\n“Later” is new, on input 21\n“Kick” is gone\n"
+                                 "“Keys” is gone");
+    controller->connectSelected(); // LiveTrax has ended
+    EXPECT_EQ(LiveTraxGenerator::sessionPatchSignature(session), signature({channel("Later", 7, 20)}));
+    EXPECT_EQ(view.meaning, "Green: no changes since the last sync.");
+    EXPECT_EQ(view.statusDetail, "");
 }
 
 TEST_F(UpdateTest, ConfirmedTheTransportIsChecked) {

@@ -56,10 +56,16 @@ struct FakeMulticastListening::Listener {
 
 class FakeMulticastListening::Socket : public MulticastSocket {
 public:
-    explicit Socket(std::shared_ptr<Listener> listener) : listener(std::move(listener)) {}
-    void cancel() override { listener.reset(); }
+    Socket(std::function<void()> onCancel, std::shared_ptr<Listener> listener)
+        : onCancel(std::move(onCancel)), listener(std::move(listener)) {}
+    void cancel() override {
+        if (onCancel)
+            onCancel();
+        listener.reset();
+    }
 
 private:
+    std::function<void()> onCancel;
     std::shared_ptr<Listener> listener;
 };
 
@@ -74,7 +80,7 @@ MulticastListening::Opened FakeMulticastListening::open(const std::string &newGr
     ++opened;
     auto listener = std::make_shared<Listener>(Listener{capacity, std::move(queue), std::move(handler)});
     listeners.push_back(listener);
-    return {std::make_unique<Socket>(std::move(listener)), ""};
+    return {std::make_unique<Socket>(onCancel, std::move(listener)), ""};
 }
 
 void FakeMulticastListening::deliver(const Bytes &datagram) {
@@ -101,6 +107,14 @@ void FakeServiceBrowser::search(const std::string &newType, const std::string &n
     ++searches;
     type = newType;
     domain = newDomain;
+    if (onSearch)
+        onSearch();
+}
+
+void FakeServiceBrowser::stop() {
+    if (onStop)
+        onStop();
+    searching = false;
 }
 
 std::shared_ptr<FakeNetService> FakeServiceBrowser::find(const std::string &name, bool moreComing) {

@@ -4,6 +4,7 @@
 #include "platform/Network.h"
 #include "platform/ServiceBrowser.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,6 +29,8 @@ public:
     void cancel() override {
         if (std::exchange(cancelled, true))
             return;
+        if (onCancel)
+            onCancel();
         if (receiveHandler)
             complete(failed("Operation canceled"));
         changeState(ConnectionState::cancelled);
@@ -45,6 +48,7 @@ public:
 
     bool started = false;
     bool cancelled = false;
+    std::function<void()> onCancel; ///< called at the moment of it
     bool receiving() const { return static_cast<bool>(receiveHandler); }
 
 protected:
@@ -170,6 +174,7 @@ public:
     std::string group;
     std::uint16_t port = 0;
     std::size_t opened = 0;
+    std::function<void()> onCancel; ///< given to the sockets opened from now on: called when one is cancelled
 
 private:
     struct Listener;
@@ -203,7 +208,7 @@ public:
         delegate = std::move(newDelegate);
     }
     void search(const std::string &type, const std::string &domain) override;
-    void stop() override { searching = false; }
+    void stop() override;
     std::optional<std::string> obstacle() const override { return obstacleText; }
 
     std::shared_ptr<FakeNetService> find(const std::string &name, bool moreComing = false);
@@ -215,6 +220,8 @@ public:
     std::string type;
     std::string domain;
     std::optional<std::string> obstacleText;
+    std::function<void()> onSearch; ///< called at the moment of it
+    std::function<void()> onStop;   ///< called at the moment of it
 
 private:
     std::weak_ptr<ServiceBrowserDelegate> delegate;
