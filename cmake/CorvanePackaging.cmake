@@ -1,6 +1,5 @@
 # What is installed besides the programs, and the packages made of it.
 
-set(CORVANE_BUILD_NUMBER "${PROJECT_VERSION}" CACHE STRING "The build that the About panel names")
 set(packaging ${PROJECT_SOURCE_DIR}/packaging)
 
 if(APPLE)
@@ -8,6 +7,8 @@ if(APPLE)
     set(CPACK_GENERATOR DragNDrop)
     set(CPACK_DMG_VOLUME_NAME Corvane)
     set(CPACK_COMPONENTS_ALL bundle)
+    set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE) # or each component's name would be added
+    set(CPACK_PACKAGE_FILE_NAME Corvane-${PROJECT_VERSION})
     set(CPACK_DMG_DISABLE_APPLICATIONS_SYMLINK OFF)
 else()
     include(GNUInstallDirs)

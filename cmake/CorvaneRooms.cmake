@@ -58,17 +58,22 @@ function(corvane_program name)
     corvane_warnings(${name})
 endfunction()
 
-# corvane_test(NAME SOURCES ... DEPENDS ... [TIMEOUT seconds] [LABELS ...])
-# One GoogleTest program whose every test is a test of ctest, in a process of its own.
+# corvane_test(NAME SOURCES ... DEPENDS ... [TIMEOUT seconds] [RESOURCE_LOCK name] [LABELS ...])
+# One GoogleTest program whose every test is a test of ctest, in a process of its own. Of those that name the same lock
+# one runs at a time.
 function(corvane_test name)
-    cmake_parse_arguments(TEST "" "TIMEOUT" "SOURCES;DEPENDS;LABELS" ${ARGN})
+    cmake_parse_arguments(TEST "" "TIMEOUT;RESOURCE_LOCK" "SOURCES;DEPENDS;LABELS" ${ARGN})
     if(NOT TEST_TIMEOUT)
         set(TEST_TIMEOUT 60)
+    endif()
+    set(lock)
+    if(TEST_RESOURCE_LOCK)
+        set(lock RESOURCE_LOCK ${TEST_RESOURCE_LOCK})
     endif()
     add_executable(${name} ${TEST_SOURCES})
     target_link_libraries(${name} PRIVATE ${TEST_DEPENDS} GTest::gmock GTest::gtest_main)
     target_compile_definitions(${name} PRIVATE CORVANE_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data"
         CORVANE_BUILD_BIN="${PROJECT_BINARY_DIR}/bin")
     corvane_warnings(${name})
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${TEST_TIMEOUT} LABELS "${TEST_LABELS}")
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${TEST_TIMEOUT} ${lock} LABELS "${TEST_LABELS}")
 endfunction()
