@@ -1,5 +1,6 @@
 #include "app/PatchDifference.h"
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <utility>

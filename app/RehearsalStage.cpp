@@ -88,6 +88,7 @@ RehearsalStage::RehearsalStage(const Platform &platform, const Path &programs) :
 }
 
 RehearsalStage::~RehearsalStage() {
+    disconnect(&console, &QProcess::finished, nullptr, nullptr); // what follows is no news
     if (const auto recorder = LiveTraxGenerator::runningApplication(platform)) {
         recorder->terminate();
         const QDeadlineTimer end(endTime);
@@ -108,8 +109,15 @@ RehearsalStage::~RehearsalStage() {
     }
 }
 
+void RehearsalStage::whenConsoleEnds(const QObject *context, const std::function<void()> &told) {
+    connect(&console, &QProcess::finished, context, told);
+    if (console.state() == QProcess::NotRunning)
+        told();
+}
+
 void RehearsalStage::tellConsole(const QByteArray &command) {
-    console.write(command + '\n');
+    if (console.state() == QProcess::Running)
+        console.write(command + '\n');
 }
 
 void RehearsalStage::listenToTerminal() {
@@ -122,10 +130,10 @@ void RehearsalStage::listenToTerminal() {
 void RehearsalStage::readTerminal(QSocketNotifier *notifier) {
     std::array<char, 4096> typed{};
     const ssize_t count = mayRead(STDIN_FILENO) ? read(STDIN_FILENO, typed.data(), typed.size()) : 0;
-    if (count > 0)
+    if (count > 0 && console.state() == QProcess::Running)
         console.write(typed.data(), count);
     else
-        notifier->setEnabled(false); // its end
+        notifier->setEnabled(false); // the end of one of the two
 }
 
 namespace {
@@ -158,6 +166,15 @@ void buildRehearsalMenu(MainWindow &window, RehearsalStage &stage) {
             *next = (*next + 1) % happening.commands.size();
         });
     }
+    stage.whenConsoleEnds(menu, [menu] {
+        for (QAction *item : menu->actions())
+            item->setEnabled(false);
+        auto *first =
+            new QAction(QStringLiteral("The Console's Stand-in Has Ended: Start the Rehearsal Again"), menu);
+        first->setMenuRole(QAction::NoRole);
+        first->setEnabled(false);
+        menu->insertAction(menu->actions().front(), first);
+    });
 }
 
 } // namespace corvane

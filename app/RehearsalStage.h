@@ -5,6 +5,7 @@
 #include <QProcess>
 
 #include <filesystem>
+#include <functional>
 
 class QSocketNotifier;
 
@@ -27,6 +28,9 @@ public:
     /// Ends the console, and the LiveTrax of the rehearsal if one runs.
     ~RehearsalStage() override;
 
+    /// Calls `told` when the console has ended by itself, at once if it has already; as long as `context`
+    /// exists.
+    void whenConsoleEnds(const QObject *context, const std::function<void()> &told);
     /// Has the console do something: one of the commands that it reads on its standard input.
     void tellConsole(const QByteArray &command);
     /// Hands what is typed in the terminal on to the console.
@@ -41,7 +45,8 @@ private:
 
 class MainWindow;
 
-/// A menu of what can happen on the console during a rehearsal. Made before the window is built.
+/// A menu of what can happen on the console during a rehearsal; it says so when the console is no more. Made
+/// before the window is built.
 void buildRehearsalMenu(MainWindow &window, RehearsalStage &stage);
 
 } // namespace corvane

@@ -18,19 +18,30 @@ constexpr std::array endSignals{SIGTERM, SIGINT, SIGHUP};
 std::array<int, 2> signalPipe{-1, -1};
 
 void tellPipe(int) {
-    const int before = errno;
+    const int errnoBefore = errno;
     const char token = 1;
     [[maybe_unused]] const ssize_t written = write(signalPipe[1], &token, 1);
-    errno = before;
+    errno = errnoBefore;
 }
 
-void handleEndSignals(void (*handler)(int)) {
+std::array<struct sigaction, endSignals.size()> before;
+
+/// A signal that this program was started to ignore, as behind nohup, stays ignored.
+void handleEndSignals() {
     struct sigaction action = {};
-    action.sa_handler = handler;
+    action.sa_handler = tellPipe;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    for (const int signal : endSignals)
-        sigaction(signal, &action, nullptr);
+    for (std::size_t each = 0; each < endSignals.size(); ++each) {
+        sigaction(endSignals[each], nullptr, &before[each]);
+        if (before[each].sa_handler != SIG_IGN)
+            sigaction(endSignals[each], &action, nullptr);
+    }
+}
+
+void restoreEndSignals() {
+    for (std::size_t each = 0; each < endSignals.size(); ++each)
+        sigaction(endSignals[each], &before[each], nullptr);
 }
 
 } // namespace
@@ -49,13 +60,13 @@ ShutdownSignals::ShutdownSignals(std::function<void()> asked) {
             continue;
         asked();
     });
-    handleEndSignals(tellPipe);
+    handleEndSignals();
 }
 
 ShutdownSignals::~ShutdownSignals() {
     if (signalPipe[0] < 0)
         return;
-    handleEndSignals(SIG_DFL);
+    restoreEndSignals();
     qDeleteAll(findChildren<QSocketNotifier *>());
     for (int &end : signalPipe) {
         close(end);

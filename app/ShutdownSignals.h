@@ -7,7 +7,8 @@
 namespace corvane {
 
 /// Turns the signals that ask a program to end (SIGTERM, SIGINT, SIGHUP) into a call on the main thread, so
-/// that a session closed by the system or Ctrl-C in a terminal ends as orderly as Quit. At most one exists.
+/// that a session closed by the system or Ctrl-C in a terminal ends as orderly as Quit. A signal that is
+/// ignored stays ignored. At most one exists; with it goes what it changed.
 class ShutdownSignals : public QObject {
 public:
     explicit ShutdownSignals(std::function<void()> asked);

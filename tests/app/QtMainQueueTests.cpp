@@ -131,13 +131,38 @@ TEST(ShutdownSignals, EachSignalToEndAsksOnTheMainThread) {
     }
 }
 
+void (*handlerOf(int signal))(int) {
+    struct sigaction now = {};
+    sigaction(signal, nullptr, &now);
+    return now.sa_handler;
+}
+
 TEST(ShutdownSignals, LeavesTheSignalsAsTheyWere) {
+    const auto own = [](int) {};
+    const auto before = signal(SIGINT, own);
     {
         ShutdownSignals watcher([] {});
+        EXPECT_NE(handlerOf(SIGINT), static_cast<void (*)(int)>(own));
     }
-    struct sigaction now = {};
-    sigaction(SIGTERM, nullptr, &now);
-    EXPECT_EQ(now.sa_handler, SIG_DFL);
+    EXPECT_EQ(handlerOf(SIGTERM), SIG_DFL);
+    EXPECT_EQ(handlerOf(SIGINT), static_cast<void (*)(int)>(own));
+    signal(SIGINT, before);
+}
+
+TEST(ShutdownSignals, ASignalThatThisProgramWasStartedToIgnoreStaysIgnored) {
+    const auto before = signal(SIGHUP, SIG_IGN);
+    int asked = 0;
+    {
+        ShutdownSignals watcher([&] { ++asked; });
+        EXPECT_EQ(handlerOf(SIGHUP), SIG_IGN);
+        raise(SIGHUP);
+        raise(SIGTERM);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return asked == 1; }, 5000));
+        QTest::qWait(1);
+        EXPECT_EQ(asked, 1);
+    }
+    EXPECT_EQ(handlerOf(SIGHUP), SIG_IGN);
+    signal(SIGHUP, before);
 }
 
 } // namespace

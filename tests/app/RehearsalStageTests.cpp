@@ -5,6 +5,7 @@
 
 #include <QMenu>
 #include <QMenuBar>
+#include <QTest>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -72,6 +73,24 @@ TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
     ASSERT_EQ(window.menuBar()->actions().size(), 1);
     EXPECT_EQ(window.menuBar()->actions().front()->text(), "Rehearsal");
     EXPECT_EQ(window.menuBar()->actions().front()->menu()->actions().size(), 6);
+}
+
+TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {
+    MainWindow window(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
+    RehearsalStage stage(fakes.platform, CORVANE_BUILD_BIN);
+    buildRehearsalMenu(window, stage);
+    const QMenu *menu = window.menuBar()->actions().front()->menu();
+    EXPECT_TRUE(menu->actions().front()->isEnabled());
+    stage.tellConsole("quit");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return menu->actions().size() == 7; }, 5000));
+    EXPECT_TRUE(menu->actions().front()->text().contains("Has Ended"));
+    for (const QAction *item : menu->actions())
+        EXPECT_FALSE(item->isEnabled()) << item->text().toStdString();
+    stage.tellConsole("next"); // to nobody
+
+    MainWindow late(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
+    buildRehearsalMenu(late, stage);
+    EXPECT_EQ(late.menuBar()->actions().front()->menu()->actions().size(), 7);
 }
 
 } // namespace
