@@ -3,7 +3,6 @@
 #include "app/Look.h"
 
 #include <QFontMetrics>
-#include <QKeyEvent>
 #include <QPainter>
 
 namespace corvane {
@@ -20,7 +19,7 @@ constexpr float disabledStrength = 0.35F;
 
 } // namespace
 
-BezelButton::BezelButton(const QString &title, QWidget *parent) : QPushButton(title, parent) {
+BezelButton::BezelButton(const QString &title, QWidget *parent) : PushButton(title, parent) {
     setFont(look::font(textPoints, QFont::DemiBold));
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setFocusPolicy(Qt::StrongFocus);
@@ -68,14 +67,6 @@ void BezelButton::paintEvent(QPaintEvent *) {
         tint.setAlphaF(0.5F);
     painter.setPen(tint);
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, text());
-}
-
-/// Return presses the focused button as the space bar does.
-void BezelButton::keyPressEvent(QKeyEvent *event) {
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
-        click();
-    else
-        QPushButton::keyPressEvent(event);
 }
 
 } // namespace corvane

@@ -1,13 +1,12 @@
 #pragma once
 
 #include "app/ButtonLook.h"
-
-#include <QPushButton>
+#include "app/PushButton.h"
 
 namespace corvane {
 
 /// A large push button with a rounded bezel in a colour of its own; dimmed while disabled.
-class BezelButton : public QPushButton {
+class BezelButton : public PushButton {
 public:
     explicit BezelButton(const QString &title, QWidget *parent = nullptr);
 
@@ -21,7 +20,6 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
-    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     QColor bezel() const;

@@ -1,5 +1,6 @@
 #include "app/ChannelTable.h"
 
+#include "app/PlainToolTip.h"
 #include "platform/Preconditions.h"
 
 #include <QHeaderView>
@@ -107,7 +108,7 @@ QVariant ChannelTableModel::data(const QModelIndex &index, int role) const {
     case Qt::DisplayRole:
         return cellText(identifier, channel);
     case Qt::ToolTipRole:
-        return identifier == QLatin1String("name") ? cellText(identifier, channel) : QVariant();
+        return identifier == QLatin1String("name") ? plainToolTip(cellText(identifier, channel)) : QVariant();
     case Qt::AccessibleTextRole:
         return identifier == colorColumn ? "Colour " + swatchColor(channel).name()
                                          : cellText(identifier, channel);
@@ -159,6 +160,15 @@ ChannelTable::ChannelTable(QWidget *parent) : QTableView(parent), channelModel(n
     horizontalHeader()->setMinimumSectionSize(ChannelTableModel::columns().front().width);
     for (int column = 0; column < channelModel->columnCount(); ++column)
         setColumnWidth(column, ChannelTableModel::columns()[static_cast<std::size_t>(column)].width);
+    connect(horizontalHeader(), &QHeaderView::sectionResized, this, &ChannelTable::keepColumnsInView);
+}
+
+/// There is no scrolling sideways: a column that is made wider leaves the others in the table.
+void ChannelTable::keepColumnsInView(int column) {
+    const int beyond = horizontalHeader()->length() - viewport()->width();
+    if (isVisible() && beyond > 0)
+        setColumnWidth(column,
+                       std::max(columnWidth(column) - beyond, horizontalHeader()->minimumSectionSize()));
 }
 
 void ChannelTable::reload(const std::vector<LV1Channel> &channels) {

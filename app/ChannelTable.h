@@ -58,6 +58,7 @@ protected:
 private:
     using Source = std::pair<std::string, std::int32_t>;
 
+    void keepColumnsInView(int column);
     std::vector<Source> selectedSources() const;
     void select(const std::vector<Source> &sources);
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QIcon>
+
 namespace corvane {
 
 // What the desktop wants of an application beyond what Qt does for it. Called on the main thread, once the
@@ -10,5 +12,8 @@ void prepareDesktop();
 
 /// Brings the application in front of all others, where a window cannot do so for itself.
 void bringApplicationToFront();
+
+/// The icon that stands for the application: its own, or else the one that the system shows for it.
+QIcon applicationIcon();
 
 } // namespace corvane

@@ -1,16 +1,14 @@
 #include "app/Dialogs.h"
 
 #include "app/AboutText.h"
-#include "app/Look.h"
+#include "app/Desktop.h"
 
-#include <QApplication>
-#include <QDialog>
 #include <QFileDialog>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QVBoxLayout>
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -29,17 +27,6 @@ void showPlainly(const QMessageBox &box) {
         informative->setMinimumWidth(informativeWidth);
 }
 
-QLabel *centred(const QString &text, const QFont &font, const QColor &color) {
-    auto *label = new QLabel(text);
-    label->setTextFormat(Qt::PlainText);
-    label->setAlignment(Qt::AlignHCenter);
-    label->setFont(font);
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, color);
-    label->setPalette(palette);
-    return label;
-}
-
 } // namespace
 
 void openAlert(QWidget *parent, const Alert &alert, std::function<void(std::size_t)> answered) {
@@ -48,7 +35,7 @@ void openAlert(QWidget *parent, const Alert &alert, std::function<void(std::size
     box->setAttribute(Qt::WA_DeleteOnClose);
     box->setWindowTitle(QString::fromUtf8(applicationName));
     box->setIconPixmap(
-        QApplication::windowIcon().pixmap(QSize(alertIconSize, alertIconSize), box->devicePixelRatio()));
+        applicationIcon().pixmap(QSize(alertIconSize, alertIconSize), box->devicePixelRatio()));
     box->setText(QString::fromStdString(alert.message));
     box->setInformativeText(QString::fromStdString(alert.informativeText));
     std::vector<QAbstractButton *> buttons;
@@ -88,40 +75,5 @@ void openFolderChooser(QWidget *parent, const std::filesystem::path &current,
     });
     panel->open();
 }
-
-#ifndef __APPLE__
-
-void openAbout(QWidget *parent, const QIcon &icon) {
-    const QString name = QStringLiteral("about");
-    if (auto *open = parent->findChild<QDialog *>(name)) {
-        open->raise();
-        open->activateWindow();
-        return;
-    }
-    auto *panel = new QDialog(parent);
-    panel->setObjectName(name);
-    panel->setAttribute(Qt::WA_DeleteOnClose);
-    panel->setWindowTitle("About " + QString::fromUtf8(applicationName));
-
-    auto *picture = new QLabel;
-    picture->setAlignment(Qt::AlignHCenter);
-    picture->setPixmap(icon.pixmap(QSize(aboutIconSize, aboutIconSize), panel->devicePixelRatio()));
-    const QString version = QApplication::applicationVersion();
-    auto *rows = new QVBoxLayout(panel);
-    rows->setContentsMargins(32, 24, 32, 24);
-    rows->setSpacing(8);
-    rows->addWidget(picture);
-    rows->addWidget(
-        centred(QString::fromUtf8(applicationName), look::font(17, QFont::Bold), look::grey(0.95)));
-    rows->addWidget(centred("Version " + version + " (" + QStringLiteral(CORVANE_BUILD) + ")", look::font(11),
-                            look::grey(look::statusGrey)));
-    rows->addSpacing(6);
-    rows->addWidget(
-        centred(QString::fromUtf8(aboutCredits), look::font(11), look::grey(look::secondaryGrey)));
-    rows->setSizeConstraint(QLayout::SetFixedSize);
-    panel->show();
-}
-
-#endif
 
 } // namespace corvane

@@ -1,5 +1,7 @@
 #include "app/ElidedLabel.h"
 
+#include "app/PlainToolTip.h"
+
 #include <QEvent>
 #include <QHelpEvent>
 #include <QPainter>
@@ -41,11 +43,12 @@ bool ElidedLabel::isElided() const {
 bool ElidedLabel::event(QEvent *event) {
     if (event->type() != QEvent::ToolTip)
         return QLabel::event(event);
-    const QString tip = !detail.isEmpty() ? detail : isElided() ? text() : QString();
-    // Names on the console may look like markup.
-    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
-                       tip.isEmpty() ? tip : "<p style='white-space:pre'>" + tip.toHtmlEscaped() + "</p>",
-                       this);
+    QStringList tip;
+    if (isElided())
+        tip << text();
+    if (!detail.isEmpty())
+        tip << detail;
+    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), plainToolTip(tip.join("\n\n")), this);
     return true;
 }
 

@@ -5,12 +5,12 @@
 namespace corvane {
 
 /// A label of one line that is cut off with "…" at its end when there is no room for it. The full text is
-/// then its tooltip, unless there is a longer explanation.
+/// then its tooltip, above a longer explanation if there is one.
 class ElidedLabel : public QLabel {
 public:
     explicit ElidedLabel(const QString &text = {}, QWidget *parent = nullptr);
 
-    /// Shown as the tooltip instead of the text; empty for none.
+    /// An explanation, shown on hover; empty for none.
     void setDetail(const QString &text);
     bool isElided() const;
 

@@ -1,9 +1,12 @@
 #include "app/HostMenu.h"
 
 #include "app/Look.h"
+#include "app/PlainToolTip.h"
 
+#include <QHelpEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QToolTip>
 #include <QWheelEvent>
 
 namespace corvane {
@@ -24,6 +27,22 @@ HostMenu::HostMenu(QWidget *parent) : QComboBox(parent) {
     setAttribute(Qt::WA_Hover);
 }
 
+QRect HostMenu::textRoom() const {
+    return rect().adjusted(textInset, 0, -arrowRoom, 0);
+}
+
+QString HostMenu::elidedText() const {
+    return fontMetrics().elidedText(currentText(), Qt::ElideRight, textRoom().width());
+}
+
+bool HostMenu::event(QEvent *event) {
+    if (event->type() != QEvent::ToolTip || elidedText() == currentText())
+        return QComboBox::event(event);
+    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(),
+                       plainToolTip(currentText() + "\n\n" + toolTip()), this);
+    return true;
+}
+
 void HostMenu::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -33,9 +52,7 @@ void HostMenu::paintEvent(QPaintEvent *) {
     painter.drawRoundedRect(frame, radius, radius);
 
     painter.setPen(palette().color(QPalette::ButtonText));
-    const QRect room = rect().adjusted(textInset, 0, -arrowRoom, 0);
-    painter.drawText(room, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
-                     fontMetrics().elidedText(currentText(), Qt::ElideRight, room.width()));
+    painter.drawText(textRoom(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, elidedText());
 
     painter.setPen(QPen(look::grey(look::captionGrey), 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.setBrush(Qt::NoBrush);

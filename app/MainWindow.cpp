@@ -3,9 +3,11 @@
 #include "app/BezelButton.h"
 #include "app/BridgeController.h"
 #include "app/ChannelTable.h"
+#include "app/Desktop.h"
 #include "app/ElidedLabel.h"
 #include "app/HostMenu.h"
 #include "app/Look.h"
+#include "app/PushButton.h"
 
 #include <QApplication>
 #include <QGridLayout>
@@ -25,13 +27,10 @@ namespace {
 // Sizes in points
 
 constexpr int contentWidth = 760;
-constexpr int contentHeight = 370;
-constexpr int minimumContentHeight = 350;
 constexpr int maximumContentHeight = 650;
 constexpr int menuBarHeight = 24;
 constexpr int sideMargin = 20;
 constexpr int endMargin = 18;
-constexpr int rowSpacing = 10;
 constexpr int hostSpacing = 12;
 constexpr int iconPoints = 38;
 constexpr int popupWidth = 340;
@@ -90,7 +89,7 @@ void MainWindow::makeControls() {
     chooseButton = new BezelButton(QStringLiteral("Choose…"), this);
     channelScroll = new QFrame(this);
     table = new ChannelTable(channelScroll);
-    patchButton = new QPushButton(QString::fromUtf8(waitingForSync), this);
+    patchButton = new PushButton(QString::fromUtf8(waitingForSync), this);
     syncButton = new BezelButton(QStringLiteral("Create LiveTrax Session"), this);
 }
 
@@ -182,7 +181,7 @@ QWidget *MainWindow::headerRow() {
     auto *icon = new QLabel;
     icon->setObjectName(QStringLiteral("icon"));
     icon->setFixedSize(iconPoints, iconPoints);
-    icon->setPixmap(QApplication::windowIcon().pixmap(QSize(iconPoints, iconPoints), devicePixelRatio()));
+    icon->setPixmap(applicationIcon().pixmap(QSize(iconPoints, iconPoints), devicePixelRatio()));
     columns->addWidget(icon);
     columns->addWidget(label("CORVANE", 23, look::grey(0.97), QFont::Bold));
     columns->addWidget(label("for LiveTrax", 23, look::grey(look::captionGrey), QFont::Light));

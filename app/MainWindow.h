@@ -13,7 +13,6 @@
 class QFrame;
 class QLabel;
 class QLineEdit;
-class QPushButton;
 class QVBoxLayout;
 
 namespace corvane {
@@ -23,6 +22,7 @@ class BridgeController;
 class ChannelTable;
 class ElidedLabel;
 class HostMenu;
+class PushButton;
 
 /// The one window of the application. It shows what the controller tells it and passes on what the user does.
 /// Main thread only; outlives the controller.
@@ -70,6 +70,12 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
+    // Heights in points, without a menu bar
+    static constexpr int contentHeight = 370;
+    static constexpr int minimumContentHeight = 350;
+    static constexpr int rowSpacing = 10;
+    static constexpr int tableHeight = 230;
+
     void makeControls();
     void nameControls();
     void connectControls();
@@ -81,6 +87,7 @@ private:
     QWidget *sessionFields();
     QWidget *bottomRow();
     void fitChannelScroll();
+    bool isAtRest() const;
     /// Height of the menu bar where it is part of the window.
     int menuHeight() const;
     template <class Action>
@@ -104,11 +111,12 @@ private:
     BezelButton *chooseButton;
     ChannelTable *table;
     QFrame *channelScroll;
-    QPushButton *patchButton;
+    PushButton *patchButton;
     BezelButton *syncButton;
 
     QVariantAnimation heightAnimation;
-    int targetHeight = 0; ///< where the window's height was asked to go
+    int targetHeight = 0;                   ///< where the window's height was asked to go
+    int heightWithoutTable = contentHeight; ///< of the content that the open table grows from
 };
 
 } // namespace corvane

@@ -9,6 +9,7 @@
 #include "app/HostMenu.h"
 #include "app/MainMenu.h"
 #include "app/MainWindow.h"
+#include "app/PlainToolTip.h"
 
 #include <QApplication>
 #include <QLineEdit>
@@ -21,19 +22,9 @@
 
 namespace corvane {
 
-namespace {
-
-constexpr int collapsedHeight = 370;
-constexpr int rowSpacing = 10;
-constexpr int tableHeight = 230;
-
-} // namespace
-
 void MainWindow::useBrandIcon() {
     if (const QIcon &icon = brandIcon(); !icon.isNull())
         QApplication::setWindowIcon(icon);
-    else if (QApplication::windowIcon().isNull()) // where the system gives programs no icon of their own
-        QApplication::setWindowIcon(style()->standardIcon(QStyle::SP_TitleBarMenuButton));
 }
 
 void MainWindow::buildMainMenu() {
@@ -61,7 +52,7 @@ void MainWindow::setDevicePopup(const std::vector<std::string> &titles) {
     for (const std::string &title : titles) {
         const QString text = QString::fromStdString(title);
         devicePopup->addItem(text);
-        devicePopup->setItemData(devicePopup->count() - 1, text, Qt::ToolTipRole);
+        devicePopup->setItemData(devicePopup->count() - 1, plainToolTip(text), Qt::ToolTipRole);
     }
     if (position >= 0 && devicePopup->itemText(position) == before)
         devicePopup->setCurrentIndex(position);
@@ -108,12 +99,14 @@ void MainWindow::setSyncButtonEnabled(bool enabled) {
 }
 
 void MainWindow::growWindow(int points) {
-    const bool atRest = heightAnimation.state() != QAbstractAnimation::Running;
+    const bool atRest = isAtRest();
     const int reached = std::clamp(targetHeight, minimumHeight(), maximumHeight());
     // A window manager may have given the window another height since. Where it had less room than was asked
     // for, shrinking takes back what was asked for.
     if (atRest && (points > 0 || height() > reached))
         targetHeight = height();
+    if (atRest && points > 0)
+        heightWithoutTable = std::min(height() - menuHeight(), contentHeight);
     targetHeight += points;
     heightAnimation.stop();
     heightAnimation.setDuration(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this));
@@ -123,13 +116,19 @@ void MainWindow::growWindow(int points) {
     heightAnimation.start();
 }
 
+bool MainWindow::isAtRest() const {
+    return heightAnimation.state() != QAbstractAnimation::Running;
+}
+
 /// While the window grows or shrinks, the table has the room that there is so far.
 void MainWindow::fitChannelScroll() {
-    const int room = height() - menuHeight() - collapsedHeight - rowSpacing;
+    const int room = height() - menuHeight() - heightWithoutTable - rowSpacing;
     channelScroll->setFixedHeight(std::clamp(room, 0, tableHeight));
 }
 
 void MainWindow::resizeEvent(QResizeEvent *event) {
+    if (isAtRest() && channelScroll->isVisible()) // a window manager's doing: then the table comes first
+        heightWithoutTable = minimumContentHeight;
     fitChannelScroll();
     QMainWindow::resizeEvent(event);
 }
@@ -151,7 +150,7 @@ void MainWindow::chooseFolder(std::function<void(std::optional<std::filesystem::
 }
 
 void MainWindow::showAbout() {
-    openAbout(this, QApplication::windowIcon());
+    openAbout(this, applicationIcon());
 }
 
 } // namespace corvane

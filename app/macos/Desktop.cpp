@@ -2,6 +2,9 @@
 
 #include "platform/macos/MacApplication.h"
 
+#include <QApplication>
+#include <QPixmap>
+
 namespace corvane {
 
 void prepareDesktop() {
@@ -10,6 +13,15 @@ void prepareDesktop() {
 
 void bringApplicationToFront() {
     activateApplication();
+}
+
+QIcon applicationIcon() {
+    if (const QIcon own = QApplication::windowIcon(); !own.isNull())
+        return own;
+    QPixmap image;
+    const std::vector<unsigned char> picture = applicationIconPNG();
+    image.loadFromData(picture.data(), static_cast<unsigned int>(picture.size()), "PNG");
+    return image;
 }
 
 } // namespace corvane

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace corvane {
 
@@ -12,6 +13,9 @@ void prepareApplication();
 
 /// Brings the application in front of all others.
 void activateApplication();
+
+/// The icon that the system shows for the application, as a PNG file; empty when it has none.
+std::vector<unsigned char> applicationIconPNG();
 
 /// The application's one menu, with exactly these items: About, Hide, Hide Others, Show All, Quit.
 void installApplicationMenu(const std::string &applicationName, std::function<void()> showAbout);

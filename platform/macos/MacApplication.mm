@@ -66,6 +66,14 @@ void activateApplication() {
     [NSApp activateIgnoringOtherApps:YES];
 }
 
+std::vector<unsigned char> applicationIconPNG() {
+    NSData *image = NSApp.applicationIconImage.TIFFRepresentation;
+    NSBitmapImageRep *bitmap = image ? [NSBitmapImageRep imageRepWithData:image] : nil;
+    NSData *file = [bitmap representationUsingType:NSBitmapImageFileTypePNG properties:@{}];
+    const auto *bytes = static_cast<const unsigned char *>(file.bytes);
+    return std::vector<unsigned char>(bytes, bytes + file.length);
+}
+
 void installApplicationMenu(const std::string &applicationName, std::function<void()> showAbout) {
     // A menu item does not own its target.
     static CorvaneMenuTarget *target = nil;

@@ -35,6 +35,17 @@ static inline NSSize NSMakeSize(CGFloat width, CGFloat height) {
 
 @interface NSImage : NSObject <NSCopying>
 @property NSSize size;
+@property(readonly, copy) NSData *TIFFRepresentation;
+@end
+
+typedef NSUInteger NSBitmapImageFileType;
+enum : NSBitmapImageFileType { NSBitmapImageFileTypePNG = 4 };
+typedef NSString *NSBitmapImageRepPropertyKey;
+
+@interface NSBitmapImageRep : NSObject
++ (instancetype)imageRepWithData:(NSData *)data;
+- (NSData *)representationUsingType:(NSBitmapImageFileType)type
+                         properties:(NSDictionary<NSBitmapImageRepPropertyKey, id> *)properties;
 @end
 
 typedef NSUInteger NSEventModifierFlags;

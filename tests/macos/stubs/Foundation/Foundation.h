@@ -56,6 +56,11 @@ __attribute__((objc_root_class))
 - (void)setObject:(ObjectType)object forKeyedSubscript:(KeyType<NSCopying>)key;
 @end
 
+@interface NSData : NSObject <NSCopying>
+@property(readonly) NSUInteger length;
+@property(readonly) const void *bytes;
+@end
+
 @interface NSURL : NSObject
 @property(readonly) NSString *path;
 @end
