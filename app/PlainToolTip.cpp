@@ -1,5 +1,9 @@
 #include "app/PlainToolTip.h"
 
+#include <QStringList>
+
+#include <algorithm>
+
 namespace corvane {
 
 namespace {
@@ -7,6 +11,8 @@ namespace {
 /// Letters in a row after which a line may be broken even without a blank.
 constexpr int unbrokenLetters = 40;
 constexpr QChar zeroWidthSpace{0x200B};
+/// Letters that a line may have without being wrapped. Left to itself, a wrapped text is made rather narrow.
+constexpr int lineLetters = 90;
 
 QString breakable(const QString &text) {
     QString broken;
@@ -23,11 +29,19 @@ QString breakable(const QString &text) {
     return broken;
 }
 
+bool hasLongLines(const QString &text) {
+    const QStringList lines = text.split(u'\n');
+    return std::any_of(lines.begin(), lines.end(),
+                       [](const QString &line) { return line.size() > lineLetters; });
+}
+
 } // namespace
 
 QString plainToolTip(const QString &text) {
-    return text.isEmpty() ? text
-                          : "<p style='white-space:pre-wrap'>" + breakable(text).toHtmlEscaped() + "</p>";
+    if (text.isEmpty())
+        return text;
+    const QString wrapping = hasLongLines(text) ? QStringLiteral("pre-wrap") : QStringLiteral("pre");
+    return "<p style='white-space:" + wrapping + "'>" + breakable(text).toHtmlEscaped() + "</p>";
 }
 
 } // namespace corvane
