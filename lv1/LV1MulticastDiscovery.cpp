@@ -17,6 +17,8 @@ constexpr const char *announcementAddress = "/zDNS";
 constexpr const char *announcedService = "_waveslv113._tcp";
 constexpr std::size_t announcementValues = 13;
 constexpr std::int32_t highestPort = 65'535;
+/// Many times what real hosts announce while the main queue does something else, and a bound for a flood.
+constexpr std::size_t mostUntold = 256;
 
 } // namespace
 
@@ -26,20 +28,29 @@ LV1MulticastDiscovery::LV1MulticastDiscovery(SerialQueue &main, std::shared_ptr<
 
 void LV1MulticastDiscovery::start() {
     stop();
-    auto opened = listening.open(group, groupPort, longestDatagram, queue,
-                                 [&main = main, discovery = weak_from_this()](const Bytes &datagram) {
-                                     auto endpoint = announcement(datagram);
-                                     if (!endpoint)
-                                         return;
-                                     main.post(weakly(discovery, [endpoint = std::move(*endpoint)](
-                                                                     const LV1MulticastDiscovery &listener) {
-                                         // Stopped while this was on its way: nothing is announced any more.
-                                         if (listener.socket && listener.onEndpoint)
-                                             listener.onEndpoint(endpoint);
-                                     }));
-                                 });
+    const auto heard = [&main = main, queue = queue, backlog = backlog,
+                        discovery = weak_from_this()](const Bytes &datagram) {
+        if (backlog->untold >= mostUntold)
+            return;
+        auto endpoint = announcement(datagram);
+        if (!endpoint)
+            return;
+        ++backlog->untold;
+        main.post([queue, backlog, discovery, endpoint = std::move(*endpoint)] {
+            if (const auto listener = discovery.lock())
+                listener->announce(endpoint);
+            queue->post([backlog] { --backlog->untold; });
+        });
+    };
+    auto opened = listening.open(group, groupPort, longestDatagram, queue, heard);
     socket = std::move(opened.socket);
     obstacleText = std::move(opened.obstacle);
+}
+
+void LV1MulticastDiscovery::announce(const LV1Endpoint &endpoint) const {
+    // Stopped while this was on its way: nothing is announced any more.
+    if (socket && onEndpoint)
+        onEndpoint(endpoint);
 }
 
 void LV1MulticastDiscovery::stop() {

@@ -3,6 +3,7 @@
 #include "lv1/LV1Endpoint.h"
 #include "platform/MulticastListening.h"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -12,6 +13,7 @@ namespace corvane {
 
 /// Listens for consoles that announce themselves: one "/zDNS" OSC message per datagram to 225.1.1.1, port
 /// 13337. Started and stopped on the main queue; datagrams are read on its own queue, "Corvane.Discovery".
+/// While 256 announcements wait for the main queue further ones are dropped: hosts repeat themselves.
 class LV1MulticastDiscovery : public std::enable_shared_from_this<LV1MulticastDiscovery> {
 public:
     LV1MulticastDiscovery(SerialQueue &main, std::shared_ptr<SerialQueue> queue,
@@ -30,9 +32,17 @@ public:
     static std::optional<LV1Endpoint> announcement(const Bytes &datagram);
 
 private:
+    /// Announcements that the main queue has not been told of yet. Belongs to "Corvane.Discovery".
+    struct Backlog {
+        std::size_t untold = 0;
+    };
+
+    void announce(const LV1Endpoint &endpoint) const;
+
     SerialQueue &main;
     std::shared_ptr<SerialQueue> queue;
     MulticastListening &listening;
+    std::shared_ptr<Backlog> backlog = std::make_shared<Backlog>();
     std::unique_ptr<MulticastSocket> socket;
     std::string obstacleText;
 };

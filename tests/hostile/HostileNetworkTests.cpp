@@ -6,9 +6,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <netinet/in.h>
 #include <sys/socket.h>
+#include <thread>
 
 namespace corvane {
 namespace {
@@ -73,6 +75,36 @@ TEST_F(HostileNetwork, AFloodOfHostsThatAreNoneFillsNeitherMemoryNorTheMainQueue
     EXPECT_LT(watch->longestGap, 5s);
     sender.send(announcement({"Another", "127.0.0.1", 5'000, ""}), announcementPort);
     EXPECT_TRUE(says("Several LV1 hosts found. Choose one and press SYNC LV1."));
+    EXPECT_TRUE(stillWorks());
+}
+
+TEST_F(HostileNetwork, AFloodOfHostsWhileTheMainQueueIsHeldUpIsDropped) {
+    client->startDiscovery();
+    const DatagramPeer sender;
+    const auto before = usageNow().memory();
+    std::size_t most = before;
+    int number = 0;
+    const auto flood = [&](int count) {
+        for (int i = 0; i < count; ++i)
+            sender.send(
+                announcement({std::to_string(number++) + std::string(3'500, 'n'), "127.0.0.1", 9, ""}),
+                announcementPort);
+    };
+    // The main thread does something else meanwhile; in pauses, so that the socket loses few of them.
+    for (int i = 0; i < 1'000; ++i) {
+        flood(20);
+        std::this_thread::sleep_for(500us);
+        most = std::max(most, usageNow().memory());
+    }
+    EXPECT_LT(most, before + 16 * megabyte); // of 70
+    runFor(20ms);
+    const auto heard = client->endpoints.size();
+    EXPECT_GE(heard, 256U);
+    EXPECT_LT(heard, 512U); // what still stood in the socket may have come after
+    EXPECT_TRUE(comes([&] {
+        flood(1);
+        return client->endpoints.size() > heard;
+    }));
     EXPECT_TRUE(stillWorks());
 }
 

@@ -59,6 +59,21 @@ TEST_F(LV1Discovery, StartingAgainForgetsEverythingAndClosesTheOldSocketFirst) {
     EXPECT_EQ(fake.browser->searches, 2);
 }
 
+TEST_F(LV1Discovery, StartingAgainWhileALinkStandsHasTheSoleHostsNextAnnouncementReconnect) {
+    hear(one);
+    stream().becomeReady();
+    run();
+    client->startDiscovery();
+    run();
+    EXPECT_FALSE(stream().cancelled);
+    takeDiary();
+    hear(one);
+    EXPECT_THAT(takeDiary(), ElementsAre("<endpoints> LV1 One", "LV1 found: LV1 One", "Disconnected"));
+    ASSERT_EQ(fake.network->streams.size(), 2U);
+    EXPECT_TRUE(fake.network->streams.front()->cancelled);
+    EXPECT_EQ(client->multicastEndpoint, one);
+}
+
 TEST_F(LV1Discovery, ASoleAnnouncedHostIsConnectedWithoutAClick) {
     hear(one);
     EXPECT_THAT(takeDiary(), ElementsAre("<endpoints> LV1 One", "LV1 found: LV1 One"));
@@ -147,6 +162,28 @@ TEST_F(LV1Discovery, NoiseIsNeitherHeardNorKept) {
     EXPECT_EQ(fake.clock->pending(), 0U);
     good.resize(6'000); // zeros behind the message are no part of it
     hear(good);
+    EXPECT_THAT(client->endpoints, ElementsAre(one));
+}
+
+TEST_F(LV1Discovery, AnnouncementsThatTheMainQueueDoesNotKeepUpWithAreDropped) {
+    for (int i = 0; i < 1'000; ++i)
+        fake.multicast->deliver(announcement({std::to_string(i), "10.0.0.1", 5000, ""}));
+    run(); // all are read before the main queue has its turn
+    ASSERT_EQ(client->endpoints.size(), 256U);
+    EXPECT_EQ(client->endpoints.back().name, "255");
+    hear(two);
+    EXPECT_EQ(client->endpoints.back(), two);
+}
+
+TEST_F(LV1Discovery, AnnouncementsThatWaitWhileListeningBeginsAnewAreCountedOff) {
+    for (int i = 0; i < 256; ++i)
+        fake.multicast->deliver(announcement({std::to_string(i), "10.0.0.1", 5000, ""}));
+    for (int i = 0; i < 256; ++i)
+        ASSERT_TRUE(fake.clock->runOne()); // read, on their way to the main queue
+    client->stop();
+    run();
+    client->startDiscovery();
+    hear(one);
     EXPECT_THAT(client->endpoints, ElementsAre(one));
 }
 
