@@ -14,8 +14,6 @@ namespace {
 
 constexpr const char *deviceIdentifierKey = "CorvaneDeviceID";
 constexpr int highestPort = 65'535;
-/// Hosts that are listed: many times what any network has, and a bound for what a hostile sender can fill.
-constexpr std::size_t mostEndpoints = 1'000;
 
 /// The port and host name of a service that has been resolved; none of another.
 std::optional<std::pair<std::string, std::uint16_t>> address(const NetService &service) {
@@ -132,7 +130,7 @@ void LV1Client::linkIsReady() {
     if (connection != link)
         return;
     link->greet();
-    link->introduceLater(introduction());
+    link->introduceLater();
 }
 
 void LV1Client::linkFailed(const std::string &error) {
@@ -143,7 +141,8 @@ void LV1Client::linkFailed(const std::string &error) {
     report("Connection error: " + error);
 }
 
-/// Who this computer is: its name, a lasting identifier and its Ethernet addresses.
+/// Who this computer is: its name, a lasting identifier and its Ethernet addresses. The identifier is made
+/// and kept when it is asked for first, which is when a console is told.
 OSCMessage LV1Client::introduction() const {
     const auto listed = platform.host->ethernetAddresses();
     std::string addresses;
@@ -200,7 +199,7 @@ void LV1Client::didNotResolve(NetService &service) {
 }
 
 void LV1Client::heard(const LV1Endpoint &endpoint) {
-    if (endpoints.size() < mostEndpoints &&
+    if (endpoints.size() < mostHosts &&
         std::find(endpoints.begin(), endpoints.end(), endpoint) == endpoints.end()) {
         endpoints.push_back(endpoint);
         if (onEndpoints)

@@ -6,6 +6,7 @@
 #include "platform/Platform.h"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -29,6 +30,9 @@ public:
     static constexpr const char *serviceType = "_waveslv113._tcp.";
     static constexpr const char *serviceDomain = "local.";
     static constexpr std::chrono::seconds resolveTimeout{5};
+    /// Hosts that are listed: many times what any network has, and a bound for what a hostile sender can
+    /// fill.
+    static constexpr std::size_t mostHosts = 1'000;
     /// The status when more than one host was heard and a person has to choose.
     static constexpr const char *severalHostsStatus =
         "Several LV1 hosts found. Choose one and press SYNC LV1.";

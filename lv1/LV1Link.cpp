@@ -93,13 +93,23 @@ void LV1Link::greet() {
     receiveNext();
 }
 
-void LV1Link::introduceLater(OSCMessage introduction) {
-    queue->after(secondHandshakeDelay, weakly(weak_from_this(), [introduction](LV1Link &link) {
-                     if (link.left)
-                         return;
-                     link.send("/handshake", {1, -1, 6});
-                     link.send(introduction);
-                 }));
+void LV1Link::introduceLater() {
+    queue->after(secondHandshakeDelay, weakly(weak_from_this(), [](LV1Link &link) { link.introduce(); }));
+}
+
+/// What is to be said is the main queue's to gather; by then the client may have turned to another link.
+void LV1Link::introduce() {
+    if (left)
+        return;
+    send("/handshake", {1, -1, 6});
+    main.post(weakly(client, [queue = queue, link = weak_from_this()](LV1Client &owner) {
+        if (!owner.isCurrent(link))
+            return;
+        queue->post(weakly(link, [introduction = owner.introduction()](LV1Link &speaker) {
+            if (!speaker.left)
+                speaker.send(introduction);
+        }));
+    }));
 }
 
 void LV1Link::leave() {

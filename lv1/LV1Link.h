@@ -38,8 +38,8 @@ public:
     /// Once the connection is ready: greets the console and reads what it says from then on.
     void greet();
     /// 250 ms from now, unless the link has been left by then: greets the console again and says who this
-    /// computer is.
-    void introduceLater(OSCMessage introduction);
+    /// computer is, which is gathered only then.
+    void introduceLater();
     /// Ends the connection; nothing more is sent or read. The connection still reports that it is cancelled.
     void leave();
 
@@ -55,6 +55,7 @@ private:
     void tellClient(Action action, std::size_t size = 0);
     void send(std::string_view address, std::initializer_list<OSCValue> values);
     void send(const OSCMessage &message);
+    void introduce();
 
     bool isFarAhead() const;
     void told(std::size_t size);

@@ -166,7 +166,7 @@ void AsioStreamConnection::Link::connected(const asio::error_code &error) {
 }
 
 void AsioStreamConnection::Link::send(Bytes message) {
-    if (!life.isUsable() || peerHasClosed || !isWritable || message.empty())
+    if (!life.isUsable() || !isWritable || message.empty())
         return;
     outgoingSize += message.size();
     if (outgoingSize > outgoingLimit)

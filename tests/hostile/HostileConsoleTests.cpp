@@ -75,6 +75,12 @@ TEST_F(HostileConsole, OneThatStopsSendingButKeepsTheConnectionHasClosedIt) {
     peer.finishSending();
     ASSERT_TRUE(says(closeText));
     runFor(300ms); // the second greeting falls into this
+    Bytes introduction = framed("/handshake", {1, -1, 6});
+    const Bytes name = framed("/device_name",
+                              {std::string("Front of House"), std::string("0f8fad5bd9cb469fa16570867728950e"),
+                               std::string("02:00:00:00:00:01 02:00:00:00:00:02")});
+    introduction.insert(introduction.end(), name.begin(), name.end());
+    EXPECT_EQ(peer.read(introduction.size()), introduction);
     EXPECT_THAT(diary, ElementsAre("<not connected>", negotiatingText, "<not connected>", closeText));
     EXPECT_TRUE(stillWorks());
 }

@@ -33,6 +33,14 @@ TEST_F(LV1Connection, Port0LeavesAStandingLinkAlone) {
     EXPECT_FALSE(stream().cancelled);
 }
 
+TEST_F(LV1Connection, AnEndpointOfPort0IsRememberedAndRefused) {
+    const LV1Endpoint endpoint{"FOH", "10.0.0.7", 0, "aa"};
+    client->connect(endpoint);
+    EXPECT_THAT(takeDiary(), ElementsAre("Invalid LV1 port"));
+    EXPECT_EQ(client->multicastEndpoint, endpoint);
+    EXPECT_THAT(fake.network->streams, IsEmpty());
+}
+
 TEST_F(LV1Connection, OpensOneStreamToTheHost) {
     client->connect("lv1.local", 5000);
     ASSERT_EQ(fake.network->streams.size(), 1U);
@@ -65,6 +73,9 @@ TEST_F(LV1Connection, IntroducesItself250MillisecondsLater) {
 
 TEST_F(LV1Connection, TheDeviceIdentifierIsStoredAndUsedFromThenOn) {
     link();
+    fake.clock->advance(249ms);
+    EXPECT_THAT(fake.defaults->values, IsEmpty());
+    fake.clock->advance(1ms);
     EXPECT_EQ(fake.defaults->values.at("CorvaneDeviceID"), "0f8fad5bd9cb469fa16570867728950e");
     fake.defaults->values["CorvaneDeviceID"] = "kept";
     fake.host->uuid = "another";
@@ -99,6 +110,28 @@ TEST_F(LV1Connection, AReconnectInBetweenCancelsTheIntroduction) {
     fake.clock->advance(1s);
     EXPECT_EQ(fake.network->streams.at(0)->sent.size(), 1U);
     EXPECT_THAT(fake.network->streams.at(1)->sent, IsEmpty());
+}
+
+TEST_F(LV1Connection, AnIntroductionThatIsCancelledStoresNoIdentifier) {
+    link();
+    fake.clock->advance(100ms);
+    client->connect("10.0.0.2", 5000);
+    fake.clock->advance(1s);
+    EXPECT_THAT(fake.defaults->values, IsEmpty());
+    stream().becomeReady();
+    fake.clock->advance(100ms);
+    client.reset();
+    fake.clock->advance(1s);
+    EXPECT_THAT(fake.defaults->values, IsEmpty());
+}
+
+TEST_F(LV1Connection, AHostThatIsLeftWhileItWasToBeToldOfThisComputerIsToldNothing) {
+    link();
+    client->onStatus = nullptr;
+    fake.main.after(250ms, [this] { client->connect("10.0.0.2", 5000); }); // just behind the second greeting
+    fake.clock->advance(1s);
+    EXPECT_THAT(sent(*fake.network->streams.at(0)), ElementsAre(firstHandshake, secondHandshake));
+    EXPECT_THAT(fake.defaults->values, IsEmpty());
 }
 
 TEST_F(LV1Connection, StoppingInBetweenCancelsTheIntroduction) {
