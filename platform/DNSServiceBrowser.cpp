@@ -83,7 +83,7 @@ private:
         std::shared_ptr<Service> service;
         DelayedTask timeout;
         std::unique_ptr<DNSServiceQuery> query; ///< none while it waits
-        bool isQuiet = false;                   ///< nobody asked to be told
+        bool isQuiet = false;                   ///< nobody asked: only another address is worth telling
         bool awaitsDaemon = false;
     };
     using Resolutions = std::list<Resolution>;
@@ -181,8 +181,7 @@ void DNSServiceBrowser::Search::added(const std::string &name) {
     auto &entry = known[name];
     ++entry.presence;
     if (entry.service) {
-        // It was gone and is back, perhaps at another port. Who has it already learns that without being told
-        // twice.
+        // It was gone and is back, perhaps at another port. Who has it already is told only of that.
         if (entry.presence == 1 && entry.service->address)
             resolve(entry.service, refreshTimeout, true);
         return;
@@ -289,9 +288,10 @@ void DNSServiceBrowser::Search::answered(const Service &service,
         return askInTurn();
     }
     const auto resolution = take(found);
+    const bool isNews = !resolution.isQuiet || resolution.service->address != address;
     resolution.service->address = address;
     askInTurn();
-    if (const auto listener = delegate.lock(); listener && !resolution.isQuiet)
+    if (const auto listener = delegate.lock(); listener && isNews)
         listener->didResolveAddress(*resolution.service);
 }
 

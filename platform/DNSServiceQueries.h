@@ -32,6 +32,8 @@ struct DNSServiceEvent {
 struct DNSServiceAddress {
     std::string hostName;
     std::uint16_t port = 0;
+
+    bool operator==(const DNSServiceAddress &) const = default;
 };
 
 /// The DNS-SD daemon. Used on the main queue, without ever waiting for the daemon; handlers run on the main

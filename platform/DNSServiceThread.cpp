@@ -14,6 +14,7 @@
 #include <map>
 #include <mutex>
 #include <poll.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -45,8 +46,8 @@ public:
     /// What its asker is told about that, on the main queue.
     using Outcome = std::function<void(Asker &asker, DNSServiceErrorType error)>;
 
-    unsigned long add(std::weak_ptr<Asker> asker, Opening opening, Outcome outcome);
-    unsigned long addWatch(std::weak_ptr<Asker> asker);
+    unsigned long add(const std::weak_ptr<Asker> &asker, const Opening &opening, const Outcome &outcome);
+    unsigned long addWatch(const std::weak_ptr<Asker> &asker);
     void remove(unsigned long number);
     void end();
 
@@ -67,7 +68,9 @@ private:
         std::unique_ptr<DNSServiceDaemonWatch> watch = nullptr;
     };
 
-    void perform(Task command);
+    bool perform(Task command);
+    bool start();
+    void enqueue(Task command);
     void run();
     bool runCommands();
     void open(unsigned long number, std::weak_ptr<Asker> asker, const Opening &opening, Outcome outcome);
@@ -75,7 +78,7 @@ private:
     void close(unsigned long number);
     void awaitAnswers();
     void readAnswers(Question &question);
-    void tell(const Question &question, std::function<void(Asker &)> news);
+    void tell(std::weak_ptr<Asker> asker, std::function<void(Asker &)> news);
     static void fail(Question &question, DNSServiceErrorType error);
 
     std::mutex mutex;
@@ -96,21 +99,27 @@ DNSServiceThread::Worker::~Worker() {
         ::close(wake[1]);
 }
 
-unsigned long DNSServiceThread::Worker::add(std::weak_ptr<Asker> asker, Opening opening, Outcome outcome) {
+unsigned long DNSServiceThread::Worker::add(const std::weak_ptr<Asker> &asker, const Opening &opening,
+                                            const Outcome &outcome) {
     const auto number = ++lastNumber;
-    perform([this, number, asker = std::move(asker), opening = std::move(opening),
-             outcome = std::move(outcome)] { open(number, asker, opening, outcome); });
+    const bool taken =
+        perform([this, number, asker, opening, outcome] { open(number, asker, opening, outcome); });
+    if (!taken)
+        tell(asker, [outcome](Asker &listener) { outcome(listener, kDNSServiceErr_NoMemory); });
     return number;
 }
 
-unsigned long DNSServiceThread::Worker::addWatch(std::weak_ptr<Asker> asker) {
+unsigned long DNSServiceThread::Worker::addWatch(const std::weak_ptr<Asker> &asker) {
     const auto number = ++lastNumber;
-    perform([this, number, asker = std::move(asker)] { watch(number, asker); });
+    if (!perform([this, number, asker] { watch(number, asker); }))
+        tell(asker, [](Asker &listener) { listener.daemonHandler(); });
     return number;
 }
 
 void DNSServiceThread::Worker::remove(unsigned long number) {
-    perform([this, number] { close(number); });
+    const std::lock_guard lock(mutex);
+    if (isRunning) // else nothing has been opened
+        enqueue([this, number] { close(number); });
 }
 
 void DNSServiceThread::Worker::end() {
@@ -123,21 +132,35 @@ void DNSServiceThread::Worker::end() {
     ended.wait_for(lock, patienceAtTheEnd, [this] { return !isRunning; });
 }
 
-void DNSServiceThread::Worker::perform(Task command) {
+/// False when there is no thread to perform it, and none can be started now.
+bool DNSServiceThread::Worker::perform(Task command) {
     const std::lock_guard lock(mutex);
+    if (!isEnding && !isRunning && !start())
+        return false;
+    enqueue(std::move(command));
+    return true;
+}
+
+/// To be called with the mutex held, as the next one.
+bool DNSServiceThread::Worker::start() {
+    if (wake[0] < 0 && ::pipe(wake) != 0)
+        return false;
+    for (const int end : wake) {
+        ::fcntl(end, F_SETFD, FD_CLOEXEC);
+        ::fcntl(end, F_SETFL, O_NONBLOCK);
+    }
+    try {
+        std::thread([self = shared_from_this()] { self->run(); }).detach();
+        isRunning = true;
+    } catch (const std::system_error &) { // the system gives no more threads
+    }
+    return isRunning;
+}
+
+void DNSServiceThread::Worker::enqueue(Task command) {
     if (isEnding)
         return;
     commands.push_back(std::move(command));
-    if (!isRunning) {
-        if (::pipe(wake) != 0)
-            return;
-        for (const int end : wake) {
-            ::fcntl(end, F_SETFD, FD_CLOEXEC);
-            ::fcntl(end, F_SETFL, O_NONBLOCK);
-        }
-        isRunning = true;
-        std::thread([self = shared_from_this()] { self->run(); }).detach();
-    }
     [[maybe_unused]] const auto woken = ::write(wake[1], "", 1);
 }
 
@@ -176,7 +199,7 @@ void DNSServiceThread::Worker::open(unsigned long number, std::weak_ptr<Asker> a
     const auto error = opening(&question->reference, question.get());
     closeEverythingOnExec(); // Avahi's library does not see to that
     if (error == kDNSServiceErr_NoError) {
-        tell(*question, [started = question->outcome](Asker &listener) { started(listener, 0); });
+        tell(question->asker, [started = question->outcome](Asker &listener) { started(listener, 0); });
     } else {
         question->reference = nullptr;
         fail(*question, error);
@@ -187,7 +210,7 @@ void DNSServiceThread::Worker::open(unsigned long number, std::weak_ptr<Asker> a
 void DNSServiceThread::Worker::watch(unsigned long number, std::weak_ptr<Asker> asker) {
     auto question = std::make_unique<Question>(Question{*this, std::move(asker), {}});
     const auto appeared = [question = question.get()] {
-        question->worker.tell(*question, [](Asker &listener) { listener.daemonHandler(); });
+        question->worker.tell(question->asker, [](Asker &listener) { listener.daemonHandler(); });
     };
     question->watch = watchForDNSServiceDaemon(appeared);
     closeEverythingOnExec();
@@ -236,11 +259,11 @@ void DNSServiceThread::Worker::readAnswers(Question &question) {
     question.reference = nullptr;
 }
 
-void DNSServiceThread::Worker::tell(const Question &question, std::function<void(Asker &)> news) {
+void DNSServiceThread::Worker::tell(std::weak_ptr<Asker> asker, std::function<void(Asker &)> news) {
     const std::lock_guard lock(mutex);
     if (!main)
         return;
-    main->post([asker = question.asker, news = std::move(news)] {
+    main->post([asker = std::move(asker), news = std::move(news)] {
         if (const auto listener = asker.lock())
             news(*listener);
     });
@@ -250,7 +273,7 @@ void DNSServiceThread::Worker::fail(Question &question, DNSServiceErrorType erro
     if (question.isOver)
         return;
     question.isOver = true;
-    question.worker.tell(question,
+    question.worker.tell(question.asker,
                          [failed = question.outcome, error](Asker &asker) { failed(asker, error); });
 }
 
@@ -263,7 +286,7 @@ void DNSServiceThread::Worker::didBrowse(DNSServiceRef, DNSServiceFlags flags, u
         return fail(question, error != kDNSServiceErr_NoError ? error : kDNSServiceErr_Unknown);
     const auto kind =
         (flags & kDNSServiceFlagsAdd) != 0 ? DNSServiceEvent::Kind::added : DNSServiceEvent::Kind::removed;
-    question.worker.tell(question, [kind, name = std::string(name)](Asker &asker) {
+    question.worker.tell(question.asker, [kind, name = std::string(name)](Asker &asker) {
         asker.browseHandler({kind, name, 0});
     });
 }
@@ -277,7 +300,7 @@ void DNSServiceThread::Worker::didResolve(DNSServiceRef, DNSServiceFlags, uint32
     if (std::exchange(question.isOver, true))
         return;
     const DNSServiceAddress address{host, ntohs(port)};
-    question.worker.tell(question, [address](Asker &asker) { asker.resolveHandler(address); });
+    question.worker.tell(question.asker, [address](Asker &asker) { asker.resolveHandler(address); });
 }
 
 /// Holds the handler as long as its asker wants it called.

@@ -27,6 +27,7 @@ class ServiceBrowserDelegate {
 public:
     virtual ~ServiceBrowserDelegate() = default;
     virtual void didFind(std::shared_ptr<NetService> service, bool moreComing) = 0;
+    /// Also of a service that went and came back at another address, without having been asked.
     virtual void didResolveAddress(NetService &service) = 0;
     virtual void didNotResolve(NetService &service) = 0;
 };

@@ -420,7 +420,7 @@ TEST_F(DNSServiceSearch, AResolveThatNoDaemonTakesEndsWithItsTimeAndIsNotAskedOv
     EXPECT_EQ(delegate->words, (Words{"unresolved A"}));
 }
 
-TEST_F(DNSServiceSearch, AServiceThatComesBackIsRefreshedWithoutAWord) {
+TEST_F(DNSServiceSearch, AServiceThatComesBackWhereItWasIsRefreshedWithoutAWord) {
     find({"A"});
     delegate->services[0]->resolve(5s);
     daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
@@ -430,10 +430,26 @@ TEST_F(DNSServiceSearch, AServiceThatComesBackIsRefreshedWithoutAWord) {
     daemon->say(Kind::added, "A");
     daemon->say(Kind::added, "A");
     EXPECT_EQ(daemon->resolves, 2);
-    daemon->answer("A", DNSServiceAddress{"console.local.", 5009});
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
     clock->advance(10s);
     EXPECT_EQ(delegate->words, Words{});
-    EXPECT_EQ(delegate->services[0]->port(), 5009);
+    EXPECT_EQ(delegate->services[0]->port(), 5000);
+}
+
+TEST_F(DNSServiceSearch, AServiceThatComesBackAtAnotherAddressIsToldOf) {
+    find({"A"});
+    delegate->services[0]->resolve(5s);
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
+    for (const auto &address :
+         {DNSServiceAddress{"console.local.", 5009}, DNSServiceAddress{"other.local.", 5009}}) {
+        delegate->words.clear();
+        daemon->say(Kind::removed, "A");
+        daemon->say(Kind::added, "A");
+        daemon->answer("A", address);
+        clock->advance(10s);
+        EXPECT_EQ(delegate->words,
+                  (Words{"resolved A " + address.hostName + " " + std::to_string(address.port)}));
+    }
 }
 
 TEST_F(DNSServiceSearch, AResolveThatJoinsAQuietRefreshIsTold) {
