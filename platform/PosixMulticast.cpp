@@ -65,7 +65,7 @@ std::string joinOn(int descriptor, in_addr group, const ifaddrs &interface) {
         return {};
     if (errno == EADDRINUSE) // joined already, by way of another address of the same interface
         return {};
-    return std::string("Multicast cannot be heard on ") + interface.ifa_name + ": " + reason();
+    return std::string("Announcements cannot be heard on ") + interface.ifa_name + ": " + reason();
 }
 
 /// Joins the group on every fitting interface. What is in the way of some or all of them, or nothing.

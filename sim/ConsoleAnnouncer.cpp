@@ -79,7 +79,10 @@ std::string ConsoleAnnouncer::announceToHost() {
     if (error)
         return error.message();
     const auto own = probe.local_endpoint(error).address();
-    return announceTo(destination, own.to_v4(), standInHardwareAddress);
+    std::string fault;
+    for (int i = 0; i < (staysOnLoopback() ? datagramsOnLoopback : 1) && fault.empty(); ++i)
+        fault = announceTo(destination, own.to_v4(), standInHardwareAddress);
+    return fault;
 }
 
 std::string ConsoleAnnouncer::announceToGroup() {

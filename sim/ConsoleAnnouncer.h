@@ -14,6 +14,10 @@ namespace corvane::sim {
 /// 225.1.1.1 on every interface that can do multicast.
 class ConsoleAnnouncer {
 public:
+    /// Of several programs that share the port on this machine the system gives each datagram to one, chosen
+    /// by the sender's port. So many from as many ports reach every one of them, all but always.
+    static constexpr int datagramsOnLoopback = 8;
+
     /// `destination` is a host, or "multicast". Throws std::system_error when the host is unknown.
     ConsoleAnnouncer(asio::io_context &loop, const std::string &destination, std::string name,
                      std::uint16_t port);

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <locale>
@@ -29,7 +28,7 @@ std::optional<float> component(const std::string &text) {
     std::istringstream in(text);
     in.imbue(std::locale::classic());
     float value = 0;
-    if (!(in >> value) || in.peek() != std::istringstream::traits_type::eof() || !std::isfinite(value))
+    if (!(in >> value) || in.peek() != std::istringstream::traits_type::eof() || !(value >= 0 && value <= 1))
         return std::nullopt;
     return value;
 }

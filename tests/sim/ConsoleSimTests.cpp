@@ -1,6 +1,8 @@
 #include "lv1/LV1MulticastDiscovery.h"
 #include "lv1/PatchDocument.h"
 #include "osc/OSCCodec.h"
+#include "platform/AsioRuntime.h"
+#include "platform/PosixMulticast.h"
 #include "sim/ConsoleSession.h"
 #include "sim/ConsoleSim.h"
 #include "tests/support/Eventually.h"
@@ -18,6 +20,7 @@
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace corvane::sim {
@@ -176,7 +179,8 @@ TEST_F(ConsoleSimTest, SaysWhatIsWrongWithACommand) {
         EXPECT_EQ(command(line), "there is no channel of this number") << line;
     for (const char *line : {"move 1", "move 1 0", "move 1 x", "move 1 1.5", "move 1 2147483648"})
         EXPECT_EQ(command(line), "an input is a number from 1") << line;
-    for (const char *line : {"color 1 0 0", "color 1 0 0 x", "color 1 0 0 0 0", "color 1 0 nan 0"})
+    for (const char *line : {"color 1 0 0", "color 1 0 0 x", "color 1 0 0 0 0", "color 1 0 nan 0",
+                             "color 1 0 0 1.01", "color 1 -0.1 0 0", "color 1 255 0 0"})
         EXPECT_EQ(command(line), "a colour is three numbers from 0 to 1") << line;
     EXPECT_EQ(command("stereo 1 yes"), "say on or off");
     EXPECT_EQ(command("raw 1"), "raw bytes are pairs of hexadecimal digits");
@@ -262,6 +266,35 @@ TEST(ConsoleSimAnnouncement, ComesByUnicastOnceInEveryInterval) {
         EXPECT_EQ(LV1MulticastDiscovery::announcement(listener.receive()),
                   (LV1Endpoint{"Sala Ñ", "127.0.0.1", sim.port(), "02:00:00:00:00:01"}));
     }
+}
+
+TEST(ConsoleSimAnnouncement, ReachesEachOfTwoProgramsThatShareThePort) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    AsioRuntime runtime;
+    PosixMulticast multicast(runtime, PosixMulticast::Reach::loopbackOnly);
+    Journal<Bytes> first;
+    Journal<Bytes> second;
+    const auto listen = [&](Journal<Bytes> &heard) {
+        return multicast.open("225.1.1.1", 13337, 4'096, runtime.make("Corvane.Discovery"),
+                              [&heard](const Bytes &datagram) { heard.add(datagram); });
+    };
+    const auto one = listen(first);
+    const auto other = listen(second);
+    ConsoleSimOptions options;
+    options.announce = "127.0.0.1";
+    constexpr std::size_t announcements = 40;
+    constexpr std::size_t datagramsOfEach = 8;
+    std::size_t reachedBoth = 0;
+    for (std::size_t i = 1; i <= announcements; ++i) {
+        const auto before = std::pair(first.all().size(), second.all().size());
+        ConsoleSim sim(options);
+        sim.poll(); // announces itself at once
+        ASSERT_TRUE(
+            eventually([&] { return first.all().size() + second.all().size() == i * datagramsOfEach; }));
+        if (first.all().size() > before.first && second.all().size() > before.second)
+            ++reachedBoth;
+    }
+    EXPECT_GT(reachedBoth, announcements * 3 / 4); // each fails once in 128
 }
 
 TEST(ConsoleSimAnnouncement, SaysOnceWhyItIsNotPossible) {
