@@ -22,8 +22,7 @@ constexpr double longestDuration = 1'000'000;
 
 /// What the options are read into before they are put together.
 struct Values {
-    std::string rehearsal, file, host, saveTo, session, folder, name;
-    int port = 0;
+    std::string rehearsal, file, host, port, saveTo, session, folder, name;
     double seconds = 0;
     bool json = false, launch = false;
     std::string format = "table";
@@ -32,6 +31,14 @@ struct Values {
 /// An empty text would otherwise pass for an option that was not given.
 CLI::Validator notEmpty() {
     return {[](const std::string &text) { return std::string(text.empty() ? "is empty" : ""); }, ""};
+}
+
+/// Digits alone. Left to the library, a zero in front would make them octal.
+CLI::Validator port() {
+    return {[](const std::string &text) {
+                return portNumber(text) ? std::string() : "is not a port from 0 to 65535: " + text;
+            },
+            ""};
 }
 
 /// A number of seconds that a timer takes.
@@ -108,11 +115,9 @@ void Parser::addHost(CLI::App *command) {
     auto *host = command->add_option("--host", values.host, "The LV1 host's address; else the sole one heard")
                      ->type_name("HOST")
                      ->check(notEmpty());
-    auto *port = command->add_option("--port", values.port, "Its port")
-                     ->type_name("PORT")
-                     ->check(CLI::Range(0, 65'535));
-    host->needs(port);
-    port->needs(host);
+    auto *itsPort = command->add_option("--port", values.port, "Its port")->type_name("PORT")->check(port());
+    host->needs(itsPort);
+    itsPort->needs(host);
 }
 
 void Parser::addSource(CLI::App *command) {
@@ -215,7 +220,7 @@ Options Parser::options(const std::filesystem::path &currentFolder) const {
     options.source.file = path(values.file);
     if (command->get_option_no_throw("--host") && command->count("--host") > 0)
         options.source.host = values.host;
-    options.source.port = static_cast<std::uint16_t>(values.port);
+    options.source.port = portNumber(values.port).value_or(0);
     if (command->get_option_no_throw("--for") && command->count("--for") > 0)
         options.duration = std::chrono::milliseconds(std::llround(values.seconds * 1000));
     options.format = values.json ? Format::json : formatOf(values.format);

@@ -30,6 +30,8 @@ public:
     }
 
     void didFind(std::shared_ptr<NetService> service, bool) override {
+        if (hosts.size() >= LV1Client::mostHosts)
+            return;
         hosts.push_back({{}, service});
         service->resolve(LV1Client::resolveTimeout);
     }
@@ -67,7 +69,7 @@ private:
         const bool known = std::any_of(hosts.begin(), hosts.end(), [&](const Host &host) {
             return !host.service && host.endpoint == endpoint;
         });
-        if (!known)
+        if (!known && hosts.size() < LV1Client::mostHosts)
             hosts.push_back({endpoint, nullptr});
     }
 
@@ -109,10 +111,10 @@ private:
                                 host.endpoint.mac, "multicast"});
                 continue;
             }
-            const auto name = host.service->hostName();
-            const std::string address =
-                name ? *name + ":" + std::to_string(host.service->port()) : "not resolved";
-            rows.push_back({host.service->name(), address, "", "Bonjour"});
+            const auto place = addressOf(*host.service);
+            rows.push_back({host.service->name(),
+                            place ? place->first + ":" + std::to_string(place->second) : "not resolved", "",
+                            "Bonjour"});
         }
         return table(rows);
     }

@@ -5,7 +5,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace corvane::cli {
 
@@ -16,6 +18,9 @@ using Json = nlohmann::ordered_json;
 std::string document(const Json &json);
 /// The same on one line, without a line feed.
 std::string line(const Json &json);
+
+/// Host and port of a service that has been resolved; none of another.
+std::optional<std::pair<std::string, int>> addressOf(const NetService &service);
 
 Json endpointJson(const LV1Endpoint &endpoint);
 /// Name, host and port; host and port are null until the service has been resolved.

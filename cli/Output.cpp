@@ -1,5 +1,7 @@
 #include "cli/Output.h"
 
+#include "platform/Text.h"
+
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -41,7 +43,7 @@ void StandardOutput::progress(const std::string &text) {
     if (!terminal)
         return;
     clearProgress();
-    progressShown = writeAll(STDERR_FILENO, text);
+    progressShown = writeAll(STDERR_FILENO, withoutControls(text));
 }
 
 void StandardOutput::clearProgress() {
@@ -60,7 +62,7 @@ void secureStandardDescriptors() {
 }
 
 void printError(const std::string &message) {
-    writeAll(STDERR_FILENO, message + "\n");
+    writeAll(STDERR_FILENO, withoutControls(message, "\n") + "\n");
 }
 
 } // namespace corvane::cli

@@ -11,7 +11,7 @@ public:
     virtual ~Output() = default;
     /// Writes a result to standard output. Throws std::system_error when it cannot be written.
     virtual void print(std::string_view text) = 0;
-    /// Shows what is going on, to a person who watches; never part of a result.
+    /// Shows what is going on, to a person who watches, on one line; never part of a result.
     virtual void progress(const std::string &text) = 0;
 };
 
@@ -34,7 +34,7 @@ private:
 /// closed one, and that a reader who goes away shows as an error of `print` instead of ending the program.
 void secureStandardDescriptors();
 
-/// Writes one message and a line end to standard error.
+/// Writes one message and a line end to standard error, without control characters but line feeds.
 void printError(const std::string &message);
 
 } // namespace corvane::cli

@@ -12,7 +12,7 @@ namespace corvane::cli {
 
 namespace {
 
-/// "#4080C0", the nearest that a screen can show.
+/// "#4080C0": each part from 0 to 255, cut off as it is in a session.
 std::string colourText(const LV1Channel &channel) {
     const auto part = [](float value) {
         constexpr float whole = 255;

@@ -19,13 +19,17 @@ constexpr auto silenceAfterPatch = 300ms;
 /// A console that never falls silent (somebody plays with its colours) is not waited for longer than this.
 constexpr auto longestSettling = 5s;
 
-/// How the statuses begin that mean the end of a link.
-constexpr std::array<std::string_view, 4> endings = {
-    "Connection error: ", "Connection interrupted: ", "LV1 closed the connection.", "Invalid LV1 port"};
+/// How the statuses begin that are the last ones of a link. An interruption is not: an error follows it.
+constexpr std::string_view closing = "LV1 closed the connection.";
+constexpr std::array<std::string_view, 3> endings = {"Connection error: ", closing, "Invalid LV1 port"};
+
+bool begins(const std::string &status, std::string_view with) {
+    return status.rfind(with, 0) == 0;
+}
 
 bool isEnding(const std::string &status) {
     return std::any_of(endings.begin(), endings.end(),
-                       [&](std::string_view ending) { return status.rfind(ending, 0) == 0; });
+                       [&](std::string_view ending) { return begins(status, ending); });
 }
 
 } // namespace
@@ -79,6 +83,8 @@ void PatchReader::wireClient() {
 void PatchReader::heardStatus(const std::string &text) {
     lastStatus = text;
     output.progress(text);
+    if (patchCame && begins(text, closing))
+        return finishAfter(0ms); // in order: all that it had to say is there
     const bool several = client->endpoints.size() > 1 && text == LV1Client::severalHostsStatus;
     if (several || isEnding(text))
         fail(text);
@@ -94,10 +100,14 @@ void PatchReader::heardServices(const std::vector<std::shared_ptr<NetService>> &
 void PatchReader::waitForSilence() {
     if (!patchCame)
         return;
-    silence.cancel();
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(latestEnd - platform.main.now());
-    silence = platform.main.after(std::clamp<std::chrono::milliseconds>(left, 0ms, silenceAfterPatch),
-                                  weakly(weak_from_this(), [](PatchReader &reader) { reader.finish(); }));
+    finishAfter(std::clamp<std::chrono::milliseconds>(left, 0ms, silenceAfterPatch));
+}
+
+void PatchReader::finishAfter(std::chrono::milliseconds delay) {
+    silence.cancel();
+    silence =
+        platform.main.after(delay, weakly(weak_from_this(), [](PatchReader &reader) { reader.finish(); }));
 }
 
 void PatchReader::giveUp() {
@@ -121,6 +131,7 @@ void PatchReader::finish() {
 }
 
 void PatchReader::fail(const std::string &message) {
+    onPatch = nullptr; // one of the two is called
     if (auto told = std::exchange(onFailure, nullptr))
         told({status::noAnswer, message});
 }

@@ -14,8 +14,8 @@
 namespace corvane::cli {
 
 /// Reads a console's patch once: connects to the host that is named, else to the sole one that is heard,
-/// waits for the first patch and then until the console has been silent for a moment, so that its colours are
-/// in. Lives on the main queue.
+/// waits for the first patch and then until the console has been silent for a moment, or has closed the
+/// connection, so that its colours are in. Lives on the main queue.
 class PatchReader : public std::enable_shared_from_this<PatchReader> {
 public:
     using Channels = std::vector<LV1Channel>;
@@ -40,6 +40,7 @@ private:
     void heardServices(const std::vector<std::shared_ptr<NetService>> &services);
     /// Something came from the console: its silence begins anew.
     void waitForSilence();
+    void finishAfter(std::chrono::milliseconds delay);
     void giveUp();
     void finish();
     void fail(const std::string &message);

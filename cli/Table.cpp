@@ -1,5 +1,7 @@
 #include "cli/Table.h"
 
+#include "platform/Text.h"
+
 #include <algorithm>
 #include <cstddef>
 
@@ -13,17 +15,12 @@ std::size_t characters(const std::string &text) {
         text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
 }
 
-/// A name may hold anything; what would break the lines of a table is shown as a blank.
-std::string onOneLine(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; },
-        ' ');
-    return text;
-}
-
 } // namespace
 
-std::string table(const std::vector<std::vector<std::string>> &rows) {
+std::string table(std::vector<std::vector<std::string>> rows) {
+    for (auto &row : rows)
+        for (auto &cell : row)
+            cell = withoutControls(cell); // a name may hold anything
     std::vector<std::size_t> widths;
     for (const auto &row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
@@ -34,7 +31,7 @@ std::string table(const std::vector<std::vector<std::string>> &rows) {
     for (const auto &row : rows) {
         std::string line;
         for (std::size_t column = 0; column < row.size(); ++column) {
-            line += onOneLine(row[column]);
+            line += row[column];
             line += std::string(widths[column] - characters(row[column]) + 2, ' ');
         }
         line.erase(line.find_last_not_of(' ') + 1);

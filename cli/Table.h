@@ -5,7 +5,7 @@
 
 namespace corvane::cli {
 
-/// Lines of text in columns, two blanks apart; the first row is the heading.
-std::string table(const std::vector<std::vector<std::string>> &rows);
+/// Lines of text in columns, two blanks apart and without control characters; the first row is the heading.
+std::string table(std::vector<std::vector<std::string>> rows);
 
 } // namespace corvane::cli

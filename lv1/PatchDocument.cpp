@@ -190,6 +190,10 @@ std::vector<LV1Channel> readPatchDocument(std::string_view text) {
         throw PatchDocumentError("\"version\" is missing");
     if (wholeNumber(*version) != documentVersion)
         throw PatchDocumentError("\"version\" must be 1");
+    for (const auto &[name, value] : document.items()) {
+        if (name != "version" && name != "channels")
+            throw PatchDocumentError("\"" + name + "\" is not a field of a patch file");
+    }
     const auto list = document.find("channels");
     if (list == document.end())
         throw PatchDocumentError("\"channels\" is missing");

@@ -6,7 +6,7 @@
 
 namespace corvane {
 
-/// The same for what begins where the first byte is that is not ASCII.
+/// What isStrictUTF8 says of bytes that begin with the first one that is not ASCII, or shortly before it.
 bool isStrictUTF8FromFirstSequence(const std::uint8_t *bytes, std::size_t count);
 
 /// Whether the bytes are UTF-8 in its strict form: no overlong forms, no surrogates, nothing above U+10FFFF.

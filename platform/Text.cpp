@@ -148,6 +148,29 @@ std::optional<std::uint64_t> unsignedInteger(std::string_view text) {
     return value;
 }
 
+std::optional<std::uint16_t> portNumber(std::string_view text) {
+    const auto value = magnitude(text);
+    if (!value || *value > std::numeric_limits<std::uint16_t>::max())
+        return std::nullopt;
+    return static_cast<std::uint16_t>(*value);
+}
+
+std::string withoutControls(std::string_view text, std::string_view kept) {
+    std::string shown;
+    while (!text.empty()) {
+        const Decoded next = decodeFirst(text);
+        const auto piece = text.substr(0, next.length);
+        // A byte that is part of no character is a control where a terminal does not take UTF-8.
+        const bool isControl = next.code < 0x20 || (next.code >= 0x7F && next.code <= 0x9F);
+        if (isControl && kept.find(piece) == std::string_view::npos)
+            shown += ' ';
+        else
+            shown += piece;
+        text.remove_prefix(next.length);
+    }
+    return shown;
+}
+
 bool equalIgnoringCase(std::string_view left, std::string_view right) {
     while (!left.empty() && !right.empty()) {
         const Decoded a = decodeFirst(left);

@@ -22,6 +22,13 @@ bool isValidUTF8(std::string_view text);
 std::optional<std::int64_t> integer(std::string_view text);
 std::optional<std::uint64_t> unsignedInteger(std::string_view text);
 
+/// A port as it is typed: digits alone, in decimal whatever stands in front, up to 65535.
+std::optional<std::uint16_t> portNumber(std::string_view text);
+
+/// The text with a blank for each control character (C0, DEL, C1) but those in `kept`: a text from elsewhere
+/// must neither break lines nor steer a terminal.
+std::string withoutControls(std::string_view text, std::string_view kept = {});
+
 /// Equal but for the case of letters, in any script that has cases.
 bool equalIgnoringCase(std::string_view left, std::string_view right);
 

@@ -1,5 +1,6 @@
 #include "lv1/PatchDocument.h"
 #include "platform/Files.h"
+#include "platform/Text.h"
 #include "sim/ConsoleSim.h"
 
 #include <CLI/CLI.hpp>
@@ -39,15 +40,20 @@ int work(ConsoleSimOptions options) {
 int main(int argc, char **argv) {
     CLI::App app("A stand-in for an LV1 console.");
     ConsoleSimOptions options;
+    std::string port;
     std::string patch;
     std::string announce;
-    app.add_option("--port", options.port, "TCP port to listen on; any that is free when left out");
+    app.add_option("--port", port, "TCP port to listen on; any that is free when left out")
+        ->check([](const std::string &text) {
+            return portNumber(text) ? std::string() : "is not a port from 0 to 65535: " + text;
+        });
     app.add_option("--patch", patch, "patch file with the channels, instead of a band's");
     app.add_option("--announce", announce, "host to announce to once a second, or multicast");
     app.add_option("--name", options.name, "name to announce");
     app.footer(ConsoleSim::commandHelp());
     try {
         app.parse(argc, argv);
+        options.port = portNumber(port).value_or(0);
         if (!patch.empty())
             options.channels = channelsOf(patch);
         if (!announce.empty())
@@ -61,12 +67,12 @@ int main(int argc, char **argv) {
         std::cerr << error.what() << std::endl;
         return wrongUsage;
     }
-    const auto port = options.port;
+    const auto wanted = options.port;
     try {
         return work(std::move(options));
     } catch (const std::system_error &error) {
         if (error.code().value() == EADDRINUSE) // of a category that knows no conditions
-            std::cerr << "TCP port " << port << " is in use by another program." << std::endl;
+            std::cerr << "TCP port " << wanted << " is in use by another program." << std::endl;
         else
             std::cerr << error.what() << std::endl;
         return failed;

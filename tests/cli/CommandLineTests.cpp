@@ -36,7 +36,7 @@ std::string refused(const Arguments &arguments) {
     return ending->outcome.message;
 }
 
-TEST(CommandLine, EveryCommandOfTheContractIsKnown) {
+TEST(CommandLine, EveryCommandIsKnown) {
     EXPECT_EQ(Verb::hosts, accepted({"hosts"}).verb);
     EXPECT_EQ(Verb::patch, accepted({"patch"}).verb);
     EXPECT_EQ(Verb::watch, accepted({"watch"}).verb);
@@ -84,6 +84,9 @@ TEST(CommandLine, WrongUsageIsRefusedWithOneLine) {
                                    {"patch", "--host", "h", "--port", "70000"},
                                    {"patch", "--host", "h", "--port", "-1"},
                                    {"patch", "--host", "h", "--port", "x"},
+                                   {"patch", "--host", "h", "--port", "0x10"},
+                                   {"patch", "--host", "h", "--port", "+5"},
+                                   {"patch", "--host", "h", "--port", ""},
                                    {"patch", "--format", "xml"},
                                    {"patch", "--from", "f"},
                                    {"patch", "--json", "--format", "csv"},
@@ -130,6 +133,13 @@ TEST(CommandLine, HostAndPortGoTogether) {
     EXPECT_EQ("10.0.0.1", source.host);
     EXPECT_EQ(5000, source.port);
     EXPECT_EQ(std::nullopt, accepted({"sync", "Gig"}).source.host);
+}
+
+TEST(CommandLine, AZeroInFrontOfAPortMeansNothing) {
+    EXPECT_EQ(8010, accepted({"patch", "--host", "h", "--port", "08010"}).source.port);
+    EXPECT_EQ(10, accepted({"patch", "--host", "h", "--port", "010"}).source.port);
+    EXPECT_EQ("--port: is not a port from 0 to 65535: 70000",
+              refused({"patch", "--host", "h", "--port", "70000"}));
 }
 
 TEST(CommandLine, JsonIsAFormatOfThePatch) {

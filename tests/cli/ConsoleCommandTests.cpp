@@ -1,6 +1,7 @@
 #include "tests/cli/CommandTest.h"
 
 #include "lv1/PatchDocument.h"
+#include "osc/OSCCodec.h"
 
 #include <sstream>
 
@@ -96,6 +97,31 @@ TEST_F(HostsCommandTest, AnObstacleDoesNotMatterOnceAHostWasHeard) {
     EXPECT_EQ(status::done, outcome->status);
 }
 
+TEST_F(HostsCommandTest, AServiceWithoutAPortHasNoAddressEitherWay) {
+    for (const bool asJson : {false, true}) {
+        output.printed.clear();
+        begin(asJson ? std::vector<std::string>{"hosts", "--json"} : std::vector<std::string>{"hosts"});
+        fake.browser->resolve(*fake.browser->find("Stage"), "stage.local.", 0);
+        fake.clock->advance(3s);
+        if (asJson)
+            EXPECT_TRUE(printedJson()[0]["host"].is_null());
+        else
+            EXPECT_THAT(output.printed, HasSubstr("not resolved"));
+    }
+}
+
+TEST_F(HostsCommandTest, ListsAThousandHostsAndNoMore) {
+    begin({"hosts", "--json"});
+    for (int i = 0; i < 600; ++i) {
+        announce(std::to_string(i), "10.0.0.1", 5000);
+        fake.browser->find(std::to_string(i));
+    }
+    EXPECT_TRUE(fake.browser->find("One more")->resolves.empty());
+    fake.clock->advance(3s);
+    ASSERT_EQ(1'000U, printedJson().size());
+    EXPECT_EQ("499", printedJson().back()["name"]);
+}
+
 TEST_F(HostsCommandTest, StopsListeningWhenItIsStopped) {
     begin({"hosts"});
     EXPECT_EQ(1U, fake.multicast->openSockets());
@@ -169,6 +195,17 @@ TEST_F(PatchCommandTest, PeopleGetATable) {
               "Kick     Mono    1      SoundGrid  Mixer_Ch 1  #3F8CD8\n"
               "OH       Stereo  7–8    SoundGrid  Mixer_Ch 2  #3F8CD8\n"
               "2 tracks / 3 inputs\n",
+              output.printed);
+}
+
+TEST_F(PatchCommandTest, NoNameSteersTheTerminal) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    deliverPatch({mono("A\x1B[2J\u009B1mB", 0, 1)});
+    fake.clock->advance(300ms);
+    EXPECT_EQ("CHANNEL    FORMAT  INPUT  DEVICE     SOURCE      COLOUR\n"
+              "A [2J 1mB  Mono    1      SoundGrid  Mixer_Ch 1  #3F8CD8\n"
+              "1 tracks / 1 inputs\n",
               output.printed);
 }
 
@@ -266,6 +303,43 @@ TEST_F(PatchCommandTest, AConsoleThatClosesEndsIt) {
     fake.clock->run();
     ASSERT_TRUE(ended());
     EXPECT_EQ("LV1 closed the connection. Disconnect Tracks Live and press SYNC LV1.", outcome->message);
+}
+
+TEST_F(PatchCommandTest, ABrokenConnectionEndsItWithTheLastStatus) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    stream().breakOff("Connection reset by peer");
+    fake.clock->run();
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("Connection error: Connection reset by peer", outcome->message);
+}
+
+TEST_F(PatchCommandTest, AConsoleThatClosesAfterItsPatchHasSaidAll) {
+    begin(std::vector<std::string>{"patch", "--json"} + fromHost);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(100ms);
+    stream().closeByPeer(OSCCodec::frame(
+        OSCCodec::message("/Notify/TrackColor", {0, 1, 0, 1.0F, 0.5F, 0.0F}))); // comes with the close
+    fake.clock->run();
+    ASSERT_TRUE(ended()) << "nothing is left to wait for";
+    EXPECT_EQ(status::done, outcome->status) << outcome->message;
+    EXPECT_EQ(2U, printedJson()["channels"].size());
+    EXPECT_EQ(1.0, printedJson()["channels"][1]["red"]);
+}
+
+TEST_F(PatchCommandTest, AConnectionThatBreaksAfterThePatchHasFailed) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(100ms);
+    stream().breakOff("Connection reset by peer");
+    fake.clock->advance(10s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_EQ("Connection error: Connection reset by peer", outcome->message);
+    EXPECT_THAT(output.printed, IsEmpty());
 }
 
 TEST_F(PatchCommandTest, PortZeroIsNoPort) {

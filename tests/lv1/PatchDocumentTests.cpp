@@ -139,6 +139,9 @@ TEST(PatchDocument, SaysWhatIsWrongWithTheDocument) {
     EXPECT_EQ(refusal(R"({"version":2,"channels":[]})"), "\"version\" must be 1");
     EXPECT_EQ(refusal(R"({"version":"1","channels":[]})"), "\"version\" must be 1");
     EXPECT_EQ(refusal(R"({"version":1})"), "\"channels\" is missing");
+    EXPECT_EQ(refusal(R"({"version":1,"channels":[],"colour":1})"),
+              "\"colour\" is not a field of a patch file");
+    EXPECT_EQ(refusal(R"({"version":2,"colour":1})"), "\"version\" must be 1");
     EXPECT_EQ(refusal(R"({"version":1,"channels":{}})"), "\"channels\" must be a list");
     EXPECT_EQ(refusal(""), "not a JSON document: error at byte 1");
     EXPECT_EQ(refusal("{\"version\":1"), "not a JSON document: error at byte 13");

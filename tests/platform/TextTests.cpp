@@ -88,6 +88,24 @@ TEST(Text, AnUnsignedIntegerIsTheWholeText) {
         EXPECT_EQ(unsignedInteger(text), std::nullopt) << text;
 }
 
+TEST(Text, APortIsDigitsAlone) {
+    EXPECT_EQ(portNumber("0"), 0);
+    EXPECT_EQ(portNumber("010"), 10);
+    EXPECT_EQ(portNumber("65535"), 65'535);
+    for (const char *text : {"", "+5", "-5", "0x10", "65536", "5 ", " 5", "5.0", "99999999999999999999"})
+        EXPECT_EQ(portNumber(text), std::nullopt) << text;
+}
+
+TEST(Text, ControlCharactersBecomeBlanks) {
+    EXPECT_EQ(withoutControls("Kick\x1B[2J\t\x7F\r\n"), "Kick [2J    ");
+    EXPECT_EQ(withoutControls("\u0080a\u009Bb\u009F"), " a b ");
+    EXPECT_EQ(withoutControls(std::string_view("\0a", 2)), " a");
+    EXPECT_EQ(withoutControls("\u00A0Ñandú – 日本 🎤"), "\u00A0Ñandú – 日本 🎤");
+    EXPECT_EQ(withoutControls("cut \xC2"), "cut \xC2");
+    EXPECT_EQ(withoutControls("lone \x9B"), "lone  ");
+    EXPECT_EQ(withoutControls("one\ntwo\r", "\n"), "one\ntwo ");
+}
+
 TEST(Text, LettersOfEveryScriptAreEqualButForTheirCase) {
     EXPECT_TRUE(equalIgnoringCase("No Scene", "NO SCENE"));
     EXPECT_TRUE(equalIgnoringCase("", ""));

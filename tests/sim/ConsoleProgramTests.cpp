@@ -72,6 +72,14 @@ TEST(ConsoleProgram, UnknownOptionsAndPortsAreWrongUsage) {
     EXPECT_EQ(port.exitStatus(), 2);
 }
 
+TEST(ConsoleProgram, APortIsDecimalWhateverStandsInFront) {
+    const auto port = std::to_string(unusedPort());
+    ChildProcess decimal(program, {"--port", "0" + port});
+    EXPECT_TRUE(decimal.says("listening on " + port + "\n")) << decimal.errors();
+    ChildProcess hexadecimal(program, {"--port", "0x2710"});
+    EXPECT_EQ(hexadecimal.exitStatus(), 2);
+}
+
 TEST(ConsoleProgram, APortInUseIsSaidToBeSo) {
     ChildProcess first(program);
     ASSERT_TRUE(first.says("\n"));
