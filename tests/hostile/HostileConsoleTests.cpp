@@ -189,9 +189,12 @@ TEST_F(HostileConsole, AFloodOfTheLongestFramesFillsNeitherMemoryNorTheMainQueue
             }
         peer.write(framed("/Notify/Scene/Name", {std::string("Last")}));
     });
-    EXPECT_TRUE(comes([&] { return !scenes.empty() && scenes.back() == "Last"; }));
+    // Each round brings one; on a slow machine each has its own time.
+    for (std::size_t count = 1; count <= floodRounds + 1U; ++count)
+        EXPECT_TRUE(comes([&] { return scenes.size() >= count; })) << count;
     flooding.join();
     EXPECT_EQ(scenes.size(), floodRounds + 1U);
+    EXPECT_EQ(scenes.back(), "Last");
     EXPECT_GT(watch->ticks, 50U);
     EXPECT_LT(watch->longestGap, alive);
     EXPECT_LT(watch->memoryGain(), 300 * megabyte); // a frame of tags alone takes 80

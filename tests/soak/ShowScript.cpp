@@ -128,8 +128,7 @@ void Show::recallScene() {
     for (int i = 0; i < recalls; ++i) {
         const std::string name = (oneIn(4) ? "Corazón " : "Scene ") + std::to_string(++counts.recalled);
         desk.tell("scene " + name);
-        // What is recalled behind a drop finds the connection closed, whether that has been noticed here or
-        // not.
+        // What is recalled behind a drop finds the connection closed, noticed here or not.
         if (linkUp && trouble != Trouble::drop)
             awaited = name;
         else
