@@ -1,9 +1,9 @@
 #include "app/BridgeController.h"
 
-#include "app/PatchDifference.h"
+#include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "lv1/HostChoice.h"
-#include "platform/Text.h"
+#include "patch/PatchDifference.h"
 
 #include <algorithm>
 #include <map>

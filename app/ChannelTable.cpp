@@ -1,7 +1,7 @@
 #include "app/ChannelTable.h"
 
 #include "app/PlainToolTip.h"
-#include "platform/Preconditions.h"
+#include "base/Preconditions.h"
 
 #include <QHeaderView>
 #include <QItemSelectionModel>

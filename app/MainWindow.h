@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/BridgeView.h"
-#include "platform/StandardFolders.h"
+#include "platform/files/StandardFolders.h"
 
 #include <QIcon>
 #include <QMainWindow>

@@ -2,7 +2,7 @@
 
 #include "app/MainWindow.h"
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <QDeadlineTimer>
 #include <QEventLoop>

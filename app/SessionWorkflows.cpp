@@ -1,8 +1,8 @@
 // The session workflows of the controller: creating a session, and bringing one up to date.
 
 #include "app/BridgeController.h"
+#include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "platform/Text.h"
 
 #include <cmath>
 #include <exception>

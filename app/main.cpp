@@ -6,8 +6,8 @@
 #include "app/QtMainQueue.h"
 #include "app/RehearsalStage.h"
 #include "app/ShutdownSignals.h"
-#include "platform/FolderResources.h"
-#include "platform/Rehearsal.h"
+#include "platform/files/FolderResources.h"
+#include "platform/rehearsal/Rehearsal.h"
 
 #include <CLI/CLI.hpp>
 #include <QApplication>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/AsioNetwork.h"
-#include "platform/AsioRuntime.h"
+#include "platform/net/AsioNetwork.h"
+#include "platform/queues/AsioRuntime.h"
 #include "tests/fakes/FakeSystem.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,6 +1,6 @@
 #include "bench/BenchSessions.h"
 
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <cstdio>
 #include <map>

@@ -2,7 +2,7 @@
 #include "bench/BenchPlatform.h"
 #include "bench/ConsoleMessages.h"
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "platform/AsioMainQueue.h"
+#include "platform/queues/AsioMainQueue.h"
 #include "tests/app/FakeView.h"
 #include "tests/support/Peers.h"
 #include "tests/support/PrivateNetwork.h"

@@ -1,7 +1,7 @@
 #include "bench/BenchSessions.h"
 
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,7 +1,7 @@
 #include "cli/ChannelSource.h"
 
-#include "lv1/PatchDocument.h"
-#include "platform/Files.h"
+#include "patch/PatchDocument.h"
+#include "platform/files/Files.h"
 
 #include <utility>
 

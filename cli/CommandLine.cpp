@@ -1,6 +1,6 @@
 #include "cli/CommandLine.h"
 
-#include "platform/Text.h"
+#include "base/Text.h"
 
 #include <CLI/CLI.hpp>
 

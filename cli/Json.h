@@ -1,7 +1,7 @@
 #pragma once
 
 #include "lv1/LV1Endpoint.h"
-#include "platform/ServiceBrowser.h"
+#include "platform/bonjour/ServiceBrowser.h"
 
 #include <nlohmann/json.hpp>
 

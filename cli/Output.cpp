@@ -1,6 +1,6 @@
 #include "cli/Output.h"
 
-#include "platform/Text.h"
+#include "base/Text.h"
 
 #include <cerrno>
 #include <csignal>

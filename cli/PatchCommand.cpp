@@ -1,8 +1,8 @@
 #include "cli/Commands.h"
 #include "cli/PatchReader.h"
 #include "cli/Table.h"
-#include "lv1/PatchDocument.h"
-#include "platform/Files.h"
+#include "patch/PatchDocument.h"
+#include "platform/files/Files.h"
 
 #include <algorithm>
 #include <cmath>

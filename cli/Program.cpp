@@ -3,9 +3,9 @@
 #include "cli/CommandLine.h"
 #include "cli/Commands.h"
 #include "cli/Output.h"
-#include "platform/AsioMainQueue.h"
 #include "platform/Platform.h"
-#include "platform/Rehearsal.h"
+#include "platform/queues/AsioMainQueue.h"
+#include "platform/rehearsal/Rehearsal.h"
 
 #include <exception>
 #include <filesystem>

@@ -1,7 +1,7 @@
 #include "cli/Commands.h"
 #include "cli/Json.h"
 #include "livetrax/remote/LiveTraxOSC.h"
-#include "platform/Rehearsal.h"
+#include "platform/rehearsal/Rehearsal.h"
 
 #include <string>
 #include <system_error>

@@ -1,8 +1,8 @@
+#include "base/Text.h"
 #include "cli/Json.h"
 #include "cli/SessionCommand.h"
 #include "cli/Table.h"
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "platform/Text.h"
 
 #include <cstdint>
 #include <limits>

@@ -1,6 +1,6 @@
 #include "cli/Table.h"
 
-#include "platform/Text.h"
+#include "base/Text.h"
 
 #include <algorithm>
 #include <cstddef>

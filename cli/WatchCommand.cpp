@@ -4,7 +4,7 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "lv1/HostChoice.h"
 #include "lv1/LV1Client.h"
-#include "lv1/PatchDocument.h"
+#include "patch/PatchDocument.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include "fuzz/Fuzzing.h"
 #include "lv1/LV1Client.h"
-#include "lv1/PatchDocument.h"
 #include "osc/OSCCodec.h"
+#include "patch/PatchDocument.h"
 #include "tests/fakes/FakeSystem.h"
 
 #include <string>

@@ -1,5 +1,5 @@
 #include "fuzz/Fuzzing.h"
-#include "lv1/PatchDocument.h"
+#include "patch/PatchDocument.h"
 
 using namespace corvane;
 

@@ -1,7 +1,7 @@
 #include "fuzz/Fuzzing.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 #include "tests/fakes/FakeSystem.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
+#include "base/Text.h"
 #include "fuzz/Fuzzing.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/XMLTree.h"
-#include "platform/Text.h"
 
 #include <limits>
 #include <optional>

@@ -1,8 +1,8 @@
 #include "lv1/LV1Link.h"
 
+#include "base/Preconditions.h"
 #include "lv1/LV1Client.h"
 #include "osc/OSCCodec.h"
-#include "platform/Preconditions.h"
 
 #include <algorithm>
 #include <chrono>

@@ -2,8 +2,8 @@
 
 #include "lv1/LV1Channel.h"
 #include "osc/OSCMessage.h"
-#include "platform/Network.h"
-#include "platform/SerialQueue.h"
+#include "platform/net/Network.h"
+#include "platform/queues/SerialQueue.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "lv1/LV1Endpoint.h"
-#include "platform/MulticastListening.h"
+#include "platform/net/MulticastListening.h"
 
 #include <cstddef>
 #include <functional>

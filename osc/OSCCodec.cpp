@@ -1,6 +1,6 @@
 #include "osc/OSCCodec.h"
 
-#include "osc/UTF8.h"
+#include "base/UTF8.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "platform/Applications.h"
-#include "platform/HostInformation.h"
-#include "platform/MulticastListening.h"
-#include "platform/Network.h"
-#include "platform/Rehearsal.h"
-#include "platform/SerialQueue.h"
-#include "platform/ServiceBrowser.h"
-#include "platform/StandardFolders.h"
-#include "platform/UserDefaults.h"
-#include "platform/WallClock.h"
+#include "platform/bonjour/ServiceBrowser.h"
+#include "platform/files/StandardFolders.h"
+#include "platform/files/UserDefaults.h"
+#include "platform/host/HostInformation.h"
+#include "platform/host/WallClock.h"
+#include "platform/net/MulticastListening.h"
+#include "platform/net/Network.h"
+#include "platform/processes/Applications.h"
+#include "platform/queues/SerialQueue.h"
+#include "platform/rehearsal/Rehearsal.h"
 
 #include <filesystem>
 #include <functional>

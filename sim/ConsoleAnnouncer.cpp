@@ -1,7 +1,7 @@
 #include "sim/ConsoleAnnouncer.h"
 
 #include "osc/OSCCodec.h"
-#include "platform/NetworkInterfaces.h"
+#include "platform/host/NetworkInterfaces.h"
 
 #include <asio/ip/multicast.hpp>
 

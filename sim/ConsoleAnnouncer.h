@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Bytes.h"
+#include "base/Bytes.h"
 
 #include <asio/io_context.hpp>
 #include <asio/ip/udp.hpp>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/Bytes.h"
 #include "osc/OSCMessage.h"
-#include "platform/Bytes.h"
 #include "sim/ConsoleState.h"
 
 #include <chrono>

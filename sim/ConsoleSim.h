@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/Bytes.h"
 #include "lv1/LV1Channel.h"
-#include "platform/Bytes.h"
 
 #include <chrono>
 #include <cstddef>

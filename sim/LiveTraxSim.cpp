@@ -1,7 +1,7 @@
 #include "sim/LiveTraxSim.h"
 
 #include "osc/OSCCodec.h"
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <bit>
 #include <chrono>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "osc/OSCMessage.h"
-#include "platform/SerialQueue.h"
+#include "platform/queues/SerialQueue.h"
 #include "sim/LiveTraxSimOptions.h"
 #include "sim/LiveTraxSimSession.h"
 #include "sim/SurfaceSocket.h"

@@ -1,6 +1,6 @@
 #include "sim/LiveTraxSimOptions.h"
 
-#include "platform/Text.h"
+#include "base/Text.h"
 
 #include <cmath>
 #include <cstdlib>

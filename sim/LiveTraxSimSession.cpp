@@ -1,8 +1,8 @@
 #include "sim/LiveTraxSimSession.h"
 
+#include "base/Text.h"
 #include "livetrax/session/XMLTree.h"
-#include "platform/Files.h"
-#include "platform/Text.h"
+#include "platform/files/Files.h"
 
 #include <cmath>
 #include <utility>

@@ -1,7 +1,7 @@
 #include "sim/SurfaceSocket.h"
 
-#include "platform/AsioContext.h"
-#include "platform/Sockets.h"
+#include "platform/net/Sockets.h"
+#include "platform/queues/AsioContext.h"
 
 #include <asio/buffer.hpp>
 #include <asio/ip/udp.hpp>

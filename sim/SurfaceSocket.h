@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Bytes.h"
-#include "platform/SerialQueue.h"
+#include "base/Bytes.h"
+#include "platform/queues/SerialQueue.h"
 
 #include <cstdint>
 #include <functional>

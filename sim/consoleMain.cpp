@@ -1,6 +1,6 @@
-#include "lv1/PatchDocument.h"
-#include "platform/Files.h"
-#include "platform/Text.h"
+#include "base/Text.h"
+#include "patch/PatchDocument.h"
+#include "platform/files/Files.h"
 #include "sim/ConsoleSim.h"
 
 #include <CLI/CLI.hpp>

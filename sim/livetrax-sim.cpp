@@ -1,7 +1,7 @@
-#include "platform/AsioMainQueue.h"
-#include "platform/AsioRuntime.h"
-#include "platform/FolderResources.h"
-#include "platform/HomeFolder.h"
+#include "platform/files/FolderResources.h"
+#include "platform/files/HomeFolder.h"
+#include "platform/queues/AsioMainQueue.h"
+#include "platform/queues/AsioRuntime.h"
 #include "sim/LiveTraxSim.h"
 
 #include <cstdlib>

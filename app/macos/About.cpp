@@ -1,6 +1,6 @@
 #include "app/AboutText.h"
 #include "app/Dialogs.h"
-#include "platform/macos/MacApplication.h"
+#include "platform/host/macos/MacApplication.h"
 
 namespace corvane {
 

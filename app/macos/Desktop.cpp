@@ -1,6 +1,6 @@
 #include "app/Desktop.h"
 
-#include "platform/macos/MacApplication.h"
+#include "platform/host/macos/MacApplication.h"
 
 #include <QApplication>
 #include <QPixmap>

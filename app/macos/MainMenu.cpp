@@ -1,7 +1,7 @@
 #include "app/MainMenu.h"
 
 #include "app/AboutText.h"
-#include "platform/macos/MacApplication.h"
+#include "platform/host/macos/MacApplication.h"
 
 #include <utility>
 

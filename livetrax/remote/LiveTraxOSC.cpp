@@ -1,7 +1,7 @@
 #include "livetrax/remote/LiveTraxOSC.h"
 
+#include "base/Text.h"
 #include "osc/OSCCodec.h"
-#include "platform/Text.h"
 
 #include <chrono>
 #include <cstdint>

@@ -2,8 +2,8 @@
 
 #include "livetrax/remote/TransportState.h"
 #include "osc/OSCMessage.h"
-#include "platform/Network.h"
-#include "platform/SerialQueue.h"
+#include "platform/net/Network.h"
+#include "platform/queues/SerialQueue.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,7 +1,7 @@
+#include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
-#include "platform/Files.h"
-#include "platform/Text.h"
+#include "platform/files/Files.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 
+#include "base/Preconditions.h"
 #include "livetrax/session/SessionTree.h"
-#include "platform/Files.h"
-#include "platform/Preconditions.h"
+#include "platform/files/Files.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <array>
 #include <chrono>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "livetrax/session/Target.h"
-#include "platform/StandardFolders.h"
+#include "platform/files/StandardFolders.h"
 
 #include <filesystem>
 #include <string>

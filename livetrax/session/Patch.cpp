@@ -1,8 +1,8 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 
+#include "base/Preconditions.h"
+#include "base/Text.h"
 #include "livetrax/session/SessionTree.h"
-#include "platform/Preconditions.h"
-#include "platform/Text.h"
 
 #include <algorithm>
 #include <exception>

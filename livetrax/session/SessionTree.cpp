@@ -1,8 +1,8 @@
 #include "livetrax/session/SessionTree.h"
 
+#include "base/Preconditions.h"
+#include "base/Text.h"
 #include "livetrax/session/GeneratorError.h"
-#include "platform/Preconditions.h"
-#include "platform/Text.h"
 
 #include <algorithm>
 #include <unordered_map>

@@ -1,6 +1,6 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <chrono>
 #include <cstdio>

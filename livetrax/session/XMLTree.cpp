@@ -1,9 +1,9 @@
 #include "livetrax/session/XMLTree.h"
 
-#include "livetrax/session/XMLCharacters.h"
-#include "platform/Alongside.h"
-#include "platform/Files.h"
-#include "platform/Preconditions.h"
+#include "base/Preconditions.h"
+#include "base/XMLCharacters.h"
+#include "platform/files/Files.h"
+#include "platform/queues/Alongside.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/Applications.h"
-#include "platform/HostInformation.h"
-#include "platform/StandardFolders.h"
-#include "platform/UserDefaults.h"
+#include "platform/files/StandardFolders.h"
+#include "platform/files/UserDefaults.h"
+#include "platform/host/HostInformation.h"
+#include "platform/processes/Applications.h"
 
 #include <memory>
 

@@ -2,6 +2,7 @@
 
 #include "app/MainWindow.h"
 #include "tests/fakes/FakeSystem.h"
+#include "tests/support/BuiltFiles.h"
 
 #include <QMenu>
 #include <QMenuBar>
@@ -53,7 +54,7 @@ TEST_F(RehearsalStageTest, WithoutTheStandInsItSaysWhatIsMissing) {
 TEST_F(RehearsalStageTest, EndsTheConsoleAndTheRecorderWithIt) {
     const auto recorder = std::make_shared<FakeRunningApplication>();
     fakes.applications->running["com.harrisonconsoles.LiveTrax3"] = recorder;
-    { const RehearsalStage stage(fakes.platform, CORVANE_BUILD_BIN); }
+    { const RehearsalStage stage(fakes.platform, builtPrograms()); }
     EXPECT_EQ(recorder->terminateRequests, 1);
     EXPECT_EQ(recorder->forceRequests, 0);
 }
@@ -62,13 +63,13 @@ TEST_F(RehearsalStageTest, ARecorderThatDoesNotEndIsForced) {
     const auto recorder = std::make_shared<FakeRunningApplication>();
     recorder->obeysTerminate = false;
     fakes.applications->running["com.harrisonconsoles.LiveTrax3"] = recorder;
-    { const RehearsalStage stage(fakes.platform, CORVANE_BUILD_BIN); }
+    { const RehearsalStage stage(fakes.platform, builtPrograms()); }
     EXPECT_EQ(recorder->forceRequests, 1);
 }
 
 TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
     MainWindow window(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
-    RehearsalStage stage(fakes.platform, CORVANE_BUILD_BIN);
+    RehearsalStage stage(fakes.platform, builtPrograms());
     buildRehearsalMenu(window, stage);
     ASSERT_EQ(window.menuBar()->actions().size(), 1);
     EXPECT_EQ(window.menuBar()->actions().front()->text(), "Rehearsal");
@@ -77,7 +78,7 @@ TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
 
 TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {
     MainWindow window(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
-    RehearsalStage stage(fakes.platform, CORVANE_BUILD_BIN);
+    RehearsalStage stage(fakes.platform, builtPrograms());
     buildRehearsalMenu(window, stage);
     const QMenu *menu = window.menuBar()->actions().front()->menu();
     EXPECT_TRUE(menu->actions().front()->isEnabled());

@@ -1,5 +1,6 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "tests/app/ControllerFixture.h"
+#include "tests/support/BuiltFiles.h"
 
 #include <gmock/gmock.h>
 
@@ -22,10 +23,7 @@ constexpr std::size_t cancelButton = 1;
 
 class WorkflowTest : public ControllerFixture {
 protected:
-    WorkflowTest() {
-        fakes.resources->files["LiveTraxSeed.template"] =
-            CORVANE_TEST_DATA "/../../resources/LiveTraxSeed.template";
-    }
+    WorkflowTest() { fakes.resources->files["LiveTraxSeed.template"] = seedTemplate(); }
 
     void installLiveTrax() { fakes.folder.write("Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3", ""); }
 

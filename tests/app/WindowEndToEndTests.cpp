@@ -7,6 +7,7 @@
 #include "app/QtMainQueue.h"
 #include "app/RehearsalStage.h"
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/PrivateNetwork.h"
 #include "tests/support/TemporaryFolder.h"
@@ -96,8 +97,8 @@ public:
     TemporaryFolder folder;
     QtMainQueue main;
     std::unique_ptr<Platform> platform = makePlatform(main, {folder.path()});
-    bool furnished = (RehearsalStage::furnish(folder.path(), CORVANE_BUILD_BIN), true);
-    RehearsalStage stage{*platform, CORVANE_BUILD_BIN};
+    bool furnished = (RehearsalStage::furnish(folder.path(), builtPrograms()), true);
+    RehearsalStage stage{*platform, builtPrograms()};
     RecordingWindow window{*platform->resources, QStringLiteral("a test")};
     std::shared_ptr<BridgeController> controller = BridgeController::make(*platform, window);
 };

@@ -1,7 +1,8 @@
 #include "tests/cli/CommandTest.h"
 
-#include "lv1/PatchDocument.h"
 #include "osc/OSCCodec.h"
+#include "patch/PatchDocument.h"
+#include "tests/support/BuiltFiles.h"
 
 #include <system_error>
 #include <variant>
@@ -82,7 +83,7 @@ void CommandTest::announce(const std::string &name, const std::string &host, int
 
 void CommandTest::installLiveTrax() {
     fake.folder.write("Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3", "a program");
-    fake.resources->files["LiveTraxSeed.template"] = CORVANE_SEED_TEMPLATE;
+    fake.resources->files["LiveTraxSeed.template"] = seedTemplate();
 }
 
 std::shared_ptr<FakeRunningApplication> CommandTest::startLiveTrax() {

@@ -1,7 +1,7 @@
 #include "tests/cli/CommandTest.h"
 
-#include "lv1/PatchDocument.h"
 #include "osc/OSCCodec.h"
+#include "patch/PatchDocument.h"
 
 #include <sstream>
 

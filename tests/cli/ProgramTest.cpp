@@ -1,13 +1,14 @@
 #include "tests/cli/ProgramTest.h"
 
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "tests/support/BuiltFiles.h"
 
 #include <cstdlib>
 
 namespace corvane::cli {
 
 Console::Console(std::vector<std::string> arguments)
-    : process(CORVANE_BUILD_BIN "/lv1-console-sim", std::move(arguments)) {
+    : process(builtPrograms() / "lv1-console-sim", std::move(arguments)) {
     if (!process.says("\n"))
         throw std::runtime_error("the console does not listen: " + process.errors());
     const std::string output = process.output();
@@ -56,7 +57,7 @@ void ProgramTest::installLiveTrax() const {
     const auto bundle = room / "Applications/LiveTrax3.app/Contents";
     std::filesystem::create_directories(bundle / "MacOS");
     std::filesystem::create_directories(bundle / "Resources");
-    std::filesystem::copy_file(CORVANE_BUILD_BIN "/livetrax-sim", bundle / "MacOS/LiveTrax3");
+    std::filesystem::copy_file(builtPrograms() / "livetrax-sim", bundle / "MacOS/LiveTrax3");
 }
 
 std::shared_ptr<RunningApplication> ProgramTest::liveTrax() const {

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "platform/AsioMainQueue.h"
 #include "platform/Platform.h"
+#include "platform/queues/AsioMainQueue.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/PrivateNetwork.h"
 #include "tests/support/TemporaryFolder.h"
@@ -74,7 +75,7 @@ protected:
 
     TemporaryFolder work;
     const std::filesystem::path room = work / "room";
-    const std::string program = CORVANE_BUILD_BIN "/corvanectl";
+    const std::string program = builtPrograms() / "corvanectl";
 
 private:
     // Sees the rehearsal's programs.

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/MulticastListening.h"
-#include "platform/Network.h"
-#include "platform/ServiceBrowser.h"
+#include "platform/bonjour/ServiceBrowser.h"
+#include "platform/net/MulticastListening.h"
+#include "platform/net/Network.h"
 
 #include <functional>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "tests/fakes/FakeSystem.h"
 
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <stdexcept>
 

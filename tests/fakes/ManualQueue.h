@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/SerialQueue.h"
+#include "platform/queues/SerialQueue.h"
 
 #include <chrono>
 #include <cstdint>

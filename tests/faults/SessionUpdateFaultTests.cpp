@@ -1,5 +1,6 @@
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 #include "tests/livetrax/session/SessionTexts.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -109,7 +110,7 @@ protected:
 
 private:
     int spawned(std::size_t at, const std::string &kind) const {
-        const std::string program = CORVANE_BUILD_BIN "/session-update-program";
+        const std::string program = builtPrograms() / "session-update-program";
         const std::string message = (folder.path() / "message").string();
         std::vector<std::string> variables = {"LD_PRELOAD=" CORVANE_FAULT_INJECTION,
                                               "FAULT_FOLDER=" + worldPath(),

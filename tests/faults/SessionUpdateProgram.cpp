@@ -2,7 +2,7 @@
 // wrong.
 
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "platform/JsonUserDefaults.h"
+#include "platform/files/JsonUserDefaults.h"
 #include "tests/fakes/FakeSystem.h"
 
 #include <cstdio>

@@ -1,6 +1,6 @@
 // What stands in the way of discovery, and what floods it.
 
-#include "platform/PosixMulticast.h"
+#include "platform/net/PosixMulticast.h"
 #include "tests/hostile/HostileTest.h"
 #include "tests/support/PrivateNetwork.h"
 

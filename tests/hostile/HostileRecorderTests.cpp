@@ -2,9 +2,9 @@
 
 #include "app/BridgeController.h"
 #include "osc/OSCCodec.h"
-#include "platform/AsioMainQueue.h"
-#include "platform/AsioNetwork.h"
-#include "platform/AsioRuntime.h"
+#include "platform/net/AsioNetwork.h"
+#include "platform/queues/AsioMainQueue.h"
+#include "platform/queues/AsioRuntime.h"
 #include "tests/app/FakeView.h"
 #include "tests/fakes/FakeSystem.h"
 #include "tests/hostile/Watch.h"

@@ -2,7 +2,7 @@
 
 #include "tests/support/Usage.h"
 
-#include "platform/SerialQueue.h"
+#include "platform/queues/SerialQueue.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "lv1/HostChoice.h"
-#include "platform/DNSServiceBrowser.h"
-#include "platform/DNSServiceThread.h"
+#include "platform/bonjour/DNSServiceBrowser.h"
+#include "platform/bonjour/DNSServiceThread.h"
 #include "sim/ConsoleState.h"
 #include "tests/lv1/SocketTest.h"
 #include "tests/support/PrivateBonjour.h"

@@ -1,4 +1,4 @@
-#include "platform/PosixMulticast.h"
+#include "platform/net/PosixMulticast.h"
 #include "sim/ConsoleState.h"
 #include "tests/lv1/SocketTest.h"
 #include "tests/support/Peers.h"

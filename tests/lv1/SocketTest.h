@@ -1,8 +1,8 @@
 #pragma once
 
-#include "platform/AsioMainQueue.h"
-#include "platform/AsioNetwork.h"
-#include "platform/AsioRuntime.h"
+#include "platform/net/AsioNetwork.h"
+#include "platform/queues/AsioMainQueue.h"
+#include "platform/queues/AsioRuntime.h"
 #include "sim/ConsoleSim.h"
 #include "tests/lv1/ClientTest.h"
 #include "tests/support/Eventually.h"

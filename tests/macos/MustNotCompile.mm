@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "platform/macos/MacText.h"
+#include "platform/host/macos/MacText.h"
 
 void check(NSRunningApplication *application) {
     (void)application;

@@ -5,7 +5,8 @@
 #include "tests/support/PrivateNetwork.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include "platform/FileHandle.h"
+#include "platform/files/FileHandle.h"
+#include "tests/support/BuiltFiles.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -134,7 +135,7 @@ TEST_F(RehearsalPlatformTest, AnotherProgramOfTheSameRehearsalMayHoldThePorts) {
 TEST_F(RehearsalPlatformTest, ALiveTraxThatRunsFromTheRehearsalsFolderMayHoldItsPort) {
     const fs::path program = folder / "rehearsal/Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3";
     fs::create_directories(program.parent_path());
-    fs::copy_file(fs::path(CORVANE_BUILD_BIN) / "process_probe", program);
+    fs::copy_file(builtPrograms() / "process_probe", program);
     const auto platform = rehearse();
     platform->processes->start({program, {"--hold", "3819", "--stay"}, {}},
                                FileHandle::openForAppending(folder / "log"));

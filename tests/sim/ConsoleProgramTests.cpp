@@ -1,4 +1,5 @@
 #include "lv1/LV1MulticastDiscovery.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Peers.h"
@@ -15,7 +16,7 @@ namespace {
 using testing::HasSubstr;
 using testing::StartsWith;
 
-const std::string program = CORVANE_BUILD_BIN "/lv1-console-sim";
+const std::string program = builtPrograms() / "lv1-console-sim";
 
 TEST(ConsoleProgram, SaysWhereItListensAndObeysCommands) {
     ChildProcess console(program);

@@ -1,9 +1,10 @@
 #include "livetrax/remote/LiveTraxOSC.h"
 #include "livetrax/session/XMLTree.h"
 #include "osc/OSCCodec.h"
-#include "platform/AsioMainQueue.h"
-#include "platform/AsioNetwork.h"
-#include "platform/AsioRuntime.h"
+#include "platform/net/AsioNetwork.h"
+#include "platform/queues/AsioMainQueue.h"
+#include "platform/queues/AsioRuntime.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Peers.h"
 #include "tests/support/PrivateNetwork.h"
@@ -110,7 +111,7 @@ struct LiveTraxSimProcess : testing::Test {
     const Path home = folder.path();
     const std::string preferences = "Library/Preferences/LiveTrax3";
     const std::string show = (home / "shows" / "Friday").string();
-    const Path program = Path(CORVANE_BUILD_BIN) / "livetrax-sim";
+    const Path program = builtPrograms() / "livetrax-sim";
 };
 
 TEST_F(LiveTraxSimProcess, MakesASessionAnswersSavesMarkersAndEnds) {

@@ -1,7 +1,7 @@
 #include "sim/LiveTraxSim.h"
 
 #include "livetrax/session/XMLTree.h"
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 #include "tests/fakes/FakeSystem.h"
 #include "tests/fakes/ManualQueue.h"
 

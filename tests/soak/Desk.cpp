@@ -1,8 +1,8 @@
 #include "tests/soak/Desk.h"
 
-#include "lv1/PatchDocument.h"
-#include "platform/Files.h"
-#include "platform/Text.h"
+#include "base/Text.h"
+#include "patch/PatchDocument.h"
+#include "platform/files/Files.h"
 
 #include <algorithm>
 #include <array>

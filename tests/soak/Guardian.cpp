@@ -1,6 +1,6 @@
 #include "tests/soak/Guardian.h"
 
-#include "platform/ProcessTable.h"
+#include "platform/processes/ProcessTable.h"
 
 #include <cerrno>
 #include <csignal>

@@ -2,7 +2,7 @@
 
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/XMLTree.h"
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <fstream>
 #include <iterator>

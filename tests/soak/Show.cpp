@@ -1,7 +1,7 @@
 #include "tests/soak/Show.h"
 
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/BridgeController.h"
-#include "platform/AsioMainQueue.h"
+#include "platform/queues/AsioMainQueue.h"
 #include "tests/soak/Desk.h"
 #include "tests/soak/MarkerAccount.h"
 #include "tests/soak/Recorder.h"

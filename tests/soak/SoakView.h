@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/BridgeView.h"
-#include "platform/SerialQueue.h"
+#include "platform/queues/SerialQueue.h"
 
 #include <chrono>
 #include <cstddef>

@@ -8,6 +8,7 @@
 
 #include "tests/soak/Guardian.h"
 #include "tests/soak/Show.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/PrivateNetwork.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -24,7 +25,7 @@ constexpr int skipped = 77;
 
 std::optional<corvane::soak::ShowOptions> parsed(int argc, char **argv) {
     corvane::soak::ShowOptions options;
-    options.programs = CORVANE_BUILD_BIN;
+    options.programs = corvane::builtPrograms();
     for (int i = 1; i < argc; i += 2) {
         const std::string name = argv[i];
         if (i + 1 >= argc)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Network.h"
+#include "platform/net/Network.h"
 #include "tests/support/Peers.h"
 
 #include <algorithm>

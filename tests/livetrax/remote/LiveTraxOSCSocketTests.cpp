@@ -1,9 +1,9 @@
 #include "livetrax/remote/LiveTraxOSC.h"
 
 #include "osc/OSCCodec.h"
-#include "platform/AsioMainQueue.h"
-#include "platform/AsioNetwork.h"
-#include "platform/AsioRuntime.h"
+#include "platform/net/AsioNetwork.h"
+#include "platform/queues/AsioMainQueue.h"
+#include "platform/queues/AsioRuntime.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Peers.h"
 #include "tests/support/PrivateNetwork.h"

@@ -1,6 +1,7 @@
 #include "tests/livetrax/session/SessionTexts.h"
 
-#include "platform/Files.h"
+#include "platform/files/Files.h"
+#include "tests/support/BuiltFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,7 @@
 namespace corvane {
 namespace {
 
-const std::filesystem::path DATA = CORVANE_TEST_DATA;
+const std::filesystem::path DATA = testData();
 const std::filesystem::path SHIPPED_TEMPLATE =
     DATA.parent_path().parent_path() / "resources/LiveTraxSeed.template";
 

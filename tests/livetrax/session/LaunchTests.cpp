@@ -1,5 +1,5 @@
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "platform/PosixProcessLauncher.h"
+#include "platform/processes/PosixProcessLauncher.h"
 #include "tests/fakes/FakeSystem.h"
 #include "tests/support/Eventually.h"
 

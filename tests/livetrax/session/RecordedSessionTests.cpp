@@ -1,6 +1,7 @@
 #include "tests/livetrax/session/SessionTexts.h"
 
-#include "platform/Files.h"
+#include "platform/files/Files.h"
+#include "tests/support/BuiltFiles.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -82,8 +83,7 @@ Lines changes(const Lines &before, const Lines &after) {
 /// A session that the recorder wrote, with regions, plug-ins, automation, sends and a group, and with
 /// comments and a direct out on its first track on top.
 std::string richSession() {
-    const std::filesystem::path file =
-        std::filesystem::path(CORVANE_TEST_DATA) / "sessions/Jazz Club/Jazz Club.ardour";
+    const std::filesystem::path file = testData() / "sessions/Jazz Club/Jazz Club.ardour";
     const Bytes bytes = readFile(file);
     std::string text(bytes.begin(), bytes.end());
     const std::string directOut = R"(      <!-- a remark & a "quote" -->

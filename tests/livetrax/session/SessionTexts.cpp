@@ -1,6 +1,6 @@
 #include "tests/livetrax/session/SessionTexts.h"
 
-#include "livetrax/session/XMLCharacters.h"
+#include "base/XMLCharacters.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,5 +1,5 @@
-#include "livetrax/session/XMLCharacters.h"
-#include "platform/Text.h"
+#include "base/Text.h"
+#include "base/XMLCharacters.h"
 #include "tests/livetrax/session/SessionTexts.h"
 
 #include <gtest/gtest.h>

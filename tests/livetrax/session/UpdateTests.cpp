@@ -1,6 +1,6 @@
 #include "tests/livetrax/session/SessionTexts.h"
 
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

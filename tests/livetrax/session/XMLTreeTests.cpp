@@ -1,6 +1,6 @@
 #include "livetrax/session/XMLTree.h"
 
-#include "platform/Files.h"
+#include "platform/files/Files.h"
 #include "tests/fakes/FakeSystem.h"
 
 #include <gmock/gmock.h>

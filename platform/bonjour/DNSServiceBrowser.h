@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/bonjour/DNSServiceQueries.h"
+#include "platform/bonjour/ServiceBrowser.h"
+#include "platform/queues/SerialQueue.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace corvane {
+
+/// Searches by way of the DNS-SD daemon. The daemon repeats itself for every interface and family, never says
+/// on Linux that more is coming, and may be missing or die: what is reported is once by name, bursts are
+/// gathered, and the search goes on by itself when the daemon is back. Everything here belongs to the main
+/// queue.
+class DNSServiceBrowser final : public ServiceBrowser {
+public:
+    DNSServiceBrowser(SerialQueue &main, std::unique_ptr<DNSServiceQueries> queries);
+    ~DNSServiceBrowser() override;
+
+    void setDelegate(std::weak_ptr<ServiceBrowserDelegate> delegate) override;
+    void search(const std::string &type, const std::string &domain) override;
+    void stop() override;
+    std::optional<std::string> obstacle() const override;
+
+private:
+    class Service;
+    class Search;
+    std::shared_ptr<Search> current;
+};
+
+} // namespace corvane

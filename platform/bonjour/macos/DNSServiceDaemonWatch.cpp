@@ -1,0 +1,10 @@
+#include "platform/bonjour/DNSServiceDaemonWatch.h"
+
+namespace corvane {
+
+/// The daemon is part of the system, which starts it before anybody can ask.
+std::unique_ptr<DNSServiceDaemonWatch> watchForDNSServiceDaemon(std::function<void()>) {
+    return nullptr;
+}
+
+} // namespace corvane

@@ -1,0 +1,113 @@
+#include "platform/files/JsonUserDefaults.h"
+
+#include "platform/files/FileHandle.h"
+#include "platform/files/Files.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cerrno>
+#include <chrono>
+#include <exception>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <sys/file.h>
+
+namespace corvane {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using Path = std::filesystem::path;
+
+/// What a program holds while it changes the file. The lock belongs to the open file, so that it also keeps
+/// two threads of one program apart, and ends with the program.
+class Lock {
+public:
+    explicit Lock(const Path &file) : handle(FileHandle::openForAppending(file)) {
+        using namespace std::chrono_literals;
+        // A change takes milliseconds. Who holds the lock for longer is stopped or stuck, and must not hold
+        // up this program as well.
+        const auto deadline = std::chrono::steady_clock::now() + 1s;
+        while (::flock(handle.fileDescriptor(), LOCK_EX | LOCK_NB) != 0) {
+            if (errno != EWOULDBLOCK && errno != EINTR)
+                return; // a file system without locks
+            if (std::chrono::steady_clock::now() > deadline)
+                return;
+            std::this_thread::sleep_for(5ms);
+        }
+    }
+
+private:
+    FileHandle handle;
+};
+
+/// What the bytes say; a discarded value when they are not a JSON object.
+Json parsed(const Bytes &bytes) {
+    Json value = Json::parse(bytes, nullptr, false);
+    return value.is_object() ? value : Json(Json::value_t::discarded);
+}
+
+/// Keeps a damaged file under the first name that is free.
+void setAside(const Path &file) {
+    constexpr int mostKept = 100;
+    for (int number = 1; number <= mostKept; ++number) {
+        const Path aside = file.string() + ".damaged-" + std::to_string(number);
+        if (!fileExists(aside)) {
+            copyFile(file, aside);
+            return;
+        }
+    }
+    throw FileError("The file “" + file.string() + "” is damaged.");
+}
+
+/// The object to be changed. Throws FileError when there is a file that cannot be read: it must not be
+/// replaced.
+Json readForChange(const Path &file) {
+    // Only a file that is known to be missing is one: another reason not to see it keeps it from being
+    // replaced.
+    std::error_code error;
+    if (std::filesystem::status(file, error).type() == std::filesystem::file_type::not_found)
+        return Json::object();
+    Json object = parsed(readFile(file));
+    if (object.is_discarded()) {
+        setAside(file);
+        return Json::object();
+    }
+    return object;
+}
+
+} // namespace
+
+JsonUserDefaults::JsonUserDefaults(Path file) : file(std::move(file)) {}
+
+std::optional<std::string> JsonUserDefaults::string(const std::string &key) const {
+    try {
+        const Json object = parsed(readFile(file));
+        const auto found = object.find(key);
+        if (object.is_object() && found != object.end() && found->is_string())
+            return found->get<std::string>();
+    } catch (const std::exception &) {
+        // Absent.
+    }
+    return std::nullopt;
+}
+
+void JsonUserDefaults::set(const std::string &key, const std::string &value) {
+    try {
+        createFolders(file.parent_path());
+        const Lock lock(file.string() + ".lock");
+        Json object = readForChange(file);
+        const auto found = object.find(key);
+        if (found != object.end() && *found == value)
+            return;
+        object[key] = value;
+        constexpr int indent = 2;
+        // Bytes that are not UTF-8 (a file name can hold them) become U+FFFD: JSON has no way to say them.
+        replaceFileAtomically(file, object.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n");
+    } catch (const std::exception &) {
+        // Not kept.
+    }
+}
+
+} // namespace corvane

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/files/UserDefaults.h"
+
+#include <filesystem>
+
+namespace corvane {
+
+/// User defaults in a file that holds one JSON object of texts. May be used from any queue and by several
+/// programs at once: it keeps nothing in memory, and a change is made under a lock to what the file holds at
+/// that moment.
+class JsonUserDefaults : public UserDefaults {
+public:
+    explicit JsonUserDefaults(std::filesystem::path file);
+
+    std::optional<std::string> string(const std::string &key) const override;
+    /// A file that is not a JSON object is kept under a name of its own before a new one is written.
+    void set(const std::string &key, const std::string &value) override;
+
+private:
+    std::filesystem::path file;
+};
+
+} // namespace corvane

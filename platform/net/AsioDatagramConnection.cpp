@@ -1,0 +1,281 @@
+#include "platform/net/AsioDatagramConnection.h"
+
+#include "base/Preconditions.h"
+#include "platform/net/ConnectionLife.h"
+#include "platform/net/Sockets.h"
+#include "platform/queues/AsioContext.h"
+
+#include <asio/buffer.hpp>
+#include <asio/ip/udp.hpp>
+
+#include <cerrno>
+#include <deque>
+#include <unistd.h>
+
+namespace corvane {
+
+using asio::ip::udp;
+
+namespace {
+
+/// No datagram is longer.
+constexpr std::size_t datagramLimit = 65'536;
+
+} // namespace
+
+/// Owned by the connection's queue: every member function runs there. Completions of the socket come on the
+/// loop's threads and only post to the queue.
+class AsioDatagramConnection::Link : public std::enable_shared_from_this<Link> {
+public:
+    Link(std::shared_ptr<AsioContext> context, HostResolver resolver, DatagramEnds ends,
+         std::shared_ptr<SerialQueue> queue)
+        : context(std::move(context)), resolver(std::move(resolver)), ends(std::move(ends)),
+          queue(std::move(queue)), socket(this->context->loop()) {}
+
+    ConnectionLife life;
+
+    void start(ConnectionStateHandler handler);
+    void send(Bytes datagram, SentHandler sent);
+    void receiveMessage(ReceiveHandler handler);
+    void finishCancelling();
+    void abandon();
+
+private:
+    struct Outgoing {
+        Bytes datagram;
+        SentHandler sent;
+    };
+    using Addresses = std::vector<asio::ip::address>;
+
+    template <class Step>
+    auto onQueue(Step step);
+    void resolve(const std::string &host, std::function<void(Link &, const Addresses &)> next);
+    void open(const Addresses &remote, const Addresses &local);
+    std::string openOne(const udp::endpoint &remote, const udp::endpoint &local);
+    void write();
+    void wrote(const asio::error_code &error, std::size_t count);
+    void read();
+    void haveRead(const asio::error_code &error, std::size_t count);
+    void fail(const std::string &error);
+    void release();
+    void loseOutgoing();
+
+    std::shared_ptr<AsioContext> context; ///< outlives the socket
+    HostResolver resolver;
+    DatagramEnds ends;
+    std::shared_ptr<SerialQueue> queue;
+    udp::socket socket;
+    std::deque<Outgoing> outgoing;
+    bool writing = false;
+    bool isSecondTry = false; ///< of the first outgoing datagram
+    ReceiveHandler pending;
+    Bytes incoming;
+    bool reading = false;
+    std::string failure;
+};
+
+/// `step` as a socket's completion: runs on the queue, with the link held until then.
+template <class Step>
+auto AsioDatagramConnection::Link::onQueue(Step step) {
+    return [self = shared_from_this(), step](auto... results) {
+        self->queue->post([self, step, results...] { ((*self).*step)(results...); });
+    };
+}
+
+void AsioDatagramConnection::Link::start(ConnectionStateHandler handler) {
+    if (life.state() == ConnectionState::cancelled)
+        return handler(ConnectionState::cancelled, {});
+    life.setHandler(std::move(handler));
+    life.enter(ConnectionState::preparing);
+    resolve(ends.remoteHost, [](Link &self, const Addresses &remote) {
+        self.resolve(self.ends.localHost,
+                     [remote](Link &link, const Addresses &local) { link.open(remote, local); });
+    });
+}
+
+/// Goes on with the addresses of `host`, or fails.
+void AsioDatagramConnection::Link::resolve(const std::string &host,
+                                           std::function<void(Link &, const Addresses &)> next) {
+    resolver.resolve(host, [weakSelf = weak_from_this(), next = std::move(next)](HostAddresses found) {
+        const auto self = weakSelf.lock();
+        if (!self)
+            return;
+        self->queue->post([self, next, found = std::move(found)] {
+            if (found.addresses.empty())
+                self->fail(found.error);
+            else if (self->life.isUsable())
+                next(*self, found.addresses);
+        });
+    });
+}
+
+void AsioDatagramConnection::Link::open(const Addresses &remote, const Addresses &local) {
+    std::string error = asio::error_code(asio::error::address_family_not_supported).message();
+    for (const auto &from : local) {
+        for (const auto &to : remote) {
+            if (from.is_v4() != to.is_v4())
+                continue;
+            error = openOne({to, ends.remotePort}, {from, ends.localPort});
+            if (!error.empty())
+                continue;
+            life.enter(ConnectionState::ready);
+            write();
+            return read();
+        }
+    }
+    fail(error);
+}
+
+/// What is in the way, or nothing.
+std::string AsioDatagramConnection::Link::openOne(const udp::endpoint &remote, const udp::endpoint &local) {
+    asio::error_code error;
+    socket.close(error);
+    const int descriptor = openSocket(remote.protocol().family(), SOCK_DGRAM);
+    if (descriptor < 0)
+        return std::generic_category().message(errno);
+    socket.assign(remote.protocol(), descriptor, error);
+    if (error) {
+        ::close(descriptor);
+        return error.message();
+    }
+    socket.bind(local, error);
+    if (!error)
+        socket.connect(remote, error);
+    return error ? error.message() : std::string();
+}
+
+void AsioDatagramConnection::Link::send(Bytes datagram, SentHandler sent) {
+    if (!life.isUsable()) {
+        if (sent)
+            sent(false);
+        return;
+    }
+    outgoing.push_back({std::move(datagram), std::move(sent)});
+    write();
+}
+
+void AsioDatagramConnection::Link::write() {
+    if (!life.isReady() || writing || outgoing.empty())
+        return;
+    writing = true;
+    context->whileOpen(
+        [&] { socket.async_send(asio::buffer(outgoing.front().datagram), onQueue(&Link::wrote)); });
+}
+
+void AsioDatagramConnection::Link::wrote(const asio::error_code &error, std::size_t) {
+    writing = false;
+    if (!life.isReady())
+        return;
+    // The refusal is the answer to an earlier datagram; the system reports it by losing this one.
+    if (error == asio::error::connection_refused && !isSecondTry) {
+        isSecondTry = true;
+        return write();
+    }
+    isSecondTry = false;
+    const auto done = std::move(outgoing.front().sent);
+    outgoing.pop_front();
+    if (done)
+        done(!error || error == asio::error::connection_refused);
+    write();
+}
+
+void AsioDatagramConnection::Link::receiveMessage(ReceiveHandler handler) {
+    if (pending)
+        preconditionFailure("a second receive on a datagram connection");
+    if (life.isBeingCancelled() || life.state() == ConnectionState::cancelled)
+        return;
+    if (life.state() == ConnectionState::failed)
+        return handler({std::nullopt, failure});
+    pending = std::move(handler);
+    read();
+}
+
+void AsioDatagramConnection::Link::read() {
+    if (!life.isReady() || reading || !pending)
+        return;
+    reading = true;
+    incoming.resize(datagramLimit);
+    context->whileOpen([&] { socket.async_receive(asio::buffer(incoming), onQueue(&Link::haveRead)); });
+}
+
+void AsioDatagramConnection::Link::haveRead(const asio::error_code &error, std::size_t count) {
+    reading = false;
+    if (!life.isReady())
+        return;
+    const auto done = std::exchange(pending, nullptr);
+    if (error) {
+        done({std::nullopt, error.message()});
+        return fail(error.message());
+    }
+    done({Bytes(incoming.begin(), incoming.begin() + static_cast<std::ptrdiff_t>(count)), std::nullopt});
+}
+
+void AsioDatagramConnection::Link::fail(const std::string &error) {
+    if (!life.isUsable())
+        return;
+    failure = error;
+    release();
+    life.enter(ConnectionState::failed, error);
+    loseOutgoing();
+}
+
+void AsioDatagramConnection::Link::finishCancelling() {
+    release();
+    pending = nullptr;
+    loseOutgoing();
+    life.enterCancelled();
+}
+
+void AsioDatagramConnection::Link::abandon() {
+    release();
+    pending = nullptr;
+    outgoing.clear();
+    life.end();
+}
+
+/// Closes the socket, so that its port is free before anybody is told.
+void AsioDatagramConnection::Link::release() {
+    asio::error_code ignored;
+    socket.close(ignored);
+}
+
+void AsioDatagramConnection::Link::loseOutgoing() {
+    for (const auto &lost : std::exchange(outgoing, {}))
+        if (lost.sent)
+            lost.sent(false);
+}
+
+AsioDatagramConnection::AsioDatagramConnection(std::shared_ptr<AsioContext> context, HostResolver resolver,
+                                               DatagramEnds ends, std::shared_ptr<SerialQueue> queue)
+    : queue(std::move(queue)),
+      link(std::make_shared<Link>(std::move(context), std::move(resolver), std::move(ends), this->queue)) {}
+
+AsioDatagramConnection::~AsioDatagramConnection() {
+    queue->post([link = link] { link->abandon(); });
+}
+
+void AsioDatagramConnection::start(ConnectionStateHandler handler) {
+    queue->post([link = link, handler = std::move(handler)] { link->start(handler); });
+}
+
+ConnectionState AsioDatagramConnection::state() const {
+    return link->life.state();
+}
+
+void AsioDatagramConnection::send(Bytes datagram, SentHandler sent) {
+    queue->post([link = link, datagram = std::move(datagram), sent = std::move(sent)]() mutable {
+        link->send(std::move(datagram), std::move(sent));
+    });
+}
+
+void AsioDatagramConnection::receiveMessage(ReceiveHandler handler) {
+    queue->post(
+        [link = link, handler = std::move(handler)]() mutable { link->receiveMessage(std::move(handler)); });
+}
+
+void AsioDatagramConnection::cancel() {
+    link->life.announceCancellation();
+    queue->post([link = link] { link->finishCancelling(); });
+}
+
+} // namespace corvane

@@ -1,0 +1,196 @@
+#include "platform/net/PosixMulticast.h"
+
+#include "platform/host/NetworkInterfaces.h"
+#include "platform/net/Sockets.h"
+#include "platform/queues/AsioContext.h"
+#include "platform/queues/AsioRuntime.h"
+
+#include <asio/buffer.hpp>
+#include <asio/ip/udp.hpp>
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <mutex>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace corvane {
+
+using asio::ip::udp;
+using namespace std::chrono_literals;
+
+namespace {
+
+/// After an error that may pass, such as an interface that has gone down.
+constexpr auto pauseAfterError = 100ms;
+
+std::string reason() {
+    return std::generic_category().message(errno) + ".";
+}
+
+std::string obstacleToBinding(std::uint16_t port) {
+    const auto name = "UDP port " + std::to_string(port);
+    if (errno == EADDRINUSE)
+        return name + " is in use by another program.";
+    return name + " cannot be used: " + reason();
+}
+
+/// Binds to `address` and `port`, both shared with others. What is in the way, or nothing.
+std::string bindShared(int descriptor, in_addr address, std::uint16_t port) {
+    const int on = 1;
+    ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+    ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEPORT, &on, sizeof on);
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr = address;
+    local.sin_port = htons(port);
+    if (::bind(descriptor, reinterpret_cast<const sockaddr *>(&local), sizeof local) == 0)
+        return {};
+    return obstacleToBinding(port);
+}
+
+bool isFitting(const ifaddrs &interface) {
+    return (interface.ifa_flags & IFF_UP) != 0 && (interface.ifa_flags & IFF_MULTICAST) != 0;
+}
+
+/// Joins the group on one interface. What is in the way, or nothing.
+std::string joinOn(int descriptor, in_addr group, const ifaddrs &interface) {
+    ip_mreq membership{};
+    membership.imr_multiaddr = group;
+    membership.imr_interface = reinterpret_cast<const sockaddr_in *>(interface.ifa_addr)->sin_addr;
+    if (::setsockopt(descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0)
+        return {};
+    if (errno == EADDRINUSE) // joined already, by way of another address of the same interface
+        return {};
+    return std::string("Announcements cannot be heard on ") + interface.ifa_name + ": " + reason();
+}
+
+/// Joins the group on every fitting interface. What is in the way of some or all of them, or nothing.
+std::string joinEverywhere(int descriptor, in_addr group) {
+    const NetworkInterfaces interfaces;
+    if (!interfaces)
+        return "The network interfaces cannot be listed: " + reason();
+    std::string obstacles;
+    bool isAnyFitting = false;
+    interfaces.forEach(AF_INET, [&](const ifaddrs &interface) {
+        if (!isFitting(interface))
+            return;
+        isAnyFitting = true;
+        const auto obstacle = joinOn(descriptor, group, interface);
+        if (!obstacle.empty())
+            obstacles += (obstacles.empty() ? "" : " ") + obstacle;
+    });
+    return isAnyFitting ? obstacles : "No network interface supports multicast.";
+}
+
+/// Reads an open socket. The socket is closed on whichever thread cancels and read on the queue; the mutex
+/// keeps the two apart, and is never held while the handler runs.
+class Reader : public std::enable_shared_from_this<Reader> {
+public:
+    Reader(std::shared_ptr<AsioContext> context, int descriptor, std::size_t capacity,
+           std::shared_ptr<SerialQueue> queue, MulticastListening::DatagramHandler handler)
+        : context(std::move(context)), queue(std::move(queue)), handler(std::move(handler)),
+          datagram(capacity), socket(this->context->loop()) {
+        asio::error_code error;
+        socket.assign(udp::v4(), descriptor, error);
+        if (error)
+            ::close(descriptor);
+    }
+
+    void readNext() {
+        const std::lock_guard lock(mutex);
+        if (!socket.is_open())
+            return;
+        context->whileOpen([&] {
+            socket.async_receive(
+                asio::buffer(datagram),
+                [self = shared_from_this()](const asio::error_code &error, std::size_t count) {
+                    self->queue->post([self, error, count] { self->haveRead(error, count); });
+                });
+        });
+    }
+
+    /// Any thread.
+    void close() {
+        const std::lock_guard lock(mutex);
+        asio::error_code ignored;
+        socket.close(ignored);
+    }
+
+    /// Lets go of the handler on the queue where it is called.
+    void retire() {
+        close();
+        queue->post([self = shared_from_this()] { self->handler = nullptr; });
+    }
+
+private:
+    bool isOpen() {
+        const std::lock_guard lock(mutex);
+        return socket.is_open();
+    }
+
+    void haveRead(const asio::error_code &error, std::size_t count) {
+        if (!isOpen())
+            return;
+        if (error) {
+            queue->after(pauseAfterError, [self = shared_from_this()] { self->readNext(); });
+            return;
+        }
+        if (count > 0 && handler)
+            handler(Bytes(datagram.begin(), datagram.begin() + static_cast<std::ptrdiff_t>(count)));
+        readNext();
+    }
+
+    std::shared_ptr<AsioContext> context; ///< outlives the socket
+    std::shared_ptr<SerialQueue> queue;
+    MulticastListening::DatagramHandler handler; ///< the queue's
+    Bytes datagram;                              ///< the queue's, or the operation's in flight
+    std::mutex mutex;
+    udp::socket socket; ///< guarded by the mutex
+};
+
+class Socket final : public MulticastSocket {
+public:
+    explicit Socket(std::shared_ptr<Reader> reader) : reader(std::move(reader)) {}
+    ~Socket() override { reader->retire(); }
+    void cancel() override { reader->close(); }
+
+private:
+    std::shared_ptr<Reader> reader;
+};
+
+} // namespace
+
+PosixMulticast::PosixMulticast(const AsioRuntime &runtime, Reach reach)
+    : context(runtime.context()), reach(reach) {}
+
+MulticastListening::Opened PosixMulticast::open(const std::string &group, std::uint16_t port,
+                                                std::size_t capacity, std::shared_ptr<SerialQueue> queue,
+                                                DatagramHandler handler) {
+    const int descriptor = openSocket(AF_INET, SOCK_DGRAM);
+    if (descriptor < 0)
+        return {nullptr, "No UDP socket can be opened: " + reason()};
+
+    in_addr local{};
+    local.s_addr = htonl(reach == Reach::network ? INADDR_ANY : INADDR_LOOPBACK);
+    auto obstacle = bindShared(descriptor, local, port);
+    in_addr groupAddress{};
+    if (obstacle.empty() && ::inet_pton(AF_INET, group.c_str(), &groupAddress) != 1)
+        obstacle = group + " is not an address.";
+    if (!obstacle.empty()) {
+        ::close(descriptor);
+        return {nullptr, std::move(obstacle)};
+    }
+
+    if (reach == Reach::network)
+        obstacle = joinEverywhere(descriptor, groupAddress);
+    const auto reader =
+        std::make_shared<Reader>(context, descriptor, capacity, std::move(queue), std::move(handler));
+    reader->readNext();
+    return {std::make_unique<Socket>(reader), std::move(obstacle)};
+}
+
+} // namespace corvane

@@ -1,0 +1,59 @@
+#include "platform/rehearsal/Rehearsal.h"
+
+#include "platform/files/Files.h"
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <fcntl.h>
+
+namespace corvane {
+namespace {
+
+constexpr std::uint16_t liveTraxPort = 3819;
+constexpr std::uint16_t replyPort = 8000;
+
+std::filesystem::path madeRoot(const std::filesystem::path &folder) {
+    createFolders(folder);
+    std::error_code error;
+    std::filesystem::path root = std::filesystem::canonical(folder, error);
+    if (error)
+        throw FileError::cannot("read", folder, error.value());
+    createFolders(root / "home");
+    createFolders(root / "Applications");
+    return root;
+}
+
+} // namespace
+
+PortInUse::PortInUse(std::uint16_t port)
+    : std::runtime_error("UDP port " + std::to_string(port) + " is in use by another program.") {}
+
+Rehearsal::Rehearsal(const std::filesystem::path &folder, const HeldByParticipants &heldByParticipants)
+    : folder(madeRoot(folder)), participation(FileHandle::openForAppending(participantsFile())) {
+    for (const std::uint16_t port : {liveTraxPort, replyPort})
+        if (isUDPPortInUse(port) && !heldByParticipants(port, *this))
+            throw PortInUse(port);
+}
+
+bool isUDPPortInUse(std::uint16_t port) {
+    // Bound to every address and shared with nobody: any other holder is in the way.
+    const FileHandle socket(::socket(AF_INET, SOCK_DGRAM, 0));
+    if (socket.fileDescriptor() < 0)
+        throw FileError("A socket could not be opened: " + std::generic_category().message(errno) + ".");
+    ::fcntl(socket.fileDescriptor(), F_SETFD, FD_CLOEXEC);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    return ::bind(socket.fileDescriptor(), reinterpret_cast<const sockaddr *>(&address), sizeof address) !=
+               0 &&
+           errno == EADDRINUSE;
+}
+
+} // namespace corvane

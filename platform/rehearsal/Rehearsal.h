@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/files/FileHandle.h"
+#include "platform/rehearsal/RehearsalFolders.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <stdexcept>
+
+namespace corvane {
+
+/// A UDP port that a rehearsal needs for itself is held by a program that does not belong to it.
+class PortInUse : public std::runtime_error {
+public:
+    /// "UDP port 8000 is in use by another program."
+    explicit PortInUse(std::uint16_t port);
+};
+
+/// A folder that stands for a whole machine while this program runs. As long as a program takes part it keeps
+/// a file of the folder open, by which the others know it.
+class Rehearsal {
+public:
+    /// Tells whether all programs that hold a UDP port take part in the rehearsal: run from its folder, or
+    /// have its file open.
+    using HeldByParticipants = std::function<bool(std::uint16_t port, const Rehearsal &rehearsal)>;
+
+    /// Makes the folders that are missing. Throws FileError, and PortInUse when LiveTrax's OSC port or the
+    /// port of its replies is held by somebody else's program.
+    Rehearsal(const std::filesystem::path &folder, const HeldByParticipants &heldByParticipants);
+
+    const std::filesystem::path &root() const { return folder; }
+    RehearsalFolders folders() const { return RehearsalFolders(folder); }
+    /// The file that every participant has open.
+    std::filesystem::path participantsFile() const { return folder / ".rehearsal"; }
+
+private:
+    std::filesystem::path folder;
+    FileHandle participation;
+};
+
+/// Whether a program holds the UDP port, on any address. Throws FileError when sockets cannot be made.
+bool isUDPPortInUse(std::uint16_t port);
+
+} // namespace corvane

@@ -1,0 +1,62 @@
+#include "platform/rehearsal/UDPPortHolders.h"
+
+#include "platform/processes/ProcessTable.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+#include <arpa/inet.h>
+#include <libproc.h>
+#include <sys/proc_info.h>
+
+namespace corvane {
+namespace {
+
+std::vector<proc_fdinfo> openDescriptors(pid_t pid) {
+    const int size = ::proc_pidinfo(pid, PROC_PIDLISTFDS, 0, nullptr, 0);
+    if (size <= 0)
+        return {};
+    std::vector<proc_fdinfo> descriptors(static_cast<std::size_t>(size) / sizeof(proc_fdinfo));
+    const int got = ::proc_pidinfo(pid, PROC_PIDLISTFDS, 0, descriptors.data(), size);
+    descriptors.resize(got <= 0 ? 0 : static_cast<std::size_t>(got) / sizeof(proc_fdinfo));
+    return descriptors;
+}
+
+bool isUDPSocket(pid_t pid, const proc_fdinfo &descriptor, std::uint16_t port) {
+    socket_fdinfo info{};
+    if (descriptor.proc_fdtype != PROX_FDTYPE_SOCKET ||
+        ::proc_pidfdinfo(pid, descriptor.proc_fd, PROC_PIDFDSOCKETINFO, &info, sizeof info) <= 0)
+        return false;
+    return info.psi.soi_kind == SOCKINFO_IN &&
+           ntohs(static_cast<std::uint16_t>(info.psi.soi_proto.pri_in.insi_lport)) == port;
+}
+
+bool isFile(pid_t pid, const proc_fdinfo &descriptor, const std::filesystem::path &path) {
+    vnode_fdinfowithpath info{};
+    return descriptor.proc_fdtype == PROX_FDTYPE_VNODE &&
+           ::proc_pidfdinfo(pid, descriptor.proc_fd, PROC_PIDFDVNODEPATHINFO, &info, sizeof info) > 0 &&
+           path == info.pvip.vip_path;
+}
+
+} // namespace
+
+bool isUDPPortHeldByParticipants(std::uint16_t port, const Rehearsal &rehearsal) {
+    const auto ours = processesRunningBelow(rehearsal.root());
+    bool held = false;
+    for (const pid_t pid : processNumbers()) {
+        const auto descriptors = openDescriptors(pid);
+        const auto any = [&](auto fits) { return std::any_of(descriptors.begin(), descriptors.end(), fits); };
+        if (!any([&](const proc_fdinfo &each) { return isUDPSocket(pid, each, port); }))
+            continue;
+        const bool takesPart =
+            any([&](const proc_fdinfo &each) { return isFile(pid, each, rehearsal.participantsFile()); }) ||
+            std::any_of(ours.begin(), ours.end(), [&](const auto &process) { return process.pid == pid; });
+        if (!takesPart)
+            return false;
+        held = true;
+    }
+    return held;
+}
+
+} // namespace corvane

@@ -1,0 +1,127 @@
+#include "platform/files/JsonUserDefaults.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace corvane {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+TEST(JsonUserDefaults, ATextIsFoundAgainByAnotherProgram) {
+    const TemporaryFolder folder;
+    const fs::path file = folder / "corvane/defaults.json";
+    JsonUserDefaults(file).set("CorvaneLastSession", "/Users/x/Año \"1\"\n");
+    EXPECT_EQ(JsonUserDefaults(file).string("CorvaneLastSession"), "/Users/x/Año \"1\"\n");
+    EXPECT_EQ(JsonUserDefaults(file).string("CorvaneDeviceID"), std::nullopt);
+    EXPECT_EQ(json::parse(textOf(file)), json({{"CorvaneLastSession", "/Users/x/Año \"1\"\n"}}));
+}
+
+TEST(JsonUserDefaults, NothingIsThereBeforeTheFirstChangeAndNothingIsCreatedByReading) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(JsonUserDefaults(folder / "corvane/defaults.json").string("CorvaneDeviceID"), std::nullopt);
+    EXPECT_EQ(TemporaryFolder::entries(folder.path()), 0);
+}
+
+TEST(JsonUserDefaults, AChangeKeepsWhatAnotherProgramChangedMeanwhile) {
+    const TemporaryFolder folder;
+    const fs::path file = folder / "defaults.json";
+    JsonUserDefaults window(file);
+    JsonUserDefaults commandLine(file);
+    window.set("CorvaneDeviceID", "1");
+    commandLine.set("CorvaneLastSession", "/a");
+    window.set("CorvaneDeviceID", "2");
+    EXPECT_EQ(json::parse(textOf(file)), json({{"CorvaneDeviceID", "2"}, {"CorvaneLastSession", "/a"}}));
+}
+
+TEST(JsonUserDefaults, ChangesMadeAtTheSameTimeAreAllKept) {
+    const TemporaryFolder folder;
+    const fs::path file = folder / "defaults.json";
+    constexpr int writers = 4;
+    constexpr int changes = 10;
+    std::vector<std::thread> threads;
+    for (int writer = 0; writer < writers; ++writer)
+        threads.emplace_back([&file, writer] {
+            JsonUserDefaults defaults(file);
+            for (int change = 0; change < changes; ++change)
+                defaults.set(std::to_string(writer) + "." + std::to_string(change), "x");
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(json::parse(textOf(file)).size(), std::size_t{writers * changes});
+}
+
+TEST(JsonUserDefaults, ADamagedFileIsKeptAside) {
+    for (const char *damaged : {"{\"CorvaneLastSession\": \"/a", "[1, 2]", "", "null"}) {
+        const TemporaryFolder folder;
+        const fs::path file = folder.write("defaults.json", damaged);
+        folder.write("defaults.json.damaged-1", "an earlier one");
+        JsonUserDefaults defaults(file);
+        EXPECT_EQ(defaults.string("CorvaneLastSession"), std::nullopt);
+        EXPECT_EQ(textOf(file), damaged);
+        defaults.set("CorvaneDeviceID", "1");
+        EXPECT_EQ(defaults.string("CorvaneDeviceID"), "1");
+        EXPECT_EQ(textOf(folder / "defaults.json.damaged-1"), "an earlier one");
+        EXPECT_EQ(textOf(folder / "defaults.json.damaged-2"), damaged);
+    }
+}
+
+TEST(JsonUserDefaults, WhatIsNotATextIsAbsentAndSurvivesAChangeOfAnotherKey) {
+    const TemporaryFolder folder;
+    const fs::path file = folder.write("defaults.json", R"({"CorvaneLastSession": 7, "other": {"a": [1]}})");
+    JsonUserDefaults defaults(file);
+    EXPECT_EQ(defaults.string("CorvaneLastSession"), std::nullopt);
+    defaults.set("CorvaneDeviceID", "1");
+    EXPECT_EQ(json::parse(textOf(file)),
+              json({{"CorvaneLastSession", 7}, {"other", {{"a", {1}}}}, {"CorvaneDeviceID", "1"}}));
+}
+
+TEST(JsonUserDefaults, AValueThatIsThereAlreadyIsNotWrittenAgain) {
+    const TemporaryFolder folder;
+    const fs::path file = folder.write("defaults.json", "{\"a\":\"1\"}");
+    JsonUserDefaults(file).set("a", "1");
+    EXPECT_EQ(textOf(file), "{\"a\":\"1\"}");
+}
+
+TEST(JsonUserDefaults, BytesThatAreNoTextNeverThrow) {
+    const TemporaryFolder folder;
+    JsonUserDefaults defaults(folder / "defaults.json");
+    defaults.set("path", "/a/\xFF");
+    EXPECT_EQ(defaults.string("path"), "/a/\uFFFD");
+}
+
+TEST(JsonUserDefaults, APlaceThatCannotBeWrittenIsPutUpWith) {
+    const TemporaryFolder folder;
+    folder.write("file", "");
+    JsonUserDefaults defaults(folder / "file/defaults.json");
+    defaults.set("a", "1");
+    EXPECT_EQ(defaults.string("a"), std::nullopt);
+    JsonUserDefaults isFolder(folder.path());
+    isFolder.set("a", "1");
+    EXPECT_EQ(isFolder.string("a"), std::nullopt);
+}
+
+TEST(JsonUserDefaults, ALockThatIsNeverReleasedDoesNotHoldUpAChangeForEver) {
+    const TemporaryFolder folder;
+    const fs::path lock = folder.write("defaults.json.lock", "");
+    const int held = ::open(lock.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(held, LOCK_EX), 0);
+    JsonUserDefaults defaults(folder / "defaults.json");
+    defaults.set("a", "1");
+    EXPECT_EQ(defaults.string("a"), "1");
+    ::close(held);
+}
+
+} // namespace
+} // namespace corvane

@@ -1,0 +1,316 @@
+#include "tests/platform/net/AsioConnectionTest.h"
+
+#include <asio/ip/address.hpp>
+#include <gtest/gtest.h>
+
+#include <future>
+#include <system_error>
+
+namespace corvane {
+namespace {
+
+using namespace std::chrono_literals;
+
+class AsioDatagram : public AsioConnectionTest {
+protected:
+    std::shared_ptr<DatagramConnection> make(std::uint16_t remotePort, std::uint16_t localPort = 0) {
+        return network.makeDatagram("127.0.0.1", remotePort, "127.0.0.1", localPort, queue);
+    }
+
+    ConnectionState stateOf(const DatagramConnection &connection) {
+        std::promise<ConnectionState> state;
+        queue->post([&] { state.set_value(connection.state()); });
+        return state.get_future().get();
+    }
+
+    /// A port of UDP that is free just now.
+    static std::uint16_t unusedDatagramPort() { return DatagramPeer().port(); }
+
+    DatagramPeer peer;
+};
+
+TEST_F(AsioDatagram, BecomesReadyAndSaysSo) {
+    const auto connection = make(peer.port());
+    EXPECT_EQ(stateOf(*connection), ConnectionState::setup);
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->await("ready"));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+    EXPECT_EQ(stateOf(*connection), ConnectionState::ready);
+}
+
+TEST_F(AsioDatagram, SendsFromItsLocalPortAndHearsTheAnswer) {
+    const auto port = unusedDatagramPort();
+    const auto connection = make(peer.port(), port);
+    connection->start(journal->states());
+    connection->receiveMessage(journal->datagrams());
+    connection->send(bytes("question"));
+    std::uint16_t sender = 0;
+    EXPECT_EQ(peer.receive(&sender), bytes("question"));
+    EXPECT_EQ(sender, port);
+    peer.send(bytes("answer"), port);
+    EXPECT_TRUE(journal->await("data: answer"));
+}
+
+TEST_F(AsioDatagram, KeepsDatagramsApartAndInOrder) {
+    const auto connection = make(peer.port());
+    connection->start(journal->states());
+    for (int i = 0; i < 100; ++i)
+        connection->send(bytes("message " + std::to_string(i)));
+    for (int i = 0; i < 100; ++i)
+        ASSERT_EQ(peer.receive(), bytes("message " + std::to_string(i)));
+}
+
+TEST_F(AsioDatagram, DeliversOneDatagramForEachReceive) {
+    const auto port = unusedDatagramPort();
+    const auto connection = make(peer.port(), port);
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->await("ready"));
+    peer.send(bytes("one"), port);
+    peer.send(bytes("two"), port);
+    connection->receiveMessage(journal->datagrams());
+    ASSERT_TRUE(journal->await("data: one"));
+    settle();
+    EXPECT_EQ(journal->all().back(), "data: one");
+    connection->receiveMessage(journal->datagrams());
+    EXPECT_TRUE(journal->await("data: two"));
+}
+
+TEST_F(AsioDatagram, AnEmptyDatagramIsADatagram) {
+    const auto port = unusedDatagramPort();
+    const auto connection = make(peer.port(), port);
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->await("ready"));
+    connection->receiveMessage(journal->datagrams());
+    peer.send({}, port);
+    EXPECT_TRUE(journal->await("data: "));
+}
+
+TEST_F(AsioDatagram, HearsNobodyButItsPeer) {
+    const auto port = unusedDatagramPort();
+    const auto connection = make(peer.port(), port);
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->await("ready"));
+    connection->receiveMessage(journal->datagrams());
+    const DatagramPeer stranger;
+    stranger.send(bytes("wrong port"), port);
+    peer.send(bytes("right port"), port);
+    ASSERT_TRUE(journal->awaitBeginning("data: "));
+    EXPECT_EQ(journal->all().back(), "data: right port");
+}
+
+TEST_F(AsioDatagram, AnEndThatIsTakenFailsWithTheSystemsWords) {
+    const DatagramPeer holder;
+    const auto connection = make(peer.port(), holder.port());
+    connection->start(journal->states());
+    const auto failure = "failed: " + systemText(std::errc::address_in_use);
+    ASSERT_TRUE(journal->await(failure));
+    EXPECT_EQ(journal->all(), (Words{"preparing", failure}));
+    EXPECT_EQ(stateOf(*connection), ConnectionState::failed);
+}
+
+TEST_F(AsioDatagram, ItsPortIsNotSharedWithLaterOnes) {
+    const auto port = unusedDatagramPort();
+    const auto connection = make(peer.port(), port);
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->await("ready"));
+    const auto words = std::make_shared<ConnectionJournal>();
+    const auto second = make(peer.port(), port);
+    second->start(words->states());
+    EXPECT_TRUE(words->await("failed: " + systemText(std::errc::address_in_use)));
+}
+
+TEST_F(AsioDatagram, ARefusalReachesThePendingReceiveAndThenTheState) {
+    const auto connection = make(peer.port());
+    connection->start(journal->states());
+    connection->receiveMessage(journal->datagrams());
+    ASSERT_TRUE(journal->await("ready"));
+    peer.close();
+    connection->send(bytes("anybody there?"));
+    const auto reason = systemText(std::errc::connection_refused);
+    ASSERT_TRUE(journal->await("failed: " + reason));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready", "error: " + reason, "failed: " + reason}));
+}
+
+TEST_F(AsioDatagram, ARefusalLeftOverDoesNotLoseTheNextDatagram) {
+    const auto connection = make(peer.port());
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->await("ready"));
+    const auto port = peer.port();
+    peer.close();
+    for (int round = 0; round < 10; ++round) {
+        Journal<int> sent;
+        connection->send(bytes("into the void"), [&](bool) { sent.add(1); });
+        ASSERT_TRUE(sent.awaitCount(1)); // on loopback the refusal is there by now
+        const DatagramPeer reborn(port);
+        connection->send(bytes("hello"));
+        ASSERT_EQ(reborn.receive(), bytes("hello"));
+    }
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+}
+
+TEST_F(AsioDatagram, AfterAFailureItsPortIsFreeBeforeAnybodyIsTold) {
+    const auto port = unusedDatagramPort();
+    const auto peerPort = peer.port();
+    const auto words = std::make_shared<ConnectionJournal>();
+    std::shared_ptr<DatagramConnection> second;
+    const auto connection = make(peerPort, port);
+    connection->start([&](ConnectionState state, const std::string &error) {
+        journal->events.add(ConnectionJournal::word(state, error));
+        if (state != ConnectionState::failed)
+            return;
+        second = make(peerPort, port);
+        second->start(words->states());
+    });
+    connection->receiveMessage(journal->datagrams());
+    ASSERT_TRUE(journal->await("ready"));
+    peer.close();
+    connection->send(bytes("anybody there?"));
+    EXPECT_TRUE(words->await("ready"));
+}
+
+TEST_F(AsioDatagram, AfterCancelItsPortIsFreeForTheNextOneOnTheQueue) {
+    const auto port = unusedDatagramPort();
+    for (int round = 0; round < 50; ++round) {
+        const auto words = std::make_shared<ConnectionJournal>();
+        const auto connection = make(peer.port(), port);
+        connection->start(words->states());
+        ASSERT_TRUE(words->awaitBeginning("ready"));
+        connection->cancel();
+    }
+}
+
+TEST_F(AsioDatagram, TellsWhenADatagramHasLeft) {
+    const auto connection = make(peer.port());
+    connection->start(journal->states());
+    Journal<int> sent;
+    connection->send(bytes("save"), [&](bool left) { sent.add(left ? 1 : 0); });
+    ASSERT_TRUE(sent.awaitCount(1));
+    EXPECT_EQ(sent.all(), std::vector<int>{1});
+    EXPECT_TRUE(peer.hasDatagram());
+}
+
+TEST_F(AsioDatagram, ADatagramThatIsTooLongIsLostAndTheNextOneLeaves) {
+    const auto connection = make(peer.port());
+    connection->start(journal->states());
+    Journal<int> sent;
+    connection->send(Bytes(70000), [&](bool left) { sent.add(left ? 1 : 0); });
+    connection->send(bytes("short"), [&](bool left) { sent.add(left ? 2 : 0); });
+    EXPECT_EQ(peer.receive(), bytes("short"));
+    ASSERT_TRUE(sent.awaitCount(2));
+    EXPECT_EQ(sent.all(), (std::vector<int>{0, 2})) << "only the short one has left";
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+}
+
+TEST_F(AsioDatagram, WhatIsLostByCancelOrFailureIsToldAsWell) {
+    Journal<int> sent;
+    const auto cancelled = make(peer.port());
+    cancelled->cancel();
+    cancelled->send(bytes("late"), [&](bool left) { sent.add(left ? 1 : 0); });
+    ASSERT_TRUE(sent.awaitCount(1));
+
+    const DatagramPeer holder;
+    const auto failed = make(peer.port(), holder.port());
+    failed->start(journal->states());
+    failed->send(bytes("lost"), [&](bool left) { sent.add(left ? 2 : 0); });
+    EXPECT_TRUE(sent.awaitCount(2));
+    EXPECT_EQ(sent.all(), (std::vector<int>{0, 0}));
+}
+
+TEST_F(AsioDatagram, AReceiveOnAFailedConnectionSaysWhy) {
+    const DatagramPeer holder;
+    const auto connection = make(peer.port(), holder.port());
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->awaitBeginning("failed: "));
+    connection->receiveMessage(journal->datagrams());
+    EXPECT_TRUE(journal->await("error: " + systemText(std::errc::address_in_use)));
+}
+
+TEST_F(AsioDatagram, CancelIsTheLastWordWheneverItComes) {
+    const DatagramPeer holder;
+    for (int moment = 0; moment < 60; ++moment) {
+        const auto words = std::make_shared<ConnectionJournal>();
+        const auto connection = make(peer.port(), moment % 2 == 0 ? 0 : holder.port());
+        connection->start(words->states());
+        connection->receiveMessage(words->datagrams());
+        if (moment % 3 == 0)
+            settle();
+        connection->cancel();
+        connection->cancel();
+        ASSERT_TRUE(words->await("cancelled"));
+        settle();
+        const auto all = words->all();
+        EXPECT_EQ(std::count(all.begin(), all.end(), "cancelled"), 1);
+        EXPECT_EQ(all.back(), "cancelled");
+    }
+}
+
+TEST_F(AsioDatagram, LettingGoWithoutCancelFreesItsPortAndReportsNothingMore) {
+    const auto port = unusedDatagramPort();
+    auto connection = make(peer.port(), port);
+    connection->start(journal->states());
+    connection->receiveMessage(journal->datagrams());
+    ASSERT_TRUE(journal->await("ready"));
+    connection.reset();
+    settle();
+    EXPECT_NO_THROW(DatagramPeer{port});
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+}
+
+TEST_F(AsioDatagram, DescriptorsAreClosedOnExecAndNotLeaked) {
+    const auto first = make(peer.port());
+    first->start(journal->states());
+    ASSERT_TRUE(journal->await("ready"));
+    const auto inherited = inheritableDescriptors();
+    const auto before = openDescriptors();
+    for (int round = 0; round < 100; ++round) {
+        const auto words = std::make_shared<ConnectionJournal>();
+        const auto connection = make(peer.port(), round % 5 == 0 ? peer.port() : 0);
+        connection->start(words->states());
+        connection->receiveMessage(words->datagrams());
+        ASSERT_TRUE(words->events.awaitCount(2));
+        EXPECT_EQ(inheritableDescriptors(), inherited);
+        if (round % 3 != 0)
+            connection->cancel();
+    }
+    settle();
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(AsioDatagram, ResolvesNamesAndTakesAddressesThatFitTogether) {
+    AsioNetwork named(runtime, [](const std::string &host) {
+        EXPECT_EQ(host, "recorder");
+        return HostAddresses{{asio::ip::make_address("::1"), asio::ip::make_address("127.0.0.1")}, {}};
+    });
+    const auto connection = named.makeDatagram("recorder", peer.port(), "127.0.0.1", 0, queue);
+    connection->start(journal->states());
+    connection->send(bytes("hello"));
+    EXPECT_EQ(peer.receive(), bytes("hello"));
+}
+
+TEST(AsioDatagramShutdown, ConnectionsOutliveTheRuntimeInWhateverState) {
+    const DatagramPeer peer;
+    const auto journal = std::make_shared<ConnectionJournal>();
+    const auto before = openDescriptors();
+    std::vector<std::shared_ptr<DatagramConnection>> connections;
+    {
+        AsioRuntime runtime;
+        AsioNetwork network(runtime);
+        const auto queue = runtime.make("Corvane.Test");
+        for (int i = 0; i < 3; ++i)
+            connections.push_back(network.makeDatagram("127.0.0.1", peer.port(), "127.0.0.1", 0, queue));
+        connections[1]->start(journal->states());
+        connections[2]->start(journal->states());
+        ASSERT_TRUE(journal->events.awaitCount(4));
+        connections[2]->receiveMessage(journal->datagrams());
+    }
+    for (const auto &connection : connections) {
+        connection->send(bytes("late"));
+        connection->cancel();
+    }
+    connections.clear();
+    EXPECT_EQ(journal->all().size(), 4u);
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+} // namespace
+} // namespace corvane

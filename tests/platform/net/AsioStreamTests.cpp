@@ -1,0 +1,491 @@
+#include "tests/platform/net/AsioConnectionTest.h"
+
+#include <gtest/gtest.h>
+
+#include <asio/ip/address.hpp>
+#include <future>
+#include <system_error>
+
+namespace corvane {
+namespace {
+
+using namespace std::chrono_literals;
+
+class AsioStream : public AsioConnectionTest {
+protected:
+    std::shared_ptr<StreamConnection> make(std::uint16_t port, const std::string &host = "127.0.0.1") {
+        return network.makeStream(host, port, queue);
+    }
+
+    struct Linked {
+        std::shared_ptr<StreamConnection> connection;
+        StreamPeer peer;
+    };
+    /// A connection that was started, and its other end.
+    Linked linked() {
+        const auto connection = make(listener.port());
+        connection->start(journal->states());
+        return {connection, listener.accept()};
+    }
+
+    StreamListener listener;
+};
+
+TEST_F(AsioStream, DoesNothingBeforeItIsStarted) {
+    const auto connection = make(listener.port());
+    settle();
+    EXPECT_EQ(journal->all(), Words{});
+}
+
+TEST_F(AsioStream, ReportsPreparingAndReadyOnItsQueue) {
+    auto [connection, peer] = linked();
+    ASSERT_TRUE(journal->await("ready"));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+}
+
+TEST_F(AsioStream, SendsWholeMessagesInOrderThoseFromBeforeItIsReadyToo) {
+    const auto connection = make(listener.port());
+    connection->send(bytes("never: not started"));
+    connection->start(journal->states());
+    std::string expected;
+    for (int i = 0; i < 500; ++i) {
+        const std::string message = std::to_string(i) + std::string(static_cast<std::size_t>(i) * 20, '.');
+        expected += message;
+        connection->send(bytes(message));
+    }
+    const auto peer = listener.accept();
+    EXPECT_EQ(peer.read(expected.size()), bytes(expected));
+}
+
+TEST_F(AsioStream, DeliversBetweenMinimumAndMaximumBytes) {
+    auto [connection, peer] = linked();
+    connection->receive(4, 6, journal->received());
+    peer.write(bytes("abc"));
+    peer.write(bytes("defghijk"));
+    ASSERT_TRUE(journal->awaitBeginning("data: "));
+    const auto first = journal->all().back().substr(6);
+    EXPECT_GE(first.size(), 4u);
+    EXPECT_LE(first.size(), 6u);
+    connection->receive(11 - first.size(), 100, journal->received());
+    EXPECT_TRUE(journal->await("data: " + std::string("abcdefghijk").substr(first.size())));
+}
+
+TEST_F(AsioStream, DeliversOnlyWhatWasAskedFor) {
+    auto [connection, peer] = linked();
+    ASSERT_TRUE(journal->await("ready"));
+    peer.write(bytes("abc"));
+    settle();
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+    connection->receive(1, 2, journal->received());
+    EXPECT_TRUE(journal->await("data: ab"));
+}
+
+TEST_F(AsioStream, AReceiveFromBeforeItIsReadyWaits) {
+    const auto connection = make(listener.port());
+    connection->receive(1, 100, journal->received());
+    connection->start(journal->states());
+    const auto peer = listener.accept();
+    peer.write(bytes("hello"));
+    EXPECT_TRUE(journal->await("data: hello"));
+}
+
+TEST_F(AsioStream, CarriesLongMessagesWholeInBothDirections) {
+    auto [connection, peer] = linked();
+    const std::string text(3000000, 'x');
+    connection->send(bytes(text));
+    EXPECT_EQ(peer.read(text.size()).size(), text.size());
+    connection->receive(text.size(), text.size(), journal->received());
+    peer.write(bytes(text));
+    EXPECT_TRUE(journal->await("data: " + text));
+}
+
+TEST_F(AsioStream, APeersCloseIsDeliveredAndLeavesTheStateAsItIs) {
+    auto [connection, peer] = linked();
+    connection->receive(1, 100, journal->received());
+    peer.close();
+    ASSERT_TRUE(journal->await("closed: "));
+    settle();
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready", "closed: "}));
+}
+
+TEST_F(AsioStream, TheDataThatPrecededACloseComesWithIt) {
+    auto [connection, peer] = linked();
+    connection->receive(100, 1000, journal->received());
+    peer.write(bytes("goodbye"));
+    peer.close();
+    EXPECT_TRUE(journal->await("closed: goodbye"));
+}
+
+TEST_F(AsioStream, EveryReceiveAfterAPeersCloseSaysSoAgain) {
+    auto [connection, peer] = linked();
+    connection->receive(1, 100, journal->received());
+    peer.close();
+    ASSERT_TRUE(journal->await("closed: "));
+    connection->receive(1, 100, journal->received());
+    EXPECT_TRUE(journal->events.awaitCount(4));
+    EXPECT_EQ(journal->all().back(), "closed: ");
+}
+
+TEST_F(AsioStream, SendingToAPeerThatHasClosedReportsNothing) {
+    auto [connection, peer] = linked();
+    connection->receive(1, 100, journal->received());
+    peer.close();
+    ASSERT_TRUE(journal->await("closed: "));
+    for (int i = 0; i < 20; ++i)
+        connection->send(bytes("late"));
+    settle();
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready", "closed: "}));
+}
+
+TEST_F(AsioStream, AResetAfterReadyReachesThePendingReceiveAndThenTheState) {
+    auto [connection, peer] = linked();
+    connection->receive(1, 100, journal->received());
+    ASSERT_TRUE(journal->await("ready"));
+    peer.reset();
+    const auto reason = systemText(std::errc::connection_reset);
+    ASSERT_TRUE(journal->await("failed: " + reason));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready", "error: " + reason, "failed: " + reason}));
+}
+
+TEST_F(AsioStream, AResetThatOnlySendingNoticesReachesReceiveAndStateAsWell) {
+    for (int round = 0; round < 20; ++round) {
+        const auto words = std::make_shared<ConnectionJournal>();
+        const auto connection = make(listener.port());
+        connection->start(words->states());
+        auto peer = listener.accept();
+        connection->receive(1, 100, words->received());
+        ASSERT_TRUE(words->await("ready"));
+        peer.reset();
+        for (int i = 0; i < 50; ++i)
+            connection->send(bytes("anybody there?"));
+        ASSERT_TRUE(words->awaitBeginning("failed: "));
+        const auto all = words->all();
+        ASSERT_EQ(all.size(), 4u);
+        EXPECT_EQ(all[2].rfind("error: ", 0), 0u) << all[2];
+        EXPECT_EQ(all[2].substr(7), all[3].substr(8));
+    }
+}
+
+TEST_F(AsioStream, CancelledInTheReceiveThatReportsAResetItIsNotFailedAnyMore) {
+    auto [connection, peer] = linked();
+    connection->receive(
+        1, 100, [&connection = connection](const StreamConnection::Received &) { connection->cancel(); });
+    ASSERT_TRUE(journal->await("ready"));
+    peer.reset();
+    ASSERT_TRUE(journal->await("cancelled"));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready", "cancelled"}));
+}
+
+TEST_F(AsioStream, ARefusedConnectionFailsWithTheSystemsWords) {
+    const auto connection = make(unusedPort());
+    connection->start(journal->states());
+    const auto failure = "failed: " + systemText(std::errc::connection_refused);
+    ASSERT_TRUE(journal->await(failure));
+    EXPECT_EQ(journal->all(), (Words{"preparing", failure}));
+}
+
+TEST_F(AsioStream, APendingReceiveOfAConnectionThatNeverCameUpIsNotCalled) {
+    const auto connection = make(unusedPort());
+    connection->receive(1, 100, journal->received());
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->awaitBeginning("failed: "));
+    settle();
+    EXPECT_EQ(journal->all().size(), 2u);
+}
+
+TEST_F(AsioStream, CancelIsTheLastWordWheneverItComes) {
+    for (int moment = 0; moment < 60; ++moment) {
+        const auto words = std::make_shared<ConnectionJournal>();
+        const auto connection = make(moment % 2 == 0 ? listener.port() : unusedPort());
+        connection->start(words->states());
+        connection->receive(1, 100, words->received());
+        connection->send(bytes("hello"));
+        if (moment % 3 == 0)
+            settle();
+        if (moment % 5 == 0)
+            words->events.awaitCount(2);
+        connection->cancel();
+        const auto before = words->all();
+        connection->cancel();
+        ASSERT_TRUE(words->await("cancelled"));
+        settle();
+        const auto all = words->all();
+        EXPECT_EQ(std::count(all.begin(), all.end(), "cancelled"), 1);
+        EXPECT_EQ(all.back(), "cancelled");
+        EXPECT_LE(all.size(), before.size() + 1);
+    }
+}
+
+TEST_F(AsioStream, AFailedConnectionCanStillBeCancelled) {
+    const auto connection = make(unusedPort());
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->awaitBeginning("failed: "));
+    connection->cancel();
+    ASSERT_TRUE(journal->await("cancelled"));
+    EXPECT_EQ(journal->all().size(), 3u);
+}
+
+TEST_F(AsioStream, TheCancellationIsReportedEvenWhenTheConnectionIsLetGoOfAtOnce) {
+    auto connection = make(listener.port());
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->await("ready"));
+    connection->cancel();
+    connection.reset();
+    EXPECT_TRUE(journal->await("cancelled"));
+}
+
+TEST_F(AsioStream, NothingIsReceivedAfterCancel) {
+    auto [connection, peer] = linked();
+    connection->receive(1, 100, journal->received());
+    connection->cancel();
+    peer.write(bytes("too late"));
+    connection->receive(1, 100, journal->received());
+    ASSERT_TRUE(journal->await("cancelled"));
+    settle();
+    EXPECT_EQ(journal->all().back(), "cancelled");
+}
+
+TEST_F(AsioStream, LettingGoWithoutCancelClosesAndReportsNothingMore) {
+    auto connection = make(listener.port());
+    connection->start(journal->states());
+    const auto peer = listener.accept();
+    ASSERT_TRUE(journal->await("ready"));
+    connection->receive(1, 100, journal->received());
+    connection.reset();
+    EXPECT_TRUE(peer.awaitEnd());
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+}
+
+TEST_F(AsioStream, ItMayBeLetGoOfInsideItsOwnHandlers) {
+    auto connection = make(listener.port());
+    std::promise<void> gone;
+    connection->start([&](ConnectionState state, const std::string &) {
+        if (state != ConnectionState::ready)
+            return;
+        connection.reset();
+        gone.set_value();
+    });
+    ASSERT_EQ(gone.get_future().wait_for(patience), std::future_status::ready);
+    EXPECT_TRUE(listener.accept().awaitEnd());
+}
+
+TEST_F(AsioStream, AHandlerThatHoldsItsOwnConnectionIsFreedByCancel) {
+    auto token = std::make_shared<int>(0);
+    const std::weak_ptr<int> remains = token;
+    auto connection = make(listener.port());
+    connection->start([connection, token, words = journal](ConnectionState state, const std::string &error) {
+        words->events.add(ConnectionJournal::word(state, error));
+    });
+    connection->receive(1, 100, [connection, token](const StreamConnection::Received &) {});
+    token.reset();
+    ASSERT_TRUE(journal->await("ready"));
+    connection->cancel();
+    ASSERT_TRUE(journal->await("cancelled"));
+    settle();
+    EXPECT_TRUE(remains.expired());
+}
+
+TEST_F(AsioStream, TriesTheAddressesOfAHostInTurn) {
+    AsioNetwork named(runtime, [](const std::string &host) {
+        EXPECT_EQ(host, "console.local.");
+        return HostAddresses{{asio::ip::make_address("::1"), asio::ip::make_address("127.0.0.2"),
+                              asio::ip::make_address("127.0.0.1")},
+                             {}};
+    });
+    const auto connection = named.makeStream("console.local.", listener.port(), queue);
+    connection->start(journal->states());
+    EXPECT_TRUE(listener.accept().isOpen());
+    ASSERT_TRUE(journal->await("ready"));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+}
+
+#ifdef __linux__
+TEST_F(AsioStream, AnAddressThatKeepsSilentIsNotWaitedForWhileThereIsAnother) {
+    const SilentListener silent(listener.port());
+    AsioNetwork named(runtime, [](const std::string &) {
+        return HostAddresses{{asio::ip::make_address("127.0.0.2"), asio::ip::make_address("127.0.0.1")}, {}};
+    });
+    const auto connection = named.makeStream("console.local.", listener.port(), queue);
+    connection->start(journal->states());
+    EXPECT_TRUE(listener.accept().isOpen());
+    ASSERT_TRUE(journal->await("ready"));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+}
+
+TEST_F(AsioStream, ASilentAddressMayBeLeftAtAnyMoment) {
+    const SilentListener silent(listener.port());
+    AsioNetwork named(runtime, [](const std::string &) {
+        return HostAddresses{{asio::ip::make_address("127.0.0.2"), asio::ip::make_address("127.0.0.1")}, {}};
+    });
+    const auto left = named.makeStream("console.local.", listener.port(), queue);
+    left->start(journal->states());
+    left->cancel();
+    EXPECT_TRUE(journal->await("cancelled"));
+    named.makeStream("console.local.", listener.port(), queue)->start(journal->states());
+    settle();
+}
+#endif
+
+TEST_F(AsioStream, AnUnknownHostFailsWithTheSystemsWords) {
+    AsioNetwork named(runtime, [](const std::string &) {
+        return HostAddresses{{}, "Name or service not known"};
+    });
+    const auto connection = named.makeStream("nobody", 5000, queue);
+    connection->start(journal->states());
+    EXPECT_TRUE(journal->await("failed: Name or service not known"));
+}
+
+TEST_F(AsioStream, TheSystemFindsLocalhost) {
+    const auto found = lookUpHost("localhost");
+    EXPECT_FALSE(found.addresses.empty()) << found.error;
+    const auto connection = make(listener.port(), "localhost");
+    connection->start(journal->states());
+    EXPECT_TRUE(journal->await("ready"));
+}
+
+TEST_F(AsioStream, ASlowLookUpDelaysNeitherCancelNorOtherConnections) {
+    std::promise<void> release;
+    Journal<int> ended;
+    {
+        AsioNetwork slow(runtime, [gate = release.get_future().share(), &ended](const std::string &) {
+            gate.wait();
+            ended.add(1);
+            return HostAddresses{{asio::ip::make_address("127.0.0.1")}, {}};
+        });
+        const auto stuck = slow.makeStream("slow.example", listener.port(), queue);
+        stuck->start(journal->states());
+        const auto words = std::make_shared<ConnectionJournal>();
+        const auto quick = make(listener.port());
+        quick->start(words->states());
+        EXPECT_TRUE(words->await("ready"));
+        stuck->cancel();
+        EXPECT_TRUE(journal->await("cancelled"));
+    }
+    release.set_value();
+    ASSERT_TRUE(ended.awaitCount(1));
+    settle();
+    EXPECT_EQ(journal->all(), (Words{"preparing", "cancelled"}));
+}
+
+TEST(AsioStreamShutdown, ALookUpThatTakesItsTimeDoesNotHoldUpTheEnd) {
+    std::promise<void> release;
+    Journal<int> ended;
+    std::shared_ptr<StreamConnection> connection;
+    const auto journal = std::make_shared<ConnectionJournal>();
+    {
+        AsioRuntime runtime;
+        AsioNetwork network(runtime, [gate = release.get_future().share(), &ended](const std::string &) {
+            gate.wait();
+            ended.add(1);
+            return HostAddresses{{}, "too late"};
+        });
+        connection = network.makeStream("slow.example", 5000, runtime.make("Corvane.Test"));
+        connection->start(journal->states());
+        ASSERT_TRUE(journal->await("preparing"));
+    }
+    release.set_value();
+    ASSERT_TRUE(ended.awaitCount(1));
+    connection.reset();
+    EXPECT_EQ(journal->all(), (Words{"preparing"}));
+}
+
+TEST(AsioStreamShutdown, ConnectionsOutliveTheRuntimeInWhateverState) {
+    StreamListener listener;
+    const auto journal = std::make_shared<ConnectionJournal>();
+    std::vector<std::shared_ptr<StreamConnection>> connections;
+    std::vector<StreamPeer> peers;
+    {
+        AsioRuntime runtime;
+        AsioNetwork network(runtime);
+        const auto queue = runtime.make("Corvane.Test");
+        for (int i = 0; i < 4; ++i)
+            connections.push_back(network.makeStream("127.0.0.1", listener.port(), queue));
+        for (int i = 1; i < 4; ++i)
+            connections[static_cast<std::size_t>(i)]->start(journal->states());
+        for (int i = 1; i < 4; ++i)
+            peers.push_back(listener.accept());
+        ASSERT_TRUE(journal->events.awaitCount(6));
+        connections[2]->receive(1, 100, journal->received());
+    }
+    const auto before = journal->all();
+    for (const auto &connection : connections) {
+        connection->send(bytes("late"));
+        connection->cancel();
+    }
+    connections.clear();
+    for (const auto &peer : peers)
+        EXPECT_TRUE(peer.awaitEnd());
+    EXPECT_EQ(journal->all(), before);
+}
+
+TEST(AsioStreamShutdown, NothingRemainsOfConnectionsThatWereNeverCancelled) {
+    StreamListener listener;
+    auto token = std::make_shared<int>(0);
+    const std::weak_ptr<int> remains = token;
+    const auto before = openDescriptors();
+    {
+        AsioRuntime runtime;
+        AsioNetwork network(runtime);
+        const auto journal = std::make_shared<ConnectionJournal>();
+        const auto connection =
+            network.makeStream("127.0.0.1", listener.port(), runtime.make("Corvane.Test"));
+        connection->start([connection, token, journal](ConnectionState state, const std::string &error) {
+            journal->events.add(ConnectionJournal::word(state, error));
+        });
+        connection->receive(1, 100, [connection, token](const StreamConnection::Received &) {});
+        token.reset();
+        ASSERT_TRUE(journal->await("ready"));
+        connection->cancel();
+        ASSERT_TRUE(journal->await("cancelled"));
+    }
+    EXPECT_TRUE(remains.expired());
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(AsioStream, DescriptorsAreClosedOnExecAndNotLeaked) {
+    const auto first = make(listener.port());
+    first->start(journal->states());
+    listener.accept();
+    ASSERT_TRUE(journal->await("ready")); // the loop has opened its own descriptors by now
+    const auto inherited = inheritableDescriptors();
+    const auto before = openDescriptors();
+    for (int round = 0; round < 50; ++round) {
+        const auto words = std::make_shared<ConnectionJournal>();
+        const auto connection = make(round % 5 == 0 ? unusedPort() : listener.port());
+        connection->start(words->states());
+        connection->receive(1, 100, words->received());
+        ASSERT_TRUE(words->events.awaitCount(2));
+        EXPECT_EQ(inheritableDescriptors(), inherited);
+        if (round % 5 != 0)
+            listener.accept();
+        if (round % 3 != 0)
+            connection->cancel();
+    }
+    settle();
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(AsioStream, MemoryStaysBoundedWhenThePeerNeverReads) {
+    auto [connection, peer] = linked();
+    connection->receive(1, 100, journal->received());
+    for (int i = 0; i < 100; ++i)
+        connection->send(Bytes(1000000));
+    const auto reason = systemText(std::errc::no_buffer_space);
+    ASSERT_TRUE(journal->await("failed: " + reason));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready", "error: " + reason, "failed: " + reason}));
+}
+
+TEST_F(AsioStream, SmallMessagesLeaveWithoutWaitingForCompany) {
+    auto [connection, peer] = linked();
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 20; ++i) {
+        connection->send(bytes("a"));
+        connection->send(bytes("b"));
+        ASSERT_EQ(peer.read(2), bytes("ab"));
+    }
+    // Had each second message waited for a delayed acknowledgement, this would take 20 times 40 ms.
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 700ms);
+}
+
+} // namespace
+} // namespace corvane

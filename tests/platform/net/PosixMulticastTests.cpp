@@ -1,0 +1,290 @@
+#include "platform/net/PosixMulticast.h"
+#include "platform/queues/AsioRuntime.h"
+#include "tests/support/Peers.h"
+#include "tests/support/PrivateNetwork.h"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <future>
+#include <random>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace corvane {
+namespace {
+
+constexpr const char *group = "225.1.1.1";
+constexpr std::uint16_t port = 13337;
+constexpr std::size_t capacity = 4096;
+
+sockaddr_in address(const char *host) {
+    sockaddr_in result{};
+    result.sin_family = AF_INET;
+    result.sin_port = htons(port);
+    ::inet_pton(AF_INET, host, &result.sin_addr);
+    return result;
+}
+
+/// Sends one datagram to the listeners' port, out of the interface that has the address `from`.
+void sendTo(const char *host, const Bytes &datagram, const char *from = nullptr) {
+    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM, 0));
+    if (from) {
+        const auto interface = address(from).sin_addr;
+        ASSERT_EQ(::setsockopt(socket.get(), IPPROTO_IP, IP_MULTICAST_IF, &interface, sizeof interface), 0);
+    }
+    const auto to = address(host);
+    ASSERT_EQ(::sendto(socket.get(), datagram.data(), datagram.size(), 0,
+                       reinterpret_cast<const sockaddr *>(&to), sizeof to),
+              static_cast<ssize_t>(datagram.size()))
+        << std::generic_category().message(errno);
+}
+
+/// A listener with what it has heard.
+class Listener {
+public:
+    explicit Listener(PosixMulticast::Reach reach = PosixMulticast::Reach::network)
+        : multicast(runtime, reach) {}
+
+    const std::string &open() {
+        opened = multicast.open(group, port, capacity, queue, [heard = heard](const Bytes &datagram) {
+            heard->add(std::string(datagram.begin(), datagram.end()));
+        });
+        return opened.obstacle;
+    }
+
+    void settle() {
+        std::promise<void> done;
+        queue->post([&] { done.set_value(); });
+        ASSERT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+    }
+
+    std::shared_ptr<Journal<std::string>> heard = std::make_shared<Journal<std::string>>();
+    AsioRuntime runtime;
+    PosixMulticast multicast;
+    std::shared_ptr<SerialQueue> queue = runtime.make("Corvane.Discovery");
+    MulticastListening::Opened opened;
+};
+
+std::size_t residentPages() {
+    std::ifstream statistics("/proc/self/statm");
+    std::size_t total = 0;
+    std::size_t resident = 0;
+    statistics >> total >> resident;
+    return resident;
+}
+
+TEST(PosixMulticast, HearsWhatIsSentToTheMachineDirectly) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    Listener listener;
+    listener.open();
+    ASSERT_TRUE(listener.opened.socket);
+    sendTo("127.0.0.1", bytes("one"));
+    sendTo("127.0.0.1", bytes("two"));
+    ASSERT_TRUE(listener.heard->awaitCount(2));
+    EXPECT_EQ(listener.heard->all(), (std::vector<std::string>{"one", "two"}));
+}
+
+TEST(PosixMulticast, HearsTheGroupOnTheLoopbackWhereThatSupportsMulticast) {
+    CORVANE_ENTER_PRIVATE_NETWORK({.loopbackMulticast = true});
+    Listener listener;
+    EXPECT_EQ(listener.open(), "");
+    sendTo(group, bytes("announcement"), "127.0.0.1");
+    EXPECT_TRUE(listener.heard->awaitCount(1));
+}
+
+TEST(PosixMulticast, HearsTheGroupFromAnotherNetworkOverACable) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    std::string reason;
+    const auto neighbour = PrivateNetwork::Neighbour::join(reason);
+    if (!neighbour)
+        GTEST_SKIP() << reason;
+    Listener listener;
+    EXPECT_EQ(listener.open(), "");
+    neighbour->inside([] {
+        for (int i = 0; i < 3; ++i)
+            sendTo(group, bytes("announcement"), "10.77.0.2");
+    });
+    ASSERT_TRUE(listener.heard->awaitCount(3));
+    EXPECT_EQ(listener.heard->all().front(), "announcement");
+}
+
+TEST(PosixMulticast, TwoListenersOfOneMachineBothHearTheGroup) {
+    CORVANE_ENTER_PRIVATE_NETWORK({.loopbackMulticast = true});
+    Listener first;
+    Listener second;
+    EXPECT_EQ(first.open(), "");
+    EXPECT_EQ(second.open(), "");
+    sendTo(group, bytes("announcement"), "127.0.0.1");
+    EXPECT_TRUE(first.heard->awaitCount(1));
+    EXPECT_TRUE(second.heard->awaitCount(1));
+}
+
+TEST(PosixMulticast, SaysThatAnotherProgramHoldsThePort) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    const DatagramPeer holder(port);
+    const auto before = openDescriptors();
+    Listener listener;
+    const auto withRuntime = openDescriptors();
+    EXPECT_EQ(listener.open(), "UDP port 13337 is in use by another program.");
+    EXPECT_FALSE(listener.opened.socket);
+    EXPECT_EQ(openDescriptors(), withRuntime);
+    EXPECT_GE(withRuntime, before);
+}
+
+TEST(PosixMulticast, SaysThatNoInterfaceSupportsMulticastAndListensAllTheSame) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    Listener listener;
+    EXPECT_EQ(listener.open(), "No network interface supports multicast.");
+    EXPECT_TRUE(listener.opened.socket);
+}
+
+TEST(PosixMulticast, SeveralAddressesOfOneInterfaceAreNoObstacle) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    std::string reason;
+    const auto neighbour = PrivateNetwork::Neighbour::join(reason);
+    if (!neighbour)
+        GTEST_SKIP() << reason;
+    ASSERT_EQ(std::system("ip address add 10.78.0.1/24 dev corvane0"), 0);
+    Listener listener;
+    EXPECT_EQ(listener.open(), "");
+}
+
+TEST(PosixMulticast, InARehearsalHearsTheLoopbackAddressAlone) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    std::string reason;
+    const auto neighbour = PrivateNetwork::Neighbour::join(reason);
+    if (!neighbour)
+        GTEST_SKIP() << reason;
+    Listener everywhere;
+    Listener rehearsal(PosixMulticast::Reach::loopbackOnly);
+    EXPECT_EQ(everywhere.open(), "");
+    EXPECT_EQ(rehearsal.open(), "");
+    neighbour->inside([] {
+        sendTo(group, bytes("from the network"), "10.77.0.2");
+        sendTo("10.77.0.1", bytes("from the network, directly"));
+    });
+    ASSERT_TRUE(everywhere.heard->awaitCount(2));
+    sendTo("127.0.0.1", bytes("from here"));
+    ASSERT_TRUE(rehearsal.heard->awaitCount(1));
+    EXPECT_EQ(rehearsal.heard->all(), (std::vector<std::string>{"from here"}));
+    EXPECT_EQ(everywhere.heard->all().size(), 2u);
+}
+
+TEST(PosixMulticast, CutsLongDatagramsAndSkipsEmptyOnes) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    Listener listener;
+    listener.open();
+    sendTo("127.0.0.1", Bytes(9000, 'x'));
+    sendTo("127.0.0.1", {});
+    sendTo("127.0.0.1", Bytes(capacity, 'y'));
+    sendTo("127.0.0.1", bytes("last"));
+    ASSERT_TRUE(listener.heard->awaitCount(3));
+    EXPECT_EQ(listener.heard->all(),
+              (std::vector<std::string>{std::string(capacity, 'x'), std::string(capacity, 'y'), "last"}));
+}
+
+TEST(PosixMulticast, HearsNothingMoreOnceCancelledOrLetGoOf) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    Listener listener;
+    for (int round = 0; round < 20; ++round) {
+        listener.open();
+        const auto before = listener.heard->all().size();
+        sendTo("127.0.0.1", bytes("heard"));
+        ASSERT_TRUE(listener.heard->awaitCount(before + 1));
+        if (round % 2 == 0)
+            listener.opened.socket->cancel();
+        else
+            listener.opened.socket.reset();
+        sendTo("127.0.0.1", bytes("not heard"));
+        listener.settle();
+        EXPECT_EQ(listener.heard->all().back(), "heard");
+        EXPECT_NO_THROW(DatagramPeer{port}); // the port is free at once
+    }
+}
+
+TEST(PosixMulticast, MayBeLetGoOfInsideItsHandlerAndAfterTheRuntime) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    MulticastListening::Opened survivor;
+    {
+        AsioRuntime runtime;
+        PosixMulticast multicast(runtime);
+        const auto queue = runtime.make("Corvane.Discovery");
+        survivor = multicast.open(group, port, capacity, queue, [](const Bytes &) {});
+        MulticastListening::Opened opened;
+        std::promise<void> gone;
+        queue->post([&] {
+            survivor.socket->cancel();
+            opened = multicast.open(group, port, capacity, queue, [&](const Bytes &) {
+                opened.socket.reset();
+                gone.set_value();
+            });
+            sendTo("127.0.0.1", bytes("now"));
+        });
+        ASSERT_EQ(gone.get_future().wait_for(patience), std::future_status::ready);
+        survivor = multicast.open(group, port, capacity, queue, [](const Bytes &) {});
+    }
+    sendTo("127.0.0.1", bytes("late"));
+    survivor.socket.reset();
+    EXPECT_NO_THROW(DatagramPeer{port});
+}
+
+TEST(PosixMulticast, RestartedAtAnyMomentLeaksNoDescriptorAndLetsNoneBeInherited) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    Listener listener;
+    listener.open();
+    sendTo("127.0.0.1", bytes("warm"));
+    ASSERT_TRUE(listener.heard->awaitCount(1));
+    const auto before = openDescriptors();
+    const auto inherited = inheritableDescriptors();
+    for (int round = 0; round < 300; ++round) {
+        listener.open();
+        sendTo("127.0.0.1", bytes("x"));
+    }
+    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_EQ(inheritableDescriptors(), inherited);
+}
+
+TEST(PosixMulticast, TenThousandDatagramsLeaveMemoryFlat) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizers keep what is freed, and shadows of it: memory says nothing";
+#endif
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    AsioRuntime runtime;
+    PosixMulticast multicast(runtime);
+    Journal<std::size_t> lengths;
+    std::size_t count = 0; // the queue's
+    const auto opened =
+        multicast.open(group, port, capacity, runtime.make("Corvane.Discovery"), [&](const Bytes &datagram) {
+            ++count;
+            if (datagram.size() == 1)
+                lengths.add(count);
+        });
+    std::mt19937 random(7); // NOLINT(bugprone-random-generator-seed): the same datagrams every time
+    const auto flood = [&](std::size_t rounds) {
+        for (std::size_t round = 0; round < rounds; ++round) {
+            for (int i = 0; i < 100; ++i) {
+                Bytes datagram(i % 3 == 0 ? 64 : 2 + random() % 8000);
+                for (auto &byte : datagram)
+                    byte = i % 3 == 0 ? std::uint8_t(7) : static_cast<std::uint8_t>(random());
+                sendTo("127.0.0.1", datagram);
+            }
+            // The socket's buffer may have dropped some; the mark is repeated until it comes through.
+            const auto marks = lengths.all().size();
+            while (lengths.all().size() == marks)
+                sendTo("127.0.0.1", Bytes(1));
+        }
+    };
+    flood(10);
+    const auto before = residentPages();
+    flood(100);
+    const auto grown = static_cast<double>(residentPages()) - static_cast<double>(before);
+    EXPECT_LT(grown * static_cast<double>(::sysconf(_SC_PAGESIZE)), 2e6);
+}
+
+} // namespace
+} // namespace corvane
