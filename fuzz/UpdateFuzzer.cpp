@@ -1,6 +1,6 @@
 #include "fuzz/Fuzzing.h"
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "livetrax/session/SessionTree.h"
+#include "livetrax/session/Track.h"
 #include "tests/fakes/FakeSystem.h"
 
 #include <algorithm>
@@ -192,25 +192,28 @@ private:
 
 /// Whether a track's first input port is connected to nothing, and a later one is. Such a track is known by
 /// the later one's number, which becomes another in an update: the next one takes it for another channel's.
-bool beginsUnconnected(XMLElement track) {
+bool beginsUnconnected(session::Track track) {
     bool connected = false;
-    session::forEachConnection(session::firstIO(track, "Input").firstChild("Port"),
-                               [&](XMLAttribute, std::string_view) { connected = true; });
-    return !connected && LiveTraxGenerator::captureStart(track);
+    for (const XMLElement port : track.input().ports()) {
+        session::IO::forEachConnection(port, [&](XMLAttribute, std::string_view) { connected = true; });
+        break;
+    }
+    return !connected && track.firstCapture();
 }
 
 /// Whether a track's engine namespace stands in its flags as well. Renaming it is a plain replacement in all
 /// that the track holds, and leaves no audio track.
-bool losesItsFlags(XMLElement track) {
-    const auto engineNamespace = session::engineNamespace(track);
-    const auto flags = track.firstChild("PresentationInfo").attribute("flags").value_or("");
+bool losesItsFlags(session::Track track) {
+    const auto engineNamespace = track.engineNamespace();
+    const auto flags = track.element().firstChild("PresentationInfo").attribute("flags").value_or("");
     return !engineNamespace.empty() && flags.find(engineNamespace) != std::string::npos;
 }
 
 bool isFoundAgain(const XMLDocument &session) {
     const auto tracks = session::audioTracks(session.root());
-    return std::none_of(tracks.begin(), tracks.end(),
-                        [](XMLElement track) { return beginsUnconnected(track) || losesItsFlags(track); });
+    return std::none_of(tracks.begin(), tracks.end(), [](session::Track track) {
+        return beginsUnconnected(track) || losesItsFlags(track);
+    });
 }
 
 /// What two updates in a row come to on a tree.

@@ -70,17 +70,6 @@ void stripOldHooks(const Path &file) {
         std::move(document).writeAtomically(file);
 }
 
-/// Whether two paths lead to one folder; where the system cannot tell, whether they are written alike.
-bool isSameFolder(const Path &left, const Path &right) {
-    std::error_code unknown;
-    const bool same = std::filesystem::equivalent(left, right, unknown);
-    return unknown ? sessionPath(left).lexically_normal() == sessionPath(right).lexically_normal() : same;
-}
-
-bool isPreSyncBackup(const std::string &name) {
-    return name.starts_with("Corvane pre-sync ") && name.ends_with(".ardour");
-}
-
 } // namespace
 
 void LiveTraxGenerator::setConfigOption(const std::string &name, const std::string &value,
@@ -133,28 +122,6 @@ void LiveTraxGenerator::removeUnusedSyncHook(const StandardFolders &folders, con
     } catch (const std::exception &) {
         // Old hooks do no harm; they are tried again at the next launch.
     }
-}
-
-void LiveTraxGenerator::removeOlderBridgeBackups(const Path &folder, const Path &keeping) {
-    // Named as the folder's own entry, whatever way the caller wrote the folder.
-    const bool keptIsHere = isSameFolder(folder, sessionPath(keeping).parent_path());
-    const std::string kept = keptIsHere ? lastPathComponent(keeping) : std::string();
-
-    std::vector<Path> older;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error);
-         !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        std::error_code unreadable;
-        const auto status = entry->symlink_status(unreadable);
-        if (name != kept && isPreSyncBackup(name) && !unreadable &&
-            status.type() == std::filesystem::file_type::regular)
-            older.push_back(entry->path());
-    }
-    if (error)
-        return; // a folder that is not seen whole is left as it is
-    for (const Path &backup : older)
-        removeIgnoringErrors(backup);
 }
 
 } // namespace corvane

@@ -72,10 +72,10 @@ std::optional<Target> LiveTraxGenerator::target(const StandardFolders &folders) 
     return std::nullopt;
 }
 
-std::shared_ptr<RunningApplication> LiveTraxGenerator::runningApplication(const Platform &platform) {
+std::shared_ptr<RunningApplication> LiveTraxGenerator::runningApplication(const RecorderSystem &system) {
     for (const Generation &generation : generations) {
-        const Path program = programFile(candidate(*platform.folders, generation));
-        if (auto running = platform.applications->find(generation.bundleIdentifier, program))
+        const Path program = programFile(candidate(system.folders, generation));
+        if (auto running = system.applications.find(generation.bundleIdentifier, program))
             return running;
     }
     return nullptr;

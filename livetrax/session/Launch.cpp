@@ -40,13 +40,12 @@ std::vector<std::pair<std::string, std::string>> environmentFor(const Target &ta
 }
 
 /// Prepares LiveTrax's own files and starts it; `sessionArguments` say what it is to open.
-void start(const Platform &platform, const Arguments &sessionArguments) {
-    const StandardFolders &folders = *platform.folders;
-    const auto target = LiveTraxGenerator::target(folders);
+void start(const RecorderSystem &system, const Arguments &sessionArguments) {
+    const auto target = LiveTraxGenerator::target(system.folders);
     if (!target)
         throw GeneratorError::liveTraxMissing();
-    LiveTraxGenerator::ensureOSCEnabled(folders, *target);
-    LiveTraxGenerator::removeUnusedSyncHook(folders, *target);
+    LiveTraxGenerator::ensureOSCEnabled(system.folders, *target);
+    LiveTraxGenerator::removeUnusedSyncHook(system.folders, *target);
     const Path program = programFile(*target);
     if (!fileExists(program))
         throw GeneratorError::liveTraxMissing();
@@ -54,29 +53,30 @@ void start(const Platform &platform, const Arguments &sessionArguments) {
     const Path keys = target->app / "Contents/Resources/livetrax.keys";
     Arguments arguments = {"-a", "-n", "-k", keys.string()};
     arguments.insert(arguments.end(), sessionArguments.begin(), sessionArguments.end());
-    const FileHandle log = LiveTraxGenerator::liveTraxLogHandle(platform);
-    platform.processes->start(
-        {program, arguments, environmentFor(*target, preferencesFolder(folders, target->preferences))}, log);
+    const FileHandle log = LiveTraxGenerator::liveTraxLogHandle(system);
+    system.processes.start(
+        {program, arguments, environmentFor(*target, preferencesFolder(system.folders, target->preferences))},
+        log);
 }
 
 } // namespace
 
-FileHandle LiveTraxGenerator::liveTraxLogHandle(const Platform &platform) {
-    const Path support = supportFolder(*platform.folders);
+FileHandle LiveTraxGenerator::liveTraxLogHandle(const RecorderSystem &system) {
+    const Path support = supportFolder(system.folders);
     createFolders(support);
     FileHandle log = FileHandle::openForAppending(support / "livetrax.log");
-    log.write("\n--- LiveTrax " + isoTime(platform.clock->now()) + " ---\n");
+    log.write("\n--- LiveTrax " + isoTime(system.clock.now()) + " ---\n");
     return log;
 }
 
-void LiveTraxGenerator::launch(const Platform &platform, const Path &sessionURL,
+void LiveTraxGenerator::launch(const RecorderSystem &system, const Path &sessionURL,
                                const std::string &templateName, const Channels & /*channels*/) {
-    start(platform, {"-T", templateName, "-N", sessionPath(sessionURL).string()});
+    start(system, {"-T", templateName, "-N", sessionPath(sessionURL).string()});
 }
 
-void LiveTraxGenerator::launchExisting(const Platform &platform, const Path &sessionURL,
+void LiveTraxGenerator::launchExisting(const RecorderSystem &system, const Path &sessionURL,
                                        const Channels & /*channels*/) {
-    start(platform, {sessionPath(sessionURL).string()});
+    start(system, {sessionPath(sessionURL).string()});
 }
 
 } // namespace corvane

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "livetrax/session/GeneratorError.h"
+#include "livetrax/session/RecorderSystem.h"
 #include "livetrax/session/Target.h"
 #include "livetrax/session/UpdatePlan.h"
 #include "livetrax/session/UpdateResult.h"
 #include "livetrax/session/XMLTree.h"
 #include "lv1/LV1Channel.h"
-#include "platform/Platform.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -17,8 +17,8 @@
 namespace corvane {
 
 /// The session engine: stateless operations on LiveTrax's installation, configuration and session files. A
-/// session is always given as its folder. The operations that touch the outside take it as their first
-/// argument and throw GeneratorError for what the engine itself refuses, FileError or XMLError for the rest.
+/// session is always given as its folder. The operations that touch the outside take what they need of it
+/// first and throw GeneratorError for what the engine itself refuses, FileError or XMLError for the rest.
 /// Callable from any thread, one at a time for one session.
 class LiveTraxGenerator {
 public:
@@ -30,59 +30,74 @@ public:
     /// User default that holds the path of the session that was created or updated last.
     static constexpr auto lastSessionKey = "CorvaneLastSession";
 
-    // Installation (Installation.cpp)
+    // The installed and the running LiveTrax, and its sessions (Installation.cpp)
 
     /// The installed LiveTrax, 3 before 1; none when there is none.
     static std::optional<Target> target(const StandardFolders &folders);
     /// The running LiveTrax, 3 before 1; null when none runs.
-    static std::shared_ptr<RunningApplication> runningApplication(const Platform &platform);
+    static std::shared_ptr<RunningApplication> runningApplication(const RecorderSystem &system);
     /// The folder of the session that LiveTrax had open last and that still exists.
     static std::optional<Path> mostRecentSessionURL(const StandardFolders &folders);
     /// The session file of a session folder: "Show/Show.ardour".
     static Path sessionFile(const Path &sessionURL);
 
-    // Generation (Generation.cpp)
+    // A new session (Generation.cpp)
 
     /// Where the user template of that name is kept for an installation of LiveTrax.
     static Path userTemplate(const StandardFolders &folders, const Target &target, const std::string &name);
     /// Writes the user template of a new session and returns the folder that the session is to be created in.
-    static Path generate(const Platform &platform, const std::string &name, const Path &outputDirectory,
+    static Path generate(const RecorderSystem &system, const std::string &name, const Path &outputDirectory,
                          const Channels &channels);
+
+    // A session that follows the console (Update.cpp; what becomes of each track: UpdatePlan.cpp)
+
+    /// Brings a session file into line with the console's channels, keeping a backup. LiveTrax must not run
+    /// on it.
+    static UpdateResult update(const RecorderSystem &system, const Path &sessionURL,
+                               const Channels &channels);
+    /// What `update` would do, with the same errors; nothing is written.
+    static UpdatePlan plan(const RecorderSystem &system, const Path &sessionURL, const Channels &channels);
+
+    // The copies in a session's backup folder (Backups.cpp)
+
+    /// Deletes all pre-sync backups in a folder but one. Never throws.
+    static void removeOlderBridgeBackups(const Path &folder, const Path &keeping);
+
+    // A track for a channel (TrackConfiguration.cpp)
+
     /// Fills a cloned model route, and its playlist if there is one, for the channel at a 0-based position.
     static void configure(XMLElement route, XMLElement playlist, const LV1Channel &channel,
                           std::size_t position);
     static void setEngineNamespace(XMLElement route, const std::string &engineNamespace);
 
-    // Patch (Patch.cpp)
+    // What stands in a tree (Track.cpp)
 
     /// The number of the first capture port that the route's input is connected to.
     static std::optional<std::int64_t> captureStart(XMLElement route);
     static std::optional<std::int64_t> firstPlaybackChannel(XMLElement element);
     /// The number of output ports, at least 1.
     static std::int64_t playbackWidth(XMLElement element);
+    /// Whether the element stands in a track that belongs to the user ("Corvane Preserved…").
+    static bool isPreserved(XMLElement element);
+    /// The element and all elements below it, depth first in document order.
+    static std::vector<XMLElement> descendants(XMLElement element);
+
+    // The patch (Patch.cpp)
+
     /// One line per track, "name|width|input"; equal text means an equal patch.
     static std::string patchSignature(const Channels &channels);
     /// The same of a session on disk; none when it cannot be read.
     static std::optional<std::string> sessionPatchSignature(const Path &sessionURL);
     static void validateGeneratedPatch(XMLElement root, const Channels &channels);
+
+    // Port names and playback channels, each taken once in a session (EnginePorts.cpp)
+
     static void validateUniqueEnginePorts(XMLElement root);
     static void validateUniqueDirectOutSlots(XMLElement root);
     /// Gives every direct out a run of playback channels of its own.
     static void reassignCollidingDirectOutSlots(XMLElement root);
-    /// The element and all elements below it, depth first in document order.
-    static std::vector<XMLElement> descendants(XMLElement element);
-    /// Whether the element stands in a track that belongs to the user ("Corvane Preserved…").
-    static bool isPreserved(XMLElement element);
 
-    // Update (Update.cpp)
-
-    /// Brings a session file into line with the console's channels, keeping a backup. LiveTrax must not run
-    /// on it.
-    static UpdateResult update(const Platform &platform, const Path &sessionURL, const Channels &channels);
-    /// What `update` would do, with the same errors; nothing is written.
-    static UpdatePlan plan(const Platform &platform, const Path &sessionURL, const Channels &channels);
-
-    // Configuration and launch (Configuration.cpp, Launch.cpp)
+    // LiveTrax's own files (Configuration.cpp)
 
     static void setConfigOption(const std::string &name, const std::string &value, XMLElement config);
     /// Switches the OSC surface on in a configuration's or a session's root element.
@@ -90,15 +105,17 @@ public:
     static void ensureOSCEnabled(const StandardFolders &folders, const Target &target);
     /// Clears away what earlier versions installed in LiveTrax. Never throws.
     static void removeUnusedSyncHook(const StandardFolders &folders, const Target &target);
-    /// Deletes all pre-sync backups in a folder but one. Never throws.
-    static void removeOlderBridgeBackups(const Path &folder, const Path &keeping);
+
+    // Starting LiveTrax (Launch.cpp)
+
     /// Corvane's log of LiveTrax's output, with a separator line appended.
-    static FileHandle liveTraxLogHandle(const Platform &platform);
+    static FileHandle liveTraxLogHandle(const RecorderSystem &system);
     /// Starts LiveTrax on a new session that it makes from a user template. Returns once it is started.
-    static void launch(const Platform &platform, const Path &sessionURL, const std::string &templateName,
+    static void launch(const RecorderSystem &system, const Path &sessionURL, const std::string &templateName,
                        const Channels &channels);
     /// Starts LiveTrax on an existing session.
-    static void launchExisting(const Platform &platform, const Path &sessionURL, const Channels &channels);
+    static void launchExisting(const RecorderSystem &system, const Path &sessionURL,
+                               const Channels &channels);
 };
 
 } // namespace corvane

@@ -1,7 +1,9 @@
 #include "livetrax/session/UpdatePlan.h"
 
+#include "livetrax/session/EnginePorts.h"
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "livetrax/session/SessionTree.h"
+#include "livetrax/session/ObjectIds.h"
+#include "livetrax/session/Track.h"
 
 #include <algorithm>
 #include <array>
@@ -25,7 +27,7 @@ public:
     }
 
     /// The playlist that a kept track records into; none when it names none or an unknown one.
-    XMLElement keep(XMLElement track) {
+    XMLElement keep(Track track) {
         Entry *const entry = find(track);
         if (entry == nullptr)
             return {};
@@ -35,7 +37,7 @@ public:
 
     /// Removes the playlist of a track that goes, unless a kept track records into the same one. Each goes
     /// once.
-    void remove(XMLElement track) {
+    void remove(Track track) {
         Entry *const entry = find(track);
         if (entry != nullptr && !entry->kept && entry->playlist) {
             entry->playlist.remove();
@@ -49,8 +51,8 @@ private:
         bool kept = false;
     };
 
-    Entry *find(XMLElement track) {
-        const auto name = track.attribute("audio-playlist");
+    Entry *find(Track track) {
+        const auto name = track.playlist();
         const auto found = name ? byName.find(*name) : byName.end();
         return found == byName.end() ? nullptr : &found->second;
     }
@@ -63,15 +65,15 @@ class ExistingTracks {
 public:
     explicit ExistingTracks(XMLElement root) : tracks(audioTracks(root)), claimed(tracks.size(), false) {
         for (std::size_t index = tracks.size(); index-- > 0;) {
-            const std::int64_t width = portCount(firstIO(tracks[index], "Input"));
-            const auto start = LiveTraxGenerator::captureStart(tracks[index]);
+            const std::int64_t width = tracks[index].width();
+            const auto start = tracks[index].firstCapture();
             if ((width == 1 || width == 2) && start)
                 byStart[width == 2][*start].push_back(index);
         }
     }
 
     /// The first unclaimed track, in document order, of the channel's width and first input.
-    XMLElement claim(const LV1Channel &channel) {
+    std::optional<Track> claim(const LV1Channel &channel) {
         auto &waiting = byStart[channel.stereo()];
         const auto found = waiting.find(std::int64_t{channel.inputIndex()} + 1);
         if (found == waiting.end() || found->second.empty())
@@ -82,8 +84,8 @@ public:
         return tracks[index];
     }
 
-    std::vector<XMLElement> unclaimed() const {
-        std::vector<XMLElement> left;
+    std::vector<Track> unclaimed() const {
+        std::vector<Track> left;
         for (std::size_t index = 0; index < tracks.size(); ++index)
             if (!claimed[index])
                 left.push_back(tracks[index]);
@@ -91,7 +93,7 @@ public:
     }
 
 private:
-    std::vector<XMLElement> tracks;
+    std::vector<Track> tracks;
     std::vector<bool> claimed;
     /// For mono and for stereo tracks: by first capture number, the last in document order first.
     std::array<std::unordered_map<std::int64_t, std::vector<std::size_t>>, 2> byStart;
@@ -102,19 +104,16 @@ struct Look {
     std::optional<std::string> order;
     std::optional<std::string> color;
 
-    explicit Look(XMLElement track)
-        : name(track.attribute("name")), order(track.firstChild("PresentationInfo").attribute("order")),
-          color(track.firstChild("PresentationInfo").attribute("color")) {}
+    explicit Look(Track track) : name(track.name()), order(track.order()), color(track.color()) {}
 };
 
 TrackDecision decision(Action action, const LV1Channel &channel) {
     return {action, channel.name(), channel.inputIndex(), channel.stereo(), {}};
 }
 
-TrackDecision reconfigure(XMLElement track, XMLElement playlist, const LV1Channel &channel,
-                          std::size_t position) {
+TrackDecision reconfigure(Track track, XMLElement playlist, const LV1Channel &channel, std::size_t position) {
     const Look before(track);
-    LiveTraxGenerator::configure(track, playlist, channel, position);
+    LiveTraxGenerator::configure(track.element(), playlist, channel, position);
     const Look after(track);
 
     TrackDecision made = decision(Action::keep, channel);
@@ -139,14 +138,14 @@ public:
           models(modelTracks(audioTracks(templateRoot))) {}
 
     TrackDecision add(const LV1Channel &channel, std::size_t position, ObjectIds &ids) {
-        const XMLElement model = channel.stereo() ? models.stereo : models.mono;
-        const auto played = model.attribute("audio-playlist");
+        const Track model = channel.stereo() ? models.stereo : models.mono;
+        const auto played = model.playlist();
         const XMLElement modelPlaylist =
             played ? modelPlaylists.firstChild("Playlist", "name", *played) : XMLElement();
         // The recorder would lose a track that names a playlist which is not there.
         if (!modelPlaylist)
             throw GeneratorError::invalidTemplate();
-        const XMLElement route = routes.appendCopy(model);
+        const XMLElement route = routes.appendCopy(model.element());
         const XMLElement playlist = playlists.appendCopy(modelPlaylist);
         ids.renumber(route, playlist);
         LiveTraxGenerator::configure(route, playlist, channel, position);
@@ -160,15 +159,15 @@ private:
     ModelTracks models;
 };
 
-TrackDecision remove(XMLElement track, PlaylistTable &playlists) {
-    const auto start = LiveTraxGenerator::captureStart(track);
+TrackDecision remove(Track track, PlaylistTable &playlists) {
+    const auto start = track.firstCapture();
     TrackDecision made{Action::remove,
-                       track.attribute("name").value_or(""),
+                       track.name().value_or(""),
                        start ? std::optional(std::max<std::int64_t>(*start, 1) - 1) : std::nullopt,
-                       portCount(firstIO(track, "Input")) == 2,
+                       track.width() == 2,
                        {}};
     playlists.remove(track);
-    track.remove();
+    track.element().remove();
     return made;
 }
 
@@ -194,12 +193,12 @@ UpdatePlan updateSessionTree(XMLElement sessionRoot, XMLElement templateRoot,
     UpdatePlan plan;
     for (std::size_t position = 0; position < channels.size(); ++position) {
         const LV1Channel &channel = channels[position];
-        if (const XMLElement track = existing.claim(channel))
-            plan.tracks.push_back(reconfigure(track, playlists.keep(track), channel, position));
+        if (const auto track = existing.claim(channel))
+            plan.tracks.push_back(reconfigure(*track, playlists.keep(*track), channel, position));
         else
             plan.tracks.push_back(maker.add(channel, position, ids));
     }
-    for (const XMLElement track : existing.unclaimed())
+    for (const Track track : existing.unclaimed())
         plan.tracks.push_back(remove(track, playlists));
     ids.store(sessionRoot);
 

@@ -1,0 +1,89 @@
+#include "livetrax/session/Backups.h"
+
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "livetrax/session/LiveTraxPaths.h"
+#include "platform/files/Files.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace corvane {
+namespace {
+
+using Path = std::filesystem::path;
+using Time = std::chrono::system_clock::time_point;
+
+constexpr std::string_view BACKUP_PREFIX = "Corvane pre-sync ";
+constexpr std::string_view BACKUP_EXTENSION = ".ardour";
+
+/// Local time to the millisecond, as "2024-05-01_20-15-03-250".
+std::string timestamp(Time time) {
+    using std::chrono::milliseconds;
+    const auto whole = std::chrono::floor<std::chrono::seconds>(time);
+    const auto fraction = std::chrono::duration_cast<milliseconds>(time - whole).count();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(whole);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    std::array<char, 64> date{};
+    std::strftime(date.data(), date.size(), "%Y-%m-%d_%H-%M-%S", &local);
+    std::array<char, 80> text{};
+    std::snprintf(text.data(), text.size(), "%s-%03d", date.data(), static_cast<int>(fraction));
+    return text.data();
+}
+
+/// Whether two paths lead to one folder; where the system cannot tell, whether they are written alike.
+bool isSameFolder(const Path &left, const Path &right) {
+    std::error_code unknown;
+    const bool same = std::filesystem::equivalent(left, right, unknown);
+    return unknown ? sessionPath(left).lexically_normal() == sessionPath(right).lexically_normal() : same;
+}
+
+bool isBackup(const std::filesystem::directory_entry &entry) {
+    const std::string name = entry.path().filename().string();
+    std::error_code unreadable;
+    const auto status = entry.symlink_status(unreadable);
+    return name.starts_with(BACKUP_PREFIX) && name.ends_with(BACKUP_EXTENSION) && !unreadable &&
+           status.type() == std::filesystem::file_type::regular;
+}
+
+} // namespace
+
+/// A backup that bears that time already (the clock was set back, or summer time has ended) is worth no less:
+/// the new one takes the next free millisecond rather than its place.
+Path session::makeBackup(const Path &sessionURL, Time now) {
+    const Path folder = appending(sessionURL, "backup");
+    createFolders(folder);
+    const auto copyAt = [&](Time time) {
+        return folder / (std::string(BACKUP_PREFIX) + timestamp(time) + std::string(BACKUP_EXTENSION));
+    };
+    while (fileExists(copyAt(now)))
+        now += std::chrono::milliseconds(1);
+    copyFile(LiveTraxGenerator::sessionFile(sessionURL), copyAt(now));
+    return copyAt(now);
+}
+
+void LiveTraxGenerator::removeOlderBridgeBackups(const Path &folder, const Path &keeping) {
+    // Named as the folder's own entry, whatever way the caller wrote the folder.
+    const bool keptIsHere = isSameFolder(folder, sessionPath(keeping).parent_path());
+    const std::string kept = keptIsHere ? lastPathComponent(keeping) : std::string();
+
+    std::vector<Path> older;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error);
+         !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
+        if (isBackup(*entry) && entry->path().filename() != kept)
+            older.push_back(entry->path());
+    if (error)
+        return; // a folder that is not seen whole is left as it is
+    for (const Path &backup : older) {
+        std::error_code ignored;
+        std::filesystem::remove(backup, ignored);
+    }
+}
+
+} // namespace corvane

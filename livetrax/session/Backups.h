@@ -1,0 +1,13 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+
+namespace corvane::session {
+
+/// Copies a session's file as it stands on disk into the session's backup folder, under the time of the copy,
+/// and returns the copy's path. Throws FileError. Internal to livetrax/session.
+std::filesystem::path makeBackup(const std::filesystem::path &sessionURL,
+                                 std::chrono::system_clock::time_point now);
+
+} // namespace corvane::session

@@ -1,0 +1,49 @@
+#include "livetrax/session/ObjectIds.h"
+
+#include "base/Preconditions.h"
+#include "base/Text.h"
+#include "livetrax/session/Track.h"
+
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+namespace corvane::session {
+
+ObjectIds::ObjectIds(XMLElement root) {
+    constexpr std::uint64_t usual = 10000;
+    const auto text = root.attribute("id-counter");
+    counter = text ? unsignedInteger(*text).value_or(usual) : usual;
+}
+
+void ObjectIds::renumber(XMLElement route, XMLElement playlist) {
+    std::unordered_map<std::string, std::string> newIds;
+    const auto giveId = [&](XMLElement element) {
+        if (auto old = element.attribute("id")) {
+            counter = addingChecked(counter, std::uint64_t{1});
+            newIds[*std::move(old)] = std::to_string(counter);
+        }
+    };
+    forEachElement(route, giveId);
+    forEachElement(playlist, giveId);
+    if (newIds.empty())
+        return;
+
+    // One pass over the old texts, so that a new id that equals some other old one is not replaced again.
+    const auto replaceIds = [&](XMLElement element) {
+        for (XMLAttribute attribute : element.attributes()) {
+            const auto found = newIds.find(attribute.value());
+            if (found != newIds.end())
+                attribute.setValue(found->second);
+        }
+    };
+    forEachElement(route, replaceIds);
+    forEachElement(playlist, replaceIds);
+}
+
+void ObjectIds::store(XMLElement root) const {
+    constexpr std::uint64_t gap = 100;
+    root.setAttribute("id-counter", std::to_string(addingChecked(counter, gap)));
+}
+
+} // namespace corvane::session

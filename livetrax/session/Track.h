@@ -1,0 +1,148 @@
+#pragma once
+
+#include "livetrax/session/XMLTree.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// What the session engine sees of a session's or a template's tree: views, each as cheap to copy as the
+// element it looks at and valid as long. All that they do not name stays as it stands. Internal to
+// livetrax/session.
+
+namespace corvane::session {
+
+constexpr std::string_view CAPTURE_PREFIX = "system:capture_";
+constexpr std::string_view PLAYBACK_PREFIX = "system:playback_";
+
+/// Calls `visit` with an element and all elements below it, depth first in document order. The tree must not
+/// change meanwhile, attribute values excepted.
+template <class Visit>
+void forEachElement(XMLElement top, Visit visit) {
+    XMLElement element = top;
+    while (element) {
+        visit(element);
+        XMLElement following = element.firstChild();
+        while (!following && element != top) {
+            following = element.next();
+            element = element.parent();
+        }
+        element = following;
+    }
+}
+
+/// The inputs or outputs of a route or a processor; may be none, and then has no ports.
+class IO {
+public:
+    IO() = default;
+    explicit IO(XMLElement element) : element(element) {}
+    /// The first of each direction.
+    static IO inputOf(XMLElement owner) { return IO(owner.firstChild("IO", "direction", "Input")); }
+    static IO outputOf(XMLElement owner) { return IO(owner.firstChild("IO", "direction", "Output")); }
+
+    explicit operator bool() const { return static_cast<bool>(element); }
+    /// The number of ports.
+    std::int64_t width() const;
+    XMLChildren ports() const { return element.children("Port"); }
+    /// Calls `visit` with each connection of a port to a port outside of the session, and with that one's
+    /// name.
+    template <class Visit>
+    static void forEachConnection(XMLElement port, Visit visit) {
+        std::string buffer;
+        for (const XMLElement connection : port.children("ExtConnection"))
+            if (const XMLAttribute other = connection.findAttribute("other"))
+                visit(other, other.value(buffer));
+    }
+    template <class Visit>
+    void forEachConnection(Visit visit) const {
+        for (const XMLElement port : ports())
+            forEachConnection(port, visit);
+    }
+    /// The first connection that begins with `prefix`, and the number that follows it there.
+    std::optional<std::string> firstConnectionText(std::string_view prefix) const;
+    std::optional<std::int64_t> firstConnection(std::string_view prefix) const;
+    /// Connects what each port is connected to with engine ports in a row instead; with `only`, what begins
+    /// with it.
+    void connect(std::string_view prefix, std::int64_t firstNumber, std::string_view only = "");
+    /// Names the IO itself, and its ports after it: "Kick/audio_send 1".
+    void nameSends(const std::string &name);
+
+private:
+    XMLElement element;
+};
+
+/// The processor that sends a track to playback channels of its own.
+class DirectOut {
+public:
+    static bool is(XMLElement element);
+    explicit DirectOut(XMLElement processor) : processor(processor) {}
+
+    XMLElement element() const { return processor; }
+    /// Its first playback channel, as it says itself: 0 when it says none.
+    std::int64_t slot() const;
+    std::optional<std::string> slotText() const { return processor.attribute("bitslot"); }
+    /// The first playback channel that it is connected to.
+    std::optional<std::int64_t> firstPlaybackChannel() const;
+    /// How many playback channels it takes, at least 1.
+    std::int64_t width() const;
+    /// Fills a model's direct out for a channel; a slot that is not there is not added.
+    void configure(const std::string &name, std::int64_t firstChannel);
+    /// Moves it to the run of playback channels that begins with `slot`, also one that had no slot so far.
+    void moveTo(std::int64_t slot);
+
+private:
+    XMLElement processor;
+};
+
+/// A route: an audio track or a bus.
+class Track {
+public:
+    explicit Track(XMLElement route) : route(route) {}
+
+    XMLElement element() const { return route; }
+    std::optional<std::string> name() const { return route.attribute("name"); }
+    bool isAudioTrack() const;
+    /// Its place from the top, counted from 1, and its colour, as they stand in the file.
+    std::optional<std::string> order() const { return presentation().attribute("order"); }
+    std::optional<std::string> color() const { return presentation().attribute("color"); }
+    void setLook(const std::string &name, const std::string &order, const std::string &color);
+    IO input() const { return IO::inputOf(route); }
+    std::int64_t width() const { return input().width(); }
+    /// The number of the first capture port that its input is connected to.
+    std::optional<std::int64_t> firstCapture() const { return input().firstConnection(CAPTURE_PREFIX); }
+    std::vector<DirectOut> directOuts() const;
+    void arm();
+    /// The text before "/audio_" in the names of its own ports.
+    std::string engineNamespace() const;
+    /// What it names as its playlist.
+    std::optional<std::string> playlist() const { return route.attribute("audio-playlist"); }
+
+private:
+    XMLElement presentation() const { return route.firstChild("PresentationInfo"); }
+    XMLElement route;
+};
+
+/// The audio tracks among the routes of a root's first "Routes", in document order.
+std::vector<Track> audioTracks(XMLElement root);
+
+/// Whether a name marks what belongs to the user.
+bool isPreservedName(std::string_view name);
+
+/// All ports and direct outs of a tree, each in document order.
+struct EnginePorts {
+    explicit EnginePorts(XMLElement root);
+    std::vector<XMLElement> ports;
+    std::vector<DirectOut> directOuts;
+};
+
+/// The mono and the stereo audio track of the base template that new tracks are copied from.
+struct ModelTracks {
+    Track mono;
+    Track stereo;
+};
+/// Throws GeneratorError (invalidTemplate) when either is missing.
+ModelTracks modelTracks(const std::vector<Track> &tracks);
+
+} // namespace corvane::session
