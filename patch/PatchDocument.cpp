@@ -7,9 +7,9 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <locale>
+#include <map>
 #include <optional>
-#include <sstream>
+#include <utility>
 
 namespace corvane {
 
@@ -139,44 +139,67 @@ json parsed(std::string_view text) {
 
 // Writing
 
-std::string quoted(const std::string &text) {
-    return json(text).dump(-1, ' ', false, json::error_handler_t::replace);
+/// Values whose reals have 32 bits, as a colour has: they print no more digits than tell it from its
+/// neighbours.
+using Reals =
+    nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, float>;
+
+/// Appends a text in quotes. Nearly all names are plain ASCII, which is copied as it stands.
+void appendQuoted(std::string &to, const std::string &text) {
+    const bool isPlain = std::all_of(text.begin(), text.end(),
+                                     [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+    if (isPlain)
+        to.append(1, '"').append(text).append(1, '"');
+    else
+        to += json(text).dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-/// The shortest decimal that reads back as the same number, whatever the locale.
+/// A decimal that reads back as the same number, whatever the locale; a colour that is not finite is null. A
+/// colour is a number with a fraction, even at 0 and 1.
 std::string decimal(float value) {
-    if (!std::isfinite(value))
-        return "null";
-    std::string text;
-    for (int digits = 6; digits <= std::numeric_limits<float>::max_digits10; ++digits) {
-        std::ostringstream out;
-        out.imbue(std::locale::classic());
-        out.precision(digits);
-        out << value;
-        text = out.str();
-        std::istringstream in(text);
-        in.imbue(std::locale::classic());
-        double back = 0;
-        in >> back;
-        if (static_cast<float>(back) == value)
-            break;
-    }
-    // A colour is a number with a fraction, even at 0 and 1.
-    return text.find_first_of(".e") == std::string::npos ? text + ".0" : text;
+    return Reals(value).dump();
 }
 
-/// A text with commas, quotes or line breaks in quotes, its own quotes doubled.
-std::string cell(const std::string &text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    std::string inQuotes = "\"";
+/// Appends a text; one with commas, quotes or line breaks in quotes, its own quotes doubled.
+void appendCell(std::string &to, const std::string &text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos) {
+        to += text;
+        return;
+    }
+    to += '"';
     for (const char c : text)
-        inQuotes += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return inQuotes + "\"";
+        to.append(c == '"' ? 2 : 1, c);
+    to += '"';
 }
 
 const char *truth(bool value) {
     return value ? "true" : "false";
+}
+
+void appendObject(std::string &to, const LV1Channel &channel) {
+    to += "{\"name\":";
+    appendQuoted(to, channel.name());
+    to.append(",\"stereo\":").append(truth(channel.stereo())).append(",\"driver\":");
+    appendQuoted(to, channel.driver());
+    to.append(",\"inputIndex\":").append(std::to_string(channel.inputIndex())).append(",\"sourceType\":");
+    appendQuoted(to, channel.sourceType());
+    to.append(",\"sourceIndex\":").append(std::to_string(channel.sourceIndex()));
+    to.append(",\"red\":").append(decimal(channel.red));
+    to.append(",\"green\":").append(decimal(channel.green));
+    to.append(",\"blue\":").append(decimal(channel.blue)).append(1, '}');
+}
+
+/// The channels as objects, `separator` before each and a comma between.
+void appendObjects(std::string &to, const std::vector<LV1Channel> &channels, const char *separator) {
+    constexpr std::size_t usualSize = 192;
+    to.reserve(to.size() + usualSize * channels.size());
+    bool isFirst = true;
+    for (const auto &each : channels) {
+        if (!std::exchange(isFirst, false))
+            to += ',';
+        to += separator;
+        appendObject(to, each);
+    }
 }
 
 } // namespace
@@ -208,26 +231,21 @@ std::vector<LV1Channel> readPatchDocument(std::string_view text) {
 }
 
 std::string channelObject(const LV1Channel &channel) {
-    return "{\"name\":" + quoted(channel.name()) + ",\"stereo\":" + truth(channel.stereo()) +
-           ",\"driver\":" + quoted(channel.driver()) +
-           ",\"inputIndex\":" + std::to_string(channel.inputIndex()) +
-           ",\"sourceType\":" + quoted(channel.sourceType()) +
-           ",\"sourceIndex\":" + std::to_string(channel.sourceIndex()) + ",\"red\":" + decimal(channel.red) +
-           ",\"green\":" + decimal(channel.green) + ",\"blue\":" + decimal(channel.blue) + "}";
+    std::string text;
+    appendObject(text, channel);
+    return text;
 }
 
 std::string channelArray(const std::vector<LV1Channel> &channels) {
     std::string text = "[";
-    for (const auto &each : channels)
-        text += (text.size() == 1 ? "" : ",") + channelObject(each);
+    appendObjects(text, channels, "");
     return text + "]";
 }
 
 std::string patchDocument(const std::vector<LV1Channel> &channels) {
-    std::string lines;
-    for (const auto &each : channels)
-        lines += (lines.empty() ? "\n" : ",\n") + channelObject(each);
-    return "{\"version\":" + std::to_string(documentVersion) + ",\"channels\":[" + lines + "\n]}\n";
+    std::string text = "{\"version\":" + std::to_string(documentVersion) + ",\"channels\":[";
+    appendObjects(text, channels, "\n");
+    return text + "\n]}\n";
 }
 
 std::string patchTable(const std::vector<LV1Channel> &channels) {
@@ -236,10 +254,15 @@ std::string patchTable(const std::vector<LV1Channel> &channels) {
         text += (text.empty() ? "" : ",") + std::string(name);
     text += "\n";
     for (const auto &each : channels) {
-        text += cell(each.name()) + "," + truth(each.stereo()) + "," + cell(each.driver()) + "," +
-                std::to_string(each.inputIndex()) + "," + cell(each.sourceType()) + "," +
-                std::to_string(each.sourceIndex()) + "," + decimal(each.red) + "," + decimal(each.green) +
-                "," + decimal(each.blue) + "\n";
+        appendCell(text, each.name());
+        text.append(",").append(truth(each.stereo())).append(",");
+        appendCell(text, each.driver());
+        text.append(",").append(std::to_string(each.inputIndex())).append(",");
+        appendCell(text, each.sourceType());
+        text.append(",").append(std::to_string(each.sourceIndex()));
+        for (const float colour : {each.red, each.green, each.blue})
+            text.append(",").append(decimal(colour));
+        text += '\n';
     }
     return text;
 }

@@ -92,6 +92,28 @@ TEST(PatchDocument, AColourThatIsNotFiniteIsWrittenAsNull) {
               std::string::npos);
 }
 
+TEST(PatchDocument, AColourHasNoMoreDigitsThanTellItFromItsNeighbours) {
+    const std::vector<std::pair<float, std::string>> table{{0.0F, "0.0"},
+                                                           {-0.0F, "-0.0"},
+                                                           {1.0F, "1.0"},
+                                                           {0.1F, "0.1"},
+                                                           {1.0F / 255, "0.003921569"},
+                                                           {0.55F, "0.55"},
+                                                           {0.33333334F, "0.33333334"},
+                                                           {1e-5F, "1e-05"}};
+    for (const auto &[colour, text] : table) {
+        const auto object = channelObject(channel("x", colour));
+        EXPECT_NE(object.find("\"red\":" + text + ","), std::string::npos) << object;
+    }
+}
+
+TEST(PatchDocument, EveryCharacterOfANameReadsBack) {
+    for (int byte = 0; byte < 0x80; ++byte) {
+        const std::string name = "a" + std::string(1, static_cast<char>(byte)) + "z";
+        EXPECT_EQ(readPatchDocument(patchDocument({channel(name)})).front().name(), name) << byte;
+    }
+}
+
 TEST(PatchDocument, ANameThatIsNotUTF8StillMakesADocument) {
     EXPECT_EQ(readPatchDocument(patchDocument({channel("a\xFFz")})).front().name(), "a\xEF\xBF\xBDz");
 }
