@@ -3,6 +3,7 @@
 #include "base/UTF8.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdio>
@@ -54,50 +55,11 @@ std::string_view validOrEmpty(std::string_view text) {
     return isStrictUTF8(bytesOf(text), text.size()) ? text : std::string_view();
 }
 
-/// The value of a case that has been looked up already.
-template <class Case>
-const Case &held(const OSCValue &value) {
-    const Case *const found = std::get_if<Case>(&value);
-    if (found == nullptr)
-        __builtin_unreachable();
-    return *found;
-}
-
 constexpr std::size_t paddedSize(std::size_t length) {
     return (length + 4) & ~std::size_t{3};
 }
 
 // ---- writing
-
-char tagOf(const OSCValue &value) {
-    switch (value.index()) {
-    case 0:
-        return 'i';
-    case 1:
-        return 'h';
-    case 2:
-        return 'f';
-    case 3:
-        return 's';
-    default:
-        return held<bool>(value) ? 'T' : 'F';
-    }
-}
-
-/// The bytes an argument takes, were its text valid.
-std::size_t argumentSize(const OSCValue &value) {
-    switch (value.index()) {
-    case 0:
-    case 2:
-        return 4;
-    case 1:
-        return 8;
-    case 3:
-        return paddedSize(held<std::string>(value).size());
-    default:
-        return 0;
-    }
-}
 
 /// Writes a text into bytes that are zero already, and returns where the next item goes.
 std::uint8_t *writeText(std::uint8_t *to, std::string_view validText) {
@@ -106,22 +68,70 @@ std::uint8_t *writeText(std::uint8_t *to, std::string_view validText) {
     return to + paddedSize(validText.size());
 }
 
-std::uint8_t *writeArgument(std::uint8_t *to, const OSCValue &value) {
-    switch (value.index()) {
-    case 0:
-        store(to, static_cast<std::uint32_t>(held<std::int32_t>(value)));
+/// How a case of OSCValue is written: its tag, the bytes that it takes (were a text valid), and the bytes. A
+/// case that has none does not compile.
+template <class Case>
+struct Form;
+
+template <>
+struct Form<std::int32_t> {
+    static char tag(std::int32_t) { return 'i'; }
+    static std::size_t size(std::int32_t) { return 4; }
+    static std::uint8_t *write(std::uint8_t *to, std::int32_t value) {
+        store(to, static_cast<std::uint32_t>(value));
         return to + 4;
-    case 1:
-        store(to, static_cast<std::uint64_t>(held<std::int64_t>(value)));
-        return to + 8;
-    case 2:
-        store(to, std::bit_cast<std::uint32_t>(held<float>(value)));
-        return to + 4;
-    case 3:
-        return writeText(to, validOrEmpty(held<std::string>(value)));
-    default:
-        return to;
     }
+};
+
+template <>
+struct Form<std::int64_t> {
+    static char tag(std::int64_t) { return 'h'; }
+    static std::size_t size(std::int64_t) { return 8; }
+    static std::uint8_t *write(std::uint8_t *to, std::int64_t value) {
+        store(to, static_cast<std::uint64_t>(value));
+        return to + 8;
+    }
+};
+
+template <>
+struct Form<float> {
+    static char tag(float) { return 'f'; }
+    static std::size_t size(float) { return 4; }
+    static std::uint8_t *write(std::uint8_t *to, float value) {
+        store(to, std::bit_cast<std::uint32_t>(value));
+        return to + 4;
+    }
+};
+
+template <>
+struct Form<std::string> {
+    static char tag(const std::string &) { return 's'; }
+    static std::size_t size(const std::string &text) { return paddedSize(text.size()); }
+    static std::uint8_t *write(std::uint8_t *to, const std::string &text) {
+        return writeText(to, validOrEmpty(text));
+    }
+};
+
+template <>
+struct Form<bool> {
+    static char tag(bool value) { return value ? 'T' : 'F'; }
+    static std::size_t size(bool) { return 0; }
+    static std::uint8_t *write(std::uint8_t *to, bool) { return to; }
+};
+
+template <class Held>
+using FormOf = Form<std::remove_cvref_t<Held>>;
+
+char tagOf(const OSCValue &value) {
+    return std::visit([](const auto &held) { return FormOf<decltype(held)>::tag(held); }, value);
+}
+
+std::size_t argumentSize(const OSCValue &value) {
+    return std::visit([](const auto &held) { return FormOf<decltype(held)>::size(held); }, value);
+}
+
+std::uint8_t *writeArgument(std::uint8_t *to, const OSCValue &value) {
+    return std::visit([to](const auto &held) { return FormOf<decltype(held)>::write(to, held); }, value);
 }
 
 // ---- reading
@@ -143,25 +153,25 @@ std::size_t lengthOf(const std::uint8_t *start, std::size_t count) {
 std::optional<Text> readBytes(OSCCodec::ByteView bytes, std::size_t &offset) {
     if (offset >= bytes.size())
         return std::nullopt;
+    constexpr std::uint64_t ones = 0x0101010101010101, highBits = 0x8080808080808080;
     constexpr std::size_t shortText = 32;
     const std::uint8_t *const start = bytes.data() + offset;
     const std::size_t count = bytes.size() - offset;
-    std::uint32_t all = 0;
+    std::uint64_t all = 0;
     std::size_t length = 0;
     for (; length < shortText && count - length >= sizeof all; length += sizeof all) {
-        const auto word = load<std::uint32_t>(start + length);
-        const std::uint32_t zeros = (word - 0x01010101U) & ~word & 0x80808080U;
+        // The byte that comes first in the text is the lowest, and of those marked here the lowest is a NUL.
+        const std::uint64_t word = __builtin_bswap64(load<std::uint64_t>(start + length));
+        const std::uint64_t zeros = (word - ones) & ~word & highBits;
         if (zeros == 0) {
             all |= word;
             continue;
         }
-        // Big-endian: the byte that comes first in the text is the highest.
-        std::size_t before = 0;
-        while (start[length + before] != 0)
-            all |= start[length + before++];
-        length += before;
+        const auto bitsBefore = static_cast<std::size_t>(std::countr_zero(zeros)) - 7;
+        all |= word & ((std::uint64_t{1} << bitsBefore) - 1);
+        length += bitsBefore / 8;
         offset = paddedSize(offset + length);
-        return Text{{reinterpret_cast<const char *>(start), length}, (all & 0x80808080U) == 0};
+        return Text{{reinterpret_cast<const char *>(start), length}, (all & highBits) == 0};
     }
     length += lengthOf(start + length, count - length);
     if (length == count)
@@ -182,28 +192,36 @@ bool remains(OSCCodec::ByteView bytes, std::size_t offset, std::size_t count) {
     return offset <= bytes.size() && bytes.size() - offset >= count;
 }
 
+/// Appends a text of the message. Most are short enough to stand in the string itself, and then it is cheaper
+/// to copy a fixed number of bytes and cut them off than to copy as many as there are.
+void appendText(std::vector<OSCValue> &values, std::string_view text, OSCCodec::ByteView bytes) {
+    constexpr std::size_t fixed = 15;
+    const auto *const end = reinterpret_cast<const char *>(bytes.data() + bytes.size());
+    if (text.empty() || text.size() > fixed || static_cast<std::size_t>(end - text.data()) < fixed) {
+        values.emplace_back(std::in_place_type<std::string>, text);
+        return;
+    }
+    values.emplace_back(std::in_place_type<std::string>, text.data(), fixed);
+    std::get_if<std::string>(&values.back())->resize(text.size());
+}
+
+/// The least number of four-byte words that the argument of a tag takes; more than there can be for a tag
+/// that is not known.
+constexpr auto leastWords = [] {
+    std::array<std::uint64_t, 256> words{};
+    words.fill(std::uint64_t{1} << 40U);
+    words['i'] = words['f'] = words['s'] = 1;
+    words['h'] = words['d'] = 2;
+    words['T'] = words['F'] = 0;
+    return words;
+}();
+
 /// Whether all tags are known and the bytes behind them can hold that many arguments. So a message is refused
 /// before anything is allocated for it, and its count of arguments can be trusted.
 bool canHold(std::string_view tags, std::size_t room) {
-    std::size_t words = 0;
-    for (const char tag : tags) {
-        switch (tag) {
-        case 'i':
-        case 'f':
-        case 's':
-            words += 1;
-            break;
-        case 'h':
-        case 'd':
-            words += 2;
-            break;
-        case 'T':
-        case 'F':
-            break;
-        default:
-            return false;
-        }
-    }
+    std::uint64_t words = 0;
+    for (const char tag : tags)
+        words += leastWords[static_cast<std::uint8_t>(tag)];
     // A text at the very end may lack its padding.
     return words <= (room + 3) / 4;
 }
@@ -227,7 +245,7 @@ bool readArgument(char tag, OSCCodec::ByteView bytes, std::size_t &offset, std::
         const auto text = readString(bytes, offset);
         if (!text)
             return false;
-        values.emplace_back(std::in_place_type<std::string>, *text);
+        appendText(values, *text, bytes);
         return true;
     }
     case 'h':

@@ -134,6 +134,36 @@ TEST(OSCCodec, TextsThatAreNotStrictUTF8AreEmptyAndTheNextArgumentIsRead) {
     }
 }
 
+/// Texts are looked at in words and copied in pieces: none may be longer or shorter for what stands around
+/// it.
+TEST(OSCCodec, TextsOfEveryLengthAreReadWhole) {
+    for (std::size_t length = 0; length <= 48; ++length) {
+        for (const char *character : {"k", "\x01", "\x7F", "\xC3\xB1"}) {
+            std::string text(length, 'a');
+            text.replace(length / 2, length == 0 ? 0 : 1, character);
+            for (const OSCMessage &message :
+                 {OSCMessage{"/x", {V(text)}}, OSCMessage{"/x", {V(text), V("\x01"), V(0x01010101)}},
+                  OSCMessage{"/" + text, {V(text), V(text), V(true)}}}) {
+                EXPECT_EQ(OSCCodec::parse(OSCCodec::message(message.address, message.values)),
+                          std::optional(message))
+                    << length;
+            }
+        }
+    }
+}
+
+TEST(OSCCodec, BytesBehindATextAreNoPartOfIt) {
+    for (std::size_t length = 0; length <= 32; ++length) {
+        auto bytes = raw("/x\0\0,si\0") + OSCBytes(length, 'a');
+        bytes.push_back(0);
+        while (bytes.size() % 4 != 0)
+            bytes.push_back(0x80); // padding that is none
+        const auto message = OSCCodec::parse(bytes + raw("\x80\x80\x80\x80"));
+        EXPECT_EQ(message, std::optional(OSCMessage{"/x", {V(std::string(length, 'a')), V(-2139062144)}}))
+            << length;
+    }
+}
+
 TEST(OSCCodec, TheEdgesOfUTF8AreRead) {
     for (const char *text :
          {"\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80", "\xEF\xBF\xBF",
