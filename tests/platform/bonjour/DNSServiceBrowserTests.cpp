@@ -232,8 +232,13 @@ TEST_F(DNSServiceSearch, StoppedByTheDelegateAmidABurstItReportsNoMoreOfIt) {
 TEST_F(DNSServiceSearch, TheDelegateMayBeGone) {
     search();
     daemon->say(Kind::added, "A");
+    const std::weak_ptr<Delegate> gone = delegate;
     delegate.reset();
+    EXPECT_TRUE(gone.expired()) << "the search keeps its delegate";
     clock->advance(1s);
+    daemon->say(Kind::removed, "A");
+    clock->advance(1s);
+    EXPECT_NE(daemon->browsing, nullptr) << "the search goes on until it is ended";
 }
 
 TEST_F(DNSServiceSearch, ResolvesAServiceAndLetsGoOfTheQueryAfterItsFirstAnswer) {

@@ -192,17 +192,21 @@ TEST(AsioRuntime, LetsGoOfWaitingTasksEvenWhenTheyHoldTheirQueue) {
 TEST(AsioRuntime, LetsThoseWhoPostWhileItEndsBe) {
     for (int round = 0; round < 50; ++round) {
         std::atomic<bool> stop{false};
+        std::atomic<int> ran{0};
         auto runtime = std::make_unique<AsioRuntime>();
         const auto queue = runtime->make("Corvane.Test");
         std::thread poster([&] {
             while (!stop) {
-                queue->post([] {});
-                queue->after(0ms, [] {}).cancel();
+                queue->post([&] { ++ran; });
+                queue->after(0ms, [&] { ++ran; }).cancel();
             }
         });
         runtime.reset();
+        const int ranUntilTheEnd = ran;
+        queue->post([&] { ++ran; });
         stop = true;
         poster.join();
+        EXPECT_EQ(ran, ranUntilTheEnd) << "a task ran after its threads had ended";
     }
 }
 
@@ -250,9 +254,11 @@ TEST(AsioMainQueue, LeavesWhatWasQueuedBehindTheQuitForTheNextRun) {
 
 TEST(AsioMainQueue, EndsARunThatWasQuitBeforeItBegan) {
     AsioMainQueue main;
+    bool ran = false;
     main.quit();
+    main.after(1h, [&] { ran = true; }); // without the quit, the run would wait for it
     main.run();
-    SUCCEED();
+    EXPECT_FALSE(ran);
 }
 
 TEST(AsioMainQueue, TakesTasksFromOtherThreads) {
