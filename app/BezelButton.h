@@ -5,7 +5,8 @@
 
 namespace corvane {
 
-/// A large push button with a rounded bezel in a colour of its own; dimmed while disabled.
+/// A large push button with a rounded bezel in a colour of its own, and a shape beside its title where the
+/// look has one; dimmed while disabled.
 class BezelButton : public PushButton {
 public:
     explicit BezelButton(const QString &title, QWidget *parent = nullptr);
@@ -23,8 +24,9 @@ protected:
 
 private:
     QColor bezel() const;
+    int contentWidth() const;
 
-    ButtonLook look{0.24, 0.24, 0.24, 1.0, ButtonLook::Tint::white};
+    ButtonLook look{0.24, 0.24, 0.24};
 };
 
 } // namespace corvane

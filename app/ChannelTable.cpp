@@ -1,6 +1,7 @@
 #include "app/ChannelTable.h"
 
-#include "app/PlainToolTip.h"
+#include "app/Look.h"
+#include "app/ShownText.h"
 #include "base/Preconditions.h"
 
 #include <QHeaderView>
@@ -8,8 +9,10 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QStyledItemDelegate>
+#include <QTimerEvent>
 
 #include <algorithm>
+#include <utility>
 
 namespace corvane {
 
@@ -19,6 +22,8 @@ constexpr int rowPoints = 24;
 constexpr int swatchSize = 18;
 constexpr QPoint swatchPosition{5, 3};
 constexpr qreal swatchRadius = 4;
+constexpr int framePeriod = 16; // milliseconds
+constexpr auto emptyText = "No channels yet. They appear here once an LV1 console is connected.";
 
 const QString colorColumn = QStringLiteral("color");
 
@@ -58,20 +63,53 @@ const std::vector<ChannelTableModel::Column> &ChannelTableModel::columns() {
 }
 
 void ChannelTableModel::setChannels(const std::vector<LV1Channel> &list) {
+    // The rows that stay are changed in place: the view then keeps its position.
     const int before = rowCount();
     const int after = static_cast<int>(list.size());
-    // The rows that stay are changed in place: the view then keeps its position.
-    if (after > before)
+    for (int row = 0; row < std::min(before, after); ++row)
+        setChannel(row, list[static_cast<std::size_t>(row)]);
+    if (after > before) {
         beginInsertRows({}, before, after - 1);
-    else if (after < before)
-        beginRemoveRows({}, after, before - 1);
-    channels = list;
-    if (after > before)
+        channels.insert(channels.end(), list.begin() + before, list.end());
         endInsertRows();
-    else if (after < before)
+    } else if (after < before) {
+        beginRemoveRows({}, after, before - 1);
+        channels.erase(channels.begin() + after, channels.end());
+        recoloured.erase(recoloured.lower_bound(after), recoloured.end());
         endRemoveRows();
-    if (const int kept = std::min(before, after); kept > 0)
-        emit dataChanged(index(0, 0), index(kept - 1, columnCount() - 1));
+    }
+}
+
+/// Reports the cells whose text differs; of another colour it only keeps the row.
+void ChannelTableModel::setChannel(int row, const LV1Channel &channel) {
+    LV1Channel &shown = channels[static_cast<std::size_t>(row)];
+    if (shown == channel)
+        return;
+    if (swatchColor(shown) != swatchColor(channel))
+        recoloured.insert(row);
+    shown.red = channel.red;
+    shown.green = channel.green;
+    shown.blue = channel.blue;
+    if (shown == channel)
+        return;
+    const LV1Channel before = std::exchange(shown, channel);
+    for (int column = 0; column < columnCount(); ++column)
+        if (const QString identifier = columns()[static_cast<std::size_t>(column)].identifier;
+            cellText(identifier, before) != cellText(identifier, channel))
+            emit dataChanged(index(row, column), index(row, column));
+}
+
+void ChannelTableModel::reportColours() {
+    for (const int row : std::exchange(recoloured, {}))
+        emit dataChanged(index(row, 0), index(row, 0));
+}
+
+bool ChannelTableModel::holdsSourcesOf(const std::vector<LV1Channel> &list) const {
+    return std::equal(channels.begin(), channels.end(), list.begin(), list.end(),
+                      [](const LV1Channel &one, const LV1Channel &other) {
+                          return one.sourceIndex() == other.sourceIndex() &&
+                                 one.sourceType() == other.sourceType();
+                      });
 }
 
 int ChannelTableModel::rowCount(const QModelIndex &parent) const {
@@ -106,7 +144,7 @@ QVariant ChannelTableModel::data(const QModelIndex &index, int role) const {
     const QString identifier = headerData(index.column(), Qt::Horizontal, identifierRole).toString();
     switch (role) {
     case Qt::DisplayRole:
-        return cellText(identifier, channel);
+        return oneLine(cellText(identifier, channel));
     case Qt::ToolTipRole:
         return identifier == QLatin1String("name") ? plainToolTip(cellText(identifier, channel)) : QVariant();
     case Qt::AccessibleTextRole:
@@ -172,12 +210,30 @@ void ChannelTable::keepColumnsInView(int column) {
 }
 
 void ChannelTable::reload(const std::vector<LV1Channel> &channels) {
+    const bool follow = selectionModel()->hasSelection() && !channelModel->holdsSourcesOf(channels);
+    const std::vector<Source> selected = follow ? selectedSources() : std::vector<Source>();
     const int position = verticalScrollBar()->value();
-    const std::vector<Source> selected = selectedSources();
     channelModel->setChannels(channels);
-    if (!selected.empty())
+    if (follow)
         select(selected);
     verticalScrollBar()->setValue(position);
+    if (isVisible() && channelModel->hasColoursToReport() && !frame.isActive())
+        frame.start(framePeriod, this);
+}
+
+void ChannelTable::timerEvent(QTimerEvent *event) {
+    if (event->timerId() != frame.timerId()) {
+        QTableView::timerEvent(event);
+        return;
+    }
+    frame.stop();
+    channelModel->reportColours();
+}
+
+/// What changed while nobody could see it.
+void ChannelTable::showEvent(QShowEvent *event) {
+    channelModel->reportColours();
+    QTableView::showEvent(event);
 }
 
 /// What the selected channels are on the console, so that they can be found again.
@@ -204,6 +260,10 @@ void ChannelTable::paintEvent(QPaintEvent *event) {
     for (int row = offset / rowPoints; row * rowPoints - offset < viewport()->height(); ++row)
         painter.fillRect(0, row * rowPoints - offset, viewport()->width(), rowPoints,
                          row % 2 == 0 ? palette().base() : palette().alternateBase());
+    if (channelModel->rowCount() == 0) {
+        painter.setPen(look::grey(look::secondaryGrey));
+        painter.drawText(viewport()->rect(), Qt::AlignCenter, QString::fromUtf8(emptyText));
+    }
     painter.end();
     QTableView::paintEvent(event);
 }

@@ -3,8 +3,10 @@
 #include "lv1/LV1Channel.h"
 
 #include <QAbstractTableModel>
+#include <QBasicTimer>
 #include <QTableView>
 
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,7 +29,10 @@ public:
 
     using QAbstractTableModel::QAbstractTableModel;
 
+    /// Reports what differs, cell by cell, but for colours: those wait for reportColours.
     void setChannels(const std::vector<LV1Channel> &list);
+    bool hasColoursToReport() const { return !recoloured.empty(); }
+    void reportColours();
 
     int rowCount(const QModelIndex &parent = {}) const override;
     int columnCount(const QModelIndex &parent = {}) const override;
@@ -37,15 +42,21 @@ public:
 
     /// What the channel of a row is on the console: the kind of source and its number.
     std::pair<std::string, std::int32_t> source(int row) const;
+    /// Whether row for row the channels are the same ones on the console as those of the list.
+    bool holdsSourcesOf(const std::vector<LV1Channel> &list) const;
 
     /// The text of a cell: that of the input column for any identifier but "color", "name" and "format".
     static QString cellText(const QString &identifier, const LV1Channel &channel);
 
 private:
+    void setChannel(int row, const LV1Channel &channel);
+
     std::vector<LV1Channel> channels;
+    std::set<int> recoloured; ///< rows whose colour has changed since colours were reported
 };
 
-/// The table itself. Reloading it keeps where it was scrolled to and which channels were selected.
+/// The table itself. Reloading it keeps where it was scrolled to and which channels were selected. Colours
+/// that arrive within one frame are painted together, and none while the table is hidden.
 class ChannelTable : public QTableView {
 public:
     explicit ChannelTable(QWidget *parent = nullptr);
@@ -54,6 +65,8 @@ public:
 
 protected:
     void paintEvent(QPaintEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
 
 private:
     using Source = std::pair<std::string, std::int32_t>;
@@ -63,6 +76,7 @@ private:
     void select(const std::vector<Source> &sources);
 
     ChannelTableModel *channelModel;
+    QBasicTimer frame;
 };
 
 } // namespace corvane

@@ -2,11 +2,13 @@
 
 #include "app/AboutText.h"
 #include "app/Desktop.h"
+#include "app/ShownText.h"
 
 #include <QFileDialog>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSettings>
 
 #include <algorithm>
 #include <utility>
@@ -37,7 +39,7 @@ void openAlert(QWidget *parent, const Alert &alert, std::function<void(std::size
     box->setIconPixmap(
         applicationIcon().pixmap(QSize(alertIconSize, alertIconSize), box->devicePixelRatio()));
     box->setText(QString::fromStdString(alert.message));
-    box->setInformativeText(QString::fromStdString(alert.informativeText));
+    box->setInformativeText(readable(QString::fromStdString(alert.informativeText)));
     std::vector<QAbstractButton *> buttons;
     for (const std::string &title : alert.buttons)
         buttons.push_back(box->addButton(QString::fromStdString(title), buttons.empty()
@@ -57,6 +59,8 @@ void openAlert(QWidget *parent, const Alert &alert, std::function<void(std::size
 
 void openFolderChooser(QWidget *parent, const std::filesystem::path &current,
                        std::function<void(std::optional<std::filesystem::path>)> chosen) {
+    // The chooser would keep its size and history in a file of the home.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("/dev/null"));
     auto *panel = new QFileDialog(parent, QStringLiteral("Choose a Folder"));
     panel->setObjectName(QStringLiteral("folderChooser"));
     panel->setAttribute(Qt::WA_DeleteOnClose);

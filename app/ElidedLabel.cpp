@@ -1,6 +1,6 @@
 #include "app/ElidedLabel.h"
 
-#include "app/PlainToolTip.h"
+#include "app/ShownText.h"
 
 #include <QEvent>
 #include <QHelpEvent>
@@ -8,19 +8,6 @@
 #include <QToolTip>
 
 namespace corvane {
-
-namespace {
-
-/// A label shows one line: what the console sends may hold line breaks.
-QString oneLine(QString text) {
-    for (QChar &letter : text)
-        if (letter == u'\n' || letter == u'\r' || letter == QChar::LineSeparator ||
-            letter == QChar::ParagraphSeparator)
-            letter = u' ';
-    return text;
-}
-
-} // namespace
 
 ElidedLabel::ElidedLabel(const QString &text, QWidget *parent) : QLabel(text, parent) {
     setTextFormat(Qt::PlainText);

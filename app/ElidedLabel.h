@@ -14,7 +14,9 @@ public:
     void setDetail(const QString &text);
     bool isElided() const;
 
-    QSize minimumSizeHint() const override { return {0, QLabel::minimumSizeHint().height()}; }
+    /// Of one line, whatever the text: measuring that might take long.
+    QSize sizeHint() const override { return {0, fontMetrics().height()}; }
+    QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
     bool event(QEvent *event) override;

@@ -1,13 +1,16 @@
 #include "app/HostMenu.h"
 
 #include "app/Look.h"
-#include "app/PlainToolTip.h"
+#include "app/ShownText.h"
 
+#include <QAbstractItemView>
 #include <QHelpEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QToolTip>
 #include <QWheelEvent>
+
+#include <algorithm>
 
 namespace corvane {
 
@@ -25,6 +28,45 @@ HostMenu::HostMenu(QWidget *parent) : QComboBox(parent) {
     setSizeAdjustPolicy(AdjustToMinimumContentsLengthWithIcon);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_Hover);
+}
+
+void HostMenu::refill(const std::vector<std::string> &titles) {
+    const bool open = view()->isVisible();
+    const int rowsBefore = count();
+    const QString selected = currentText();
+    const int position = currentIndex();
+    const QString marked = view()->currentIndex().data().toString();
+    const int markedPosition = view()->currentIndex().row();
+    setTitles(titles);
+    setCurrentIndex(positionOf(selected, position));
+    if (!open || count() == 0)
+        return;
+    view()->setCurrentIndex(model()->index(positionOf(marked, markedPosition), 0));
+    const auto shown = [this](int rows) { return std::clamp(rows, 1, maxVisibleItems()); };
+    QWidget *list = view()->window();
+    list->resize(list->width(),
+                 list->height() + (shown(count()) - shown(rowsBefore)) * view()->sizeHintForRow(0));
+}
+
+/// In place, for an open list stays as it is then.
+void HostMenu::setTitles(const std::vector<std::string> &titles) {
+    const int wanted = static_cast<int>(titles.size());
+    while (count() > wanted)
+        removeItem(count() - 1);
+    for (int position = 0; position < wanted; ++position) {
+        const QString title = QString::fromStdString(titles[static_cast<std::size_t>(position)]);
+        if (position == count())
+            addItem({});
+        setItemText(position, oneLine(title));
+        setItemData(position, plainToolTip(title), Qt::ToolTipRole);
+    }
+}
+
+int HostMenu::positionOf(const QString &title, int before) const {
+    if (before >= 0 && itemText(before) == title)
+        return before;
+    const int now = findText(title, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    return now >= 0 || count() == 0 ? now : 0;
 }
 
 QRect HostMenu::textRoom() const {

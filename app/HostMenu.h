@@ -2,6 +2,9 @@
 
 #include <QComboBox>
 
+#include <string>
+#include <vector>
+
 namespace corvane {
 
 /// The menu of hosts, as large and as round as the buttons beside it. A long name is cut off at its end
@@ -10,6 +13,11 @@ class HostMenu : public QComboBox {
 public:
     explicit HostMenu(QWidget *parent = nullptr);
 
+    /// Shows these hosts, also in a list that is open. A host that was selected stays so while it is in the
+    /// menu. A console that has come back at another address is in it twice by the same title: then the
+    /// position tells them apart.
+    void refill(const std::vector<std::string> &titles);
+
 protected:
     bool event(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
@@ -17,6 +25,9 @@ protected:
     void wheelEvent(QWheelEvent *event) override;
 
 private:
+    void setTitles(const std::vector<std::string> &titles);
+    /// Where a host of this title is now that was at this position; the first one if it is no more.
+    int positionOf(const QString &title, int before) const;
     QRect textRoom() const;
     QString elidedText() const;
 };

@@ -41,6 +41,10 @@ QColor grey(double white) {
     return QColor::fromRgbF(float(white), float(white), float(white));
 }
 
+QColor color(const ButtonLook &button) {
+    return QColor::fromRgbF(float(button.red), float(button.green), float(button.blue), float(button.alpha));
+}
+
 QFont font(int points, QFont::Weight weight) {
     QFont font = QApplication::font();
     font.setPixelSize(points);
@@ -61,6 +65,10 @@ QMenu::item { padding: 5px 28px 5px 18px; color: #e6e6e6; background: transparen
 QMenu::item:selected { background: #2f6db5; }
 QMenu::item:disabled { color: #777777; background: transparent; }
 QMenu::separator { height: 1px; background: #404040; margin: 4px 10px; }
+QComboBox { combobox-popup: 0; }
+QComboBox QAbstractItemView { background: #262626; border: 1px solid #5a5a5a; outline: none; }
+QComboBox QAbstractItemView::item { padding: 5px 10px; color: #e6e6e6; }
+QComboBox QAbstractItemView::item:selected { background: #2f6db5; }
 QDialog QPushButton {
     color: #ebebeb; background: #3d3d3d; border: 1px solid #4a4a4a; border-radius: 6px;
     padding: 5px 18px; min-width: 58px;
@@ -88,12 +96,12 @@ QPushButton#patchButton {
 QPushButton#patchButton:hover { background: #2f2f2f; }
 QPushButton#patchButton:pressed { background: #1d1d1d; }
 QPushButton#patchButton:focus { border-color: #4a90e2; }
-QTableView#table { border: none; background: #131313; outline: none; }
-QFrame#channelScroll { border: 1px solid #404040; border-radius: 3px; }
+QTableView#table { border: 1px solid #404040; border-radius: 3px; background: #131313; outline: none; }
+QTableView#table:focus { border-color: #4a90e2; }
 QHeaderView { background: #242424; }
 QHeaderView::section {
     background: #242424; color: #b8b8b8; border: none; border-bottom: 1px solid #404040;
-    border-right: 1px solid #353535; padding: 4px 5px;
+    border-right: 1px solid #353535; padding: 4px 3px;
 }
 QFrame#separator { background: #393939; border: none; }
 QMenuBar { background: #161616; color: #c8c8c8; }

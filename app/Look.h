@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/ButtonLook.h"
+
 #include <QColor>
 #include <QFont>
 #include <QString>
@@ -10,6 +12,9 @@ namespace corvane::look {
 
 /// A grey, 0 black to 1 white.
 QColor grey(double white);
+
+/// The colour of a button's bezel.
+QColor color(const ButtonLook &button);
 
 /// Marks what has the keyboard, and the default button of a dialogue.
 QColor accent();

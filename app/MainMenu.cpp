@@ -18,6 +18,7 @@ QAction *addItem(QMenu *menu, const char *title, const QKeySequence &shortcut, Q
     // No guessing of roles from titles: this is the whole menu, in this order.
     item->setMenuRole(QAction::NoRole);
     item->setShortcut(shortcut);
+    item->setAutoRepeat(false);
     QObject::connect(item, &QAction::triggered, &window, std::move(action));
     return item;
 }

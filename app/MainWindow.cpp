@@ -103,7 +103,7 @@ void MainWindow::nameControls() {
     name(this, "window");
     name(status, "statusLabel"); // labels speak their text
     name(scene, "sceneLabel");
-    name(devicePopup, "devicePopup", "LV1 host");
+    name(devicePopup, "devicePopup"); // its label speaks for it
     name(connectButton, "connectButton", "SYNC LV1");
     name(sessionNameField, "sessionName", "Session name");
     name(outputPathField, "outputPath", "Save in folder");
@@ -129,7 +129,6 @@ void MainWindow::buildUI() {
     rows->addWidget(headerRow());
     rows->addWidget(subtitle());
     rows->addWidget(separator());
-    rows->addStretch(1);
     rows->addWidget(hostRow());
     rows->addWidget(status);
     rows->addWidget(patchButton);
@@ -143,7 +142,7 @@ void MainWindow::buildUI() {
     setTextColor(*status, look::grey(look::statusGrey));
     patchButton->setFont(look::font(12));
     auto *scrollRows = new QVBoxLayout(channelScroll);
-    scrollRows->setContentsMargins(1, 1, 1, 1);
+    scrollRows->setContentsMargins(0, 0, 0, 0);
     scrollRows->addWidget(table);
     channelScroll->hide();
 
@@ -196,7 +195,7 @@ QLabel *MainWindow::subtitle() {
     } else {
         made = new ElidedLabel("REHEARSAL · NO REAL CONSOLE, NO REAL LIVETRAX · " + rehearsalFolder);
         made->setFont(look::font(10, QFont::DemiBold));
-        setTextColor(*made, QColor(242, 166, 13));
+        setTextColor(*made, look::color(amberLook));
     }
     made->setObjectName(QStringLiteral("subtitle"));
     return made;
@@ -205,7 +204,9 @@ QLabel *MainWindow::subtitle() {
 QWidget *MainWindow::hostRow() {
     auto *holder = new QWidget;
     auto *columns = row(holder, hostSpacing);
-    columns->addWidget(label("LV1 HOST", 11, look::grey(look::statusGrey)));
+    QLabel *caption = label("LV1 HOST", 11, look::grey(look::statusGrey));
+    caption->setBuddy(devicePopup);
+    columns->addWidget(caption);
     devicePopup->setMinimumWidth(popupWidth);
     devicePopup->addItem(QString::fromUtf8(searchingItem));
     columns->addWidget(devicePopup, 1);
@@ -248,7 +249,7 @@ QWidget *MainWindow::bottomRow() {
     scene->setFont(look::font(13));
     setTextColor(*scene, look::grey(look::captionGrey));
     syncButton->setEnabled(false);
-    syncButton->setLook(redLook,
+    syncButton->setLook(createLook,
                         QStringLiteral("Makes a LiveTrax session with one armed track for each channel and "
                                        "opens it. Possible once the console's channels are known."));
     columns->addWidget(scene, 1);

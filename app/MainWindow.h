@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/BridgeView.h"
+#include "app/HeldKeys.h"
 #include "platform/files/StandardFolders.h"
 
 #include <QIcon>
@@ -68,6 +69,7 @@ public:
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     // Heights in points, without a menu bar
@@ -114,6 +116,7 @@ private:
     PushButton *patchButton;
     BezelButton *syncButton;
 
+    HeldKeys heldKeys;
     QVariantAnimation heightAnimation;
     int targetHeight = 0;                   ///< where the window's height was asked to go
     int heightWithoutTable = contentHeight; ///< of the content that the open table grows from

@@ -9,12 +9,11 @@
 #include "app/HostMenu.h"
 #include "app/MainMenu.h"
 #include "app/MainWindow.h"
-#include "app/PlainToolTip.h"
+#include "app/ShownText.h"
 
 #include <QApplication>
 #include <QLineEdit>
 #include <QResizeEvent>
-#include <QSignalBlocker>
 #include <QStyle>
 
 #include <algorithm>
@@ -43,22 +42,8 @@ void MainWindow::setSceneLabel(const std::string &text) {
     scene->setText(QString::fromStdString(text));
 }
 
-/// A host that was selected stays selected while it is in the menu. A console that has come back at another
-/// address is in it twice by the same title: then the position tells them apart.
 void MainWindow::setDevicePopup(const std::vector<std::string> &titles) {
-    const QString before = devicePopup->currentText();
-    const int position = devicePopup->currentIndex();
-    devicePopup->clear();
-    for (const std::string &title : titles) {
-        const QString text = QString::fromStdString(title);
-        devicePopup->addItem(text);
-        devicePopup->setItemData(devicePopup->count() - 1, plainToolTip(text), Qt::ToolTipRole);
-    }
-    if (position >= 0 && devicePopup->itemText(position) == before)
-        devicePopup->setCurrentIndex(position);
-    else if (const int same = devicePopup->findText(before, Qt::MatchExactly | Qt::MatchCaseSensitive);
-             same >= 0)
-        devicePopup->setCurrentIndex(same);
+    devicePopup->refill(titles);
 }
 
 int MainWindow::selectedDevice() const {
@@ -131,6 +116,14 @@ void MainWindow::resizeEvent(QResizeEvent *event) {
         heightWithoutTable = minimumContentHeight;
     fitChannelScroll();
     QMainWindow::resizeEvent(event);
+}
+
+/// There is nothing to gain from a larger window: a double click on its title bar, or a window manager's
+/// wish, does not change its size.
+void MainWindow::changeEvent(QEvent *event) {
+    if (event->type() == QEvent::WindowStateChange && (isMaximized() || isFullScreen()))
+        setWindowState(windowState() & ~(Qt::WindowMaximized | Qt::WindowFullScreen));
+    QMainWindow::changeEvent(event);
 }
 
 void MainWindow::bringToFront() {

@@ -28,6 +28,7 @@ constexpr auto consoleProgram = "lv1-console-sim";
 constexpr auto recorderProgram = "livetrax-sim";
 constexpr int startTime = 5000; // milliseconds
 constexpr int endTime = 2000;
+constexpr int recordersEndTime = 10000;
 
 QString text(const std::filesystem::path &path) {
     return QString::fromStdString(path.string());
@@ -87,20 +88,30 @@ RehearsalStage::RehearsalStage(const Platform &platform, const Path &programs) :
             [this] { console.readAllStandardOutput(); });
 }
 
-RehearsalStage::~RehearsalStage() {
-    disconnect(&console, &QProcess::finished, nullptr, nullptr); // what follows is no news
-    if (const auto recorder = LiveTraxGenerator::runningApplication(platform)) {
-        recorder->terminate();
+void RehearsalStage::endRecorder(RunningApplication &recorder) {
+    const auto waitForEnd = [&recorder] {
         const QDeadlineTimer end(endTime);
-        while (!recorder->isTerminated() && !end.hasExpired()) {
+        while (!recorder.isTerminated() && !end.hasExpired()) {
             QEventLoop wait;
-            QTimer pause;
-            connect(&pause, &QTimer::timeout, &wait, &QEventLoop::quit);
-            pause.start(50);
+            QTimer::singleShot(50, &wait, &QEventLoop::quit);
             wait.exec();
         }
-        if (!recorder->isTerminated())
-            recorder->forceTerminate();
+        return recorder.isTerminated();
+    };
+    recorder.terminate();
+    if (waitForEnd())
+        return;
+    recorder.forceTerminate();
+    waitForEnd();
+}
+
+RehearsalStage::~RehearsalStage() {
+    disconnect(&console, &QProcess::finished, nullptr, nullptr); // what follows is no news
+    const QDeadlineTimer end(recordersEndTime);
+    while (const auto recorder = LiveTraxGenerator::runningApplication(platform)) {
+        if (recorder->isTerminated() || end.hasExpired())
+            break;
+        endRecorder(*recorder);
     }
     console.terminate();
     if (!console.waitForFinished(endTime)) {

@@ -25,7 +25,7 @@ public:
 
     /// Starts the console, which announces itself on loopback. Throws FileError when it cannot be started.
     RehearsalStage(const Platform &platform, const Path &programs);
-    /// Ends the console, and the LiveTrax of the rehearsal if one runs.
+    /// Ends the console and every LiveTrax of the rehearsal that runs.
     ~RehearsalStage() override;
 
     /// Calls `told` when the console has ended by itself, at once if it has already; as long as `context`
@@ -37,6 +37,7 @@ public:
     void listenToTerminal();
 
 private:
+    static void endRecorder(RunningApplication &recorder);
     void readTerminal(QSocketNotifier *notifier);
 
     const Platform &platform;

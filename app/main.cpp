@@ -89,8 +89,8 @@ int main(int argumentCount, char **arguments) {
     }
     try {
         return runApplication(*application, rehearsalFolder(options, folder));
-    } catch (const PortInUse &obstacle) {
-        std::cerr << obstacle.what() << std::endl;
+    } catch (const PortInUse &error) {
+        std::cerr << error.what() << std::endl;
         return inTheWay;
     } catch (const std::exception &error) {
         std::cerr << error.what() << std::endl;

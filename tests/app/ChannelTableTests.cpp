@@ -1,5 +1,7 @@
 #include "app/ChannelTable.h"
 
+#include "app/Look.h"
+
 #include <QHeaderView>
 #include <QScrollBar>
 #include <QTest>
@@ -7,9 +9,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <chrono>
+
 namespace corvane {
 
 namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
 
 LV1Channel channel(std::string name, std::int32_t input, bool stereo = false) {
     return {std::move(name), stereo, "Driver", input, "Mixer_Ch", input + 1};
@@ -161,6 +169,123 @@ TEST_F(ChannelTableTest, TheSelectionFollowsAChannelThatMoves) {
     list.erase(list.begin() + 3);
     table.reload(list);
     EXPECT_TRUE(table.selectionModel()->selectedRows().isEmpty());
+}
+
+/// What the model reports while it exists: first row, last row, first column, last column.
+class Reports {
+public:
+    explicit Reports(const QAbstractItemModel &model) {
+        QObject::connect(&model, &QAbstractItemModel::dataChanged, &context,
+                         [this](const QModelIndex &first, const QModelIndex &last) {
+                             all.push_back({first.row(), last.row(), first.column(), last.column()});
+                         });
+    }
+    std::vector<std::array<int, 4>> all;
+
+private:
+    QObject context;
+};
+
+std::vector<LV1Channel> recoloured(std::vector<LV1Channel> list, std::size_t row, float green) {
+    list[row].green = green;
+    return list;
+}
+
+TEST_F(ChannelTableTest, ReportsTheCellsThatDifferAlone) {
+    table.reload(many(100));
+    const Reports reports(*table.model());
+    table.reload(many(100));
+    EXPECT_THAT(reports.all, IsEmpty());
+    auto list = many(100);
+    list[7] = channel("Other", 7);
+    list[50] = LV1Channel("Channel 51", true, "Driver", 50, "Mixer_Ch", 51);
+    table.reload(list);
+    using Cell = std::array<int, 4>;
+    EXPECT_THAT(reports.all, ElementsAre(Cell{7, 7, 1, 1}, Cell{50, 50, 2, 2}, Cell{50, 50, 3, 3}));
+}
+
+TEST_F(ChannelTableTest, ColoursOfOneFrameAreReportedTogetherAndOnce) {
+    table.reload(many(100));
+    QTest::qWait(1);
+    const Reports reports(*table.model());
+    auto list = many(100);
+    for (int step = 1; step <= 50; ++step) {
+        list = recoloured(list, 3, float(step) / 64);
+        list = recoloured(list, 90, float(step) / 64);
+        table.reload(list);
+    }
+    EXPECT_THAT(reports.all, IsEmpty());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !reports.all.empty(); }, 3000));
+    using Cell = std::array<int, 4>;
+    EXPECT_THAT(reports.all, ElementsAre(Cell{3, 3, 0, 0}, Cell{90, 90, 0, 0}));
+    EXPECT_EQ(table.model()->index(90, 0).data(ChannelTableModel::swatchRole).value<QColor>().greenF(),
+              QColor::fromRgbF(0, 50.0F / 64, 0).greenF());
+}
+
+TEST_F(ChannelTableTest, WhileItIsHiddenColoursWaitUntilItIsShown) {
+    table.reload(many(100));
+    table.hide();
+    const Reports reports(*table.model());
+    table.reload(recoloured(many(100), 3, 1));
+    QTest::qWait(50);
+    EXPECT_THAT(reports.all, IsEmpty());
+    table.show();
+    EXPECT_EQ(reports.all.size(), 1U);
+}
+
+TEST_F(ChannelTableTest, AColourOfAChannelThatWentIsNotReported) {
+    table.reload(many(10));
+    const Reports reports(*table.model());
+    table.reload(recoloured(many(10), 9, 1));
+    table.reload(many(5));
+    QTest::qWait(50);
+    EXPECT_THAT(reports.all, IsEmpty());
+}
+
+TEST_F(ChannelTableTest, HeadersStandOverTheirColumns) {
+    table.setStyleSheet(look::styleSheet());
+    table.setObjectName("table");
+    table.reload({channel("LV1 Channel", 0)});
+    table.setFont(table.horizontalHeader()->font());
+    // The same text in both: its first letter is in the same place.
+    const auto firstLit = [&](const QImage &image) {
+        for (int x = 29; x < 200; ++x)
+            for (int y = 0; y < 24; ++y)
+                if (image.pixelColor(x, y).lightness() > 120)
+                    return x;
+        return -1;
+    };
+    const int header = firstLit(table.horizontalHeader()->viewport()->grab().toImage());
+    const int cell = firstLit(table.viewport()->grab().toImage());
+    EXPECT_GT(cell, 28);
+    EXPECT_EQ(header, cell);
+}
+
+TEST_F(ChannelTableTest, ANameWithALineBreakShowsWholeInOneLine) {
+    table.reload({channel("Kick\nIn", 0)});
+    EXPECT_EQ(cell(0, 1), "Kick In");
+}
+
+TEST_F(ChannelTableTest, AnEmptyTableSaysSo) {
+    const auto lit = [&] {
+        const QImage image = table.viewport()->grab().toImage();
+        int count = 0;
+        for (int x = 0; x < image.width(); ++x)
+            for (int y = 30; y < image.height(); ++y)
+                count += image.pixelColor(x, y).lightness() > 90 ? 1 : 0;
+        return count;
+    };
+    EXPECT_GT(lit(), 100);
+    table.reload(many(1));
+    EXPECT_EQ(lit(), 0);
+}
+
+TEST_F(ChannelTableTest, ANameOfAnyLengthHoldsNothingUp) {
+    const auto start = std::chrono::steady_clock::now();
+    table.reload({channel(std::string(250000, 'x'), 0)});
+    table.viewport()->grab();
+    EXPECT_LT(table.model()->index(0, 1).data(Qt::ToolTipRole).toString().size(), 5000);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
 }
 
 TEST_F(ChannelTableTest, AShorterListKeepsWhatIsLeft) {

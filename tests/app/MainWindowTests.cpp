@@ -1,5 +1,8 @@
 #include "tests/app/WindowFixture.h"
 
+#include "app/Look.h"
+
+#include <QAbstractItemView>
 #include <QComboBox>
 #include <QDialog>
 #include <QFileDialog>
@@ -10,6 +13,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
+#include <QSettings>
 #include <QTimer>
 #include <QVariantAnimation>
 
@@ -133,6 +137,28 @@ TEST_F(MainWindowTest, TheBackgroundIsNearBlack) {
     EXPECT_EQ(window.grab().toImage().pixelColor(5, window.height() - 5), color(0.105, 0.105, 0.105));
 }
 
+TEST_F(MainWindowTest, NoWindowManagerMakesItLarger) {
+    launch();
+    const QSize size = window.size();
+    window.setWindowState(Qt::WindowMaximized);
+    QTest::qWait(1);
+    EXPECT_FALSE(window.isMaximized());
+    EXPECT_EQ(window.size(), size);
+}
+
+TEST_F(MainWindowTest, TheTableShowsThatItHasTheKeyboard) {
+    launch();
+    click("patchButton");
+    waitForRestAt(610);
+    const auto edge = [this] { return control("table")->grab().toImage().pixelColor(0, 100); };
+    const QColor without = edge();
+    control("table")->setFocus();
+    QApplication::setActiveWindow(&window);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return control("table")->hasFocus(); }, 3000));
+    EXPECT_NE(edge(), without);
+    EXPECT_GT(edge().blue(), 150);
+}
+
 // Patch view
 
 TEST_F(MainWindowTest, OpeningThePatchViewGrowsTheWindowAndShowsTheTable) {
@@ -231,6 +257,33 @@ TEST_F(MainWindowTest, OfTwoAddressesOfOneConsoleTheChosenOneStaysChosen) {
     control<QComboBox>("devicePopup")->setCurrentIndex(1);
     controller->client->onEndpoints({twice[0], twice[1], {"MON", "10.0.0.2", 1, "bb"}});
     EXPECT_EQ(window.selectedDevice(), 1);
+}
+
+TEST_F(MainWindowTest, AnOpenHostListShowsHostsThatArriveAndKeepsItsMark) {
+    launch();
+    auto *menu = control<QComboBox>("devicePopup");
+    window.setDevicePopup({"FOH", "MON"});
+    menu->showPopup();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(menu->view()->window()));
+    const int height = menu->view()->window()->height();
+    menu->view()->setCurrentIndex(menu->model()->index(1, 0));
+    window.setDevicePopup({"FOH", "MON", "BC"});
+    EXPECT_TRUE(menu->view()->isVisible());
+    EXPECT_EQ(menu->view()->currentIndex().row(), 1);
+    EXPECT_EQ(menu->view()->window()->height(), height + menu->view()->sizeHintForRow(0));
+    EXPECT_TRUE(menu->view()->viewport()->rect().contains(
+        menu->view()->visualRect(menu->model()->index(2, 0)).center()));
+    menu->hidePopup();
+}
+
+TEST_F(MainWindowTest, TheOpenHostListHasAnEdge) {
+    launch();
+    auto *menu = control<QComboBox>("devicePopup");
+    menu->showPopup();
+    const QImage list = menu->view()->grab().toImage();
+    EXPECT_GT(list.pixelColor(0, list.height() / 2).lightness(),
+              look::grey(look::windowGrey).lightness() + 40);
+    menu->hidePopup();
 }
 
 TEST_F(MainWindowTest, AnEmptyHostMenuHasNoSelection) {
@@ -341,6 +394,16 @@ TEST_F(FolderTest, CancellingLeavesThePathAsItWas) {
     launch();
     open()->reject();
     EXPECT_EQ(window.outputPath(), fakes.folders->musicFolder->string());
+}
+
+TEST_F(FolderTest, NothingIsWrittenIntoTheHome) {
+    launch();
+    QFileDialog *panel = open();
+    panel->reject();
+    QTest::qWait(1); // lets it be deleted, which is when it would write
+    EXPECT_EQ(window.findChild<QFileDialog *>("folderChooser"), nullptr);
+    const QSettings file(QSettings::UserScope, "QtProject");
+    EXPECT_FALSE(QFile::exists(file.fileName())) << file.fileName().toStdString();
 }
 
 TEST_F(FolderTest, TheChosenFolderIsShown) {

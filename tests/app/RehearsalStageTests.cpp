@@ -59,6 +59,17 @@ TEST_F(RehearsalStageTest, EndsTheConsoleAndTheRecorderWithIt) {
     EXPECT_EQ(recorder->forceRequests, 0);
 }
 
+TEST_F(RehearsalStageTest, EndsEveryRecorder) {
+    const auto first = std::make_shared<FakeRunningApplication>();
+    const auto second = std::make_shared<FakeRunningApplication>();
+    auto &running = fakes.applications->running["com.harrisonconsoles.LiveTrax3"];
+    running = first;
+    first->onTerminate = [&] { running = second; };
+    { const RehearsalStage stage(fakes.platform, builtPrograms()); }
+    EXPECT_EQ(first->terminateRequests, 1);
+    EXPECT_EQ(second->terminateRequests, 1);
+}
+
 TEST_F(RehearsalStageTest, ARecorderThatDoesNotEndIsForced) {
     const auto recorder = std::make_shared<FakeRunningApplication>();
     recorder->obeysTerminate = false;

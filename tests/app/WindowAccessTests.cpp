@@ -1,9 +1,12 @@
 #include "tests/app/WindowFixture.h"
 
+#include "app/BezelButton.h"
 #include "app/ElidedLabel.h"
 
 #include <QAccessible>
 #include <QComboBox>
+#include <QLineEdit>
+#include <QMessageBox>
 #include <QTableView>
 #include <QTextDocument>
 #include <QToolTip>
@@ -68,6 +71,91 @@ TEST_F(WindowAccessTest, AKeyThatIsHeldPressesOnce) {
     }
 }
 
+/// Real keys, as a display delivers them: to the window that has the keyboard.
+class HeldKeyTest : public WindowAccessTest {
+protected:
+    void launchWithKeyboardOn(const char *name) {
+        launch();
+        control(name)->setFocus();
+        QApplication::setActiveWindow(&window);
+    }
+    QMessageBox *ask() {
+        window.showAlert({"Update Session", "It will close.", {"Update", "Cancel"}},
+                         [this](std::size_t button) { answers.push_back(button); });
+        auto *box = window.findChild<QMessageBox *>("alert");
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(box));
+        QApplication::setActiveWindow(box);
+        return box;
+    }
+    static void press(QWidget &in, Qt::Key key) { QTest::keyPress(in.windowHandle(), key); }
+    static void release(QWidget &in, Qt::Key key) {
+        QTest::keyRelease(in.windowHandle(), key);
+        QTest::qWait(2); // no finger is faster
+    }
+    static void repeat(QWidget &in, Qt::Key key) {
+        for (const auto type : {QEvent::KeyRelease, QEvent::KeyPress}) {
+            QKeyEvent event(type, key, Qt::NoModifier, QString(), true);
+            QApplication::sendEvent(in.windowHandle(), &event);
+        }
+    }
+    std::vector<std::size_t> answers;
+};
+
+TEST_F(HeldKeyTest, AKeyThatWasDownWhenTheQuestionCameDoesNotAnswerIt) {
+    launchWithKeyboardOn("sessionName");
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space, Qt::Key_Escape}) {
+        answers.clear();
+        press(window, key);
+        QMessageBox *box = ask();
+        press(*box, key); // the first after a change of window is not marked as a repetition
+        repeat(*box, key);
+        repeat(*box, key);
+        EXPECT_THAT(answers, testing::IsEmpty()) << key;
+        release(*box, key);
+        EXPECT_THAT(answers, testing::IsEmpty()) << key;
+        press(*box, key);
+        release(answers.empty() ? static_cast<QWidget &>(*box) : window, key);
+        EXPECT_THAT(answers, ElementsAre(key == Qt::Key_Escape ? 1U : 0U));
+        QTest::qWait(1);
+    }
+}
+
+TEST_F(HeldKeyTest, ARepetitionOfAKeyThatWentDownElsewhereAnswersNothing) {
+    launchWithKeyboardOn("sessionName");
+    QMessageBox *box = ask();
+    repeat(*box, Qt::Key_Return);
+    EXPECT_THAT(answers, testing::IsEmpty());
+    // A pair of one time, whatever its marks say
+    for (const auto type : {QEvent::KeyRelease, QEvent::KeyPress}) {
+        QKeyEvent event(type, Qt::Key_Return, Qt::NoModifier);
+        event.setTimestamp(4711);
+        QApplication::sendEvent(box->windowHandle(), &event);
+    }
+    EXPECT_THAT(answers, testing::IsEmpty());
+}
+
+TEST_F(HeldKeyTest, WritingRepeats) {
+    launchWithKeyboardOn("sessionName");
+    control<QLineEdit>("sessionName")->clear();
+    for (int times = 0; times < 3; ++times) {
+        QKeyEvent event(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier, " ", times > 0);
+        QApplication::sendEvent(window.windowHandle(), &event);
+    }
+    EXPECT_EQ(control<QLineEdit>("sessionName")->text(), "   ");
+}
+
+TEST_F(HeldKeyTest, AHeldKeyPressesAButtonOnceThroughTheWindow) {
+    launchWithKeyboardOn("patchButton");
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
+        const bool before = controller->patchExpanded;
+        press(window, key);
+        for (int times = 0; times < 4; ++times)
+            repeat(window, key);
+        release(window, key);
+        EXPECT_NE(controller->patchExpanded, before) << key;
+    }
+}
+
 TEST_F(WindowAccessTest, TabVisitsTheControlsFromTopToBottom) {
     launch();
     consoleSendsPatch(channels(3));
@@ -90,6 +178,43 @@ TEST_F(WindowAccessTest, EveryControlHasANameForScreenReaders) {
         ASSERT_NE(spoken, nullptr) << name;
         EXPECT_FALSE(spoken->text(QAccessible::Name).isEmpty()) << name;
     }
+}
+
+TEST_F(WindowAccessTest, TheHostMenuIsLabelledByTheWordsBesideIt) {
+    launch();
+    const auto labels =
+        QAccessible::queryAccessibleInterface(control("devicePopup"))->relations(QAccessible::Label);
+    ASSERT_EQ(labels.size(), 1);
+    EXPECT_EQ(labels.front().first->text(QAccessible::Name), "LV1 HOST");
+}
+
+TEST_F(WindowAccessTest, TheButtonSaysItsStateByAShapeAsWell) {
+    launch();
+    const auto shape = [this] {
+        return static_cast<BezelButton *>(control("connectButton"))->currentLook().symbol;
+    };
+    const int width = control("connectButton")->width();
+    EXPECT_EQ(shape(), ButtonLook::Symbol::cross);
+    consoleSendsPatch(channels(1));
+    EXPECT_EQ(shape(), ButtonLook::Symbol::check);
+    consoleSendsPatch(channels(2));
+    EXPECT_EQ(shape(), ButtonLook::Symbol::triangle);
+    EXPECT_EQ(control("connectButton")->width(), width);
+    EXPECT_EQ(text("connectButton"), "SYNC LV1");
+}
+
+TEST_F(WindowAccessTest, EachShapeIsPaintedBesideTheTitle) {
+    BezelButton button("SYNC LV1");
+    std::vector<QImage> left;
+    for (const auto symbol :
+         {ButtonLook::Symbol::check, ButtonLook::Symbol::triangle, ButtonLook::Symbol::cross}) {
+        button.setLook({0.2, 0.2, 0.2, 1, ButtonLook::Tint::white, symbol});
+        button.resize(button.sizeHint());
+        left.push_back(button.grab(QRect(14, 0, 16, button.height())).toImage());
+    }
+    EXPECT_NE(left[0], left[1]);
+    EXPECT_NE(left[1], left[2]);
+    EXPECT_NE(left[0], left[2]);
 }
 
 TEST_F(WindowAccessTest, AScreenReaderSaysWhatTheColourOfTheButtonMeans) {

@@ -30,7 +30,7 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr int patience = 30000; // milliseconds
+constexpr int timeout = 30000; // milliseconds
 
 /// The window, keeping every status it has shown.
 class RecordingWindow : public MainWindow {
@@ -56,11 +56,11 @@ public:
         return window.findChild<BezelButton *>("connectButton")->currentLook() == look;
     }
     bool becomes(const ButtonLook &look) const {
-        return QTest::qWaitFor([&] { return is(look); }, patience);
+        return QTest::qWaitFor([&] { return is(look); }, timeout);
     }
     std::string status() const { return window.findChild<QLabel *>("statusLabel")->text().toStdString(); }
     bool says(const std::string &text) const {
-        return QTest::qWaitFor([&] { return status() == text; }, patience);
+        return QTest::qWaitFor([&] { return status() == text; }, timeout);
     }
     void click(const char *button) const {
         QTest::mouseClick(window.findChild<QWidget *>(button), Qt::LeftButton);
@@ -68,7 +68,7 @@ public:
     /// Waits for an alert and returns its informative text; empty when none comes.
     std::string alert() const {
         const auto box = [this] { return window.findChild<QMessageBox *>("alert"); };
-        if (!QTest::qWaitFor([&] { return box() != nullptr; }, patience))
+        if (!QTest::qWaitFor([&] { return box() != nullptr; }, timeout))
             return "";
         return box()->informativeText().toStdString();
     }
@@ -83,7 +83,7 @@ public:
     std::filesystem::path session() const { return *platform->folders->music() / "LV1 Session"; }
     std::filesystem::path sessionFile() const { return session() / "LV1 Session.ardour"; }
     bool sessionExists() const {
-        return QTest::qWaitFor([&] { return std::filesystem::exists(sessionFile()); }, patience);
+        return QTest::qWaitFor([&] { return std::filesystem::exists(sessionFile()); }, timeout);
     }
     std::string savedSession() const {
         std::ifstream file(sessionFile());
@@ -229,7 +229,7 @@ TEST_F(WindowEndToEnd, WhileTheRecorderIsClosedTheSessionIsUpdatedAtOnce) {
     openSession();
     const auto before = it->liveTrax();
     before->terminate();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return before->isTerminated(); }, patience));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return before->isTerminated(); }, timeout));
     it->stage.tellConsole("move 20 41");
     ASSERT_TRUE(it->becomes(amberLook));
     it->click("connectButton");
@@ -246,7 +246,7 @@ TEST_F(WindowEndToEnd, SceneRecallsDropMarkersButForTheFirstTheSameAndNone) {
             [&] {
                 return it->window.findChild<QLabel *>("sceneLabel")->text().toStdString() == "Scene: " + name;
             },
-            patience));
+            timeout));
         QTest::qWait(200); // the marker leaves
     };
     recall("Prueba de sonido"); // the one that was recalled at the start
@@ -256,7 +256,7 @@ TEST_F(WindowEndToEnd, SceneRecallsDropMarkersButForTheFirstTheSameAndNone) {
     recall("Outro");
     it->controller->liveTraxOSC->save();
     ASSERT_TRUE(
-        QTest::qWaitFor([&] { return it->savedSession().find("Outro") != std::string::npos; }, patience));
+        QTest::qWaitFor([&] { return it->savedSession().find("Outro") != std::string::npos; }, timeout));
     EXPECT_THAT(it->savedSession(), HasSubstr("Verse &amp; Chorus"));
     EXPECT_THAT(it->savedSession(), Not(HasSubstr("NO SCENE")));
     EXPECT_THAT(it->savedSession(), Not(HasSubstr("Prueba")));
@@ -290,7 +290,7 @@ TEST_F(WindowEndToEnd, AColourIsShownAtOnceAndIsNoChange) {
     it.emplace();
     ASSERT_TRUE(it->becomes(greenLook));
     it->stage.tellConsole("color 3 0 0 1");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return it->controller->channels[2].blue == 1.0F; }, patience));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return it->controller->channels[2].blue == 1.0F; }, timeout));
     EXPECT_TRUE(it->is(greenLook));
     EXPECT_EQ(it->controller->synchronizedChannels, it->controller->channels);
 }

@@ -1,4 +1,4 @@
-#include "app/PlainToolTip.h"
+#include "app/ShownText.h"
 
 #include <QStringList>
 
@@ -8,6 +8,7 @@ namespace corvane {
 
 namespace {
 
+constexpr qsizetype readableLetters = 2000;
 /// Letters in a row after which a line may be broken even without a blank.
 constexpr int unbrokenLetters = 40;
 constexpr QChar zeroWidthSpace{0x200B};
@@ -37,11 +38,28 @@ bool hasLongLines(const QString &text) {
 
 } // namespace
 
+QString readable(const QString &text) {
+    if (text.size() <= readableLetters)
+        return text;
+    const bool splitsLetter = text[readableLetters].isLowSurrogate();
+    return text.left(readableLetters - (splitsLetter ? 1 : 0)) + u'…';
+}
+
+QString oneLine(QString text) {
+    text = readable(text);
+    for (QChar &letter : text)
+        if (letter == u'\n' || letter == u'\r' || letter == QChar::LineSeparator ||
+            letter == QChar::ParagraphSeparator)
+            letter = u' ';
+    return text;
+}
+
 QString plainToolTip(const QString &text) {
     if (text.isEmpty())
         return text;
-    const QString wrapping = hasLongLines(text) ? QStringLiteral("pre-wrap") : QStringLiteral("pre");
-    return "<p style='white-space:" + wrapping + "'>" + breakable(text).toHtmlEscaped() + "</p>";
+    const QString shown = readable(text);
+    const QString wrapping = hasLongLines(shown) ? QStringLiteral("pre-wrap") : QStringLiteral("pre");
+    return "<p style='white-space:" + wrapping + "'>" + breakable(shown).toHtmlEscaped() + "</p>";
 }
 
 } // namespace corvane

@@ -1,0 +1,60 @@
+#include "app/HeldKeys.h"
+
+#include <QApplication>
+#include <QKeyEvent>
+#include <QWidget>
+
+namespace corvane {
+
+namespace {
+
+bool decides(int key) {
+    return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space || key == Qt::Key_Escape ||
+           key == Qt::Key_Select;
+}
+
+bool isWritten(int key) {
+    const QWidget *focus = QApplication::focusWidget();
+    return key == Qt::Key_Space && focus != nullptr && focus->testAttribute(Qt::WA_InputMethodEnabled);
+}
+
+} // namespace
+
+HeldKeys::HeldKeys() {
+    qApp->installEventFilter(this);
+    // Keys that are let go of in another program are not heard of here.
+    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state != Qt::ApplicationActive)
+            down.clear();
+    });
+}
+
+/// Each key arrives at a window first, and only there is it looked at: on its way from control to control it
+/// is still the same press.
+bool HeldKeys::eventFilter(QObject *receiver, QEvent *event) {
+    if (!receiver->isWindowType())
+        return false;
+    if (event->type() == QEvent::KeyRelease)
+        released(static_cast<const QKeyEvent &>(*event));
+    if (event->type() != QEvent::KeyPress)
+        return false;
+    const auto &press = static_cast<const QKeyEvent &>(*event);
+    return isHeld(press) && decides(press.key()) && !isWritten(press.key());
+}
+
+bool HeldKeys::isHeld(const QKeyEvent &press) {
+    // A display may repeat a held key as releases and presses. A pair has one time, and only a pair has, even
+    // where a change of window in between keeps it from being marked as a repetition.
+    const auto release = releaseTimes.find(press.key());
+    const bool repeated = release != releaseTimes.end() && press.timestamp() == release->second;
+    const bool wasDown = !down.insert(press.key()).second;
+    return press.isAutoRepeat() || repeated || wasDown;
+}
+
+void HeldKeys::released(const QKeyEvent &release) {
+    releaseTimes[release.key()] = release.timestamp();
+    if (!release.isAutoRepeat())
+        down.erase(release.key());
+}
+
+} // namespace corvane
