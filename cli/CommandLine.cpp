@@ -24,8 +24,9 @@ constexpr double longestDuration = 1'000'000;
 struct Values {
     std::string rehearsal, file, host, port, saveTo, session, folder, name;
     double seconds = 0;
-    bool json = false, launch = false;
+    bool json = false, launch = false, confirm = false;
     std::string format = "table";
+    std::string markerStyle = classicMarkers;
 };
 
 /// An empty text would otherwise pass for an option that was not given.
@@ -79,6 +80,7 @@ private:
     void addDuration(CLI::App *command, const char *description);
     void addLaunch(CLI::App *command);
     void addSession(CLI::App *command, bool required);
+    void addConfirm(CLI::App *command);
     void addListening();
     void addSessions();
     void addRecorder();
@@ -142,6 +144,10 @@ void Parser::addSession(CLI::App *command, bool required) {
     session->type_name("SESSION")->required(required)->check(notEmpty());
 }
 
+void Parser::addConfirm(CLI::App *command) {
+    command->add_flag("--confirm", values.confirm, "Ask LiveTrax first; send nothing unless it answers");
+}
+
 void Parser::addListening() {
     auto *hosts = add(Verb::hosts, "hosts", "List the LV1 hosts that announce themselves");
     addJson(hosts);
@@ -200,9 +206,16 @@ void Parser::addSessions() {
 
 void Parser::addRecorder() {
     addJson(add(Verb::transport, "transport", "Ask LiveTrax what its transport does"));
-    addJson(add(Verb::save, "save", "Have LiveTrax save its session"));
+    auto *save = add(Verb::save, "save", "Have LiveTrax save its session");
+    addConfirm(save);
+    addJson(save);
     auto *marker = add(Verb::marker, "marker", "Drop a marker at LiveTrax's playhead");
     marker->add_option("name", values.name, "The marker's name")->type_name("NAME")->required();
+    marker->add_option("--style", values.markerStyle, "classic or named")
+        ->type_name("STYLE")
+        ->envname(markerStyleVariable)
+        ->check(oneOf({classicMarkers, namedMarkers}));
+    addConfirm(marker);
     addJson(marker);
 }
 
@@ -226,6 +239,8 @@ Options Parser::options(const std::filesystem::path &currentFolder) const {
     options.format = values.json ? Format::json : formatOf(values.format);
     options.saveTo = path(values.saveTo);
     options.launch = values.launch;
+    options.confirm = values.confirm;
+    options.markerStyle = markerStyle(values.markerStyle);
     options.name = trimmed(values.name);
     options.session = path(values.session);
     options.folder = path(values.folder).value_or(std::filesystem::path());

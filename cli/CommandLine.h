@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/Outcome.h"
+#include "livetrax/remote/MarkerStyle.h"
 
 #include <chrono>
 #include <cstdint>
@@ -35,6 +36,10 @@ struct Options {
     /// `--save`: where the patch file goes.
     std::optional<std::filesystem::path> saveTo;
     bool launch = false;
+    /// `--confirm`: LiveTrax must answer before anything is sent.
+    bool confirm = false;
+    /// `--style`, else CORVANE_MARKERS.
+    MarkerStyle markerStyle = MarkerStyle::classic;
     /// The session's or the marker's name.
     std::string name;
     /// The session's folder.

@@ -1,12 +1,10 @@
 #include "cli/Commands.h"
 #include "cli/Json.h"
 #include "livetrax/remote/LiveTraxOSC.h"
-#include "platform/rehearsal/Rehearsal.h"
 
 #include <string>
 #include <system_error>
 #include <utility>
-#include <vector>
 
 namespace corvane::cli {
 
@@ -31,42 +29,18 @@ protected:
         Platform &platform = surroundings.platform;
         osc = std::make_unique<LiveTraxOSC>(platform.main, platform.queues->make("Corvane.LiveTraxOSC"),
                                             *platform.network);
-        osc->onFailure = [this](const std::string &error) {
-            if (error == std::make_error_code(std::errc::address_in_use).message())
-                end({status::noAnswer, PortInUse(LiveTraxOSC::replyPort).what()});
-            failure = error;
+        osc->onFailure = [this](const std::error_code &error, const std::string &reason) {
+            if (error == std::errc::address_in_use)
+                end({status::noAnswer, reason});
         };
         osc->start();
         speak(*osc);
     }
 
-    /// Ends a command that sent something, once everything has left.
-    LiveTraxOSC::SendCompletion reportSent(std::vector<std::string> expected) {
-        return [this, expected = std::move(expected)](const std::vector<std::string> &left) {
-            guarded([&] {
-                if (left != expected)
-                    throw CommandFailure(status::noAnswer, whatIsMissing(left));
-                std::string text = "Sent:";
-                for (const auto &address : left)
-                    text += " " + address;
-                surroundings.output.print(surroundings.options.json ? document({{"sent", left}})
-                                                                    : text + "\n");
-                end();
-            });
-        };
-    }
-
     Surroundings surroundings;
 
 private:
-    std::string whatIsMissing(const std::vector<std::string> &left) const {
-        if (!failure.empty())
-            return failure;
-        return left.empty() ? "Nothing could be sent to LiveTrax." : "Not all could be sent to LiveTrax.";
-    }
-
     std::unique_ptr<LiveTraxOSC> osc;
-    std::string failure;
 };
 
 class TransportCommand : public RecorderCommand {
@@ -79,7 +53,7 @@ class TransportCommand : public RecorderCommand {
 
     void report(const std::optional<TransportState> &state) {
         if (!state)
-            throw CommandFailure(status::noAnswer, "LiveTrax does not answer.");
+            throw CommandFailure(status::noAnswer, LiveTraxOSC::noAnswer);
         if (surroundings.options.json) {
             surroundings.output.print(document({{"speed", state->speed},
                                                 {"recordEnabled", state->recordEnabled},
@@ -96,17 +70,56 @@ class TransportCommand : public RecorderCommand {
     static std::string number(float value) { return line(Json(static_cast<double>(value))); }
 };
 
-class SaveCommand : public RecorderCommand {
+/// A command that has LiveTrax do something, which it does not answer.
+class SendingCommand : public RecorderCommand {
+protected:
     using RecorderCommand::RecorderCommand;
 
-    void speak(LiveTraxOSC &liveTrax) override { liveTrax.save(reportSent({"/save_state"})); }
+    virtual void send(LiveTraxOSC &liveTrax, LiveTraxOSC::SendCompletion done) = 0;
+
+private:
+    void speak(LiveTraxOSC &liveTrax) override {
+        if (!surroundings.options.confirm)
+            return sendAndReport(liveTrax);
+        liveTrax.queryTransport([this, &liveTrax](const std::optional<TransportState> &state) {
+            guarded([&] {
+                if (!state)
+                    throw CommandFailure(status::noAnswer, LiveTraxOSC::noAnswer);
+                sendAndReport(liveTrax);
+            });
+        });
+    }
+
+    void sendAndReport(LiveTraxOSC &liveTrax) {
+        send(liveTrax, [this](const SendReport &sent) { guarded([&] { report(sent); }); });
+    }
+
+    void report(const SendReport &sent) {
+        if (!sent.problem.empty())
+            throw CommandFailure(status::noAnswer, sent.problem);
+        std::string text = "Sent:";
+        for (const auto &address : sent.addresses)
+            text += " " + address;
+        surroundings.output.print(surroundings.options.json ? document({{"sent", sent.addresses}})
+                                                            : text + "\n");
+        end();
+    }
 };
 
-class MarkerCommand : public RecorderCommand {
-    using RecorderCommand::RecorderCommand;
+class SaveCommand : public SendingCommand {
+    using SendingCommand::SendingCommand;
 
-    void speak(LiveTraxOSC &liveTrax) override {
-        liveTrax.addSceneMarker(surroundings.options.name, reportSent({"/add_marker", "/marker"}));
+    void send(LiveTraxOSC &liveTrax, LiveTraxOSC::SendCompletion done) override {
+        liveTrax.save(std::move(done));
+    }
+};
+
+class MarkerCommand : public SendingCommand {
+    using SendingCommand::SendingCommand;
+
+    void send(LiveTraxOSC &liveTrax, LiveTraxOSC::SendCompletion done) override {
+        liveTrax.markerStyle = surroundings.options.markerStyle;
+        liveTrax.addSceneMarker(surroundings.options.name, std::move(done));
     }
 };
 

@@ -20,7 +20,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     std::size_t answers = 0;
     bool gone = false;
     const auto told = [&] { require(!gone, "nothing is told to a client that is gone"); };
-    client->onFailure = [&](const std::string &) { told(); };
+    client->onFailure = [&](const std::error_code &, const std::string &) { told(); };
+    client->onMarkerLost = [&](const std::string &, const std::string &) { told(); };
 
     while (!choices.atEnd()) {
         network.datagramsBecomeReady = choices.yes();
@@ -42,10 +43,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             });
             break;
         case 3:
-            client->save([&](const std::vector<std::string> &) { told(); });
+            client->save([&](const SendReport &) { told(); });
             break;
         case 4:
-            client->addSceneMarker(choices.text(12), [&](const std::vector<std::string> &) { told(); });
+            client->addSceneMarker(choices.text(12), [&](const SendReport &) { told(); });
             break;
         case 5:
             if (connection)
@@ -53,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             break;
         case 6:
             if (connection)
-                connection->breakOff("Connection refused");
+                connection->breakOff(std::errc::connection_refused);
             break;
         case 7:
         case 8: {

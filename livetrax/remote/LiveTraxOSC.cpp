@@ -1,9 +1,13 @@
 #include "livetrax/remote/LiveTraxOSC.h"
 
 #include "base/Text.h"
+#include "livetrax/remote/LiveTraxSurface.h"
 #include "osc/OSCCodec.h"
+#include "platform/net/PortInUse.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <type_traits>
 #include <utility>
@@ -14,22 +18,15 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char *loopback = "127.0.0.1";
-
 /// Gives a connection that has just been made time to become ready; applies to every send.
 constexpr auto sendDelay = 40ms;
 /// Between the two messages of a marker: LiveTrax names the marker that it dropped last.
 constexpr auto markerNameDelay = 90ms;
+/// From the moment a message has left: by then a refusal would have come back.
+constexpr auto refusalTimeout = 100ms;
 constexpr auto queryTimeout = 2500ms;
 /// Further checks, one each sendDelay, for the connection that a query needs.
 constexpr int queryAttempts = 25;
-
-constexpr const char *transportSpeedAddress = "/transport_speed";
-constexpr const char *recordEnabledAddress = "/record_enabled";
-constexpr const char *isRecordingAddress = "/is_recording";
-constexpr const char *saveStateAddress = "/save_state";
-constexpr const char *addMarkerAddress = "/add_marker";
-constexpr const char *markerAddress = "/marker";
 
 /// A speed is a 32-bit number; anything else says nothing about it.
 std::optional<float> speedFrom(const OSCValue &value) {
@@ -53,12 +50,41 @@ std::optional<bool> boolFrom(const OSCValue &value) {
         value);
 }
 
+std::set<std::string> trimmedAll(const std::vector<std::string> &names) {
+    std::set<std::string> all;
+    for (const auto &name : names)
+        all.insert(trimmed(name));
+    return all;
+}
+
+/// "mark" and a number: what LiveTrax itself calls a marker that it was given no name for.
+bool isLiveTraxsOwnName(const std::string &name) {
+    constexpr std::string_view beginning = "mark";
+    return name.starts_with(beginning) && name.size() > beginning.size() &&
+           name.find_first_not_of("0123456789", beginning.size()) == std::string::npos;
+}
+
+/// Why a connection failed, for people.
+std::string reasonFor(const std::error_code &error, const std::string &description) {
+    if (error == std::errc::address_in_use)
+        return PortInUse(liveTraxSurface::replyPort).what();
+    return error == std::errc::connection_refused ? LiveTraxOSC::noAnswer : description;
+}
+
+/// The messages of one request, until it is known what became of them.
+struct Delivery {
+    std::size_t undecided; ///< messages that have neither left nor been lost
+    LiveTraxOSC::SendCompletion done;
+    bool incomplete = false; ///< a message was lost
+    SendReport report{};
+};
+
 } // namespace
 
 /// What belongs to the main queue. Work that is handed to the main queue holds it weakly: it tells whether
 /// the client still exists.
 struct LiveTraxOSC::Owner {
-    std::function<void(const std::string &)> *onFailure;
+    LiveTraxOSC *client; ///< null once it is gone
     /// Numbers the queries, so that an answer on its way to the main queue when the next query is made is
     /// dropped.
     std::uint64_t latestQuery = 0;
@@ -79,18 +105,21 @@ struct LiveTraxOSC::Surface : std::enable_shared_from_this<Surface> {
     void open();
     void close();
     void connectionChanged(ConnectionState state, const std::string &error);
+    void failed(const std::error_code &error, const std::string &description);
     void armReceive();
     void receive(const DatagramConnection::Received &received);
     void read(const OSCMessage &message);
     void query(QueryCompletion completion);
     void sendWhenReady(std::vector<std::string> addresses, int attempts);
     void finishQuery();
-    /// Sends after sendDelay; `done` is told whether there was a connection to send on.
-    using Done = std::function<void(bool left)>;
-    void send(const std::string &address, const std::vector<OSCValue> &values, Done done);
-    void sendAlone(const std::string &address, const std::vector<OSCValue> &values,
-                   SendCompletion completion);
-    void addMarker(const std::string &name, SendCompletion completion);
+    using DeliveryPointer = std::shared_ptr<Delivery>;
+    DeliveryPointer beginDelivery(std::size_t messages, SendCompletion done);
+    /// Sends a message of a delivery after sendDelay, if there is a connection then.
+    void send(const std::string &address, const std::vector<OSCValue> &values, DeliveryPointer delivery);
+    void sent(const DeliveryPointer &delivery, const std::string &address, SendResult result);
+    void refused();
+    void finish(const DeliveryPointer &delivery);
+    void addMarker(const std::string &name, MarkerStyle style, SendCompletion completion);
 
     SerialQueue &main;
     const std::shared_ptr<SerialQueue> queue;
@@ -98,6 +127,8 @@ struct LiveTraxOSC::Surface : std::enable_shared_from_this<Surface> {
     const std::weak_ptr<Owner> owner;
 
     std::shared_ptr<DatagramConnection> connection; ///< absent until opened, and after failure or closing
+    std::string reason;                             ///< why the last connection failed; empty once one is up
+    std::vector<DeliveryPointer> deliveries;        ///< that are under way, in order
     std::optional<float> speed;
     std::optional<bool> recordEnabled;
     std::optional<bool> isRecording;
@@ -108,7 +139,8 @@ struct LiveTraxOSC::Surface : std::enable_shared_from_this<Surface> {
 void LiveTraxOSC::Surface::open() {
     if (connection)
         return;
-    connection = network.makeDatagram(loopback, surfacePort, loopback, replyPort, queue);
+    connection = network.makeDatagram(liveTraxSurface::host, liveTraxSurface::port, liveTraxSurface::host,
+                                      liveTraxSurface::replyPort, queue);
     connection->start([weakSurface = weak_from_this(), weakConnection = std::weak_ptr(connection)](
                           ConnectionState state, const std::string &error) {
         const auto surface = weakSurface.lock();
@@ -127,15 +159,11 @@ void LiveTraxOSC::Surface::close() {
 void LiveTraxOSC::Surface::connectionChanged(ConnectionState state, const std::string &error) {
     switch (state) {
     case ConnectionState::ready:
+        reason.clear();
         armReceive();
         break;
     case ConnectionState::failed:
-        connection = nullptr;
-        main.post(weakly(owner, [error](Owner &alive) {
-            // A copy: what is called may be the end of the client.
-            if (const auto tell = *alive.onFailure)
-                tell(error);
-        }));
+        failed(connection->failure(), error);
         break;
     case ConnectionState::cancelled:
         connection = nullptr;
@@ -144,6 +172,18 @@ void LiveTraxOSC::Surface::connectionChanged(ConnectionState state, const std::s
     case ConnectionState::preparing:
         break;
     }
+}
+
+void LiveTraxOSC::Surface::failed(const std::error_code &error, const std::string &description) {
+    connection = nullptr;
+    reason = reasonFor(error, description);
+    main.post(weakly(owner, [error, reason = reason](Owner &alive) {
+        // A copy: what is called may be the end of the client.
+        if (const auto tell = alive.client->onFailure)
+            tell(error, reason);
+    }));
+    if (error == std::errc::connection_refused)
+        refused();
 }
 
 void LiveTraxOSC::Surface::armReceive() {
@@ -175,12 +215,12 @@ void LiveTraxOSC::Surface::read(const OSCMessage &message) {
     if (message.values.empty())
         return;
     const OSCValue &value = message.values.front();
-    if (message.address == transportSpeedAddress) {
+    if (message.address == liveTraxSurface::transportSpeed) {
         if (const auto reported = speedFrom(value))
             speed = reported;
-    } else if (message.address == recordEnabledAddress) {
+    } else if (message.address == liveTraxSurface::recordEnabled) {
         recordEnabled = boolFrom(value);
-    } else if (message.address == isRecordingAddress) {
+    } else if (message.address == liveTraxSurface::isRecording) {
         isRecording = boolFrom(value);
     }
 }
@@ -191,7 +231,9 @@ void LiveTraxOSC::Surface::query(QueryCompletion completion) {
     isRecording.reset();
     queryCompletion = std::move(completion);
     open();
-    sendWhenReady({transportSpeedAddress, recordEnabledAddress, isRecordingAddress}, queryAttempts);
+    sendWhenReady(
+        {liveTraxSurface::transportSpeed, liveTraxSurface::recordEnabled, liveTraxSurface::isRecording},
+        queryAttempts);
     queryWorkItem.cancel();
     queryWorkItem =
         queue->after(queryTimeout, weakly(weak_from_this(), [](Surface &alive) { alive.finishQuery(); }));
@@ -225,48 +267,86 @@ void LiveTraxOSC::Surface::finishQuery() {
     completion(result);
 }
 
-void LiveTraxOSC::Surface::send(const std::string &address, const std::vector<OSCValue> &values, Done done) {
+LiveTraxOSC::Surface::DeliveryPointer LiveTraxOSC::Surface::beginDelivery(std::size_t messages,
+                                                                          SendCompletion done) {
+    return deliveries.emplace_back(std::make_shared<Delivery>(Delivery{messages, std::move(done)}));
+}
+
+void LiveTraxOSC::Surface::send(const std::string &address, const std::vector<OSCValue> &values,
+                                DeliveryPointer delivery) {
     open();
-    auto transmission = [datagram = OSCCodec::message(address, values),
-                         done = std::move(done)](Surface &alive) {
-        if (alive.connection)
-            alive.connection->send(datagram, done);
-        else
-            done(false);
+    auto transmission = [address, datagram = OSCCodec::message(address, values),
+                         delivery = std::move(delivery)](Surface &alive) {
+        if (!alive.connection)
+            return alive.sent(delivery, address, SendResult::lost);
+        alive.connection->send(datagram,
+                               [weak = alive.weak_from_this(), delivery, address](SendResult result) {
+                                   if (const auto surface = weak.lock())
+                                       surface->sent(delivery, address, result);
+                               });
     };
     queue->after(sendDelay, weakly(weak_from_this(), std::move(transmission)));
 }
 
-void LiveTraxOSC::Surface::sendAlone(const std::string &address, const std::vector<OSCValue> &values,
-                                     SendCompletion completion) {
-    send(address, values, [address, completion = std::move(completion)](bool left) {
-        completion(left ? std::vector{address} : std::vector<std::string>());
-    });
+void LiveTraxOSC::Surface::sent(const DeliveryPointer &delivery, const std::string &address,
+                                SendResult result) {
+    if (result == SendResult::leftAfterRefusal)
+        refused();
+    if (result == SendResult::lost)
+        delivery->incomplete = true;
+    else
+        delivery->report.addresses.push_back(address);
+    if (--delivery->undecided > 0)
+        return;
+    if (delivery->incomplete || !delivery->report.problem.empty())
+        return finish(delivery);
+    queue->after(refusalTimeout,
+                 weakly(weak_from_this(), [delivery](Surface &alive) { alive.finish(delivery); }));
 }
 
-void LiveTraxOSC::Surface::addMarker(const std::string &name, SendCompletion completion) {
-    const auto addresses = std::make_shared<std::vector<std::string>>();
-    send(addMarkerAddress, {}, [addresses](bool left) {
-        if (left)
-            addresses->emplace_back(addMarkerAddress);
-    });
-    auto naming = [name, addresses, completion = std::move(completion)](Surface &alive) {
-        alive.send(markerAddress, {name}, [addresses, completion](bool left) {
-            if (left)
-                addresses->emplace_back(markerAddress);
-            completion(*addresses);
-        });
-    };
-    queue->after(markerNameDelay, weakly(weak_from_this(), std::move(naming)));
+/// Nobody listened to what has left a moment ago.
+void LiveTraxOSC::Surface::refused() {
+    for (const auto &delivery : std::vector(deliveries)) {
+        if (delivery->report.addresses.empty())
+            continue;
+        delivery->report.problem = noAnswer;
+        if (delivery->undecided == 0)
+            finish(delivery);
+    }
+}
+
+void LiveTraxOSC::Surface::finish(const DeliveryPointer &delivery) {
+    if (std::erase(deliveries, delivery) == 0)
+        return; // it was refused before its time was up
+    SendReport &report = delivery->report;
+    if (delivery->incomplete && report.problem.empty()) {
+        if (!reason.empty())
+            report.problem = reason;
+        else
+            report.problem = report.addresses.empty() ? "Nothing could be sent to LiveTrax."
+                                                      : "Not all could be sent to LiveTrax.";
+    }
+    delivery->done(report);
+}
+
+void LiveTraxOSC::Surface::addMarker(const std::string &name, MarkerStyle style, SendCompletion completion) {
+    if (style == MarkerStyle::named)
+        return send(liveTraxSurface::addMarker, {name}, beginDelivery(1, std::move(completion)));
+    const auto delivery = beginDelivery(2, std::move(completion));
+    send(liveTraxSurface::addMarker, {}, delivery);
+    queue->after(markerNameDelay, weakly(weak_from_this(), [name, delivery](Surface &alive) {
+                     alive.send(liveTraxSurface::marker, {name}, delivery);
+                 }));
 }
 
 // ---- on the main queue
 
 LiveTraxOSC::LiveTraxOSC(SerialQueue &main, std::shared_ptr<SerialQueue> queue, Network &network)
-    : main(main), queue(queue), owner(std::make_shared<Owner>(Owner{&onFailure})),
+    : main(main), queue(queue), owner(std::make_shared<Owner>(Owner{this})),
       surface(std::make_shared<Surface>(main, queue, network, owner)) {}
 
 LiveTraxOSC::~LiveTraxOSC() {
+    owner->client = nullptr;
     // The connection is closed where it lives, or, when that queue does not run any more, with its last task.
     queue->post([last = std::move(surface)]() mutable { last.reset(); });
 }
@@ -283,11 +363,10 @@ void LiveTraxOSC::stop() {
 /// exists.
 LiveTraxOSC::SendCompletion LiveTraxOSC::onMain(SendCompletion completion) const {
     if (!completion)
-        return [](const std::vector<std::string> &) {};
+        return [](const SendReport &) {};
     return [&main = main, alive = std::weak_ptr(owner),
-            completion = std::move(completion)](std::vector<std::string> addresses) {
-        main.post(weakly(alive,
-                         [completion, addresses = std::move(addresses)](Owner &) { completion(addresses); }));
+            completion = std::move(completion)](const SendReport &report) {
+        main.post(weakly(alive, [completion, report](Owner &) { completion(report); }));
     };
 }
 
@@ -295,21 +374,39 @@ void LiveTraxOSC::send(const std::string &address, const std::vector<OSCValue> &
                        SendCompletion completion) {
     queue->post(weakly(std::weak_ptr(surface),
                        [address, values, done = onMain(std::move(completion))](Surface &alive) {
-                           alive.sendAlone(address, values, done);
+                           alive.send(address, values, alive.beginDelivery(1, done));
                        }));
 }
 
 void LiveTraxOSC::save(SendCompletion completion) {
-    send(saveStateAddress, {}, std::move(completion));
+    send(liveTraxSurface::saveState, {}, std::move(completion));
+}
+
+void LiveTraxOSC::setSessionMarkers(const std::vector<std::string> &names) {
+    sessionMarkers = trimmedAll(names);
+}
+
+bool LiveTraxOSC::mayExist(const std::string &name) const {
+    return sessionMarkers.contains(name) || marked.contains(name) || isLiveTraxsOwnName(name);
 }
 
 void LiveTraxOSC::addSceneMarker(const std::string &name, SendCompletion completion) {
-    auto done = onMain(std::move(completion));
     const std::string text = trimmed(name);
     if (text.empty())
-        return done({});
-    queue->post(weakly(std::weak_ptr(surface),
-                       [text, done = std::move(done)](Surface &alive) { alive.addMarker(text, done); }));
+        return onMain(std::move(completion))({});
+    const MarkerStyle style = mayExist(text) ? MarkerStyle::named : markerStyle;
+    marked.insert(text);
+    auto done = onMain([this, text, completion = std::move(completion)](const SendReport &report) {
+        const auto alive = owner;
+        // A copy: what is called may be the end of the client.
+        if (const auto tell = onMarkerLost; tell && !report.problem.empty())
+            tell(text, report.problem);
+        if (completion && alive->client != nullptr)
+            completion(report);
+    });
+    queue->post(weakly(std::weak_ptr(surface), [text, style, done = std::move(done)](Surface &alive) {
+        alive.addMarker(text, style, done);
+    }));
 }
 
 void LiveTraxOSC::queryTransport(QueryCompletion completion) {

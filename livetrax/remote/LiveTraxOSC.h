@@ -1,32 +1,42 @@
 #pragma once
 
+#include "livetrax/remote/MarkerStyle.h"
 #include "livetrax/remote/TransportState.h"
 #include "osc/OSCMessage.h"
 #include "platform/net/Network.h"
 #include "platform/queues/SerialQueue.h"
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace corvane {
 
-/// Drives a running LiveTrax through its OSC surface: UDP to 127.0.0.1:3819, replies to 127.0.0.1:8000. The
-/// public operations are called on the main queue and completions run there; everything else happens on the
-/// given queue, "Corvane.LiveTraxOSC". What cannot be sent is lost silently. Once the client is gone, none of
-/// its pending work does anything and no completion runs.
+/// What became of messages that were to be sent.
+struct SendReport {
+    std::vector<std::string> addresses; ///< of those that have left, in order
+    /// Why LiveTrax does not have all of them, in a sentence for people; empty when nothing speaks against
+    /// it.
+    std::string problem;
+
+    bool operator==(const SendReport &) const = default;
+};
+
+/// Drives a running LiveTrax through its OSC surface (LiveTraxSurface.h). The public operations are called on
+/// the main queue and completions run there; everything else happens on the given queue,
+/// "Corvane.LiveTraxOSC". Once the client is gone, none of its pending work does anything and no completion
+/// runs.
 class LiveTraxOSC {
 public:
-    static constexpr std::uint16_t surfacePort = 3819; ///< LiveTrax listens here
-    static constexpr std::uint16_t replyPort = 8000;   ///< LiveTrax answers to this port, whoever asked
+    /// What is said when nobody listens or answers.
+    static constexpr const char *noAnswer = "LiveTrax does not answer.";
 
     using QueryCompletion = std::function<void(std::optional<TransportState>)>;
-    /// Given the addresses of the messages that have left, in order; those that found no connection are not
-    /// among them.
-    using SendCompletion = std::function<void(std::vector<std::string> addresses)>;
+    using SendCompletion = std::function<void(const SendReport &report)>;
 
     /// `main` and `network` outlive the client.
     LiveTraxOSC(SerialQueue &main, std::shared_ptr<SerialQueue> queue, Network &network);
@@ -39,7 +49,8 @@ public:
     /// Closes the connection. A query that is pending gets no answer from its time-out any more.
     void stop();
     /// Sends one message after 40 ms, opening the connection first if needed. `completion`, when given, runs
-    /// once the message has left or was dropped.
+    /// 100 ms after the message has left, which is time enough for a refusal to come back, or once it is
+    /// known to be refused or lost.
     void send(const std::string &address, const std::vector<OSCValue> &values = {},
               SendCompletion completion = {});
     /// Asks for the transport's state. `completion` runs once, with none when LiveTrax did not answer within
@@ -47,25 +58,39 @@ public:
     void queryTransport(QueryCompletion completion);
     /// Asks LiveTrax to save its session.
     void save(SendCompletion completion = {});
-    /// Drops a marker of that name at the playhead: "/add_marker", then 90 ms later "/marker" with the name,
-    /// trimmed. A blank name sends nothing. `completion`, when given, runs once both have left or were
-    /// dropped.
+    /// Drops a marker of that name, trimmed, at the playhead: in the classic way "/add_marker", then 90 ms
+    /// later "/marker" with the name. Where a marker of that name may exist, "/marker" would move the
+    /// playhead and can end a recording: such a name is always sent in the named way. A blank name sends
+    /// nothing. `completion`, when given, runs as that of `send`.
     void addSceneMarker(const std::string &name, SendCompletion completion = {});
 
-    /// Told why the connection failed, in the system's words. Set once by the owner before `start`; called on
-    /// the main queue.
-    std::function<void(const std::string &error)> onFailure;
+    /// How markers are made whose names are new.
+    MarkerStyle markerStyle = MarkerStyle::classic;
+    /// The names of the markers that LiveTrax's session has, as far as is known; they take the place of those
+    /// given before. What this client has marked itself it remembers anyway.
+    void setSessionMarkers(const std::vector<std::string> &names);
+
+    // Set once by the owner before `start`; called on the main queue.
+
+    /// Told why the connection failed: the error, in the generic category, and a sentence for people.
+    std::function<void(const std::error_code &error, const std::string &reason)> onFailure;
+    /// Told of a marker that did not reach LiveTrax, by its trimmed name, and of why: "UDP port 8000 is in
+    /// use by another program.", "LiveTrax does not answer." or the like. Before the marker's completion.
+    std::function<void(const std::string &name, const std::string &reason)> onMarkerLost;
 
 private:
     struct Surface;
     struct Owner;
 
     SendCompletion onMain(SendCompletion completion) const;
+    bool mayExist(const std::string &name) const;
 
     SerialQueue &main;
     std::shared_ptr<SerialQueue> queue;
     std::shared_ptr<Owner> owner;     ///< what the main queue owns; gone with the client
     std::shared_ptr<Surface> surface; ///< what lives on the queue
+    std::set<std::string> sessionMarkers;
+    std::set<std::string> marked; ///< by this client, in whatever session
 };
 
 } // namespace corvane

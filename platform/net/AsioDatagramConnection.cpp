@@ -33,6 +33,7 @@ public:
           queue(std::move(queue)), socket(this->context->loop()) {}
 
     ConnectionLife life;
+    std::error_code failure; ///< why the connection failed
 
     void start(ConnectionStateHandler handler);
     void send(Bytes datagram, SentHandler sent);
@@ -51,12 +52,13 @@ private:
     auto onQueue(Step step);
     void resolve(const std::string &host, std::function<void(Link &, const Addresses &)> next);
     void open(const Addresses &remote, const Addresses &local);
-    std::string openOne(const udp::endpoint &remote, const udp::endpoint &local);
+    std::error_code openOne(const udp::endpoint &remote, const udp::endpoint &local);
     void write();
     void wrote(const asio::error_code &error, std::size_t count);
     void read();
     void haveRead(const asio::error_code &error, std::size_t count);
-    void fail(const std::string &error);
+    void fail(const std::error_code &error);
+    void fail(const std::error_code &error, const std::string &text);
     void release();
     void loseOutgoing();
 
@@ -71,8 +73,13 @@ private:
     ReceiveHandler pending;
     Bytes incoming;
     bool reading = false;
-    std::string failure;
+    std::string failureText;
 };
+
+/// A socket's error as the rest of the program knows errors.
+std::error_code generic(const asio::error_code &error) {
+    return {error.value(), std::generic_category()};
+}
 
 /// `step` as a socket's completion: runs on the queue, with the link held until then.
 template <class Step>
@@ -102,7 +109,7 @@ void AsioDatagramConnection::Link::resolve(const std::string &host,
             return;
         self->queue->post([self, next, found = std::move(found)] {
             if (found.addresses.empty())
-                self->fail(found.error);
+                self->fail(std::make_error_code(std::errc::address_not_available), found.error);
             else if (self->life.isUsable())
                 next(*self, found.addresses);
         });
@@ -110,13 +117,13 @@ void AsioDatagramConnection::Link::resolve(const std::string &host,
 }
 
 void AsioDatagramConnection::Link::open(const Addresses &remote, const Addresses &local) {
-    std::string error = asio::error_code(asio::error::address_family_not_supported).message();
+    std::error_code error = std::make_error_code(std::errc::address_family_not_supported);
     for (const auto &from : local) {
         for (const auto &to : remote) {
             if (from.is_v4() != to.is_v4())
                 continue;
             error = openOne({to, ends.remotePort}, {from, ends.localPort});
-            if (!error.empty())
+            if (error)
                 continue;
             life.enter(ConnectionState::ready);
             write();
@@ -127,27 +134,28 @@ void AsioDatagramConnection::Link::open(const Addresses &remote, const Addresses
 }
 
 /// What is in the way, or nothing.
-std::string AsioDatagramConnection::Link::openOne(const udp::endpoint &remote, const udp::endpoint &local) {
+std::error_code AsioDatagramConnection::Link::openOne(const udp::endpoint &remote,
+                                                      const udp::endpoint &local) {
     asio::error_code error;
     socket.close(error);
     const int descriptor = openSocket(remote.protocol().family(), SOCK_DGRAM);
     if (descriptor < 0)
-        return std::generic_category().message(errno);
+        return {errno, std::generic_category()};
     socket.assign(remote.protocol(), descriptor, error);
     if (error) {
         ::close(descriptor);
-        return error.message();
+        return generic(error);
     }
     socket.bind(local, error);
     if (!error)
         socket.connect(remote, error);
-    return error ? error.message() : std::string();
+    return error ? generic(error) : std::error_code();
 }
 
 void AsioDatagramConnection::Link::send(Bytes datagram, SentHandler sent) {
     if (!life.isUsable()) {
         if (sent)
-            sent(false);
+            sent(SendResult::lost);
         return;
     }
     outgoing.push_back({std::move(datagram), std::move(sent)});
@@ -171,11 +179,12 @@ void AsioDatagramConnection::Link::wrote(const asio::error_code &error, std::siz
         isSecondTry = true;
         return write();
     }
-    isSecondTry = false;
+    const bool afterRefusal = std::exchange(isSecondTry, false);
     const auto done = std::move(outgoing.front().sent);
     outgoing.pop_front();
+    const bool lost = error && error != asio::error::connection_refused;
     if (done)
-        done(!error || error == asio::error::connection_refused);
+        done(lost ? SendResult::lost : afterRefusal ? SendResult::leftAfterRefusal : SendResult::left);
     write();
 }
 
@@ -185,7 +194,7 @@ void AsioDatagramConnection::Link::receiveMessage(ReceiveHandler handler) {
     if (life.isBeingCancelled() || life.state() == ConnectionState::cancelled)
         return;
     if (life.state() == ConnectionState::failed)
-        return handler({std::nullopt, failure});
+        return handler({std::nullopt, failureText});
     pending = std::move(handler);
     read();
 }
@@ -205,17 +214,22 @@ void AsioDatagramConnection::Link::haveRead(const asio::error_code &error, std::
     const auto done = std::exchange(pending, nullptr);
     if (error) {
         done({std::nullopt, error.message()});
-        return fail(error.message());
+        return fail(generic(error));
     }
     done({Bytes(incoming.begin(), incoming.begin() + static_cast<std::ptrdiff_t>(count)), std::nullopt});
 }
 
-void AsioDatagramConnection::Link::fail(const std::string &error) {
+void AsioDatagramConnection::Link::fail(const std::error_code &error) {
+    fail(error, error.message());
+}
+
+void AsioDatagramConnection::Link::fail(const std::error_code &error, const std::string &text) {
     if (!life.isUsable())
         return;
     failure = error;
+    failureText = text;
     release();
-    life.enter(ConnectionState::failed, error);
+    life.enter(ConnectionState::failed, text);
     loseOutgoing();
 }
 
@@ -242,7 +256,7 @@ void AsioDatagramConnection::Link::release() {
 void AsioDatagramConnection::Link::loseOutgoing() {
     for (const auto &lost : std::exchange(outgoing, {}))
         if (lost.sent)
-            lost.sent(false);
+            lost.sent(SendResult::lost);
 }
 
 AsioDatagramConnection::AsioDatagramConnection(std::shared_ptr<AsioContext> context, HostResolver resolver,
@@ -260,6 +274,10 @@ void AsioDatagramConnection::start(ConnectionStateHandler handler) {
 
 ConnectionState AsioDatagramConnection::state() const {
     return link->life.state();
+}
+
+std::error_code AsioDatagramConnection::failure() const {
+    return link->failure;
 }
 
 void AsioDatagramConnection::send(Bytes datagram, SentHandler sent) {

@@ -29,6 +29,7 @@ public:
 
     void start(ConnectionStateHandler handler) override;
     ConnectionState state() const override;
+    std::error_code failure() const override;
     void send(Bytes datagram, SentHandler sent = {}) override;
     void receiveMessage(ReceiveHandler handler) override;
     void cancel() override;

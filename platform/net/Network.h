@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 
 namespace corvane {
 
@@ -42,6 +43,13 @@ public:
     virtual void cancel() = 0;
 };
 
+/// What became of a datagram. One that is refused by whoever should have listened has left all the same.
+enum class SendResult {
+    left,
+    leftAfterRefusal, ///< it has left, and the system said on that occasion that an earlier one was refused
+    lost,
+};
+
 /// One UDP socket that is bound to a local address and speaks to one peer. Queues and threads as above.
 class DatagramConnection {
 public:
@@ -55,8 +63,9 @@ public:
     virtual void start(ConnectionStateHandler handler) = 0;
     /// Asked on the connection's queue.
     virtual ConnectionState state() const = 0;
-    /// Told whether the datagram has left; one that nobody listened for has.
-    using SentHandler = std::function<void(bool left)>;
+    /// Why it failed, in the generic category; no error before. Asked on the connection's queue.
+    virtual std::error_code failure() const = 0;
+    using SentHandler = std::function<void(SendResult result)>;
     /// Sends one datagram. A refusal left over from an earlier datagram does not lose this one. `sent`, when
     /// given, runs on the queue once the datagram has left or is lost.
     virtual void send(Bytes datagram, SentHandler sent = {}) = 0;

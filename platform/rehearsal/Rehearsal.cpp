@@ -31,9 +31,6 @@ std::filesystem::path madeRoot(const std::filesystem::path &folder) {
 
 } // namespace
 
-PortInUse::PortInUse(std::uint16_t port)
-    : std::runtime_error("UDP port " + std::to_string(port) + " is in use by another program.") {}
-
 Rehearsal::Rehearsal(const std::filesystem::path &folder, const HeldByParticipants &heldByParticipants)
     : folder(madeRoot(folder)), participation(FileHandle::openForAppending(participantsFile())) {
     for (const std::uint16_t port : {liveTraxPort, replyPort})

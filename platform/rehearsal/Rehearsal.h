@@ -1,21 +1,14 @@
 #pragma once
 
 #include "platform/files/FileHandle.h"
+#include "platform/net/PortInUse.h"
 #include "platform/rehearsal/RehearsalFolders.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <stdexcept>
 
 namespace corvane {
-
-/// A UDP port that a rehearsal needs for itself is held by a program that does not belong to it.
-class PortInUse : public std::runtime_error {
-public:
-    /// "UDP port 8000 is in use by another program."
-    explicit PortInUse(std::uint16_t port);
-};
 
 /// A folder that stands for a whole machine while this program runs. As long as a program takes part it keeps
 /// a file of the folder open, by which the others know it.

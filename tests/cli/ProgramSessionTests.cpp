@@ -123,11 +123,24 @@ TEST_F(SessionProgramTest, ADeafOrMissingLiveTraxDoesNotAnswerInItsTime) {
     EXPECT_LT(took, std::chrono::seconds(10));
 }
 
-TEST_F(SessionProgramTest, SaveAndMarkerAreSentWhetherOrNotSomebodyListens) {
-    expectDone(run({"save"}));
-    const Ran marker = run({"marker", "Verse", "--json"});
-    expectDone(marker);
-    EXPECT_EQ((json{{"sent", {"/add_marker", "/marker"}}}), marker.json());
+TEST_F(SessionProgramTest, SaveAndMarkerKnowWhetherSomebodyListens) {
+    const std::vector<Arguments> commands{
+        {"save"}, {"marker", "Verse"}, {"marker", "Verse", "--style", "named"}, {"save", "--confirm"}};
+    for (int round = 0; round < 5; ++round) {
+        for (const Arguments &command : commands) {
+            const Ran ran = run(command);
+            EXPECT_EQ(status::noAnswer, ran.status) << command.front();
+            EXPECT_EQ("LiveTrax does not answer.\n", ran.errors);
+            EXPECT_THAT(ran.output, IsEmpty());
+        }
+    }
+    installLiveTrax();
+    const Console console;
+    expectDone(run(Arguments{"create", "Friday Night", "--in", sessions, "--launch"} + console.address()));
+    ASSERT_TRUE(liveTraxAnswers());
+    for (int round = 0; round < 5; ++round)
+        for (const Arguments &command : commands)
+            expectDone(run(command));
 }
 
 TEST_F(SessionProgramTest, ARehearsalStopsWhereSomebodyElseHoldsAPort) {

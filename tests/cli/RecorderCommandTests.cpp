@@ -1,6 +1,7 @@
 #include "tests/cli/CommandTest.h"
 
 #include "osc/OSCCodec.h"
+#include "tests/support/EnvironmentVariable.h"
 
 #include <system_error>
 
@@ -64,7 +65,7 @@ TEST_F(RecorderCommandTest, ATakenReplyPortIsSaidAtOnce) {
     for (const auto &arguments : {std::vector<std::string>{"transport"}, {"save"}, {"marker", "Verse"}}) {
         outcome.reset();
         begin(arguments);
-        surface().fail(std::make_error_code(std::errc::address_in_use).message());
+        surface().fail(std::errc::address_in_use);
         fake.clock->run();
         ASSERT_TRUE(ended()) << arguments.front();
         EXPECT_EQ(status::noAnswer, outcome->status);
@@ -72,10 +73,11 @@ TEST_F(RecorderCommandTest, ATakenReplyPortIsSaidAtOnce) {
     }
 }
 
-TEST_F(RecorderCommandTest, SaveWaitsUntilItsDatagramHasLeft) {
+TEST_F(RecorderCommandTest, SaveWaitsUntilItsDatagramHasLeftAndARefusalWouldHaveCome) {
     begin({"save", "--json"});
+    fake.clock->advance(139ms);
     EXPECT_FALSE(ended());
-    fake.clock->advance(40ms);
+    fake.clock->advance(1ms);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::done, outcome->status);
     EXPECT_THAT(sentAddresses(), ElementsAre("/save_state"));
@@ -84,7 +86,7 @@ TEST_F(RecorderCommandTest, SaveWaitsUntilItsDatagramHasLeft) {
 
 TEST_F(RecorderCommandTest, MarkerWaitsForBothOfItsDatagrams) {
     begin({"marker", " Verse 2\n", "--json"});
-    fake.clock->advance(129ms);
+    fake.clock->advance(229ms);
     EXPECT_FALSE(ended());
     fake.clock->advance(1ms);
     ASSERT_TRUE(ended());
@@ -96,20 +98,78 @@ TEST_F(RecorderCommandTest, MarkerWaitsForBothOfItsDatagrams) {
 TEST_F(RecorderCommandTest, WhatCouldNotBeSentIsAFailure) {
     fake.network->datagramsBecomeReady = false;
     begin({"save"});
-    surface().fail("Network is down");
+    surface().fail(std::errc::network_down);
     fake.clock->advance(1s);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::noAnswer, outcome->status);
-    EXPECT_EQ("Network is down", outcome->message);
+    EXPECT_EQ(std::make_error_code(std::errc::network_down).message(), outcome->message);
 }
 
 TEST_F(RecorderCommandTest, ADatagramThatTheSystemRefusesHasNotBeenSent) {
     begin({"marker", std::string(70000, 'x')});
-    surface().losesWhatIsSent = true;
+    surface().result = SendResult::lost;
     fake.clock->advance(1s);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::noAnswer, outcome->status);
     EXPECT_EQ("Nothing could be sent to LiveTrax.", outcome->message);
+}
+
+TEST_F(RecorderCommandTest, WhatIsRefusedIsNotAnswered) {
+    for (const auto &arguments : {std::vector<std::string>{"save"}, {"marker", "Verse"}}) {
+        outcome.reset();
+        begin(arguments);
+        fake.clock->advance(41ms);
+        surface().breakOff(std::errc::connection_refused);
+        fake.clock->advance(1s);
+        ASSERT_TRUE(ended()) << arguments.front();
+        EXPECT_EQ(status::noAnswer, outcome->status);
+        EXPECT_EQ("LiveTrax does not answer.", outcome->message);
+        EXPECT_THAT(output.printed, IsEmpty());
+    }
+}
+
+TEST_F(RecorderCommandTest, TheNamedWayIsAskedForByOptionOrEnvironment) {
+    begin({"marker", "Verse", "--style", "named", "--json"});
+    fake.clock->advance(1s);
+    EXPECT_EQ((json{{"sent", {"/add_marker"}}}), printedJson());
+    EXPECT_EQ(OSCValue(std::string("Verse")),
+              OSCCodec::parse(surface().sent.back().datagram).value().values.at(0));
+
+    const EnvironmentVariable named("CORVANE_MARKERS", "named");
+    output.printed.clear();
+    begin({"marker", "Verse", "--json"});
+    fake.clock->advance(1s);
+    EXPECT_EQ((json{{"sent", {"/add_marker"}}}), printedJson());
+    output.printed.clear();
+    begin({"marker", "Verse", "--json", "--style", "classic"});
+    fake.clock->advance(1s);
+    EXPECT_EQ((json{{"sent", {"/add_marker", "/marker"}}}), printedJson());
+    EXPECT_EQ(status::wrongUsage, run({"marker", "Verse", "--style", "loud"}).status);
+}
+
+TEST_F(RecorderCommandTest, ConfirmAsksFirstAndSendsOnceAnswered) {
+    begin({"marker", "Verse", "--confirm", "--json"});
+    fake.clock->advance(40ms);
+    EXPECT_THAT(sentAddresses(), ElementsAre("/transport_speed", "/record_enabled", "/is_recording"));
+    answer("/transport_speed", 1.0F);
+    answer("/record_enabled", std::int32_t{1});
+    fake.clock->advance(1s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status);
+    EXPECT_EQ((json{{"sent", {"/add_marker", "/marker"}}}), printedJson());
+}
+
+TEST_F(RecorderCommandTest, ConfirmSendsNothingWithoutAnAnswer) {
+    for (const auto &arguments :
+         {std::vector<std::string>{"save", "--confirm"}, {"marker", "Verse", "--confirm"}}) {
+        outcome.reset();
+        begin(arguments);
+        fake.clock->advance(10s);
+        ASSERT_TRUE(ended());
+        EXPECT_EQ(status::noAnswer, outcome->status);
+        EXPECT_EQ("LiveTrax does not answer.", outcome->message);
+        EXPECT_THAT(sentAddresses(), ElementsAre("/transport_speed", "/record_enabled", "/is_recording"));
+    }
 }
 
 TEST_F(RecorderCommandTest, StoppedItClosesItsSocket) {

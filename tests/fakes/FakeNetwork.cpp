@@ -11,10 +11,10 @@ void FakeStreamConnection::receive(std::size_t, std::size_t maximum, ReceiveHand
 }
 
 void FakeDatagramConnection::send(Bytes datagram, SentHandler sentHandler) {
-    if (!losesWhatIsSent)
+    if (result != SendResult::lost)
         sent.push_back({std::move(datagram), queue->now()});
     if (sentHandler)
-        queue->post([sentHandler = std::move(sentHandler), left = !losesWhatIsSent] { sentHandler(left); });
+        queue->post([sentHandler = std::move(sentHandler), result = result] { sentHandler(result); });
 }
 
 std::shared_ptr<StreamConnection> FakeNetwork::makeStream(std::string host, std::uint16_t port,

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -40,9 +41,17 @@ public:
     /// Raised by the test.
     void becomeReady() { changeState(ConnectionState::ready); }
     void fail(const std::string &error) { changeState(ConnectionState::failed, error); }
+    void fail(std::errc error) {
+        reason = std::make_error_code(error);
+        fail(reason.message());
+    }
     /// Broken after it was ready: the pending receive gets the error, then the state is failed.
     void breakOff(const std::string &error) {
         complete(failed(error));
+        fail(error);
+    }
+    void breakOff(std::errc error) {
+        complete(failed(std::make_error_code(error).message()));
         fail(error);
     }
 
@@ -75,6 +84,7 @@ protected:
 
     std::shared_ptr<SerialQueue> queue;
     ConnectionState currentState = ConnectionState::setup;
+    std::error_code reason; ///< of the failure, when the test gave one
 
 private:
     static Received failed(const std::string &error) {
@@ -126,6 +136,7 @@ public:
           localHost(std::move(localHost)), localPort(localPort) {}
 
     ConnectionState state() const override { return currentState; }
+    std::error_code failure() const override { return reason; }
     void send(Bytes datagram, SentHandler sent = {}) override;
     void receiveMessage(ReceiveHandler handler) override { receiveNext(std::move(handler)); }
 
@@ -141,7 +152,7 @@ public:
     std::string localHost;
     std::uint16_t localPort;
     std::vector<Sent> sent;
-    bool losesWhatIsSent = false;
+    SendResult result = SendResult::left; ///< of what is sent from now on
 };
 
 /// Records every connection that was made.

@@ -162,13 +162,13 @@ TEST_F(LiveTraxSimProcess, IsDrivenByTheClient) {
     main.run();
     EXPECT_EQ(answer, (TransportState{1, true, true}));
 
-    Lines sent;
-    client.addSceneMarker(" Chorus ", [&](const Lines &addresses) {
-        sent = addresses;
-        client.save([&](const Lines &) { main.quit(); });
+    SendReport sent;
+    client.addSceneMarker(" Chorus ", [&](const SendReport &report) {
+        sent = report;
+        client.save([&](const SendReport &) { main.quit(); });
     });
     main.run();
-    EXPECT_EQ(sent, (Lines{"/add_marker", "/marker"}));
+    EXPECT_EQ(sent, (SendReport{{"/add_marker", "/marker"}, ""}));
     ASSERT_TRUE(sim.prints("saved")) << sim.printed();
     EXPECT_EQ(markers(), Lines{"Chorus"});
 }

@@ -199,7 +199,7 @@ TEST_F(LiveTraxOSCQuery, AStoppedClientsQueryIsNotAnsweredByItsTimeout) {
 // ---- the end of the client
 
 TEST_F(LiveTraxOSCQuery, NothingHappensOnceTheClientIsGone) {
-    client->save([this](const Addresses &) { answers.emplace_back(); });
+    client->save([this](const SendReport &) { answers.emplace_back(); });
     client->addSceneMarker("Verse 2");
     client.reset();
     advance(10s);
@@ -210,12 +210,12 @@ TEST_F(LiveTraxOSCQuery, NothingHappensOnceTheClientIsGone) {
 }
 
 TEST_F(LiveTraxOSCQuery, WhatWasHandedToTheMainQueueDoesNotOutliveTheClient) {
-    client->onFailure = [this](const std::string &) { answers.emplace_back(); };
-    client->save([this](const Addresses &) { answers.emplace_back(); });
+    client->onFailure = [this](const std::error_code &, const std::string &) { answers.emplace_back(); };
+    client->save([this](const SendReport &) { answers.emplace_back(); });
     connection().deliver(OSCCodec::message("/transport_speed", {1.0F}));
     connection().deliver(OSCCodec::message("/record_enabled", {1}));
     clock->advance(40ms);
-    connection().breakOff("Connection refused");
+    connection().breakOff(std::errc::connection_refused);
     clock->run();
     EXPECT_GE(mainClock->pending(), 3U);
     client.reset();

@@ -42,7 +42,9 @@ struct LiveTraxOSCSockets : testing::Test {
 
     void makeClient() {
         client = std::make_unique<LiveTraxOSC>(main, runtime->make("Corvane.LiveTraxOSC"), *network);
-        client->onFailure = [this](const std::string &error) { failures.push_back(error); };
+        client->onFailure = [this](const std::error_code &, const std::string &reason) {
+            failures.push_back(reason);
+        };
     }
 
     /// Runs the main queue until `main.quit()`; fails the test when that does not come in good time.
@@ -61,15 +63,16 @@ struct LiveTraxOSCSockets : testing::Test {
         main.run();
     }
 
-    Addresses save() {
-        Addresses sent;
-        client->save([&](const Addresses &addresses) {
-            sent = addresses;
+    SendReport saved() {
+        SendReport sent;
+        client->save([&](const SendReport &report) {
+            sent = report;
             main.quit();
         });
         runMain();
         return sent;
     }
+    Addresses save() { return saved().addresses; }
 
     State query() {
         State answer;
@@ -162,12 +165,26 @@ TEST_F(LiveTraxOSCSockets, WithoutARecorderAQueryHasNoState) {
 
 TEST_F(LiveTraxOSCSockets, ARecorderThatComesLaterIsReached) {
     // Nobody listens: what is sent now is refused, and the connection is given up.
-    EXPECT_EQ(save(), Addresses{"/save_state"});
-    runFor(50ms);
+    EXPECT_EQ(saved().problem, "LiveTrax does not answer.");
     EXPECT_FALSE(failures.empty());
     const DatagramPeer recorder(3819);
-    save();
+    EXPECT_EQ(saved(), (SendReport{{"/save_state"}, ""}));
     EXPECT_EQ(recorder.receive(), OSCCodec::message("/save_state"));
+}
+
+TEST_F(LiveTraxOSCSockets, NobodyListeningIsNoticedEveryTimeHoweverTheMessagesFollow) {
+    const std::string refused = "LiveTrax does not answer.";
+    std::vector<std::string> problems;
+    const auto note = [&](const SendReport &report) { problems.push_back(report.problem); };
+    for (int round = 0; round < 20; ++round) {
+        client->addSceneMarker("Verse " + std::to_string(round), note);
+        for (int i = 0; i < 3; ++i) {
+            client->save(note);
+            runFor(std::chrono::milliseconds(round));
+        }
+        runFor(250ms);
+    }
+    EXPECT_EQ(problems, std::vector<std::string>(80, refused));
 }
 
 TEST_F(LiveTraxOSCSockets, AMarkersNameIsNotLostToARefusalOfItsFirstHalf) {
@@ -175,11 +192,11 @@ TEST_F(LiveTraxOSCSockets, AMarkersNameIsNotLostToARefusalOfItsFirstHalf) {
     // is too busy for that gets further chances.
     for (int chance = 0; chance < 10; ++chance) {
         std::unique_ptr<DatagramPeer> recorder;
-        client->onFailure = [&](const std::string &) {
+        client->onFailure = [&](const std::error_code &, const std::string &) {
             if (!recorder)
                 recorder = std::make_unique<DatagramPeer>(3819);
         };
-        client->addSceneMarker("Verse 2", [&](const Addresses &) { main.quit(); });
+        client->addSceneMarker("Verse 2", [&](const SendReport &) { main.quit(); });
         runMain();
         client->onFailure = nullptr;
         ASSERT_TRUE(recorder);
@@ -197,7 +214,7 @@ TEST_F(LiveTraxOSCSockets, APortThatIsTakenIsToldAndNothingIsSent) {
     {
         const DatagramPeer taken(8000);
         EXPECT_EQ(save(), Addresses{});
-        EXPECT_EQ(failures, Addresses{"Address already in use"});
+        EXPECT_EQ(failures, Addresses{"UDP port 8000 is in use by another program."});
         EXPECT_EQ(query(), std::nullopt);
         EXPECT_FALSE(recorder.hasDatagram());
     }
@@ -212,8 +229,8 @@ TEST_F(LiveTraxOSCSockets, TwoClientsDoNotShareThePort) {
     const DatagramPeer recorder(3819);
     save();
     LiveTraxOSC second(main, runtime->make("Corvane.LiveTraxOSC"), *network);
-    second.onFailure = [this](const std::string &error) {
-        EXPECT_EQ(error, "Address already in use");
+    second.onFailure = [this](const std::error_code &error, const std::string &) {
+        EXPECT_EQ(error, std::errc::address_in_use);
         main.quit();
     };
     second.start();
@@ -242,7 +259,7 @@ TEST_F(LiveTraxOSCSockets, EndingAtAnyMomentFreesThePortAndTellsNothing) {
     int told = 0;
     for (int round = 0; round < 100; ++round) {
         client->queryTransport([&](State) { ++told; });
-        client->addSceneMarker("Verse 2", [&](const Addresses &) { ++told; });
+        client->addSceneMarker("Verse 2", [&](const SendReport &) { ++told; });
         if (round % 4 == 0)
             runFor(std::chrono::milliseconds(round));
         told = 0;
@@ -259,7 +276,7 @@ TEST_F(LiveTraxOSCSockets, TheRuntimeMayEndFirst) {
     client->start();
     client->queryTransport([](State) { ADD_FAILURE(); });
     runtime.reset();
-    client->save([](const Addresses &) { ADD_FAILURE(); });
+    client->save([](const SendReport &) { ADD_FAILURE(); });
     client.reset();
     runFor(20ms);
 }
@@ -345,7 +362,7 @@ TEST_F(LiveTraxOSCSockets, AnotherProgramReadsAMarkerInOrderAndSpacedInTime) {
     bool spaced = false;
     for (int chance = 0; chance < 20 && !spaced; ++chance) {
         const double asked = timeOfDay();
-        client->addSceneMarker("  Verse 2 \n", [this](const Addresses &) { main.quit(); });
+        client->addSceneMarker("  Verse 2 \n", [this](const SendReport &) { main.quit(); });
         client->send("/everything", {7, std::int64_t{1} << 40U, 0.5F, "n\xC3\xB1", true, false});
         runMain();
         const auto first = dump.next();

@@ -80,17 +80,31 @@ TEST_F(LiveTraxOSCTest, AReceiveErrorLeavesNoConnectionBehind) {
 }
 
 TEST_F(LiveTraxOSCTest, TheOwnerIsToldWhyTheConnectionFailed) {
-    Addresses errors;
-    client->onFailure = [&](const std::string &error) { errors.push_back(error); };
+    std::vector<std::pair<std::error_code, std::string>> told;
+    client->onFailure = [&](const std::error_code &error, const std::string &reason) {
+        told.emplace_back(error, reason);
+    };
     client->start();
     run();
-    connection().fail("Address already in use");
+    connection().fail(std::errc::address_in_use);
     run();
-    EXPECT_EQ(errors, Addresses{"Address already in use"});
+    client->start();
+    run();
+    connection().breakOff(std::errc::connection_refused);
+    run();
+    client->start();
+    run();
+    connection().fail(std::errc::network_down);
+    run();
+    const auto code = [](std::errc error) { return std::make_error_code(error); };
+    EXPECT_EQ(told, (decltype(told){
+                        {code(std::errc::address_in_use), "UDP port 8000 is in use by another program."},
+                        {code(std::errc::connection_refused), "LiveTrax does not answer."},
+                        {code(std::errc::network_down), code(std::errc::network_down).message()}}));
 }
 
 TEST_F(LiveTraxOSCTest, TheOwnerMayEndTheClientWhenToldOfAFailure) {
-    client->onFailure = [&](const std::string &) { client.reset(); };
+    client->onFailure = [&](const std::error_code &, const std::string &) { client.reset(); };
     client->start();
     run();
     connection().fail("Address already in use");
@@ -173,37 +187,72 @@ TEST_F(LiveTraxOSCTest, AMessageGoesOutOnTheConnectionThatIsThereAtItsTime) {
     EXPECT_EQ(sentOn(*network.datagrams.at(1)), (Sent{{40, {"/save_state", {}}}}));
 }
 
-TEST_F(LiveTraxOSCTest, SavingReportsWhenItHasLeft) {
+TEST_F(LiveTraxOSCTest, SavingReportsWhenItHasLeftAndWasNotRefused) {
     openReady();
-    std::vector<Addresses> reports;
-    client->save([&](const Addresses &addresses) { reports.push_back(addresses); });
-    advance(39ms);
+    std::vector<SendReport> reports;
+    client->save([&](const SendReport &report) { reports.push_back(report); });
+    advance(139ms); // 40 ms until it leaves, and 100 ms for a refusal
     EXPECT_TRUE(reports.empty());
     advance(1ms);
-    EXPECT_EQ(reports, (std::vector<Addresses>{{"/save_state"}}));
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{"/save_state"}, ""}}));
 }
 
 TEST_F(LiveTraxOSCTest, SavingWithoutAConnectionReportsThatNothingLeft) {
-    std::vector<Addresses> reports;
-    client->save([&](const Addresses &addresses) { reports.push_back(addresses); });
+    std::vector<SendReport> reports;
+    client->save([&](const SendReport &report) { reports.push_back(report); });
     run();
-    connection().fail("Address already in use");
+    connection().fail(std::errc::address_in_use);
+    advance(40ms);
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{}, "UDP port 8000 is in use by another program."}}));
+}
+
+TEST_F(LiveTraxOSCTest, ARefusalThatComesBackIsReportedAtOnce) {
+    openReady();
+    std::vector<SendReport> reports;
+    client->save([&](const SendReport &report) { reports.push_back(report); });
+    advance(139ms);
+    connection().breakOff(std::errc::connection_refused);
+    run();
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{"/save_state"}, "LiveTrax does not answer."}}));
     advance(1s);
-    EXPECT_EQ(reports, std::vector<Addresses>{{}});
+    EXPECT_EQ(reports.size(), 1U);
+}
+
+TEST_F(LiveTraxOSCTest, ARefusalThatTheNextMessageMeetsConcernsTheOneBefore) {
+    openReady();
+    std::vector<SendReport> reports;
+    for (int i = 0; i < 2; ++i) {
+        client->save([&](const SendReport &report) { reports.push_back(report); });
+        advance(50ms);
+        connection().result = SendResult::leftAfterRefusal;
+    }
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{"/save_state"}, "LiveTrax does not answer."}}));
+    advance(1s);
+    EXPECT_EQ(reports.back(), (SendReport{{"/save_state"}, ""}));
+}
+
+TEST_F(LiveTraxOSCTest, WhatTheSystemDoesNotTakeIsReportedAsNotSent) {
+    openReady();
+    std::vector<SendReport> reports;
+    connection().result = SendResult::lost;
+    client->save([&](const SendReport &report) { reports.push_back(report); });
+    advance(40ms);
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{}, "Nothing could be sent to LiveTrax."}}));
 }
 
 // ---- markers
 
 TEST_F(LiveTraxOSCTest, AMarkerIsDroppedAndThenNamedWithItsTrimmedName) {
     openReady();
-    std::vector<Addresses> reports;
-    client->addSceneMarker("  Verse 2 \n", [&](const Addresses &addresses) { reports.push_back(addresses); });
+    std::vector<SendReport> reports;
+    client->addSceneMarker("  Verse 2 \n", [&](const SendReport &report) { reports.push_back(report); });
     advance(129ms);
     EXPECT_EQ(sentOn(connection()), (Sent{{40, {"/add_marker", {}}}}));
-    EXPECT_TRUE(reports.empty());
     advance(1ms);
     EXPECT_EQ(sentOn(connection()), (Sent{{40, {"/add_marker", {}}}, {130, {"/marker", {V("Verse 2")}}}}));
-    EXPECT_EQ(reports, (std::vector<Addresses>{{"/add_marker", "/marker"}}));
+    EXPECT_TRUE(reports.empty());
+    advance(100ms);
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{"/add_marker", "/marker"}, ""}}));
 }
 
 TEST_F(LiveTraxOSCTest, TrimmingKnowsBlanksBeyondASCII) {
@@ -216,24 +265,133 @@ TEST_F(LiveTraxOSCTest, TrimmingKnowsBlanksBeyondASCII) {
 
 TEST_F(LiveTraxOSCTest, ABlankMarkerSendsNothing) {
     openReady();
-    std::vector<Addresses> reports;
+    std::vector<SendReport> reports;
     for (const char *name : {"", "   ", " \t\r\n", "\xC2\xA0\xE2\x80\xA8"})
-        client->addSceneMarker(name, [&](const Addresses &addresses) { reports.push_back(addresses); });
+        client->addSceneMarker(name, [&](const SendReport &report) { reports.push_back(report); });
     advance(1s);
     EXPECT_TRUE(connection().sent.empty());
-    EXPECT_EQ(reports, std::vector<Addresses>(4));
+    EXPECT_EQ(reports, std::vector<SendReport>(4));
 }
 
 TEST_F(LiveTraxOSCTest, AMarkersNameOpensTheConnectionAnewWhenTheFirstHalfLostIt) {
     network.datagramsBecomeReady = true;
-    std::vector<Addresses> reports;
-    client->addSceneMarker("Verse 2", [&](const Addresses &addresses) { reports.push_back(addresses); });
+    std::vector<SendReport> reports;
+    client->addSceneMarker("Verse 2", [&](const SendReport &report) { reports.push_back(report); });
     advance(45ms);
-    connection().breakOff("Connection refused");
+    connection().breakOff(std::errc::connection_refused);
     advance(1s);
     ASSERT_EQ(network.datagrams.size(), 2U);
     EXPECT_EQ(sentOn(*network.datagrams[1]), (Sent{{130, {"/marker", {V("Verse 2")}}}}));
-    EXPECT_EQ(reports, (std::vector<Addresses>{{"/add_marker", "/marker"}}));
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{"/add_marker", "/marker"}, "LiveTrax does not answer."}}));
+}
+
+TEST_F(LiveTraxOSCTest, TheNamedWayIsOneMessage) {
+    openReady();
+    client->markerStyle = MarkerStyle::named;
+    std::vector<SendReport> reports;
+    client->addSceneMarker("  Verse 2 \n", [&](const SendReport &report) { reports.push_back(report); });
+    advance(140ms);
+    EXPECT_EQ(sentOn(connection()), (Sent{{40, {"/add_marker", {V("Verse 2")}}}}));
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{"/add_marker"}, ""}}));
+}
+
+/// The messages of a marker, each as its address and the name in it.
+std::vector<std::string> markerMessages(const FakeDatagramConnection &connection) {
+    std::vector<std::string> texts;
+    for (const auto &sent : connection.sent) {
+        const auto message = OSCCodec::parse(sent.datagram).value();
+        texts.push_back(message.address);
+        for (const auto &value : message.values)
+            texts.back() += " " + std::get<std::string>(value);
+    }
+    return texts;
+}
+
+TEST_F(LiveTraxOSCTest, ANameThatWasMarkedBeforeIsNeverLocatedTo) {
+    openReady();
+    for (const char *name : {"A", "B", "A", " A\n", "a"}) {
+        client->addSceneMarker(name);
+        advance(1s);
+    }
+    EXPECT_EQ(markerMessages(connection()),
+              (Addresses{"/add_marker", "/marker A", "/add_marker", "/marker B", "/add_marker A",
+                         "/add_marker A", "/add_marker", "/marker a"}));
+}
+
+TEST_F(LiveTraxOSCTest, AMarkerThatIsStillOnItsWayCountsAsMarked) {
+    openReady();
+    client->addSceneMarker("A");
+    client->addSceneMarker("A");
+    advance(1s);
+    EXPECT_EQ(markerMessages(connection()), (Addresses{"/add_marker", "/add_marker A", "/marker A"}));
+}
+
+TEST_F(LiveTraxOSCTest, ANameThatTheSessionHasIsNeverLocatedTo) {
+    openReady();
+    client->setSessionMarkers({"Verse", " Solo "});
+    for (const char *name : {"Verse", "Solo", "Chorus"}) {
+        client->addSceneMarker(name);
+        advance(1s);
+    }
+    EXPECT_EQ(markerMessages(connection()),
+              (Addresses{"/add_marker Verse", "/add_marker Solo", "/add_marker", "/marker Chorus"}));
+}
+
+TEST_F(LiveTraxOSCTest, AnotherSessionsNamesTakeTheirPlaceAndWhatWasMarkedStays) {
+    openReady();
+    client->setSessionMarkers({"Verse"});
+    client->addSceneMarker("Solo");
+    advance(1s);
+    client->setSessionMarkers({});
+    client->addSceneMarker("Verse");
+    client->addSceneMarker("Solo");
+    advance(1s);
+    EXPECT_EQ(markerMessages(connection()),
+              (Addresses{"/add_marker", "/marker Solo", "/add_marker", "/add_marker Solo", "/marker Verse"}));
+}
+
+TEST_F(LiveTraxOSCTest, ASceneThatIsCalledAsLiveTraxCallsMarkersIsNeverLocatedTo) {
+    openReady();
+    for (const char *name : {"mark1", "mark", "mark 1", "marked"}) {
+        client->addSceneMarker(name);
+        advance(1s);
+    }
+    EXPECT_EQ(markerMessages(connection()),
+              (Addresses{"/add_marker mark1", "/add_marker", "/marker mark", "/add_marker", "/marker mark 1",
+                         "/add_marker", "/marker marked"}));
+}
+
+TEST_F(LiveTraxOSCTest, AMarkerThatDidNotReachLiveTraxIsToldWithTheReason) {
+    std::vector<Addresses> lost;
+    client->onMarkerLost = [&](const std::string &name, const std::string &reason) {
+        lost.push_back({name, reason});
+    };
+    client->start();
+    run();
+    connection().fail(std::errc::address_in_use);
+    client->addSceneMarker(" Solo ");
+    run();
+    connection().fail(std::errc::address_in_use);
+    advance(1s);
+    network.datagramsBecomeReady = true;
+    client->addSceneMarker("Encore");
+    advance(41ms);
+    connection().breakOff(std::errc::connection_refused);
+    advance(1s);
+    EXPECT_EQ(lost, (std::vector<Addresses>{{"Solo", "UDP port 8000 is in use by another program."},
+                                            {"Encore", "LiveTrax does not answer."}}));
+    client->addSceneMarker("Arrived");
+    advance(1s);
+    EXPECT_EQ(lost.size(), 2U);
+}
+
+TEST_F(LiveTraxOSCTest, TheOwnerMayEndTheClientWhenToldOfALostMarker) {
+    client->onMarkerLost = [&](const std::string &, const std::string &) { client.reset(); };
+    client->addSceneMarker("Solo", [](const SendReport &) { ADD_FAILURE(); });
+    run();
+    connection().fail(std::errc::address_in_use);
+    advance(1s);
+    EXPECT_FALSE(client);
 }
 
 TEST_F(LiveTraxOSCTest, TwoMarkersInARowInterleaveByTheClock) {

@@ -139,13 +139,47 @@ TEST_F(AsioDatagram, ARefusalLeftOverDoesNotLoseTheNextDatagram) {
     peer.close();
     for (int round = 0; round < 10; ++round) {
         Journal<int> sent;
-        connection->send(bytes("into the void"), [&](bool) { sent.add(1); });
+        connection->send(bytes("into the void"), [&](SendResult) { sent.add(1); });
         ASSERT_TRUE(sent.awaitCount(1)); // on loopback the refusal is there by now
         const DatagramPeer reborn(port);
         connection->send(bytes("hello"));
         ASSERT_EQ(reborn.receive(), bytes("hello"));
     }
     EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+}
+
+TEST_F(AsioDatagram, TheNextSendTellsOfARefusalThatNobodyHasRead) {
+    const auto connection = make(peer.port());
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->await("ready"));
+    peer.close();
+    Journal<int> sent;
+    const auto note = [&](SendResult result) { sent.add(static_cast<int>(result)); };
+    connection->send(bytes("into the void"), note);
+    ASSERT_TRUE(sent.awaitCount(1)); // on loopback the refusal is there by now
+    connection->send(bytes("again"), note);
+    ASSERT_TRUE(sent.awaitCount(2));
+    EXPECT_EQ(sent.all(), (std::vector<int>{static_cast<int>(SendResult::left),
+                                            static_cast<int>(SendResult::leftAfterRefusal)}));
+}
+
+TEST_F(AsioDatagram, AFailureHasItsErrorAsACode) {
+    const DatagramPeer holder;
+    const auto taken = make(peer.port(), holder.port());
+    taken->start(journal->states());
+    ASSERT_TRUE(journal->awaitBeginning("failed: "));
+    EXPECT_EQ(taken->failure(), std::errc::address_in_use);
+
+    const auto words = std::make_shared<ConnectionJournal>();
+    const auto connection = make(peer.port());
+    connection->start(words->states());
+    connection->receiveMessage(words->datagrams());
+    ASSERT_TRUE(words->await("ready"));
+    EXPECT_FALSE(connection->failure());
+    peer.close();
+    connection->send(bytes("anybody there?"));
+    ASSERT_TRUE(words->awaitBeginning("failed: "));
+    EXPECT_EQ(connection->failure(), std::errc::connection_refused);
 }
 
 TEST_F(AsioDatagram, AfterAFailureItsPortIsFreeBeforeAnybodyIsTold) {
@@ -183,7 +217,7 @@ TEST_F(AsioDatagram, TellsWhenADatagramHasLeft) {
     const auto connection = make(peer.port());
     connection->start(journal->states());
     Journal<int> sent;
-    connection->send(bytes("save"), [&](bool left) { sent.add(left ? 1 : 0); });
+    connection->send(bytes("save"), [&](SendResult result) { sent.add(result == SendResult::left ? 1 : 0); });
     ASSERT_TRUE(sent.awaitCount(1));
     EXPECT_EQ(sent.all(), std::vector<int>{1});
     EXPECT_TRUE(peer.hasDatagram());
@@ -193,8 +227,9 @@ TEST_F(AsioDatagram, ADatagramThatIsTooLongIsLostAndTheNextOneLeaves) {
     const auto connection = make(peer.port());
     connection->start(journal->states());
     Journal<int> sent;
-    connection->send(Bytes(70000), [&](bool left) { sent.add(left ? 1 : 0); });
-    connection->send(bytes("short"), [&](bool left) { sent.add(left ? 2 : 0); });
+    connection->send(Bytes(70000), [&](SendResult result) { sent.add(result == SendResult::left ? 1 : 0); });
+    connection->send(bytes("short"),
+                     [&](SendResult result) { sent.add(result == SendResult::left ? 2 : 0); });
     EXPECT_EQ(peer.receive(), bytes("short"));
     ASSERT_TRUE(sent.awaitCount(2));
     EXPECT_EQ(sent.all(), (std::vector<int>{0, 2})) << "only the short one has left";
@@ -205,13 +240,13 @@ TEST_F(AsioDatagram, WhatIsLostByCancelOrFailureIsToldAsWell) {
     Journal<int> sent;
     const auto cancelled = make(peer.port());
     cancelled->cancel();
-    cancelled->send(bytes("late"), [&](bool left) { sent.add(left ? 1 : 0); });
+    cancelled->send(bytes("late"), [&](SendResult result) { sent.add(result == SendResult::left ? 1 : 0); });
     ASSERT_TRUE(sent.awaitCount(1));
 
     const DatagramPeer holder;
     const auto failed = make(peer.port(), holder.port());
     failed->start(journal->states());
-    failed->send(bytes("lost"), [&](bool left) { sent.add(left ? 2 : 0); });
+    failed->send(bytes("lost"), [&](SendResult result) { sent.add(result == SendResult::left ? 2 : 0); });
     EXPECT_TRUE(sent.awaitCount(2));
     EXPECT_EQ(sent.all(), (std::vector<int>{0, 0}));
 }
