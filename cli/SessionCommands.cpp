@@ -3,6 +3,7 @@
 #include "cli/SessionCommand.h"
 #include "cli/Table.h"
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "patch/PatchConflicts.h"
 
 #include <cstdint>
 #include <limits>
@@ -13,6 +14,31 @@ namespace corvane::cli {
 
 namespace {
 
+/// What the engine says of channels that cannot be tracks of one session, with the channels beneath.
+std::string refusal(const GeneratorError &error, const std::vector<LV1Channel> &channels) {
+    using Case = GeneratorError::Case;
+    std::string text = error.what();
+    for (const PatchConflict &conflict : patchConflicts(channels)) {
+        const bool about = conflict.kind == PatchConflict::Kind::name
+                               ? error.errorCase() == Case::duplicateEnginePort
+                               : error.errorCase() == Case::duplicateCapturePort ||
+                                     error.errorCase() == Case::duplicateDirectOutBitSlot;
+        if (about)
+            text += "\n  " + withoutControls(conflict.text) + ".";
+    }
+    return text;
+}
+
+/// Runs a step of the session engine on some channels.
+template <class Step>
+auto telling(const std::vector<LV1Channel> &channels, Step step) {
+    try {
+        return step();
+    } catch (const GeneratorError &error) {
+        throw CommandFailure(status::refused, refusal(error, channels));
+    }
+}
+
 class CreateCommand : public SessionCommand {
     using SessionCommand::SessionCommand;
 
@@ -21,7 +47,9 @@ class CreateCommand : public SessionCommand {
         const Options &options = surroundings.options;
         if (channels.empty())
             throw CommandFailure(status::refused, "There are no channels to record.");
-        const auto session = LiveTraxGenerator::generate(platform, options.name, options.folder, channels);
+        const auto session = telling(channels, [&] {
+            return LiveTraxGenerator::generate(platform, options.name, options.folder, channels);
+        });
         platform.defaults->set(LiveTraxGenerator::lastSessionKey, session.string());
         if (options.launch)
             LiveTraxGenerator::launch(platform, session, options.name, channels);
@@ -54,8 +82,9 @@ class SyncCommand : public SessionCommand {
     void work(const Channels &channels) override {
         refuseWhileLiveTraxRuns(); // it may have been started while the console was asked
         const Options &options = surroundings.options;
-        const UpdateResult result =
-            LiveTraxGenerator::update(surroundings.platform, *options.session, channels);
+        const UpdateResult result = telling(channels, [&] {
+            return LiveTraxGenerator::update(surroundings.platform, *options.session, channels);
+        });
         if (options.launch)
             LiveTraxGenerator::launchExisting(surroundings.platform, *options.session, channels);
         surroundings.output.print(options.json ? document({{"adjusted", result.updated},
@@ -74,8 +103,9 @@ class PlanCommand : public SessionCommand {
     using SessionCommand::SessionCommand;
 
     void work(const Channels &channels) override {
-        const auto plan =
-            LiveTraxGenerator::plan(surroundings.platform, *surroundings.options.session, channels);
+        const auto plan = telling(channels, [&] {
+            return LiveTraxGenerator::plan(surroundings.platform, *surroundings.options.session, channels);
+        });
         surroundings.output.print(surroundings.options.json ? document(json(plan)) : text(plan));
     }
 

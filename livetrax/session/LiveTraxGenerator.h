@@ -88,6 +88,9 @@ public:
     static std::string patchSignature(const Channels &channels);
     /// The same of a session on disk; none when it cannot be read.
     static std::optional<std::string> sessionPatchSignature(const Path &sessionURL);
+    /// Whether a session on disk records these channels in their order; names may stand there as the recorder
+    /// writes them. None when it cannot be read.
+    static std::optional<bool> sessionRecords(const Path &sessionURL, const Channels &channels);
     static void validateGeneratedPatch(XMLElement root, const Channels &channels);
 
     // Port names and playback channels, each taken once in a session (EnginePorts.cpp)

@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "livetrax/session/Track.h"
+#include "patch/RecorderNames.h"
 
 #include <algorithm>
 #include <exception>
@@ -56,17 +57,39 @@ std::vector<Track> patchedTracks(XMLElement root) {
     return tracks;
 }
 
-std::optional<std::string> treePatchSignature(XMLElement root) {
+/// What a track of a session records: the session's side of a channel.
+struct RecordedChannel {
+    std::string name;
+    std::int64_t width;
+    std::int64_t inputIndex;
+
+    bool records(const LV1Channel &channel) const {
+        return width == (channel.stereo() ? 2 : 1) && inputIndex == channel.inputIndex() &&
+               isRecorded(name, channel.name());
+    }
+};
+
+/// The patch of a session's tree; none where there are no routes at all.
+std::optional<std::vector<RecordedChannel>> treePatch(XMLElement root) {
     if (!root.firstChild("Routes").firstChild("Route"))
         return std::nullopt;
-    std::vector<std::string> lines;
+    std::vector<RecordedChannel> patch;
     for (const Track track : patchedTracks(root)) {
-        const auto name = track.name();
+        auto name = track.name();
         const IO input = track.input();
         if (name && input)
-            lines.push_back(signatureLine(*name, input.width(), connectedInput(input)));
+            patch.push_back({*std::move(name), input.width(), connectedInput(input)});
     }
-    return joined(lines);
+    return patch;
+}
+
+/// The same of a session on disk; none as well when it cannot be read, whatever keeps it from that.
+std::optional<std::vector<RecordedChannel>> sessionPatch(const std::filesystem::path &sessionURL) {
+    try {
+        return treePatch(XMLDocument::load(LiveTraxGenerator::sessionFile(sessionURL)).root());
+    } catch (const std::exception &) {
+        return std::nullopt;
+    }
 }
 
 } // namespace
@@ -80,12 +103,21 @@ std::string LiveTraxGenerator::patchSignature(const Channels &channels) {
 }
 
 std::optional<std::string> LiveTraxGenerator::sessionPatchSignature(const Path &sessionURL) {
-    try {
-        const XMLDocument document = XMLDocument::load(sessionFile(sessionURL));
-        return treePatchSignature(document.root());
-    } catch (const std::exception &) {
-        return std::nullopt; // whatever keeps it from being read, it is no patch to compare with
-    }
+    const auto patch = sessionPatch(sessionURL);
+    if (!patch)
+        return std::nullopt;
+    std::vector<std::string> lines;
+    for (const RecordedChannel &channel : *patch)
+        lines.push_back(signatureLine(channel.name, channel.width, channel.inputIndex));
+    return joined(lines);
+}
+
+std::optional<bool> LiveTraxGenerator::sessionRecords(const Path &sessionURL, const Channels &channels) {
+    const auto patch = sessionPatch(sessionURL);
+    if (!patch)
+        return std::nullopt;
+    return std::equal(patch->begin(), patch->end(), channels.begin(), channels.end(),
+                      [](const auto &track, const auto &channel) { return track.records(channel); });
 }
 
 void LiveTraxGenerator::validateGeneratedPatch(XMLElement root, const Channels &channels) {

@@ -1,6 +1,7 @@
 #include "base/Preconditions.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/Track.h"
+#include "patch/RecorderNames.h"
 
 #include <algorithm>
 #include <cmath>
@@ -42,7 +43,7 @@ void LiveTraxGenerator::configure(XMLElement route, XMLElement playlist, const L
     track.setLook(channel.name(), order, std::to_string(packedColor(channel)));
     playlist.setExistingAttribute("name", channel.name());
     for (DirectOut out : track.directOuts())
-        out.configure(channel.name(), firstNumber);
+        out.configure(directOutName(channel.name()), firstNumber);
     track.input().connect(CAPTURE_PREFIX, firstNumber);
     track.arm();
 }

@@ -94,6 +94,21 @@ TEST_F(CreateCommandTest, WhatTheEngineRefusesIsTheMessage) {
               outcome.message);
 }
 
+TEST_F(CreateCommandTest, ChannelsThatCannotBeOneSessionAreNamedBeneathTheRefusal) {
+    const Outcome inputs = run({"create", "Gig", "--in", "out", "--from",
+                                patchFile({mono("Vox", 24, 1), stereo("FX", 23, 2), stereo("Keys", 24, 3)})});
+    EXPECT_EQ(status::refused, inputs.status);
+    EXPECT_EQ("The session would create a repeated direct-out id (25).\n"
+              "  “Vox”, “FX” and “Keys” share SoundGrid input 25.",
+              inputs.message);
+    outcome.reset();
+    const Outcome names = run({"create", "Gig", "--in", "out", "--from",
+                               patchFile({mono("Vox", 0, 1), mono("Vox", 1, 2), mono("Kick", 1, 2)})});
+    EXPECT_EQ("The session would create a duplicate audio port (Vox/audio_send 1). Check the LV1 channel "
+              "names.\n  2 channels are called “Vox”.",
+              names.message);
+}
+
 TEST_F(CreateCommandTest, WithoutLiveTraxNothingIsCreated) {
     std::filesystem::remove_all(fake.folder / "Applications");
     const Outcome outcome = run({"create", "Gig", "--in", "out", "--from", patchFile(band)});

@@ -46,6 +46,22 @@ TEST_F(SessionSignature, AGeneratedSessionReadsBackAsItsChannels) {
     EXPECT_EQ(signatureOf(generated), Generator::patchSignature(channels));
 }
 
+TEST_F(SessionSignature, ANameAsTheRecorderWritesItIsTheChannels) {
+    const std::vector<LV1Channel> channels = {channel("Kick/In ", 0), channel("Click", 6, true)};
+    const auto holds = [&](const std::vector<TrackText> &tracks) {
+        platform.writeSession(sessionText(tracks));
+        return Generator::sessionRecords(platform.sessionFolder(), channels);
+    };
+    EXPECT_EQ(true, holds({track("Kick/In ", 1), track("Click", 7, 2)}));
+    EXPECT_EQ(true, holds({track("Kick_In", 1), track("Click 1", 7, 2)}));
+    EXPECT_EQ(false, holds({track("Kick In", 1), track("Click 1", 7, 2)})) << "another name";
+    EXPECT_EQ(false, holds({track("Kick_In", 2), track("Click 1", 7, 2)})) << "another input";
+    EXPECT_EQ(false, holds({track("Kick_In", 1), track("Click 1", 7)})) << "another width";
+    EXPECT_EQ(false, holds({track("Click 1", 7, 2), track("Kick_In", 1)})) << "another order";
+    EXPECT_EQ(false, holds({track("Kick_In", 1)})) << "one less";
+    EXPECT_EQ(std::nullopt, Generator::sessionRecords(platform.folder.path() / "nowhere", channels));
+}
+
 TEST_F(SessionSignature, TheSessionMayBeGivenWithATrailingSlash) {
     platform.writeSession(sessionText({track("Kick", 1)}));
     EXPECT_EQ(Generator::sessionPatchSignature(platform.sessionFolder() / ""), "Kick|1|0");
