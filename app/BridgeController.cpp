@@ -91,6 +91,10 @@ void BridgeController::applicationWillTerminate() {
     liveTraxOSC->stop();
 }
 
+bool BridgeController::requestQuit(std::function<void()>) {
+    return true;
+}
+
 template <class... Arguments>
 std::function<void(Arguments...)>
 BridgeController::reaction(void (BridgeController::*handler)(Arguments...)) {
@@ -226,6 +230,20 @@ void BridgeController::connectSelected() {
         updateActiveSession(channels, *currentPatch);
         return;
     }
+    connectToSelectedHost();
+}
+
+void BridgeController::hostChosen() {
+    const int selected = view.selectedDevice();
+    const auto index = static_cast<std::size_t>(selected);
+    const bool there = selected >= 0 && (index < endpoints.size()  ? client->leadsTo(endpoints[index])
+                                         : index < services.size() ? client->leadsTo(*services[index])
+                                                                   : true);
+    if (!there)
+        connectToSelectedHost();
+}
+
+void BridgeController::connectToSelectedHost() {
     const int selected = view.selectedDevice();
     if (selected < 0) {
         client->startDiscovery();
@@ -242,6 +260,14 @@ void BridgeController::connectSelected() {
         client->startDiscovery();
     }
 }
+
+void BridgeController::noticeAction() {}
+
+void BridgeController::dismissNotice() {
+    view.showNotice(std::nullopt);
+}
+
+void BridgeController::fieldsEdited() {}
 
 void BridgeController::togglePatch() {
     patchExpanded = !patchExpanded;

@@ -33,11 +33,22 @@ public:
     void startBridgeServices();
     /// Stops searching, leaves the console, lets go of LiveTrax.
     void applicationWillTerminate();
+    /// The user or the system wants the program to end. True when it may end now; otherwise something must be
+    /// finished first, and `end` is called once when it is. A second call takes the place of the first.
+    bool requestQuit(std::function<void()> end);
 
     // What the user does (the window's controls)
 
     /// SYNC LV1: updates the session when the patch has changed, else connects to the chosen host.
     void connectSelected();
+    /// A person's own choice in the host menu: connects to that host, unless the link leads there already.
+    void hostChosen();
+    /// Presses the action of the notice that is shown, and only of that one.
+    void noticeAction();
+    /// Puts the notice that is shown away until there is something else to say.
+    void dismissNotice();
+    /// The session's name or the folder to save in was edited.
+    void fieldsEdited();
     /// Opens or closes the patch view.
     void togglePatch();
     void chooseFolder();
@@ -101,6 +112,7 @@ private:
 
     bool deservesMarker(const std::string &name) const;
     void recolourSnapshot(const Channels &list);
+    void connectToSelectedHost();
     void showPatchTitle();
     /// Whether the console's patch differs from the synchronised one.
     bool hasChanges() const;

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "app/ButtonLook.h"
+#include "app/Notice.h"
 #include "lv1/LV1Channel.h"
 
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
@@ -56,6 +58,22 @@ public:
     virtual void setChannelScrollShown(bool shown) = 0;
     virtual void setPatchButton(const std::string &title) = 0;
     virtual void setSyncButtonEnabled(bool enabled) = 0;
+    /// Says in words what a press on Create LiveTrax Session would do now.
+    virtual void setCreateMeaning(const std::string &meaning) = 0;
+
+    // What the window says besides its status
+
+    /// Shows this notice in place of the one before, or none. It never takes the focus; what a person does
+    /// with it comes back through the controller's `noticeAction` and `dismissNotice`.
+    virtual void showNotice(const std::optional<Notice> &notice) = 0;
+    /// Whether an update of the session is under way, between the press and its end.
+    virtual void setUpdateUnderWay(bool underWay) = 0;
+    /// Draws the user's eye to the application without taking the focus from another one.
+    virtual void requestAttention() = 0;
+    /// Within this time a second press on the same place is still the first one.
+    virtual std::chrono::milliseconds doubleClickTime() const = 0;
+    /// Writes a line to standard error: for what happens once the window may be gone.
+    virtual void writeError(const std::string &text) = 0;
 
     // The window
 
@@ -69,6 +87,8 @@ public:
 
     /// Shows a modal alert; `answered` is called once with the position of the button that was chosen.
     virtual void showAlert(const Alert &alert, std::function<void(std::size_t button)> answered) = 0;
+    /// Shows lines to read, under a title; nothing is asked.
+    virtual void showLines(const std::string &title, const std::vector<std::string> &lines) = 0;
     /// Lets the user choose a folder or make one; none when the user thinks better of it.
     virtual void chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) = 0;
     /// The About panel, and the application to the front.

@@ -267,6 +267,12 @@ void MainWindow::connectControls() {
     on(chooseButton, &BridgeController::chooseFolder);
     on(syncButton, &BridgeController::createSession);
 
+    connect(devicePopup, &QComboBox::activated, this,
+            [this] { tell([](BridgeController &c) { c.hostChosen(); }); });
+    for (QLineEdit *field : {sessionNameField, outputPathField})
+        connect(field, &QLineEdit::textEdited, this,
+                [this] { tell([](BridgeController &c) { c.fieldsEdited(); }); });
+
     connectButton->setLook(redLook);
     chooseButton->setToolTip(QStringLiteral("Choose the folder that the session is saved in"));
     patchButton->setToolTip(QStringLiteral("Show or hide the console's channels"));

@@ -59,11 +59,19 @@ public:
     void setChannelScrollShown(bool shown) override;
     void setPatchButton(const std::string &title) override;
     void setSyncButtonEnabled(bool enabled) override;
+    void setCreateMeaning(const std::string &meaning) override;
+
+    void showNotice(const std::optional<Notice> &notice) override;
+    void setUpdateUnderWay(bool underWay) override;
+    void requestAttention() override;
+    std::chrono::milliseconds doubleClickTime() const override;
+    void writeError(const std::string &text) override;
 
     void growWindow(int points) override;
     void bringToFront() override;
 
     void showAlert(const Alert &alert, std::function<void(std::size_t button)> answered) override;
+    void showLines(const std::string &title, const std::vector<std::string> &lines) override;
     void chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) override;
     void showAbout() override;
 

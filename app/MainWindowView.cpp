@@ -17,6 +17,7 @@
 #include <QStyle>
 
 #include <algorithm>
+#include <iostream>
 #include <utility>
 
 namespace corvane {
@@ -83,6 +84,26 @@ void MainWindow::setSyncButtonEnabled(bool enabled) {
     syncButton->setEnabled(enabled);
 }
 
+void MainWindow::setCreateMeaning(const std::string &meaning) {
+    syncButton->setLook(redLook, QString::fromStdString(meaning));
+}
+
+void MainWindow::showNotice(const std::optional<Notice> &) {}
+
+void MainWindow::setUpdateUnderWay(bool) {}
+
+void MainWindow::requestAttention() {
+    QApplication::alert(this);
+}
+
+std::chrono::milliseconds MainWindow::doubleClickTime() const {
+    return std::chrono::milliseconds(QApplication::doubleClickInterval());
+}
+
+void MainWindow::writeError(const std::string &text) {
+    std::cerr << text << std::endl;
+}
+
 void MainWindow::growWindow(int points) {
     const bool atRest = isAtRest();
     const int reached = std::clamp(targetHeight, minimumHeight(), maximumHeight());
@@ -136,6 +157,13 @@ void MainWindow::bringToFront() {
 
 void MainWindow::showAlert(const Alert &alert, std::function<void(std::size_t)> answered) {
     openAlert(this, alert, std::move(answered));
+}
+
+void MainWindow::showLines(const std::string &title, const std::vector<std::string> &lines) {
+    std::string text;
+    for (const std::string &line : lines)
+        text += (text.empty() ? "" : "\n") + line;
+    openAlert(this, {title, text}, [](std::size_t) {});
 }
 
 void MainWindow::chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) {

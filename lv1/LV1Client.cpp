@@ -103,6 +103,10 @@ bool LV1Client::leadsTo(const NetService &service) const {
     return destination && destination == address(service);
 }
 
+bool LV1Client::leadsTo(const LV1Endpoint &endpoint) const {
+    return destination == std::pair(endpoint.host, endpoint.port);
+}
+
 // What the link reports
 
 bool LV1Client::isCurrent(const std::weak_ptr<LV1Link> &link) const {

@@ -80,8 +80,9 @@ public:
     void didResolveAddress(NetService &service) override;
     void didNotResolve(NetService &service) override;
 
-    /// Whether the current link leads to that service and has not ended: it is being made or stands.
+    /// Whether the current link leads to that host and has not ended: it is being made or stands.
     bool leadsTo(const NetService &service) const;
+    bool leadsTo(const LV1Endpoint &endpoint) const;
 
 private:
     friend class LV1Link;

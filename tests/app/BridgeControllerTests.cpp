@@ -456,6 +456,64 @@ TEST_F(ConnectTest, WithoutAConsolePendingChangesAreStillWhatThePressIsFor) {
     EXPECT_EQ(view.meaning, "Red: no console is connected. Press to connect to the chosen host.");
 }
 
+// The host menu
+
+TEST_F(ConnectTest, AChosenHostIsConnectedEvenWhileChangesArePending) {
+    launch();
+    controller->client->onEndpoints({{"FOH", "10.0.0.1", 50000, "aa"}, {"MON", "10.0.0.2", 50001, "bb"}});
+    consoleSendsPatch(kickAndKeys());
+    consoleSendsPatch(movedKeys());
+    view.selected = 1;
+    controller->hostChosen();
+    fakes.clock->run();
+    ASSERT_THAT(fakes.network->streams, SizeIs(1));
+    EXPECT_EQ(fakes.network->streams[0]->host, "10.0.0.2");
+    EXPECT_EQ(controller->synchronizedPatch, LiveTraxGenerator::patchSignature(kickAndKeys()));
+}
+
+TEST_F(ConnectTest, ChoosingTheHostOfALinkThatStandsOrIsBeingMadeDoesNothing) {
+    launch();
+    controller->client->onEndpoints({{"FOH", "10.0.0.1", 50000, "aa"}, {"MON", "10.0.0.2", 50001, "bb"}});
+    controller->hostChosen();
+    fakes.clock->run();
+    ASSERT_THAT(fakes.network->streams, SizeIs(1));
+    controller->hostChosen();
+    fakes.network->streams[0]->becomeReady();
+    fakes.clock->run();
+    controller->hostChosen();
+    fakes.clock->run();
+    EXPECT_THAT(fakes.network->streams, SizeIs(1));
+}
+
+TEST_F(ConnectTest, ChoosingTheHostOfALinkThatEndedConnectsAgain) {
+    launch();
+    controller->client->onEndpoints({{"FOH", "10.0.0.1", 50000, "aa"}});
+    controller->hostChosen();
+    fakes.clock->run();
+    fakes.network->streams[0]->fail("reset by peer");
+    fakes.clock->run();
+    controller->hostChosen();
+    fakes.clock->run();
+    EXPECT_THAT(fakes.network->streams, SizeIs(2));
+}
+
+TEST_F(ConnectTest, ABonjourHostThatIsConnectedIsNotConnectedAgainByChoosingIt) {
+    launch();
+    const auto service = fakes.browser->find("FOH");
+    fakes.browser->resolve(*service, "foh.local", 50001);
+    fakes.clock->run();
+    ASSERT_THAT(fakes.network->streams, SizeIs(1));
+    controller->hostChosen();
+    fakes.clock->run();
+    EXPECT_THAT(fakes.network->streams, SizeIs(1));
+}
+
+TEST_F(ConnectTest, ChoosingTheTextOfAnEmptyMenuDoesNothing) {
+    launch();
+    controller->hostChosen();
+    EXPECT_EQ(fakes.browser->searches, 1);
+}
+
 // Patch view, folder chooser, About
 
 TEST_F(BridgeControllerTest, OpeningAndClosingThePatchViewReturnsTheWindowToItsHeight) {

@@ -38,11 +38,21 @@ public:
     void setChannelScrollShown(bool shown) override { channelScrollShown = shown; }
     void setPatchButton(const std::string &title) override { patchButton = title; }
     void setSyncButtonEnabled(bool enabled) override { syncButtonEnabled = enabled; }
+    void setCreateMeaning(const std::string &text) override { createMeaning = text; }
+    void showNotice(const std::optional<Notice> &shown) override { notice = shown; }
+    void setUpdateUnderWay(bool underWay) override { updateUnderWay = underWay; }
+    void requestAttention() override { ++attentionRequests; }
+    std::chrono::milliseconds doubleClickTime() const override { return std::chrono::milliseconds(400); }
+    void writeError(const std::string &text) override { errors.push_back(text); }
     void growWindow(int points) override { height += points; }
     void bringToFront() override { ++broughtToFront; }
     void showAlert(const Alert &alert, std::function<void(std::size_t)> answered) override {
         alerts.push_back(alert);
         answers.push_back(std::move(answered));
+    }
+    void showLines(const std::string &title, const std::vector<std::string> &lines) override {
+        linesTitle = title;
+        linesShown = lines;
     }
     void chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) override {
         folderAnswer = std::move(chosen);
@@ -68,6 +78,13 @@ public:
     bool channelScrollShown = false;
     std::string patchButton = "PATCH LV1 · waiting for sync  ▸";
     bool syncButtonEnabled = false;
+    std::string createMeaning;
+    std::optional<Notice> notice;
+    bool updateUnderWay = false;
+    int attentionRequests = 0;
+    std::vector<std::string> errors; ///< what it wrote to standard error
+    std::string linesTitle;
+    std::vector<std::string> linesShown;
     int height = 370;
     int broughtToFront = 0;
     std::vector<Alert> alerts;

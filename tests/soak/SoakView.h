@@ -46,12 +46,19 @@ public:
     void setChannelScrollShown(bool) override {}
     void setPatchButton(const std::string &) override {}
     void setSyncButtonEnabled(bool) override {}
+    void setCreateMeaning(const std::string &) override {}
+    void showNotice(const std::optional<Notice> &) override {}
+    void setUpdateUnderWay(bool) override {}
+    void requestAttention() override {}
+    std::chrono::milliseconds doubleClickTime() const override { return {}; }
+    void writeError(const std::string &) override {}
     void growWindow(int) override {}
     void bringToFront() override {}
     void showAlert(const Alert &alert, std::function<void(std::size_t)> answered) override {
         using namespace std::chrono_literals;
         main.after(20ms, [chosen = onAlert(alert), answered = std::move(answered)] { answered(chosen); });
     }
+    void showLines(const std::string &, const std::vector<std::string> &) override {}
     void chooseFolder(std::function<void(std::optional<std::filesystem::path>)>) override {}
     void showAbout() override {}
 
