@@ -2,13 +2,17 @@
 
 #include "app/AboutText.h"
 #include "app/Desktop.h"
+#include "app/Look.h"
 #include "app/ShownText.h"
 
+#include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QLabel>
+#include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <utility>
@@ -20,6 +24,7 @@ namespace {
 
 constexpr int informativeWidth = 380;
 constexpr int alertIconSize = 56;
+constexpr QSize linesSize{560, 320};
 
 /// A message holds names and paths as they are, never markup.
 void showPlainly(const QMessageBox &box) {
@@ -55,6 +60,31 @@ void openAlert(QWidget *parent, const Alert &alert, std::function<void(std::size
     });
     box->setWindowModality(Qt::ApplicationModal);
     box->show();
+}
+
+void openLines(QWidget *parent, const std::string &title, const std::vector<std::string> &lines) {
+    const QString name = QStringLiteral("lines");
+    delete parent->findChild<QDialog *>(name);
+    auto *window = new QDialog(parent);
+    window->setObjectName(name);
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    window->setWindowTitle(QString::fromUtf8(applicationName));
+    auto *heading = new QLabel(oneLine(QString::fromStdString(title)));
+    heading->setTextFormat(Qt::PlainText);
+    heading->setFont(look::font(13, QFont::DemiBold));
+    auto *list = new QListWidget;
+    list->setAccessibleName(QString::fromStdString(title));
+    list->setWordWrap(true);
+    for (const std::string &line : lines)
+        list->addItem(oneLine(QString::fromStdString(line)));
+    auto *buttons = new QDialogButtonBox(QDialogButtonBox::Close);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, window, &QDialog::reject);
+    auto *rows = new QVBoxLayout(window);
+    rows->addWidget(heading);
+    rows->addWidget(list);
+    rows->addWidget(buttons);
+    window->resize(linesSize);
+    window->show();
 }
 
 void openFolderChooser(QWidget *parent, const std::filesystem::path &current,

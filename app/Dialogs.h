@@ -6,6 +6,8 @@
 
 #include <functional>
 #include <optional>
+#include <string>
+#include <vector>
 
 class QWidget;
 
@@ -16,6 +18,9 @@ namespace corvane {
 
 /// A modal alert. Closing it without a choice counts as its last button.
 void openAlert(QWidget *parent, const Alert &alert, std::function<void(std::size_t button)> answered);
+
+/// Lines to read in a window of their own beside the parent; those that are open are replaced.
+void openLines(QWidget *parent, const std::string &title, const std::vector<std::string> &lines);
 
 /// Lets the user choose or make a folder, starting from `current` where that exists.
 void openFolderChooser(QWidget *parent, const std::filesystem::path &current,

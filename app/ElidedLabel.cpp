@@ -5,7 +5,10 @@
 #include <QEvent>
 #include <QHelpEvent>
 #include <QPainter>
+#include <QTextLayout>
 #include <QToolTip>
+
+#include <algorithm>
 
 namespace corvane {
 
@@ -19,12 +22,31 @@ void ElidedLabel::setDetail(const QString &text) {
     setAccessibleDescription(text);
 }
 
-QString ElidedLabel::elidedText() const {
-    return fontMetrics().elidedText(oneLine(text()), Qt::ElideRight, contentsRect().width());
+QStringList ElidedLabel::lines() const {
+    const QString all = oneLine(text());
+    const int room = std::max(1, contentsRect().height() / fontMetrics().lineSpacing());
+    const int width = contentsRect().width();
+    QStringList lines;
+    qsizetype start = 0;
+    QTextLayout layout(all, font());
+    QTextOption wrapping;
+    wrapping.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(wrapping);
+    layout.beginLayout();
+    for (QTextLine line = layout.createLine(); line.isValid() && lines.size() < room - 1;
+         line = layout.createLine()) {
+        line.setLineWidth(width);
+        lines << all.mid(line.textStart(), line.textLength());
+        start = line.textStart() + line.textLength();
+    }
+    layout.endLayout();
+    if (start < all.size() || lines.isEmpty())
+        lines << fontMetrics().elidedText(all.mid(start), Qt::ElideRight, width);
+    return lines;
 }
 
 bool ElidedLabel::isElided() const {
-    return elidedText() != oneLine(text());
+    return lines().join(QString()) != oneLine(text());
 }
 
 bool ElidedLabel::event(QEvent *event) {
@@ -42,7 +64,7 @@ bool ElidedLabel::event(QEvent *event) {
 void ElidedLabel::paintEvent(QPaintEvent *) {
     QPainter painter(this);
     painter.setPen(palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()));
-    painter.drawText(contentsRect(), Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, elidedText());
+    painter.drawText(contentsRect(), Qt::AlignLeft | Qt::AlignVCenter, lines().join(u'\n'));
 }
 
 } // namespace corvane

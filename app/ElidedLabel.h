@@ -4,8 +4,8 @@
 
 namespace corvane {
 
-/// A label of one line that is cut off with "…" at its end when there is no room for it. The full text is
-/// then its tooltip, above a longer explanation if there is one.
+/// A label of as many lines as it has room for, one at least, that is cut off with "…" at its end when the
+/// text is longer. The full text is then its tooltip, above a longer explanation if there is one.
 class ElidedLabel : public QLabel {
 public:
     explicit ElidedLabel(const QString &text = {}, QWidget *parent = nullptr);
@@ -23,7 +23,8 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    QString elidedText() const;
+    /// As they are painted.
+    QStringList lines() const;
 
     QString detail;
 };

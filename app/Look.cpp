@@ -58,7 +58,7 @@ void apply(QApplication &application) {
     application.setFont(font(textPoints));
     application.setStyleSheet(QStringLiteral(R"(
 QToolTip { color: #ebebeb; background: #2e2e2e; border: 1px solid #555555; padding: 4px; }
-QMessageBox, QDialog#about { background: #282828; }
+QMessageBox, QDialog#about, QDialog#lines { background: #282828; }
 QMessageBox QLabel#qt_msgbox_label { font-weight: 600; }
 QMenu { background: #262626; border: 1px solid #4a4a4a; padding: 4px 0; }
 QMenu::item { padding: 5px 28px 5px 18px; color: #e6e6e6; background: transparent; }
@@ -103,6 +103,17 @@ QHeaderView::section {
     background: #242424; color: #b8b8b8; border: none; border-bottom: 1px solid #404040;
     border-right: 1px solid #353535; padding: 4px 3px;
 }
+QFrame#noticeRow { background: #2b2413; border: 1px solid #7a5b12; border-radius: 5px; }
+QFrame#noticeRow QLabel { color: #f0dfb4; }
+QFrame#noticeRow QPushButton {
+    background: #4a3d1a; border: 1px solid #7a5b12; border-radius: 4px; padding: 2px 10px; color: #ffefc8;
+}
+QFrame#noticeRow QPushButton:hover { background: #5d4d21; }
+QFrame#noticeRow QPushButton:pressed { background: #372d13; }
+QFrame#noticeRow QPushButton:focus { border-color: #4a90e2; }
+QFrame#noticeRow QPushButton#noticeDismiss { background: transparent; border-color: transparent; padding: 2px 6px; }
+QFrame#noticeRow QPushButton#noticeDismiss:hover { background: #4a3d1a; }
+QFrame#noticeRow QPushButton#noticeDismiss:focus { border-color: #4a90e2; }
 QFrame#separator { background: #393939; border: none; }
 QMenuBar { background: #161616; color: #c8c8c8; }
 QMenuBar::item { padding: 4px 10px; background: transparent; }

@@ -2,11 +2,13 @@
 
 #include "app/BezelButton.h"
 #include "app/BridgeController.h"
+#include "app/BusyMark.h"
 #include "app/ChannelTable.h"
 #include "app/Desktop.h"
 #include "app/ElidedLabel.h"
 #include "app/HostMenu.h"
 #include "app/Look.h"
+#include "app/NoticeRow.h"
 #include "app/PushButton.h"
 
 #include <QApplication>
@@ -37,6 +39,9 @@ constexpr int popupWidth = 340;
 constexpr int fieldsHeight = 58;
 constexpr int fieldsWidth = 500;
 constexpr int fieldHeight = 26;
+
+/// A search for consoles that takes longer than this deserves advice.
+constexpr std::chrono::seconds longSearch{15};
 
 constexpr auto waitingForSync = "PATCH LV1 · waiting for sync  ▸";
 constexpr auto searchingItem = "Buscando en la red SoundGrid…";
@@ -90,6 +95,8 @@ void MainWindow::makeControls() {
     channelScroll = new QFrame(this);
     table = new ChannelTable(channelScroll);
     patchButton = new PushButton(QString::fromUtf8(waitingForSync), this);
+    busyMark = new BusyMark(this);
+    noticeRow = new NoticeRow(this);
     syncButton = new BezelButton(QStringLiteral("Create LiveTrax Session"), this);
 }
 
@@ -111,6 +118,7 @@ void MainWindow::nameControls() {
     name(table, "table", "LV1 channels");
     name(channelScroll, "channelScroll");
     name(patchButton, "patchButton");
+    name(busyMark, "busyMark");
     name(syncButton, "syncButton", "Create LiveTrax Session");
 }
 
@@ -130,10 +138,10 @@ void MainWindow::buildUI() {
     rows->addWidget(subtitle());
     rows->addWidget(separator());
     rows->addWidget(hostRow());
-    rows->addWidget(status);
+    rows->addLayout(statusRow());
     rows->addWidget(patchButton);
     rows->addWidget(channelScroll);
-    rows->addStretch(1);
+    rows->addWidget(noticeRoom(), 1);
     rows->addWidget(sessionFields());
     rows->addWidget(bottomRow());
     setCentralWidget(content);
@@ -214,6 +222,25 @@ QWidget *MainWindow::hostRow() {
     return holder;
 }
 
+QLayout *MainWindow::statusRow() {
+    auto *columns = new QHBoxLayout;
+    columns->setSpacing(8);
+    columns->addWidget(status, 1);
+    columns->addWidget(busyMark);
+    busyMark->hide();
+    return columns;
+}
+
+/// The free room of the stack. It is there with and without a notice, so that nothing moves when one comes.
+QWidget *MainWindow::noticeRoom() {
+    auto *room = new QWidget;
+    room->setMinimumHeight(NoticeRow::leastHeight);
+    auto *middle = new QVBoxLayout(room);
+    middle->setContentsMargins(0, 0, 0, 0);
+    middle->addWidget(noticeRow);
+    return room;
+}
+
 QWidget *MainWindow::sessionFields() {
     auto *holder = new QWidget;
     holder->setObjectName(QStringLiteral("sessionFields"));
@@ -278,14 +305,36 @@ void MainWindow::connectControls() {
     patchButton->setToolTip(QStringLiteral("Show or hide the console's channels"));
     devicePopup->setToolTip(QStringLiteral("The LV1 host that SYNC LV1 connects to"));
 
-    heightAnimation.setParent(this); // to be found by it
+    noticeRow->onAction = [this] {
+        if (notice)
+            tell([](BridgeController &c) { c.noticeAction(); });
+    };
+    noticeRow->onDismissal = [this] { dismissNotice(); };
+
+    searchTimer.setParent(this); // to be found by it, as the next one
+    searchTimer.setObjectName(QStringLiteral("searchTimer"));
+    searchTimer.setSingleShot(true);
+    searchTimer.start(longSearch);
+    connect(&searchTimer, &QTimer::timeout, this, [this] {
+        searchLasts = true;
+        showMostImportant();
+    });
+    heightAnimation.setParent(this);
     connect(&heightAnimation, &QVariantAnimation::valueChanged, this,
             [this](const QVariant &value) { resize(width(), value.toInt()); });
 }
 
 void MainWindow::setFocusOrder() {
-    QWidget *const order[] = {devicePopup,      connectButton,   patchButton,  table,
-                              sessionNameField, outputPathField, chooseButton, syncButton};
+    QWidget *const order[] = {devicePopup,
+                              connectButton,
+                              patchButton,
+                              table,
+                              findChild<QWidget *>(QStringLiteral("noticeAction")),
+                              findChild<QWidget *>(QStringLiteral("noticeDismiss")),
+                              sessionNameField,
+                              outputPathField,
+                              chooseButton,
+                              syncButton};
     patchButton->setFocusPolicy(Qt::StrongFocus);
     for (std::size_t position = 1; position < std::size(order); ++position)
         setTabOrder(order[position - 1], order[position]);

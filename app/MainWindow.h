@@ -6,6 +6,7 @@
 
 #include <QIcon>
 #include <QMainWindow>
+#include <QTimer>
 #include <QVariantAnimation>
 
 #include <memory>
@@ -20,9 +21,11 @@ namespace corvane {
 
 class BezelButton;
 class BridgeController;
+class BusyMark;
 class ChannelTable;
 class ElidedLabel;
 class HostMenu;
+class NoticeRow;
 class PushButton;
 
 /// The one window of the application. It shows what the controller tells it and passes on what the user does.
@@ -78,6 +81,7 @@ public:
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
 
 private:
     // Heights in points, without a menu bar
@@ -94,8 +98,12 @@ private:
     QWidget *headerRow();
     QLabel *subtitle();
     QWidget *hostRow();
+    QLayout *statusRow();
+    QWidget *noticeRoom();
     QWidget *sessionFields();
     QWidget *bottomRow();
+    void showMostImportant();
+    void dismissNotice();
     void fitChannelScroll();
     bool isAtRest() const;
     /// Height of the menu bar where it is part of the window.
@@ -123,8 +131,13 @@ private:
     QFrame *channelScroll;
     PushButton *patchButton;
     BezelButton *syncButton;
+    BusyMark *busyMark;
+    NoticeRow *noticeRow;
 
     HeldKeys heldKeys;
+    std::optional<Notice> notice; ///< the controller's
+    QTimer searchTimer;           ///< runs until a console is heard
+    bool searchLasts = false;
     QVariantAnimation heightAnimation;
     int targetHeight = 0;                   ///< where the window's height was asked to go
     int heightWithoutTable = contentHeight; ///< of the content that the open table grows from

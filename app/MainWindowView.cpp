@@ -2,6 +2,7 @@
 
 #include "app/BezelButton.h"
 #include "app/BridgeController.h"
+#include "app/BusyMark.h"
 #include "app/ChannelTable.h"
 #include "app/Desktop.h"
 #include "app/Dialogs.h"
@@ -9,9 +10,11 @@
 #include "app/HostMenu.h"
 #include "app/MainMenu.h"
 #include "app/MainWindow.h"
+#include "app/NoticeRow.h"
 #include "app/ShownText.h"
 
 #include <QApplication>
+#include <QCloseEvent>
 #include <QLineEdit>
 #include <QResizeEvent>
 #include <QStyle>
@@ -21,6 +24,14 @@
 #include <utility>
 
 namespace corvane {
+
+namespace {
+
+constexpr auto searchHint =
+    "No LV1 console has been heard so far. Check that it is on, that this computer is in its "
+    "SoundGrid network, and that no firewall blocks UDP port 13337.";
+
+} // namespace
 
 void MainWindow::useBrandIcon() {
     if (const QIcon &icon = brandIcon(); !icon.isNull())
@@ -45,6 +56,11 @@ void MainWindow::setSceneLabel(const std::string &text) {
 
 void MainWindow::setDevicePopup(const std::vector<std::string> &titles) {
     devicePopup->refill(titles);
+    if (titles.empty())
+        return;
+    searchTimer.stop();
+    searchLasts = false;
+    showMostImportant();
 }
 
 int MainWindow::selectedDevice() const {
@@ -85,12 +101,33 @@ void MainWindow::setSyncButtonEnabled(bool enabled) {
 }
 
 void MainWindow::setCreateMeaning(const std::string &meaning) {
-    syncButton->setLook(redLook, QString::fromStdString(meaning));
+    syncButton->setLook(createLook, QString::fromStdString(meaning));
 }
 
-void MainWindow::showNotice(const std::optional<Notice> &) {}
+void MainWindow::showNotice(const std::optional<Notice> &newNotice) {
+    notice = newNotice;
+    showMostImportant();
+}
 
-void MainWindow::setUpdateUnderWay(bool) {}
+/// What the controller has to say; else, while no console is heard, what to check.
+void MainWindow::showMostImportant() {
+    if (notice)
+        noticeRow->setNotice(QString::fromStdString(notice->text), QString::fromStdString(notice->action));
+    else
+        noticeRow->setNotice(searchLasts ? QString::fromUtf8(searchHint) : QString(), {});
+}
+
+void MainWindow::dismissNotice() {
+    searchLasts = searchLasts && notice;
+    if (notice)
+        tell([](BridgeController &c) { c.dismissNotice(); });
+    else
+        showMostImportant();
+}
+
+void MainWindow::setUpdateUnderWay(bool underWay) {
+    busyMark->setVisible(underWay);
+}
 
 void MainWindow::requestAttention() {
     QApplication::alert(this);
@@ -147,6 +184,13 @@ void MainWindow::changeEvent(QEvent *event) {
     QMainWindow::changeEvent(event);
 }
 
+/// The controller may have something to finish; then it says when.
+void MainWindow::closeEvent(QCloseEvent *event) {
+    bool mayEnd = true;
+    tell([&mayEnd](BridgeController &c) { mayEnd = c.requestQuit([] { QCoreApplication::exit(); }); });
+    event->setAccepted(mayEnd);
+}
+
 void MainWindow::bringToFront() {
     if (isMinimized())
         showNormal();
@@ -160,10 +204,7 @@ void MainWindow::showAlert(const Alert &alert, std::function<void(std::size_t)> 
 }
 
 void MainWindow::showLines(const std::string &title, const std::vector<std::string> &lines) {
-    std::string text;
-    for (const std::string &line : lines)
-        text += (text.empty() ? "" : "\n") + line;
-    openAlert(this, {title, text}, [](std::size_t) {});
+    openLines(this, title, lines);
 }
 
 void MainWindow::chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) {

@@ -15,6 +15,7 @@
 #include <exception>
 #include <iostream>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -30,7 +31,13 @@ constexpr int inTheWay = 3;
 int runApplication(QApplication &application, const std::optional<Path> &rehearsal) {
     look::apply(application);
     prepareDesktop();
-    const ShutdownSignals endAsked([] { QApplication::quit(); });
+    // What is under way may be finished first; who asks twice does not want to wait for it.
+    const ShutdownSignals endAsked([asked = false]() mutable {
+        if (std::exchange(asked, true))
+            QApplication::exit();
+        else
+            QApplication::quit();
+    });
     const Path programs = programPath().parent_path();
     QtMainQueue main;
     const auto platform = makePlatform(main, {rehearsal});

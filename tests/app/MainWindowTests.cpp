@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -317,6 +318,79 @@ TEST_F(MainWindowTest, CreateTakesTheNameFromItsField) {
     click("syncButton"); // no LiveTrax is installed
     ASSERT_NE(window.findChild<QMessageBox *>(), nullptr);
     EXPECT_EQ(window.findChild<QMessageBox *>()->text(), "Could not create the session");
+}
+
+// What it says besides its status
+
+class NoticeTest : public MainWindowTest {
+protected:
+    std::string shown() const {
+        return control("noticeRow")->isVisible() ? control<QLabel>("noticeText")->text().toStdString() : "";
+    }
+    void searchLasts() const {
+        auto *timer = control<QTimer>("searchTimer");
+        EXPECT_EQ(timer->interval(), 15000);
+        timer->start(0);
+        QTest::qWait(5);
+    }
+};
+
+TEST_F(NoticeTest, ShowsTheControllersAndNothingElse) {
+    launch();
+    EXPECT_EQ(shown(), "");
+    window.showNotice(Notice{"LiveTrax opened “Palau” last.", "Use “Palau”"});
+    EXPECT_EQ(shown(), "LiveTrax opened “Palau” last.");
+    EXPECT_EQ(text("noticeAction"), "Use “Palau”");
+    window.showNotice(std::nullopt);
+    EXPECT_EQ(shown(), "");
+}
+
+TEST_F(NoticeTest, ASearchThatLastsSaysWhatToCheckUntilAConsoleIsHeard) {
+    launch();
+    searchLasts();
+    EXPECT_THAT(shown(), testing::HasSubstr("UDP port 13337"));
+    window.showNotice(Notice{"Type a session name.", ""});
+    EXPECT_EQ(shown(), "Type a session name.") << "the controller knows more";
+    window.showNotice(std::nullopt);
+    EXPECT_THAT(shown(), testing::HasSubstr("UDP port 13337"));
+    window.setDevicePopup({"FOH"});
+    EXPECT_EQ(shown(), "");
+    EXPECT_FALSE(control<QTimer>("searchTimer")->isActive());
+}
+
+TEST_F(NoticeTest, WhatToCheckCanBePutAway) {
+    launch();
+    searchLasts();
+    click("noticeDismiss");
+    EXPECT_EQ(shown(), "");
+    window.showNotice(Notice{"Type a session name.", ""});
+    window.showNotice(std::nullopt);
+    EXPECT_EQ(shown(), "");
+}
+
+TEST_F(NoticeTest, AnUpdateUnderWayTurnsAMarkBesideTheStatus) {
+    launch();
+    EXPECT_FALSE(control("busyMark")->isVisible());
+    window.setUpdateUnderWay(true);
+    QTest::qWait(1);
+    ASSERT_TRUE(control("busyMark")->isVisible());
+    EXPECT_NEAR(control("busyMark")->geometry().center().y(), control("statusLabel")->geometry().center().y(),
+                1);
+    const QImage before = control("busyMark")->grab().toImage();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return control("busyMark")->grab().toImage() != before; }, 3000));
+    window.setUpdateUnderWay(false);
+    EXPECT_FALSE(control("busyMark")->isVisible());
+}
+
+TEST_F(NoticeTest, LinesToReadOpenBesideAndReplaceTheOnesBefore) {
+    launch();
+    window.showLines("Plan", {"“Kick” is new", "“Mix\nprint” goes"});
+    window.showLines("Plan", {"“Kick” is new", "“Mix\nprint” goes"});
+    ASSERT_EQ(window.findChildren<QDialog *>("lines").size(), 1);
+    const auto *list = window.findChild<QDialog *>("lines")->findChild<QListWidget *>();
+    ASSERT_EQ(list->count(), 2);
+    EXPECT_EQ(list->item(1)->text(), "“Mix print” goes");
+    EXPECT_FALSE(window.findChild<QDialog *>("lines")->isModal());
 }
 
 // Alerts

@@ -1,0 +1,72 @@
+#include "app/NoticeRow.h"
+
+#include "app/ElidedLabel.h"
+#include "app/Look.h"
+#include "app/PushButton.h"
+
+#include <QAccessible>
+#include <QHBoxLayout>
+
+namespace corvane {
+
+namespace {
+
+/// A press so soon after a notice took the place of another was meant for the other.
+constexpr int replacementPause = 400; // milliseconds
+
+} // namespace
+
+NoticeRow::NoticeRow(QWidget *parent)
+    : QFrame(parent), words(new ElidedLabel), action(button("noticeAction")),
+      dismissal(button("noticeDismiss")) {
+    setObjectName(QStringLiteral("noticeRow"));
+    setAccessibleName(QStringLiteral("Notice"));
+    setMaximumHeight(fullHeight);
+    words->setObjectName(QStringLiteral("noticeText"));
+    words->setFont(look::font(12));
+    words->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Expanding);
+    dismissal->setText(QStringLiteral("✕"));
+    dismissal->setAccessibleName(QStringLiteral("Dismiss this notice"));
+    dismissal->setToolTip(QStringLiteral("Put this away until there is something else to say"));
+    auto *columns = new QHBoxLayout(this);
+    columns->setContentsMargins(11, 1, 4, 1);
+    columns->setSpacing(8);
+    columns->addWidget(words, 1);
+    columns->addWidget(action);
+    columns->addWidget(dismissal);
+    connect(action, &QPushButton::clicked, this, [this] { pressed(onAction); });
+    connect(dismissal, &QPushButton::clicked, this, [this] { pressed(onDismissal); });
+    hide();
+}
+
+QPushButton *NoticeRow::button(const char *name) {
+    auto *made = new PushButton(this);
+    made->setObjectName(QString::fromUtf8(name));
+    made->setFont(look::font(12));
+    made->setFocusPolicy(Qt::TabFocus);
+    return made;
+}
+
+void NoticeRow::setNotice(const QString &text, const QString &actionTitle) {
+    if (isVisible() && !text.isEmpty() && (words->text() != text || action->text() != actionTitle))
+        replaced.start();
+    words->setText(text);
+    action->setText(actionTitle);
+    action->setAccessibleDescription(text);
+    action->setVisible(!actionTitle.isEmpty());
+    setAccessibleDescription(text);
+    setVisible(!text.isEmpty());
+    if (!text.isEmpty()) {
+        QAccessibleEvent said(this, QAccessible::Alert);
+        QAccessible::updateAccessibility(&said);
+    } else {
+        replaced.invalidate();
+    }
+}
+
+void NoticeRow::pressed(const std::function<void()> &reaction) const {
+    if (reaction && (!replaced.isValid() || replaced.hasExpired(replacementPause)))
+        reaction();
+}
+
+} // namespace corvane

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QFrame>
+
+#include <functional>
+
+class QPushButton;
+
+namespace corvane {
+
+class ElidedLabel;
+
+/// One notice: words, at most one action, and a way to put it away. Hidden while there is none. Appearing,
+/// changing and going it takes the keyboard from nothing else.
+class NoticeRow : public QFrame {
+public:
+    /// Points; with less room the words are cut to one line.
+    static constexpr int leastHeight = 26;
+    static constexpr int fullHeight = 40;
+
+    explicit NoticeRow(QWidget *parent = nullptr);
+
+    /// Shows this in place of what was shown; no button for no action, no row for no text.
+    void setNotice(const QString &text, const QString &action);
+
+    std::function<void()> onAction;
+    std::function<void()> onDismissal;
+
+private:
+    QPushButton *button(const char *name);
+    void pressed(const std::function<void()> &reaction) const;
+
+    ElidedLabel *words;
+    QPushButton *action;
+    QPushButton *dismissal;
+    QElapsedTimer replaced; ///< since one notice took the place of another
+};
+
+} // namespace corvane

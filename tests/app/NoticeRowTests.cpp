@@ -1,0 +1,132 @@
+#include "app/NoticeRow.h"
+
+#include "app/ElidedLabel.h"
+#include "app/Look.h"
+
+#include <QAccessible>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTest>
+#include <QVBoxLayout>
+
+#include <gtest/gtest.h>
+
+namespace corvane {
+
+namespace {
+
+class NoticeRowTest : public testing::Test {
+protected:
+    NoticeRowTest() {
+        row.onAction = [this] { ++actions; };
+        row.onDismissal = [this] { ++dismissals; };
+        auto *rows = new QVBoxLayout(&window);
+        rows->addWidget(&field);
+        rows->addWidget(&row);
+        window.resize(720, 120);
+        window.show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
+        QApplication::setActiveWindow(&window);
+        field.setFocus();
+    }
+    template <class Control = QPushButton>
+    Control *control(const char *name) const {
+        auto *found = row.findChild<Control *>(QString::fromUtf8(name));
+        EXPECT_NE(found, nullptr) << name;
+        return found;
+    }
+    void click(const char *name) const { QTest::mouseClick(control(name), Qt::LeftButton); }
+
+    QWidget window;
+    QLineEdit field;
+    NoticeRow row;
+    int actions = 0;
+    int dismissals = 0;
+};
+
+TEST_F(NoticeRowTest, IsHiddenWhileThereIsNothingToSay) {
+    EXPECT_FALSE(row.isVisible());
+    row.setNotice("Something", "");
+    EXPECT_TRUE(row.isVisible());
+    row.setNotice("", "");
+    EXPECT_FALSE(row.isVisible());
+}
+
+TEST_F(NoticeRowTest, HasAtMostOneActionAndAlwaysAWayToPutItAway) {
+    row.setNotice("LiveTrax opened “Palau” last.", "Use “Palau”");
+    EXPECT_EQ(control("noticeAction")->text(), "Use “Palau”");
+    click("noticeAction");
+    EXPECT_EQ(actions, 1);
+    row.setNotice("", "");
+    row.setNotice("Type a session name.", "");
+    EXPECT_FALSE(control("noticeAction")->isVisible());
+    click("noticeDismiss");
+    EXPECT_EQ(dismissals, 1);
+    EXPECT_EQ(actions, 1);
+}
+
+TEST_F(NoticeRowTest, TakesTheKeyboardFromNothing) {
+    for (const char *text : {"One", "Two", ""}) {
+        row.setNotice(text, text);
+        EXPECT_TRUE(field.hasFocus()) << text;
+    }
+    row.setNotice("One", "Act");
+    click("noticeAction");
+    EXPECT_TRUE(field.hasFocus());
+}
+
+TEST_F(NoticeRowTest, IsReachedAndPressedByTheKeyboard) {
+    row.setNotice("One", "Act");
+    QTest::keyClick(&field, Qt::Key_Tab);
+    ASSERT_TRUE(control("noticeAction")->hasFocus());
+    QTest::keyClick(control("noticeAction"), Qt::Key_Return);
+    EXPECT_EQ(actions, 1);
+    QTest::keyClick(control("noticeAction"), Qt::Key_Tab);
+    ASSERT_TRUE(control("noticeDismiss")->hasFocus());
+    QTest::keyClick(control("noticeDismiss"), Qt::Key_Space);
+    EXPECT_EQ(dismissals, 1);
+}
+
+TEST_F(NoticeRowTest, HasNamesForScreenReaders) {
+    row.setNotice("The console is not connected.", "Reconnect");
+    const auto name = [](QWidget *widget) {
+        return QAccessible::queryAccessibleInterface(widget)->text(QAccessible::Name).toStdString();
+    };
+    EXPECT_EQ(name(&row), "Notice");
+    EXPECT_EQ(name(control<QWidget>("noticeText")), "The console is not connected.");
+    EXPECT_EQ(name(control("noticeAction")), "Reconnect");
+    EXPECT_EQ(name(control("noticeDismiss")), "Dismiss this notice");
+    EXPECT_EQ(row.accessibleDescription(), "The console is not connected.");
+}
+
+TEST_F(NoticeRowTest, APressThatWasMeantForAnotherNoticeDoesNothing) {
+    row.setNotice("One", "Act");
+    row.setNotice("Two", "Undo");
+    click("noticeAction");
+    click("noticeDismiss");
+    EXPECT_EQ(actions + dismissals, 0);
+    QTest::qWait(450); // real pointers, real time
+    click("noticeAction");
+    EXPECT_EQ(actions, 1);
+}
+
+TEST_F(NoticeRowTest, ALongTextHasTwoLinesAndIsCutOffThen) {
+    auto *words = control<ElidedLabel>("noticeText");
+    const auto isCutAt = [&](int height, const QString &text) {
+        row.setFixedHeight(height);
+        row.setNotice(text, "Act");
+        EXPECT_TRUE(QTest::qWaitFor([&] { return row.height() == height; }, 3000));
+        row.layout()->activate();
+        return words->isElided();
+    };
+    QString text;
+    while (words->fontMetrics().horizontalAdvance(text) < 800)
+        text += "word ";
+    EXPECT_FALSE(isCutAt(NoticeRow::fullHeight, text));
+    EXPECT_TRUE(isCutAt(NoticeRow::leastHeight, text));
+    EXPECT_TRUE(isCutAt(NoticeRow::fullHeight, QString(250000, 'x')));
+}
+
+} // namespace
+
+} // namespace corvane
