@@ -160,6 +160,8 @@ public:
         const xmlDocPtr document =
             xmlCtxtReadMemory(context.get(), text.empty() ? "" : text.data(), static_cast<int>(text.size()),
                               nullptr, nullptr, options);
+        if (document == nullptr && tooDeep)
+            throw XMLError(origin + " is nested too deeply to be read.");
         if (document == nullptr)
             throw XMLError(origin + " is not well-formed XML (" + obstacle + ").");
         return document;
@@ -176,6 +178,9 @@ private:
             static_cast<Parser *>(static_cast<xmlParserCtxtPtr>(context)->_private)->obstacle;
         if (error->level != XML_ERR_FATAL || !obstacle.empty())
             return;
+        // The library's advice is for programmers.
+        static_cast<Parser *>(static_cast<xmlParserCtxtPtr>(context)->_private)->tooDeep =
+            view(xml(error->message)).starts_with("Excessive depth");
         std::string reason = error->message == nullptr ? "unknown reason" : holdableByXML(error->message);
         while (!reason.empty() && (reason.back() == '\n' || reason.back() == ' '))
             reason.pop_back();
@@ -184,6 +189,7 @@ private:
 
     std::unique_ptr<xmlParserCtxt, Free> context;
     std::string obstacle;
+    bool tooDeep = false;
 };
 
 /// Reads a text through without building its tree: the events that make nodes are left out, those that

@@ -167,10 +167,15 @@ void readAll(const FileHandle &file, const Path &path, Take take) {
 }
 
 FileHandle openForReading(const Path &path) {
-    const int descriptor = openRetrying(path, O_RDONLY);
+    // Without waiting for somebody to write into what may be a named pipe.
+    const int descriptor = openRetrying(path, O_RDONLY | O_NONBLOCK);
     if (descriptor < 0)
         throw FileError::cannot("read", path, errno);
-    return FileHandle(descriptor, path);
+    FileHandle file(descriptor, path);
+    struct stat status {};
+    if (::fstat(descriptor, &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))
+        throw FileError("The file “" + path.string() + "” could not be read: It is not an ordinary file.");
+    return file;
 }
 
 } // namespace

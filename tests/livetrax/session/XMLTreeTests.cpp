@@ -62,6 +62,18 @@ TEST(XMLTree, NoElementHasNothing) {
     EXPECT_FALSE(none.hasAttribute("a"));
 }
 
+TEST(XMLTree, ElementsThatAreNestedTooDeeplyAreRefusedInWordsForPeople) {
+    std::string text;
+    for (int level = 0; level < 300; ++level)
+        text += "<a>";
+    try {
+        parsed(text);
+        FAIL();
+    } catch (const XMLError &error) {
+        EXPECT_STREQ(error.what(), "The test's text is nested too deeply to be read.");
+    }
+}
+
 TEST(XMLTree, NamesAreComparedWhole) {
     const XMLDocument document = parsed("<S><IOs/><I/><IO name='x' nam='y' names='z'/></S>");
     EXPECT_EQ(document.root().firstChild("IO").attribute("name"), "x");

@@ -227,6 +227,17 @@ TEST(Files, AFileThatCannotBeReadIsNamedWithTheReason) {
               "The file “" + folder.path().string() + "” could not be read: Is a directory.");
 }
 
+TEST(Files, WhatIsNoFileIsRefusedAtOnce) {
+    const TemporaryFolder folder;
+    const fs::path pipe = folder / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::string refusal =
+        "The file “" + pipe.string() + "” could not be read: It is not an ordinary file.";
+    EXPECT_EQ(errorOf([&] { readFile(pipe); }), refusal);
+    EXPECT_EQ(errorOf([&] { copyFile(pipe, folder / "copy"); }), refusal);
+    EXPECT_THAT(errorOf([&] { readFile("/dev/zero"); }), HasSubstr("not an ordinary file"));
+}
+
 TEST(Files, ACopyHasTheBytesAndTheModeOfItsFile) {
     const TemporaryFolder folder;
     const std::string content(200'000, 'x');
