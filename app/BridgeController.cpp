@@ -1,6 +1,5 @@
 #include "app/BridgeController.h"
 
-#include "app/SessionUpdate.h"
 #include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "lv1/HostChoice.h"
@@ -84,12 +83,16 @@ void BridgeController::startBridgeServices() {
     bridgeServicesStarted = true;
     liveTraxOSC->start();
     client->startDiscovery();
-    showStatus(searchingText);
+    view.setStatusLabel(searchingText);
 }
 
 void BridgeController::applicationWillTerminate() {
     client->stop();
     liveTraxOSC->stop();
+}
+
+bool BridgeController::requestQuit(std::function<void()>) {
+    return true;
 }
 
 template <class... Arguments>
@@ -111,13 +114,8 @@ void BridgeController::wireClient() {
     client->onScene = reaction(&BridgeController::sceneChanged);
 }
 
-void BridgeController::showStatus(const std::string &text) {
-    statusText = text;
-    view.setStatusLabel(text);
-}
-
 void BridgeController::statusChanged(const std::string &text) {
-    showStatus(text);
+    view.setStatusLabel(text);
 }
 
 void BridgeController::connectionStateChanged(bool connected) {
@@ -143,7 +141,7 @@ void BridgeController::servicesChanged(const std::vector<std::shared_ptr<NetServ
         titles.push_back(service->name());
     view.setDevicePopup(titles);
     if (const auto status = chooseHost(*client, endpoints, services))
-        showStatus(*status);
+        view.setStatusLabel(*status);
 }
 
 void BridgeController::channelsChanged(const Channels &list) {
@@ -192,7 +190,7 @@ void BridgeController::patchChanged(const Channels &list) {
     currentPatch = signature;
     if (hasChanges()) {
         view.setConnectButton(amberLook, changedMeaning);
-        showStatus(changesText);
+        view.setStatusLabel(changesText);
         showChanges(list);
         return;
     }
@@ -218,18 +216,16 @@ void BridgeController::sceneChanged(const std::string &name) {
     if (!marked)
         return;
     liveTraxOSC->addSceneMarker(name);
-    showStatus("Scene marker added: " + name);
+    view.setStatusLabel("Scene marker added: " + name);
 }
 
 /// The first scene after launch is only remembered: it was recalled before anyone recorded.
 bool BridgeController::deservesMarker(const std::string &name) const {
     return !trimmed(name).empty() && !equalIgnoringCase(name, "No Scene") && lastScene &&
-           *lastScene != name && activeSessionURL && runningLiveTrax();
+           *lastScene != name && activeSessionURL && LiveTraxGenerator::runningApplication(platform);
 }
 
 void BridgeController::connectSelected() {
-    if (ending) // the update that the program is waiting for is the last one
-        return;
     if (hasChanges()) {
         updateActiveSession(channels, *currentPatch);
         return;

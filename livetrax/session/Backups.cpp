@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -51,6 +52,22 @@ bool isBackup(const std::filesystem::directory_entry &entry) {
            status.type() == std::filesystem::file_type::regular;
 }
 
+/// All pre-sync backups in a folder but the one of that name; none when the folder is not seen whole.
+std::vector<Path> otherBackups(const Path &folder, const std::string &kept) {
+    std::vector<Path> others;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error);
+         !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
+        if (isBackup(*entry) && entry->path().filename() != kept)
+            others.push_back(entry->path());
+    return error ? std::vector<Path>() : others;
+}
+
+void removeIgnoringErrors(const Path &file) {
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+}
+
 } // namespace
 
 /// A backup that bears that time already (the clock was set back, or summer time has ended) is worth no less:
@@ -67,23 +84,25 @@ Path session::makeBackup(const Path &sessionURL, Time now) {
     return copyAt(now);
 }
 
+void session::removeEqualBackups(const Path &backup) {
+    try {
+        const Bytes bytes = readFile(backup);
+        for (const Path &other : otherBackups(backup.parent_path(), backup.filename().string())) {
+            std::error_code unreadable;
+            if (std::filesystem::file_size(other, unreadable) == bytes.size() && readFile(other) == bytes)
+                removeIgnoringErrors(other);
+        }
+    } catch (const std::exception &) {
+        // One copy too many does no harm.
+    }
+}
+
 void LiveTraxGenerator::removeOlderBridgeBackups(const Path &folder, const Path &keeping) {
     // Named as the folder's own entry, whatever way the caller wrote the folder.
     const bool keptIsHere = isSameFolder(folder, sessionPath(keeping).parent_path());
     const std::string kept = keptIsHere ? lastPathComponent(keeping) : std::string();
-
-    std::vector<Path> older;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error);
-         !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
-        if (isBackup(*entry) && entry->path().filename() != kept)
-            older.push_back(entry->path());
-    if (error)
-        return; // a folder that is not seen whole is left as it is
-    for (const Path &backup : older) {
-        std::error_code ignored;
-        std::filesystem::remove(backup, ignored);
-    }
+    for (const Path &older : otherBackups(folder, kept))
+        removeIgnoringErrors(older);
 }
 
 } // namespace corvane

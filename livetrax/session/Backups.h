@@ -10,4 +10,7 @@ namespace corvane::session {
 std::filesystem::path makeBackup(const std::filesystem::path &sessionURL,
                                  std::chrono::system_clock::time_point now);
 
+/// Deletes the pre-sync backups beside one that hold the same bytes as it does. Never throws.
+void removeEqualBackups(const std::filesystem::path &backup);
+
 } // namespace corvane::session

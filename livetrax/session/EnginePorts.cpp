@@ -4,6 +4,7 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/Track.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 namespace corvane {
@@ -78,6 +79,25 @@ void reassign(const std::vector<DirectOut> &all) {
     }
 }
 
+bool needsAny(const std::vector<LV1Channel> &channels, std::int64_t first, std::int64_t width) {
+    return std::any_of(channels.begin(), channels.end(), [&](const LV1Channel &channel) {
+        const std::int64_t start = std::int64_t{channel.inputIndex()} + 1;
+        return start < addingChecked(first, width) && first < start + (channel.stereo() ? 2 : 1);
+    });
+}
+
+/// The recorder writes slot 0 on a bus's direct out; only its connection says where it goes. Without a slot
+/// of its own it would be moved at every update, and lose what it is connected to.
+void restoreBusSlots(const std::vector<DirectOut> &all, const std::vector<LV1Channel> &channels) {
+    for (DirectOut out : all) {
+        if (out.slot() != 0 || !Track(out.route()).isSurelyNoAudioTrack())
+            continue;
+        const auto first = out.firstPlaybackChannel();
+        if (first && *first >= 1 && !needsAny(channels, *first, out.width()))
+            out.setSlot(*first);
+    }
+}
+
 void expectUniquePorts(const std::vector<XMLElement> &ports) {
     std::unordered_set<std::string> names;
     for (const XMLElement port : ports) {
@@ -110,8 +130,9 @@ void LiveTraxGenerator::reassignCollidingDirectOutSlots(XMLElement root) {
     reassign(EnginePorts(root).directOuts);
 }
 
-void session::settleEnginePorts(XMLElement root) {
+void session::settleEnginePorts(XMLElement root, const std::vector<LV1Channel> &channels) {
     const EnginePorts all(root);
+    restoreBusSlots(all.directOuts, channels);
     reassign(all.directOuts);
     expectUniquePorts(all.ports);
     expectUniqueSlots(all.directOuts);

@@ -1,5 +1,6 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 
+#include "base/Text.h"
 #include "livetrax/session/ObjectIds.h"
 #include "livetrax/session/Track.h"
 #include "platform/files/Files.h"
@@ -36,6 +37,7 @@ void fillTemplate(XMLElement root, const Channels &channels) {
     const XMLChildren played = playlists.children("Playlist");
     const std::vector<XMLElement> templatePlaylists(played.begin(), played.end());
 
+    const std::vector<std::string> given = models.namespaces();
     ObjectIds ids(root);
     for (std::size_t position = 0; position < channels.size(); ++position) {
         const LV1Channel &channel = channels[position];
@@ -43,7 +45,7 @@ void fillTemplate(XMLElement root, const Channels &channels) {
         const XMLElement route = routes.appendCopy(model.element());
         const XMLElement playlist = playlists.appendCopy(channel.stereo() ? stereoPlaylist : monoPlaylist);
         ids.renumber(route, playlist);
-        LiveTraxGenerator::configure(route, playlist, channel, position);
+        LiveTraxGenerator::configure(route, playlist, channel, position, given);
     }
     ids.store(root);
 
@@ -51,6 +53,29 @@ void fillTemplate(XMLElement root, const Channels &channels) {
         track.element().remove();
     for (XMLElement playlist : templatePlaylists)
         playlist.remove();
+}
+
+/// A session's name is a folder's, a file's and a template's at once: one path component, not longer than
+/// leaves room for what is added to it.
+void expectSessionName(const std::string &name) {
+    constexpr std::size_t mostBytes = 200;
+    const std::string shown = trimmed(name);
+    if (name.find('/') != std::string::npos)
+        throw GeneratorError::sessionNameContains("“/”");
+    if (shown == "." || shown == "..")
+        throw GeneratorError::sessionNameIs(shown);
+    if (withoutControls(name) != name)
+        throw GeneratorError::sessionNameContains("a control character");
+    if (shown.size() > mostBytes)
+        throw GeneratorError::sessionNameTooLong();
+}
+
+/// Keeps a template of the user's own that happens to bear the session's name, as it was the first time.
+void keepOnce(const Path &templateFile) {
+    Path copy = templateFile;
+    copy += ".corvane-backup";
+    if (fileExists(templateFile) && !fileExists(copy))
+        copyFile(templateFile, copy);
 }
 
 Path userTemplates(const StandardFolders &folders, const Target &target) {
@@ -66,6 +91,7 @@ Path LiveTraxGenerator::userTemplate(const StandardFolders &folders, const Targe
 
 Path LiveTraxGenerator::generate(const RecorderSystem &system, const std::string &name,
                                  const Path &outputDirectory, const Channels &channels) {
+    expectSessionName(name);
     const std::optional<Target> installed = target(system.folders);
     if (!installed)
         throw GeneratorError::liveTraxMissing();
@@ -86,6 +112,7 @@ Path LiveTraxGenerator::generate(const RecorderSystem &system, const std::string
     validateUniqueEnginePorts(root);
     validateUniqueDirectOutSlots(root);
     validateGeneratedPatch(root, channels);
+    keepOnce(templateFile);
     std::move(document).writeAtomically(templateFile);
     return sessionFolder;
 }

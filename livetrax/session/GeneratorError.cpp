@@ -43,4 +43,29 @@ GeneratorError GeneratorError::invalidTemplate() {
             "The LiveTrax base template does not contain the required mono and stereo models."};
 }
 
+GeneratorError GeneratorError::sessionUnreadable(const std::string &path) {
+    return {Case::sessionUnreadable, "The session at " + path + " cannot be read."};
+}
+
+GeneratorError GeneratorError::recoveryDataPresent() {
+    return {Case::recoveryDataPresent, "LiveTrax was not closed properly while recording. Open the session "
+                                       "in LiveTrax once, then press SYNC LV1 again."};
+}
+
+GeneratorError GeneratorError::sessionNameContains(const std::string &what) {
+    return {Case::invalidSessionName, "A session's name cannot contain " + what + "."};
+}
+
+GeneratorError GeneratorError::sessionNameIs(const std::string &name) {
+    return {Case::invalidSessionName, "A session cannot be called “" + name + "”."};
+}
+
+GeneratorError GeneratorError::sessionNameTooLong() {
+    return {Case::invalidSessionName, "A session's name is too long."};
+}
+
+GeneratorError GeneratorError::idsExhausted(const std::string &counter) {
+    return {Case::idsExhausted, "The session has no numbers left for new objects (" + counter + ")."};
+}
+
 } // namespace corvane

@@ -20,6 +20,10 @@ public:
         liveTraxMissing,
         baseTemplateMissing,
         invalidTemplate,
+        sessionUnreadable,
+        recoveryDataPresent,
+        invalidSessionName,
+        idsExhausted,
     };
 
     static GeneratorError sessionExists(const std::string &path);
@@ -31,6 +35,16 @@ public:
     static GeneratorError liveTraxMissing();
     static GeneratorError baseTemplateMissing();
     static GeneratorError invalidTemplate();
+    /// A session's file that is XML, but no session.
+    static GeneratorError sessionUnreadable(const std::string &path);
+    /// LiveTrax ended while it recorded: only LiveTrax itself can bring in what it recorded last.
+    static GeneratorError recoveryDataPresent();
+    /// A name that is no folder's name: what it cannot contain, what it cannot be, or its length.
+    static GeneratorError sessionNameContains(const std::string &what);
+    static GeneratorError sessionNameIs(const std::string &name);
+    static GeneratorError sessionNameTooLong();
+    /// A session or template whose numbers for new objects are used up.
+    static GeneratorError idsExhausted(const std::string &counter);
 
     Case errorCase() const { return which; }
     std::string errorDescription() const { return what(); }

@@ -93,6 +93,10 @@ std::optional<Path> LiveTraxGenerator::mostRecentSessionURL(const StandardFolder
     return std::nullopt;
 }
 
+bool LiveTraxGenerator::hasRecoveryData(const Path &sessionURL) {
+    return fileExists(appending(sessionURL, lastPathComponent(sessionURL) + ".pending"));
+}
+
 Path LiveTraxGenerator::sessionFile(const Path &sessionURL) {
     return appending(sessionURL, lastPathComponent(sessionURL) + ".ardour");
 }

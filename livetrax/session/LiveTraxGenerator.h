@@ -30,9 +30,6 @@ public:
     /// User default that holds the path of the session that was created or updated last.
     static constexpr auto lastSessionKey = "CorvaneLastSession";
 
-    /// Why neither a session is created nor one rewritten.
-    static constexpr auto liveTraxRuns = "LiveTrax is running. Quit it and try again.";
-
     // The installed and the running LiveTrax, and its sessions (Installation.cpp)
 
     /// The installed LiveTrax, 3 before 1; none when there is none.
@@ -43,6 +40,8 @@ public:
     static std::optional<Path> mostRecentSessionURL(const StandardFolders &folders);
     /// The session file of a session folder: "Show/Show.ardour".
     static Path sessionFile(const Path &sessionURL);
+    /// Whether LiveTrax ended while it recorded into a session, and was not opened on it since.
+    static bool hasRecoveryData(const Path &sessionURL);
 
     // A new session (Generation.cpp)
 
@@ -55,10 +54,10 @@ public:
     // A session that follows the console (Update.cpp; what becomes of each track: UpdatePlan.cpp)
 
     /// Brings a session file into line with the console's channels, keeping a backup. LiveTrax must not run
-    /// on it.
+    /// on it. A session that LiveTrax has still something to recover for is refused.
     static UpdateResult update(const RecorderSystem &system, const Path &sessionURL,
                                const Channels &channels);
-    /// What `update` would do, with the same errors; nothing is written.
+    /// What `update` would do, with the same errors; nothing is written, and recovery data is told of.
     static UpdatePlan plan(const RecorderSystem &system, const Path &sessionURL, const Channels &channels);
 
     // The copies in a session's backup folder (Backups.cpp)
@@ -69,9 +68,14 @@ public:
     // A track for a channel (TrackConfiguration.cpp)
 
     /// Fills a cloned model route, and its playlist if there is one, for the channel at a 0-based position.
+    /// `given`: see setEngineNamespace.
     static void configure(XMLElement route, XMLElement playlist, const LV1Channel &channel,
-                          std::size_t position);
-    static void setEngineNamespace(XMLElement route, const std::string &engineNamespace);
+                          std::size_t position, const std::vector<std::string> &given = {});
+    /// Renames the ports of a route. Where it had a namespace that was given to it, not chosen by a person
+    /// ("Audio 3", or one of `given`: the base template's), that one's text goes from everywhere but from
+    /// what means something else to the recorder; else from the names of IOs and processors alone.
+    static void setEngineNamespace(XMLElement route, const std::string &engineNamespace,
+                                   const std::vector<std::string> &given = {});
 
     // What stands in a tree (Track.cpp)
 

@@ -1,9 +1,10 @@
 #include "livetrax/session/ObjectIds.h"
 
-#include "base/Preconditions.h"
 #include "base/Text.h"
+#include "livetrax/session/GeneratorError.h"
 #include "livetrax/session/Track.h"
 
+#include <limits>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -16,11 +17,17 @@ ObjectIds::ObjectIds(XMLElement root) {
     counter = text ? unsignedInteger(*text).value_or(usual) : usual;
 }
 
+std::uint64_t ObjectIds::counted(std::uint64_t more) const {
+    if (counter > std::numeric_limits<std::uint64_t>::max() - more)
+        throw GeneratorError::idsExhausted(std::to_string(counter));
+    return counter + more;
+}
+
 void ObjectIds::renumber(XMLElement route, XMLElement playlist) {
     std::unordered_map<std::string, std::string> newIds;
     const auto giveId = [&](XMLElement element) {
         if (auto old = element.attribute("id")) {
-            counter = addingChecked(counter, std::uint64_t{1});
+            counter = counted(1);
             newIds[*std::move(old)] = std::to_string(counter);
         }
     };
@@ -43,7 +50,7 @@ void ObjectIds::renumber(XMLElement route, XMLElement playlist) {
 
 void ObjectIds::store(XMLElement root) const {
     constexpr std::uint64_t gap = 100;
-    root.setAttribute("id-counter", std::to_string(addingChecked(counter, gap)));
+    root.setAttribute("id-counter", std::to_string(counted(gap)));
 }
 
 } // namespace corvane::session

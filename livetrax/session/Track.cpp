@@ -5,6 +5,7 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace corvane {
 
@@ -19,21 +20,30 @@ std::int64_t IO::width() const {
     return count;
 }
 
-std::optional<std::string> IO::firstConnectionText(std::string_view prefix) const {
+std::optional<std::string> IO::firstConnectionText(std::string_view prefix, const std::string &device) const {
     std::string buffer;
     for (const XMLElement port : ports()) {
         for (const XMLElement connection : port.children("ExtConnection")) {
             const XMLAttribute other = connection.findAttribute("other");
-            if (other && other.value(buffer).starts_with(prefix))
+            if (other && other.value(buffer).starts_with(prefix) &&
+                (device.empty() || connection.attributeIs("for", device)))
                 return other.value();
         }
     }
     return std::nullopt;
 }
 
-std::optional<std::int64_t> IO::firstConnection(std::string_view prefix) const {
-    const auto text = firstConnectionText(prefix);
+std::optional<std::int64_t> IO::firstConnection(std::string_view prefix, const std::string &device) const {
+    const auto text = firstConnectionText(prefix, device);
     return text ? integer(std::string_view(*text).substr(prefix.size())) : std::nullopt;
+}
+
+bool IO::isConnected() const {
+    for (const XMLElement port : ports())
+        for (const XMLElement connection : port.children())
+            if (connection.hasAttribute("other"))
+                return true;
+    return false;
 }
 
 void IO::connect(std::string_view prefix, std::int64_t firstNumber, std::string_view only) {
@@ -72,7 +82,9 @@ std::int64_t DirectOut::width() const {
     return LiveTraxGenerator::playbackWidth(processor);
 }
 
-void DirectOut::configure(const std::string &name, std::int64_t firstChannel) {
+void DirectOut::configure(const std::string &channelName, std::int64_t firstChannel) {
+    std::string name = channelName;
+    std::replace(name.begin(), name.end(), ':', '-');
     processor.setExistingAttribute("bitslot", std::to_string(firstChannel));
     IO output = IO::outputOf(processor);
     if (!output)
@@ -83,16 +95,51 @@ void DirectOut::configure(const std::string &name, std::int64_t firstChannel) {
 }
 
 void DirectOut::moveTo(std::int64_t slot) {
-    processor.setAttribute("bitslot", std::to_string(slot));
+    setSlot(slot);
     for (const XMLElement io : processor.children("IO"))
         if (io.attributeIs("direction", "Output"))
             IO(io).connect(PLAYBACK_PREFIX, slot, PLAYBACK_PREFIX);
+}
+
+XMLElement DirectOut::takeOutputFrom(DirectOut model) {
+    if (XMLElement own = IO::outputOf(processor).toElement())
+        own.remove();
+    return processor.appendCopy(IO::outputOf(model.processor).toElement());
+}
+
+XMLElement DirectOut::route() const {
+    XMLElement element = processor;
+    while (element && !element.hasName("Route"))
+        element = element.parent();
+    return element;
 }
 
 bool Track::isAudioTrack() const {
     const XMLAttribute flags = presentation().findAttribute("flags");
     std::string buffer;
     return flags && flags.value(buffer).find("AudioTrack") != std::string_view::npos;
+}
+
+bool Track::isSurelyNoAudioTrack() const {
+    return presentation().hasAttribute("flags") && !isAudioTrack();
+}
+
+std::optional<std::int64_t> Track::firstCapture(const std::string &device) const {
+    const auto own = device.empty() ? std::nullopt : input().firstConnection(CAPTURE_PREFIX, device);
+    return own ? own : input().firstConnection(CAPTURE_PREFIX);
+}
+
+std::vector<std::string> Track::devices() const {
+    std::vector<std::string> found;
+    for (const XMLElement port : input().ports()) {
+        for (const XMLElement connection : port.children("ExtConnection")) {
+            const auto device = connection.attribute("for");
+            if (device && connection.hasAttribute("other") &&
+                std::find(found.begin(), found.end(), *device) == found.end())
+                found.push_back(*device);
+        }
+    }
+    return found;
 }
 
 void Track::setLook(const std::string &name, const std::string &order, const std::string &color) {
@@ -108,6 +155,10 @@ std::vector<DirectOut> Track::directOuts() const {
         if (DirectOut::is(processor))
             found.emplace_back(processor);
     return found;
+}
+
+bool Track::isArmed() const {
+    return route.firstChild("Controllable", "name", "rec-enable").attributeIs("value", "1");
 }
 
 void Track::arm() {
@@ -134,6 +185,39 @@ std::vector<Track> audioTracks(XMLElement root) {
         if (const Track track(route); track.isAudioTrack())
             tracks.push_back(track);
     return tracks;
+}
+
+std::string deviceOf(const std::vector<Track> &tracks, const std::string &preferred) {
+    std::vector<std::pair<std::string, std::size_t>> counted;
+    for (const Track track : tracks) {
+        for (std::string &device : track.devices()) {
+            const auto known = std::find_if(counted.begin(), counted.end(),
+                                            [&](const auto &each) { return each.first == device; });
+            if (known == counted.end())
+                counted.emplace_back(std::move(device), 1);
+            else
+                ++known->second;
+        }
+    }
+    const auto most =
+        std::max_element(counted.begin(), counted.end(),
+                         [](const auto &left, const auto &right) { return left.second < right.second; });
+    if (most == counted.end())
+        return "";
+    const bool preferredIsEqual =
+        std::find(counted.begin(), counted.end(), std::pair(preferred, most->second)) != counted.end();
+    return preferredIsEqual ? preferred : most->first;
+}
+
+void useDevice(XMLElement copy, const std::string &device) {
+    if (device.empty())
+        return;
+    for (XMLElement connection : copy.descendants({"ExtConnection"}))
+        connection.setExistingAttribute("for", device);
+}
+
+std::vector<XMLElement> portsOf(XMLElement route) {
+    return route.descendants({"Port"});
 }
 
 bool isPreservedName(std::string_view name) {

@@ -60,9 +60,15 @@ public:
         for (const XMLElement port : ports())
             forEachConnection(port, visit);
     }
-    /// The first connection that begins with `prefix`, and the number that follows it there.
-    std::optional<std::string> firstConnectionText(std::string_view prefix) const;
-    std::optional<std::int64_t> firstConnection(std::string_view prefix) const;
+    /// The first connection that begins with `prefix`, and the number that follows it there; with `device`,
+    /// of those that are made for it.
+    std::optional<std::string> firstConnectionText(std::string_view prefix,
+                                                   const std::string &device = "") const;
+    std::optional<std::int64_t> firstConnection(std::string_view prefix,
+                                                const std::string &device = "") const;
+    /// Whether any port is connected, to hardware or within the session.
+    bool isConnected() const;
+    XMLElement toElement() const { return element; }
     /// Connects what each port is connected to with engine ports in a row instead; with `only`, what begins
     /// with it.
     void connect(std::string_view prefix, std::int64_t firstNumber, std::string_view only = "");
@@ -87,10 +93,16 @@ public:
     std::optional<std::int64_t> firstPlaybackChannel() const;
     /// How many playback channels it takes, at least 1.
     std::int64_t width() const;
-    /// Fills a model's direct out for a channel; a slot that is not there is not added.
+    /// Fills a model's direct out for a channel; a slot that is not there is not added. The recorder cannot
+    /// hold ":" in an IO's name and would not find it again: it is written as "-".
     void configure(const std::string &name, std::int64_t firstChannel);
+    void setSlot(std::int64_t slot) { processor.setAttribute("bitslot", std::to_string(slot)); }
     /// Moves it to the run of playback channels that begins with `slot`, also one that had no slot so far.
     void moveTo(std::int64_t slot);
+    /// Takes a copy of a model's output in place of its own, which may be missing, and returns it.
+    XMLElement takeOutputFrom(DirectOut model);
+    /// The route that it stands in.
+    XMLElement route() const;
 
 private:
     XMLElement processor;
@@ -104,16 +116,22 @@ public:
     XMLElement element() const { return route; }
     std::optional<std::string> name() const { return route.attribute("name"); }
     bool isAudioTrack() const;
+    /// Whether it says what it is, and that it is no audio track.
+    bool isSurelyNoAudioTrack() const;
     /// Its place from the top, counted from 1, and its colour, as they stand in the file.
     std::optional<std::string> order() const { return presentation().attribute("order"); }
     std::optional<std::string> color() const { return presentation().attribute("color"); }
     void setLook(const std::string &name, const std::string &order, const std::string &color);
     IO input() const { return IO::inputOf(route); }
     std::int64_t width() const { return input().width(); }
-    /// The number of the first capture port that its input is connected to.
-    std::optional<std::int64_t> firstCapture() const { return input().firstConnection(CAPTURE_PREFIX); }
+    /// The number of the first capture port that its input is connected to; with `device`, of that device's
+    /// before any other's.
+    std::optional<std::int64_t> firstCapture(const std::string &device = "") const;
+    /// The devices that its input is connected to, each once.
+    std::vector<std::string> devices() const;
     std::vector<DirectOut> directOuts() const;
     void arm();
+    bool isArmed() const;
     /// The text before "/audio_" in the names of its own ports.
     std::string engineNamespace() const;
     /// What it names as its playlist.
@@ -126,6 +144,25 @@ private:
 
 /// The audio tracks among the routes of a root's first "Routes", in document order.
 std::vector<Track> audioTracks(XMLElement root);
+
+/// The device that most of some tracks are connected to; of several `preferred` if it is among them, else the
+/// first. The recorder keeps connections for every device that a session ever ran on. Empty when there is
+/// none.
+std::string deviceOf(const std::vector<Track> &tracks, const std::string &preferred = "");
+
+/// Makes all hardware connections of a copied model ones of a device; of none when it is empty.
+void useDevice(XMLElement copy, const std::string &device);
+
+/// All ports in a route, its processors' included, in document order.
+std::vector<XMLElement> portsOf(XMLElement route);
+
+/// Calls `visit` with each connection of a port to a port within the session, and with that one's name.
+template <class Visit>
+void forEachInnerConnection(XMLElement port, Visit visit) {
+    for (const XMLElement connection : port.children("Connection"))
+        if (const auto other = connection.attribute("other"))
+            visit(connection, *other);
+}
 
 /// Whether a name marks what belongs to the user.
 bool isPreservedName(std::string_view name);
@@ -141,6 +178,10 @@ struct EnginePorts {
 struct ModelTracks {
     Track mono;
     Track stereo;
+
+    Track forWidth(std::int64_t width) const { return width == 2 ? stereo : mono; }
+    /// The namespaces of their ports.
+    std::vector<std::string> namespaces() const { return {mono.engineNamespace(), stereo.engineNamespace()}; }
 };
 /// Throws GeneratorError (invalidTemplate) when either is missing.
 ModelTracks modelTracks(const std::vector<Track> &tracks);

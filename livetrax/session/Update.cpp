@@ -1,6 +1,6 @@
-#include "livetrax/session/LiveTraxGenerator.h"
-
 #include "livetrax/session/Backups.h"
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "livetrax/session/LiveTraxPaths.h"
 #include "platform/files/Files.h"
 
 namespace corvane {
@@ -9,12 +9,18 @@ namespace {
 
 using Path = std::filesystem::path;
 
-XMLDocument loadSession(const Path &file) {
+/// The file of a session that is there.
+Path existingFile(const Path &sessionURL) {
+    const Path file = LiveTraxGenerator::sessionFile(sessionURL);
     if (!fileExists(file))
         throw GeneratorError::sessionMissing(file.string());
+    return file;
+}
+
+XMLDocument loadSession(const Path &file) {
     XMLDocument document = XMLDocument::load(file);
     if (!document.root().firstChild("Routes") || !document.root().firstChild("Playlists"))
-        throw GeneratorError::invalidTemplate();
+        throw GeneratorError::sessionUnreadable(file.parent_path().string());
     return document;
 }
 
@@ -29,12 +35,21 @@ XMLDocument loadBaseTemplate(const BundleResources &resources) {
 
 UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path &sessionURL,
                                        const Channels &channels) {
-    const Path file = sessionFile(sessionURL);
+    const Path file = existingFile(sessionURL);
+    if (hasRecoveryData(sessionURL))
+        throw GeneratorError::recoveryDataPresent();
     XMLDocument session = loadSession(file);
     const Path backup = session::makeBackup(sessionURL, system.clock.now());
-    const XMLDocument base = loadBaseTemplate(system.resources);
-    const UpdatePlan plan = updateSessionTree(session.root(), base.root(), channels);
-    std::move(session).writeAtomically(file);
+    UpdatePlan plan;
+    try {
+        const XMLDocument base = loadBaseTemplate(system.resources);
+        plan = updateSessionTree(session.root(), base.root(), channels);
+        std::move(session).writeAtomically(file);
+    } catch (...) {
+        // Pressed again and again in vain it leaves one copy, not one a press.
+        session::removeEqualBackups(backup);
+        throw;
+    }
     // The session is whole and in place: only now may the older copies go.
     removeOlderBridgeBackups(backup.parent_path(), backup);
     system.defaults.set(lastSessionKey, file.parent_path().string());
@@ -43,9 +58,11 @@ UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path 
 
 UpdatePlan LiveTraxGenerator::plan(const RecorderSystem &system, const Path &sessionURL,
                                    const Channels &channels) {
-    const XMLDocument session = loadSession(sessionFile(sessionURL));
+    const XMLDocument session = loadSession(existingFile(sessionURL));
     const XMLDocument base = loadBaseTemplate(system.resources);
-    return updateSessionTree(session.root(), base.root(), channels);
+    UpdatePlan plan = updateSessionTree(session.root(), base.root(), channels);
+    plan.recoveryData = hasRecoveryData(sessionURL);
+    return plan;
 }
 
 } // namespace corvane

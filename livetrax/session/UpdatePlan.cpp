@@ -3,6 +3,8 @@
 #include "livetrax/session/EnginePorts.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/ObjectIds.h"
+#include "livetrax/session/Playlists.h"
+#include "livetrax/session/PortConnections.h"
 #include "livetrax/session/Track.h"
 
 #include <algorithm>
@@ -16,57 +18,16 @@ using namespace session;
 namespace {
 
 using Action = TrackDecision::Action;
-
-/// A session's playlists by the names that they had when the session was read; of several the first.
-class PlaylistTable {
-public:
-    explicit PlaylistTable(XMLElement playlists) {
-        for (const XMLElement playlist : playlists.children("Playlist"))
-            if (auto name = playlist.attribute("name"))
-                byName.emplace(*std::move(name), Entry{playlist});
-    }
-
-    /// The playlist that a kept track records into; none when it names none or an unknown one.
-    XMLElement keep(Track track) {
-        Entry *const entry = find(track);
-        if (entry == nullptr)
-            return {};
-        entry->kept = true;
-        return entry->playlist;
-    }
-
-    /// Removes the playlist of a track that goes, unless a kept track records into the same one. Each goes
-    /// once.
-    void remove(Track track) {
-        Entry *const entry = find(track);
-        if (entry != nullptr && !entry->kept && entry->playlist) {
-            entry->playlist.remove();
-            entry->playlist = {};
-        }
-    }
-
-private:
-    struct Entry {
-        XMLElement playlist;
-        bool kept = false;
-    };
-
-    Entry *find(Track track) {
-        const auto name = track.playlist();
-        const auto found = name ? byName.find(*name) : byName.end();
-        return found == byName.end() ? nullptr : &found->second;
-    }
-
-    std::unordered_map<std::string, Entry> byName;
-};
+using Channels = std::vector<LV1Channel>;
 
 /// The audio tracks of a session as it was read, to be claimed by what they record.
 class ExistingTracks {
 public:
-    explicit ExistingTracks(XMLElement root) : tracks(audioTracks(root)), claimed(tracks.size(), false) {
+    ExistingTracks(std::vector<Track> all, const std::string &device)
+        : tracks(std::move(all)), claimed(tracks.size(), false) {
         for (std::size_t index = tracks.size(); index-- > 0;) {
             const std::int64_t width = tracks[index].width();
-            const auto start = tracks[index].firstCapture();
+            const auto start = tracks[index].firstCapture(device);
             if ((width == 1 || width == 2) && start)
                 byStart[width == 2][*start].push_back(index);
         }
@@ -99,46 +60,17 @@ private:
     std::array<std::unordered_map<std::int64_t, std::vector<std::size_t>>, 2> byStart;
 };
 
-struct Look {
-    std::optional<std::string> name;
-    std::optional<std::string> order;
-    std::optional<std::string> color;
-
-    explicit Look(Track track) : name(track.name()), order(track.order()), color(track.color()) {}
-};
-
-TrackDecision decision(Action action, const LV1Channel &channel) {
-    return {action, channel.name(), channel.inputIndex(), channel.stereo(), {}};
-}
-
-TrackDecision reconfigure(Track track, XMLElement playlist, const LV1Channel &channel, std::size_t position) {
-    const Look before(track);
-    LiveTraxGenerator::configure(track.element(), playlist, channel, position);
-    const Look after(track);
-
-    TrackDecision made = decision(Action::keep, channel);
-    const auto note = [&](const auto &old, const auto &now, auto &was) {
-        if (old != now) {
-            was = old;
-            made.action = Action::change;
-        }
-    };
-    note(before.name, after.name, made.was.name);
-    note(before.order, after.order, made.was.order);
-    note(before.color, after.color, made.was.color);
-    return made;
-}
-
-/// Copies new tracks from the base template into a session.
+/// Copies tracks, or parts of them, from the base template into a session.
 class TrackMaker {
 public:
-    TrackMaker(XMLElement sessionRoot, XMLElement templateRoot)
+    TrackMaker(XMLElement sessionRoot, XMLElement templateRoot, std::string device)
         : routes(sessionRoot.firstChild("Routes")), playlists(sessionRoot.firstChild("Playlists")),
           modelPlaylists(templateRoot.firstChild("Playlists")),
-          models(modelTracks(audioTracks(templateRoot))) {}
+          models(modelTracks(audioTracks(templateRoot))), namespaces(models.namespaces()), ids(sessionRoot),
+          device(std::move(device)) {}
 
-    TrackDecision add(const LV1Channel &channel, std::size_t position, ObjectIds &ids) {
-        const Track model = channel.stereo() ? models.stereo : models.mono;
+    Track add(const LV1Channel &channel, std::size_t position) {
+        const Track model = models.forWidth(channel.stereo() ? 2 : 1);
         const auto played = model.playlist();
         const XMLElement modelPlaylist =
             played ? modelPlaylists.firstChild("Playlist", "name", *played) : XMLElement();
@@ -148,26 +80,64 @@ public:
         const XMLElement route = routes.appendCopy(model.element());
         const XMLElement playlist = playlists.appendCopy(modelPlaylist);
         ids.renumber(route, playlist);
-        LiveTraxGenerator::configure(route, playlist, channel, position);
-        return decision(Action::add, channel);
+        useDevice(route, device);
+        LiveTraxGenerator::configure(route, playlist, channel, position, namespaces);
+        return Track(route);
     }
+
+    /// Gives a track's direct outs the outputs back that the recorder drops, ports and connections, when it
+    /// once runs on a device with fewer of them.
+    void repairDirectOuts(Track track) {
+        const std::int64_t width = track.width();
+        const std::vector<DirectOut> modelOuts = models.forWidth(width).directOuts();
+        if (modelOuts.empty() || !IO::outputOf(modelOuts.front().element()))
+            return;
+        for (DirectOut out : track.directOuts()) {
+            const IO output = IO::outputOf(out.element());
+            if (output.width() >= width && output.isConnected())
+                continue;
+            const XMLElement made = out.takeOutputFrom(modelOuts.front());
+            ids.renumber(made, {});
+            useDevice(made, device);
+        }
+    }
+
+    const std::vector<std::string> &givenNamespaces() const { return namespaces; }
+    void storeIds(XMLElement root) const { ids.store(root); }
 
 private:
     XMLElement routes;
     XMLElement playlists;
     XMLElement modelPlaylists;
     ModelTracks models;
+    std::vector<std::string> namespaces;
+    ObjectIds ids;
+    std::string device;
 };
 
-TrackDecision remove(Track track, PlaylistTable &playlists) {
-    const auto start = track.firstCapture();
-    TrackDecision made{Action::remove,
-                       track.name().value_or(""),
-                       start ? std::optional(std::max<std::int64_t>(*start, 1) - 1) : std::nullopt,
-                       track.width() == 2,
-                       {}};
-    playlists.remove(track);
-    track.element().remove();
+struct Look {
+    std::optional<std::string> name;
+    std::optional<std::string> order;
+    std::optional<std::string> color;
+    bool armed;
+
+    explicit Look(Track track)
+        : name(track.name()), order(track.order()), color(track.color()), armed(track.isArmed()) {}
+};
+
+/// What became of a track that stays.
+TrackDecision kept(const LV1Channel &channel, const Look &before, const Look &after, std::int64_t takes) {
+    TrackDecision made{Action::keep, channel.name(), channel.inputIndex(), channel.stereo(), {}, takes};
+    const auto note = [&](const auto &old, const auto &now, auto &was) {
+        if (old != now) {
+            was = old;
+            made.action = Action::change;
+        }
+    };
+    note(before.name, after.name, made.was.name);
+    note(before.order, after.order, made.was.order);
+    note(before.color, after.color, made.was.color);
+    note(before.armed, after.armed, made.was.armed);
     return made;
 }
 
@@ -180,31 +150,87 @@ UpdateResult counted(const std::vector<TrackDecision> &tracks) {
     return result;
 }
 
+/// One update of a session's tree: who is who is settled first, before anything changes.
+class TreeUpdate {
+public:
+    TreeUpdate(XMLElement sessionRoot, XMLElement templateRoot, const Channels &channels)
+        : root(sessionRoot), channels(channels),
+          device(deviceOf(audioTracks(root), deviceOf(audioTracks(templateRoot)))),
+          maker(root, templateRoot, device), playlists(root) {
+        ExistingTracks existing(audioTracks(root), device);
+        for (const LV1Channel &channel : channels)
+            claims.push_back(existing.claim(channel));
+        leaving = existing.unclaimed();
+        for (const XMLElement route : root.firstChild("Routes").children("Route"))
+            if (std::none_of(leaving.begin(), leaving.end(),
+                             [&](Track track) { return track.element() == route; }))
+                playlists.keepFor(Track(route));
+        for (const auto &track : claims)
+            if (track)
+                maker.repairDirectOuts(*track);
+    }
+
+    UpdatePlan run() {
+        PortConnections connections(root.firstChild("Routes"));
+        UpdatePlan plan;
+        for (std::size_t position = 0; position < channels.size(); ++position)
+            plan.tracks.push_back(claims[position] ? reconfigure(*claims[position], position)
+                                                   : add(position, connections));
+        for (const Track track : leaving)
+            plan.tracks.push_back(remove(track, connections));
+        connections.follow();
+        maker.storeIds(root);
+        settleEnginePorts(root, channels);
+        plan.result = counted(plan.tracks);
+        return plan;
+    }
+
+private:
+    TrackDecision reconfigure(Track track, std::size_t position) {
+        const Look before(track);
+        const std::int64_t takes = playlists.takes(track);
+        LiveTraxGenerator::configure(track.element(), playlists.named(track), channels[position], position,
+                                     maker.givenNamespaces());
+        return kept(channels[position], before, Look(track), takes);
+    }
+
+    TrackDecision add(std::size_t position, PortConnections &connections) {
+        const LV1Channel &channel = channels[position];
+        const Track made = maker.add(channel, position);
+        playlists.keepFor(made);
+        connections.added(made);
+        return {Action::add, channel.name(), channel.inputIndex(), channel.stereo(), {}};
+    }
+
+    TrackDecision remove(Track track, PortConnections &connections) {
+        const auto start = track.firstCapture(device);
+        TrackDecision made{Action::remove,
+                           track.name().value_or(""),
+                           start ? std::optional(std::max<std::int64_t>(*start, 1) - 1) : std::nullopt,
+                           track.width() == 2,
+                           {},
+                           playlists.takes(track)};
+        playlists.removeNamed(track);
+        connections.removed(track);
+        track.element().remove();
+        return made;
+    }
+
+    XMLElement root;
+    const Channels &channels;
+    std::string device;
+    TrackMaker maker;
+    Playlists playlists;
+    std::vector<std::optional<Track>> claims; ///< for each channel
+    std::vector<Track> leaving;
+};
+
 } // namespace
 
 UpdatePlan updateSessionTree(XMLElement sessionRoot, XMLElement templateRoot,
                              const std::vector<LV1Channel> &channels) {
     LiveTraxGenerator::enableOSC(sessionRoot);
-    ExistingTracks existing(sessionRoot);
-    PlaylistTable playlists(sessionRoot.firstChild("Playlists"));
-    TrackMaker maker(sessionRoot, templateRoot);
-    ObjectIds ids(sessionRoot);
-
-    UpdatePlan plan;
-    for (std::size_t position = 0; position < channels.size(); ++position) {
-        const LV1Channel &channel = channels[position];
-        if (const auto track = existing.claim(channel))
-            plan.tracks.push_back(reconfigure(*track, playlists.keep(*track), channel, position));
-        else
-            plan.tracks.push_back(maker.add(channel, position, ids));
-    }
-    for (const Track track : existing.unclaimed())
-        plan.tracks.push_back(remove(track, playlists));
-    ids.store(sessionRoot);
-
-    settleEnginePorts(sessionRoot);
-    plan.result = counted(plan.tracks);
-    return plan;
+    return TreeUpdate(sessionRoot, templateRoot, channels).run();
 }
 
 } // namespace corvane

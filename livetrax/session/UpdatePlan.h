@@ -15,7 +15,7 @@ namespace corvane {
 struct TrackDecision {
     enum class Action {
         keep,   ///< stays as it is to look at
-        change, ///< stays, with another name, order or colour
+        change, ///< stays, with another name, order or colour, or armed again
         add,
         remove,
     };
@@ -24,6 +24,7 @@ struct TrackDecision {
         std::optional<std::string> name;
         std::optional<std::string> order; ///< its place from the top, counted from 1
         std::optional<std::string> color; ///< red, green, blue and alpha as one decimal number
+        std::optional<bool> armed;        ///< false: the update arms it
 
         bool operator==(const Was &) const = default;
     };
@@ -34,6 +35,7 @@ struct TrackDecision {
     std::optional<std::int64_t> inputIndex;
     bool stereo;
     Was was;
+    std::int64_t takes = 0; ///< how many recordings (regions) its playlist holds
 
     bool operator==(const TrackDecision &) const = default;
 };
@@ -42,6 +44,8 @@ struct TrackDecision {
 struct UpdatePlan {
     std::vector<TrackDecision> tracks;
     UpdateResult result;
+    /// LiveTrax was not closed properly while recording: an update is refused until it has recovered that.
+    bool recoveryData = false;
 
     bool operator==(const UpdatePlan &) const = default;
 };

@@ -78,6 +78,12 @@ TEST(EnableOSC, TheSurfaceIsSwitchedOnEvenWithoutConfig) {
               written(protocols(other + surface + R"xml( active="1" feedback="0" session-state="1"/>)xml")));
 }
 
+TEST(EnableOSC, OfTwoSurfacesTheFirstIsSwitchedOn) {
+    const std::string off = surface + std::string(R"xml( active="0"/>)xml");
+    const std::string on = surface + std::string(R"xml( active="1" session-state="1"/>)xml");
+    EXPECT_EQ(enabled(protocols(off + off)), written(protocols(on + off)));
+}
+
 TEST(EnableOSC, ASurfaceWithoutActiveGetsOnlySessionState) {
     EXPECT_EQ(enabled(protocols(std::string(surface) + "/>")),
               written(protocols(surface + std::string(R"xml( session-state="1"/>)xml"))));

@@ -155,27 +155,28 @@ std::string renamed(const std::string &route, const std::string &engineNamespace
 
 TEST(SetEngineNamespace, EveryOccurrenceInEveryAttributeIsReplacedButTheName) {
     EXPECT_EQ(
-        renamed("<Route name='Kick' note='Kick Kick'><IO name='Kick'><Port name='Kick/audio_in 1'/></IO>"
-                "<X a='my Kicker'><Y b='xKickx'/>Kick</X><!-- Kick --></Route>",
-                "Audio 1"),
-        "<Route name=\"Kick\" note=\"Audio 1 Audio 1\"><IO name=\"Audio 1\"><Port name=\"Audio 1/audio_in "
-        "1\"/>"
-        "</IO><X a=\"my Audio 1er\"><Y b=\"xAudio 1x\"/>Kick</X><!-- Kick --></Route>");
+        renamed(
+            "<Route name='Audio 7' note='Audio 7 Audio 7'><IO name='Audio 7'><Port name='Audio 7/audio_in "
+            "1'/></IO><X a='my Audio 7er'><Y b='xAudio 7x'/>Audio 7</X><!-- Audio 7 --></Route>",
+            "Audio 1"),
+        "<Route name=\"Audio 7\" note=\"Audio 1 Audio 1\"><IO name=\"Audio 1\"><Port name=\"Audio 1/audio_in "
+        "1\"/></IO><X a=\"my Audio 1er\"><Y b=\"xAudio 1x\"/>Audio 7</X><!-- Audio 7 --></Route>");
 }
 
 TEST(SetEngineNamespace, TheFirstPortWithAnAudioNameDecides) {
     EXPECT_EQ(renamed("<Route name='R'><IO><Port/><Port name='M/midi_in 1'/></IO><IO><Port name='A/audio_out "
-                      "1/audio_x'/>"
+                      "1'/>"
                       "<Port name='B/audio_out 2'/></IO></Route>",
                       "N"),
               "<Route name=\"R\"><IO><Port/><Port name=\"M/midi_in 1\"/></IO><IO><Port name=\"N/audio_out "
-              "1/audio_x\"/>"
+              "1\"/>"
               "<Port name=\"B/audio_out 2\"/></IO></Route>");
 }
 
 TEST(SetEngineNamespace, WithoutSuchAPortItIsTheNameAndWithoutANameAudio) {
-    EXPECT_EQ(renamed("<Route name='R' x='R1'/>", "N"), "<Route name=\"R\" x=\"N1\"/>");
-    EXPECT_EQ(renamed("<Route x='Audio 1'/>", "N"), "<Route x=\"N 1\"/>");
+    EXPECT_EQ(renamed("<Route name='R'><IO name='R'/></Route>", "N"),
+              "<Route name=\"R\"><IO name=\"N\"/></Route>");
+    EXPECT_EQ(renamed("<Route><IO name='Audio'/></Route>", "N"), "<Route><IO name=\"N\"/></Route>");
 }
 
 TEST(SetEngineNamespace, TheSameNamespaceChangesNothing) {
@@ -190,13 +191,14 @@ TEST(SetEngineNamespace, AnEmptyNamespaceHasNothingToReplace) {
 }
 
 TEST(SetEngineNamespace, ANewNamespaceThatHoldsTheOldOneIsNotReplacedAgain) {
-    EXPECT_EQ(renamed("<Route x='AAA'><IO><Port name='A/audio_in 1'/></IO></Route>", "AA"),
-              "<Route x=\"AAAAAA\"><IO><Port name=\"AA/audio_in 1\"/></IO></Route>");
+    EXPECT_EQ(
+        renamed("<Route x='Audio 1 Audio 1'><IO><Port name='Audio 1/audio_in 1'/></IO></Route>", "Audio 11"),
+        "<Route x=\"Audio 11 Audio 11\"><IO><Port name=\"Audio 11/audio_in 1\"/></IO></Route>");
 }
 
 TEST(SetEngineNamespace, TheSpaceStandingBeforeTheLastMatchOnlyEndsAtAudio) {
-    EXPECT_EQ(renamed("<Route><IO><Port name='a/b/audio_in 1' other='a/b'/></IO></Route>", "N"),
-              "<Route><IO><Port name=\"N/audio_in 1\" other=\"N\"/></IO></Route>");
+    EXPECT_EQ(renamed("<Route><IO name='a/b'><Port name='a/b/audio_in 1'/></IO></Route>", "N"),
+              "<Route><IO name=\"N\"><Port name=\"N/audio_in 1\"/></IO></Route>");
 }
 
 XMLElement element(const Tree &tree) {

@@ -279,15 +279,49 @@ TEST_F(Generation, AnyNameOfASessionIsTakenAsItIs) {
         EXPECT_EQ(generate({channel("Kick", 0)}, name), shows() / name);
         EXPECT_TRUE(fileExists(templates() / name / (name + ".template"))) << name;
     }
-    EXPECT_EQ(generate({channel("Kick", 0)}, "/x"), shows() / "x");
-    EXPECT_TRUE(fileExists(templates() / "x/x.template"));
 }
 
-TEST_F(Generation, ANameOfSeveralComponentsIsRefusedRatherThanPutWhereLiveTraxFindsNothing) {
-    for (const std::string name : {"A/B", "Gig/"}) {
-        EXPECT_THROW(generate({channel("Kick", 0)}, name), FileError) << name;
-        EXPECT_FALSE(fileExists(shows() / name)) << name;
-    }
+TEST_F(Generation, ANameThatIsNoFoldersNameIsRefusedBeforeAnythingIsWritten) {
+    const std::string slash = "A session's name cannot contain “/”.";
+    const std::string control = "A session's name cannot contain a control character.";
+    const std::string tooLong = "A session's name is too long.";
+    const std::vector<std::pair<std::string, std::string>> names = {
+        {"22/11 Palau", slash},
+        {"AC/DC Live", slash},
+        {"/x", slash},
+        {"Gig/", slash},
+        {".", "A session cannot be called “.”."},
+        {" .. ", "A session cannot be called “..”."},
+        {"Gig\n", control},
+        {"Gig\x7f", control},
+        {"Gig\u0085x", control},
+        {std::string(201, 'x'), tooLong},
+        {" " + std::string(199, 'x') + "é ", tooLong},
+    };
+    const auto before = platform.files();
+    for (const auto &[name, text] : names)
+        EXPECT_EQ(errorOf([&] { generate({channel("Kick", 0)}, name); })->errorDescription(), text) << name;
+    EXPECT_EQ(platform.files(), before);
+    for (const std::string &name :
+         {std::string(200, 'x'), " " + std::string(200, 'y') + " ", std::string("...")})
+        EXPECT_NO_THROW(generate({channel("Kick", 0)}, name)) << name;
+}
+
+TEST_F(Generation, ATemplateThatIsThereAlreadyIsKeptOnce) {
+    platform.folder.write("home/Library/Preferences/LiveTrax3/templates/Gig/Gig.template", "the user's own");
+    generate({channel("Kick", 0)});
+    generate({channel("Snare", 0)});
+    EXPECT_EQ(
+        platform.folder.read("home/Library/Preferences/LiveTrax3/templates/Gig/Gig.template.corvane-backup"),
+        "the user's own");
+    EXPECT_THAT(names(generated().routes(), "Route"), ElementsAre("Master", "Snare"));
+}
+
+TEST_F(Generation, OfSeveralFaultsThePortsNameIsTold) {
+    EXPECT_EQ(errorOf([&] {
+                  generate({channel("Kick", 0), channel("Kick", 0)});
+              })->errorCase(),
+              Case::duplicateEnginePort);
 }
 
 TEST_F(Generation, AnOutputFolderMayEndInASlash) {
@@ -320,9 +354,10 @@ TEST_F(Generation, EveryNameOfAChannelComesBackFromTheTemplate) {
 
 TEST_F(Generation, TheCounterMayNotOverflow) {
     platform.setBaseTemplate(smallTemplate("id-counter=\"18446744073709551615\""));
-    EXPECT_DEATH(generate({channel("Kick", 0)}), "overflow");
+    EXPECT_EQ(errorOf([&] { generate({channel("Kick", 0)}); })->errorDescription(),
+              "The session has no numbers left for new objects (18446744073709551615).");
     platform.setBaseTemplate(smallTemplate("id-counter=\"18446744073709551610\""));
-    EXPECT_DEATH(generate({channel("Kick", 0)}), "overflow");
+    EXPECT_EQ(errorOf([&] { generate({channel("Kick", 0)}); })->errorCase(), Case::idsExhausted);
 }
 
 } // namespace

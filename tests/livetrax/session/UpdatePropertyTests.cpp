@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
 #include <set>
 
@@ -111,6 +112,51 @@ void damage(const Tree &tree, Random &random) {
     }
 }
 
+/// What the first input of a track is connected to, by device.
+std::vector<std::pair<std::string, std::string>> connectedTo(XMLElement track) {
+    std::vector<std::pair<std::string, std::string>> found;
+    for (const XMLElement port : track.firstChild("IO", "direction", "Input").children("Port"))
+        for (const XMLElement connection : port.children("ExtConnection"))
+            if (const auto other = connection.attribute("other"))
+                found.emplace_back(connection.attribute("for").value_or("\x01"), *other);
+    return found;
+}
+
+/// The device that most tracks are connected to, the template's ("device") of several, else the first.
+std::string ownDevice(const std::vector<XMLElement> &tracks) {
+    std::map<std::string, std::set<std::size_t>> users;
+    std::vector<std::string> order;
+    for (std::size_t index = 0; index < tracks.size(); ++index) {
+        for (const auto &[device, other] : connectedTo(tracks[index])) {
+            if (device == "\x01")
+                continue;
+            users[device].insert(index);
+            order.push_back(device);
+        }
+    }
+    std::size_t most = 0;
+    for (const auto &[device, tracksOfIt] : users)
+        most = std::max(most, tracksOfIt.size());
+    if (most != 0 && users["device"].size() == most)
+        return "device";
+    for (const std::string &device : order)
+        if (users[device].size() == most)
+            return device;
+    return "\x02";
+}
+
+/// The first input of a track, on its session's own device if it is connected there.
+std::optional<std::int64_t> startOf(XMLElement track, const std::string &device) {
+    const std::string prefix = "system:capture_";
+    for (const auto &[each, other] : connectedTo(track))
+        if (each == device && other.starts_with(prefix)) {
+            if (const auto number = integer(other.substr(prefix.size())))
+                return number;
+            break;
+        }
+    return Generator::captureStart(track);
+}
+
 /// The rule of matching, told the slow way: each channel looks through the tracks that are left.
 struct Expected {
     std::vector<std::string> claimedOrAdded; ///< for each channel its track's mark, or "new"
@@ -131,13 +177,14 @@ Expected expected(const Tree &tree, const std::vector<LV1Channel> &channels) {
         if (flags && flags->find("AudioTrack") != std::string::npos)
             left.push_back(route);
     }
+    const std::string device = ownDevice(left);
     Expected result;
     for (const LV1Channel &channel : channels) {
         const auto matches = [&](XMLElement track) {
             const XMLElement input = track.firstChild("IO", "direction", "Input");
             const std::size_t width = names(input, "Port").size();
             return width == (channel.stereo() ? 2U : 1U) &&
-                   Generator::captureStart(track) == std::int64_t{channel.inputIndex()} + 1;
+                   startOf(track, device) == std::int64_t{channel.inputIndex()} + 1;
         };
         const auto found = std::find_if(left.begin(), left.end(), matches);
         result.claimedOrAdded.push_back(found == left.end() ? "new" : *found->attribute("mark"));

@@ -1,4 +1,4 @@
-#include "tests/livetrax/session/SessionTexts.h"
+#include "tests/livetrax/session/UpdateFixture.h"
 
 #include "platform/files/Files.h"
 
@@ -9,6 +9,8 @@
 #include <ctime>
 #include <filesystem>
 
+#include <sys/stat.h>
+
 namespace corvane {
 namespace {
 
@@ -18,36 +20,6 @@ using ::testing::IsEmpty;
 using Generator = LiveTraxGenerator;
 using Case = GeneratorError::Case;
 using Action = TrackDecision::Action;
-
-/// A track as an earlier update would have left it at a 0-based position.
-TrackText track(const std::string &name, std::int64_t capture, int width, int position) {
-    TrackText text;
-    text.name = name;
-    text.capture = capture;
-    text.width = width;
-    text.order = std::to_string(position + 1);
-    text.color = std::to_string(0x3F8CD8FFU);
-    text.engineNamespace = "Audio " + std::to_string(position + 1);
-    return text;
-}
-
-class Update : public ::testing::Test {
-protected:
-    UpdateResult update(const std::vector<LV1Channel> &channels) {
-        return Generator::update(platform.platform, platform.sessionFolder(), channels);
-    }
-    /// Updates in vain: the session file must stand as it was.
-    GeneratorError refused(const std::vector<LV1Channel> &channels) {
-        const std::string before = platform.session();
-        const auto error = errorOf([&] { update(channels); });
-        EXPECT_EQ(platform.session(), before);
-        EXPECT_TRUE(platform.defaults->values.empty());
-        return error.value();
-    }
-    Tree updated() const { return Tree(platform.session()); }
-
-    SessionPlatform platform;
-};
 
 TEST_F(Update, ARenamedChannelKeepsItsTrackAndItsRecordings) {
     TrackText kick = track("Kick", 1, 1, 0);
@@ -313,7 +285,10 @@ TEST_F(Update, ASessionWithoutRoutesOrPlaylistsIsRefusedBeforeItIsBackedUp) {
     for (const std::string text :
          {"<Session/>", "<Session><Routes/></Session>", "<Session><Playlists/></Session>"}) {
         platform.writeSession(text);
-        EXPECT_EQ(refused({}).errorCase(), Case::invalidTemplate);
+        const GeneratorError error = refused({});
+        EXPECT_EQ(error.errorCase(), Case::sessionUnreadable);
+        EXPECT_EQ(error.errorDescription(),
+                  "The session at " + platform.sessionFolder().string() + " cannot be read.");
         EXPECT_THAT(platform.backups(), IsEmpty());
     }
 }
@@ -326,7 +301,7 @@ TEST_F(Update, AMissingOrUnfitBaseTemplateLeavesTheSessionAndItsBackups) {
     EXPECT_EQ(refused({channel("Kick", 0)}).errorCase(), Case::invalidTemplate);
     platform.resources->files.clear();
     EXPECT_EQ(refused({channel("Kick", 0)}).errorCase(), Case::baseTemplateMissing);
-    EXPECT_EQ(platform.backups().size(), 3U);
+    EXPECT_EQ(platform.backups().size(), 2U); // the older one, and one of the session as it still is
 }
 
 TEST_F(Update, AModelWithoutItsPlaylistIsOnlyRefusedWhenItIsNeeded) {
@@ -345,7 +320,83 @@ TEST_F(Update, ClashingNamesLeaveTheSessionAndKeepTheBackups) {
         refused({channel("Vox", 0), channel("Vox", 1)}).errorDescription(),
         "The session would create a duplicate audio port (Vox/audio_send 1). Check the LV1 channel names.");
     EXPECT_EQ(refused({channel("Vox\x01", 0), channel("Vox\x02", 1)}).errorCase(), Case::duplicateEnginePort);
-    EXPECT_EQ(platform.backups().size(), 3U);
+    EXPECT_EQ(platform.backups().size(), 2U); // the older one, and one of the session as it still is
+}
+
+TEST_F(Update, FivePressesInVainLeaveOneCopy) {
+    platform.writeSession(sessionText({track("A", 1, 1, 0), track("B", 2, 1, 1)}));
+    platform.folder.write("Shows/Gig/backup/Corvane pre-sync 2025-01-01_10-00-00-000.ardour",
+                          "another state");
+    platform.folder.write("Shows/Gig/backup/Gig.ardour", platform.session());
+    for (int press = 0; press < 5; ++press) {
+        platform.wallClock->time += std::chrono::seconds(10);
+        refused({channel("Vox", 0), channel("Vox", 1)});
+    }
+    ASSERT_EQ(platform.backups().size(), 3U);
+    EXPECT_EQ(platform.backups()[0], "Corvane pre-sync 2025-01-01_10-00-00-000.ardour");
+    EXPECT_EQ(platform.folder.read("Shows/Gig/backup/" + platform.backups()[1]), platform.session());
+    EXPECT_EQ(platform.backups()[2], "Gig.ardour");
+}
+
+TEST_F(Update, ASessionThatLiveTraxHasToRecoverIsRefusedBeforeItIsBackedUp) {
+    platform.folder.write("Shows/Gig/Gig.pending", "");
+    EXPECT_EQ(errorOf([&] { update({}); })->errorCase(), Case::sessionMissing);
+    platform.writeSession(sessionText({track("A", 1, 1, 0)}));
+    EXPECT_EQ(
+        refused({channel("A", 0)}).errorDescription(),
+        "LiveTrax was not closed properly while recording. Open the session in LiveTrax once, then press "
+        "SYNC LV1 again.");
+    EXPECT_THAT(platform.backups(), IsEmpty());
+    const UpdatePlan plan =
+        Generator::plan(platform.platform, platform.sessionFolder() / "", {channel("A", 0), channel("B", 1)});
+    EXPECT_TRUE(plan.recoveryData);
+    EXPECT_EQ(plan.result, (UpdateResult{1, 1, 0}));
+    std::filesystem::remove(platform.sessionFolder() / "Gig.pending");
+    EXPECT_FALSE(Generator::plan(platform.platform, platform.sessionFolder(), {}).recoveryData);
+    EXPECT_EQ(update({channel("A", 0)}), (UpdateResult{1, 0, 0}));
+}
+
+TEST_F(Update, ASessionWhoseNumbersAreUsedUpIsRefused) {
+    for (const std::string counter : {"18446744073709551615", "18446744073709551600"}) {
+        platform.writeSession(sessionText({}, "id-counter=\"" + counter + "\""));
+        EXPECT_EQ(refused({channel("A", 0)}).errorCase(), Case::idsExhausted);
+    }
+    platform.writeSession(sessionText({}, "id-counter=\"18446744073709551515\""));
+    EXPECT_EQ(update({}), UpdateResult{});
+    EXPECT_EQ(updated().root().attribute("id-counter"), "18446744073709551615");
+}
+
+TEST_F(Update, WhatIsNoFileIsRefusedAtOnce) {
+    std::filesystem::create_directories(platform.sessionFolder());
+    const auto file = platform.sessionFolder() / "Gig.ardour";
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    EXPECT_THROW(update({}), FileError);
+    std::filesystem::remove(file);
+    std::filesystem::create_symlink("/dev/zero", file);
+    EXPECT_THROW(update({}), FileError);
+}
+
+TEST_F(Update, TheBackupHasTheModeOfTheSessionFile) {
+    platform.writeSession(sessionText({track("A", 1, 1, 0)}));
+    const auto mode = static_cast<std::filesystem::perms>(0664);
+    std::filesystem::permissions(platform.sessionFolder() / "Gig.ardour", mode);
+    update({channel("B", 0)});
+    const auto backup = platform.sessionFolder() / "backup" / platform.backups().at(0);
+    EXPECT_EQ(std::filesystem::status(backup).permissions(), mode);
+}
+
+TEST_F(Update, TheTracksAreThoseOfTheFirstRoutesByTheirFirstFlags) {
+    TrackText bus = track("Bus", 1, 1, 8);
+    bus.flags = "AudioBus";
+    bus.inside = "<PresentationInfo flags=\"AudioTrack\"/>";
+    std::string text = sessionText({bus});
+    int nextId = 900;
+    text.insert(text.find("</Session>"),
+                "<Routes>" + routeText(track("Later", 2, 1, 7), nextId) + "</Routes>");
+    platform.writeSession(text);
+    EXPECT_EQ(update({channel("Kick", 0)}), (UpdateResult{0, 1, 0}));
+    EXPECT_THAT(names(updated().routes(), "Route"), ElementsAre("Master", "Bus", "Kick"));
+    EXPECT_THAT(platform.session(), HasSubstr("name=\"Later\""));
 }
 
 TEST_F(Update, ABackupFolderThatCannotBeMadeEndsItBeforeAnythingChanges) {
@@ -389,6 +440,13 @@ TEST_F(Update, NothingButTheSessionItsBackupAndTheUserDefaultChanges) {
     EXPECT_EQ(after, before);
 }
 
+/// A track that is to be armed again and is the same otherwise.
+TrackDecision::Was disarmed() {
+    TrackDecision::Was was;
+    was.armed = false;
+    return was;
+}
+
 TEST_F(Update, TheSamePlanIsTheSameUpdateAndTouchesNothing) {
     TrackText kick = track("Kick", 1, 1, 0);
     TrackText snare = track("Snare", 2, 1, 1);
@@ -404,15 +462,16 @@ TEST_F(Update, TheSamePlanIsTheSameUpdateAndTouchesNothing) {
     EXPECT_EQ(platform.files(), before);
     EXPECT_TRUE(platform.defaults->values.empty());
 
-    EXPECT_THAT(plan.tracks, ElementsAre(TrackDecision{Action::keep, "Kick", 0, false, {}},
-                                         TrackDecision{Action::change,
-                                                       "Sn | \"top\"",
-                                                       1,
-                                                       false,
-                                                       {"Snare", std::nullopt, std::to_string(0x3F8CD8FFU)}},
-                                         TrackDecision{Action::add, "Vox", 9, false, {}},
-                                         TrackDecision{Action::remove, "Keys", 4, true, {}},
-                                         TrackDecision{Action::remove, "None", std::nullopt, false, {}}));
+    EXPECT_THAT(plan.tracks,
+                ElementsAre(TrackDecision{Action::change, "Kick", 0, false, disarmed()},
+                            TrackDecision{Action::change,
+                                          "Sn | \"top\"",
+                                          1,
+                                          false,
+                                          {"Snare", std::nullopt, std::to_string(0x3F8CD8FFU), false}},
+                            TrackDecision{Action::add, "Vox", 9, false, {}},
+                            TrackDecision{Action::remove, "Keys", 4, true, {}},
+                            TrackDecision{Action::remove, "None", std::nullopt, false, {}}));
     EXPECT_EQ(plan.result, (UpdateResult{2, 1, 2}));
     EXPECT_EQ(update(channels), plan.result);
 }
@@ -421,9 +480,10 @@ TEST_F(Update, APlanSaysWhatMoves) {
     platform.writeSession(sessionText({track("A", 1, 1, 0), track("B", 2, 1, 1)}));
     const UpdatePlan plan =
         Generator::plan(platform.platform, platform.sessionFolder(), {channel("B", 1), channel("A", 0)});
-    EXPECT_THAT(plan.tracks,
-                ElementsAre(TrackDecision{Action::change, "B", 1, false, {std::nullopt, "2", std::nullopt}},
-                            TrackDecision{Action::change, "A", 0, false, {std::nullopt, "1", std::nullopt}}));
+    EXPECT_THAT(
+        plan.tracks,
+        ElementsAre(TrackDecision{Action::change, "B", 1, false, {std::nullopt, "2", std::nullopt, false}},
+                    TrackDecision{Action::change, "A", 0, false, {std::nullopt, "1", std::nullopt, false}}));
 }
 
 TEST_F(Update, APlanFailsAsTheUpdateWould) {

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "livetrax/session/Track.h"
+
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+namespace corvane::session {
+
+/// The connections between the routes of a session. The recorder keeps each at both of its ends: when a
+/// track's ports get other names, the other end has to follow, or a stranger that takes the old name over
+/// would be connected. Made before tracks are changed. Internal to livetrax/session.
+class PortConnections {
+public:
+    explicit PortConnections(XMLElement routes);
+
+    void added(Track track);
+    /// To be told before the track is taken out of the tree.
+    void removed(Track track);
+    /// Lets the other ends follow all changes at once. A port that comes out with the same connections is
+    /// left as it is.
+    void follow();
+
+private:
+    struct Connection {
+        XMLElement element;
+        std::string other; ///< as it was read
+    };
+    struct Port {
+        XMLElement element;
+        XMLElement route;
+        std::string name; ///< as it was read
+        std::vector<Connection> connections;
+    };
+    /// What became of the port that had a name.
+    struct Fate {
+        XMLElement route;
+        std::string name;
+    };
+
+    void noteRenames();
+    /// Where a connection leads now; none when it led to a port that is gone.
+    std::optional<std::string> following(const Connection &connection, const Port &port) const;
+    void follow(const Port &port) const;
+
+    std::vector<Port> ports;
+    std::unordered_map<std::string, Fate> renamed;
+    std::unordered_set<std::string> gone;
+    /// The ports of new tracks: what each is connected to.
+    std::unordered_map<std::string, std::vector<std::string>> fresh;
+};
+
+} // namespace corvane::session
