@@ -9,8 +9,10 @@
 #include <map>
 #include <numeric>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 using namespace corvane;
@@ -164,7 +166,7 @@ public:
 
     Outcome update(const XMLDocument &session, const Channels &channels) const {
         if (!session.root().firstChild("Routes") || !session.root().firstChild("Playlists"))
-            return {std::nullopt, GeneratorError::invalidTemplate().what()};
+            return {std::nullopt, GeneratorError::sessionUnreadable(folder.string()).what()};
         return outcomeOf([&] { return updateSessionTree(session.root(), base.root(), channels); });
     }
 
@@ -190,31 +192,117 @@ private:
     std::map<std::string, std::string> made; ///< texts of sessions by their signatures
 };
 
-/// Whether a track's first input port is connected to nothing, and a later one is. Such a track is known by
-/// the later one's number, which becomes another in an update: the next one takes it for another channel's.
+/// Whether a track's first input port lacks a connection on a device that a later one has one on. Such a
+/// track is known by the later one's number, which becomes another in an update: the next one takes it for
+/// another channel's.
 bool beginsUnconnected(session::Track track) {
-    bool connected = false;
+    std::set<std::string> first;
+    bool isFirst = true;
     for (const XMLElement port : track.input().ports()) {
-        session::IO::forEachConnection(port, [&](XMLAttribute, std::string_view) { connected = true; });
-        break;
+        for (const XMLElement connection : port.children("ExtConnection")) {
+            const auto device = connection.attribute("for").value_or("");
+            if (!connection.hasAttribute("other"))
+                continue;
+            if (isFirst)
+                first.insert(device);
+            else if (first.count(device) == 0)
+                return true;
+        }
+        isFirst = false;
     }
-    return !connected && track.firstCapture();
-}
-
-/// Whether a track's engine namespace stands in its flags as well. Renaming it is a plain replacement in all
-/// that the track holds, and leaves no audio track.
-bool losesItsFlags(session::Track track) {
-    const auto engineNamespace = track.engineNamespace();
-    const auto flags = track.element().firstChild("PresentationInfo").attribute("flags").value_or("");
-    return !engineNamespace.empty() && flags.find(engineNamespace) != std::string::npos;
+    return false;
 }
 
 bool isFoundAgain(const XMLDocument &session) {
     const auto tracks = session::audioTracks(session.root());
-    return std::none_of(tracks.begin(), tracks.end(), [](session::Track track) {
-        return beginsUnconnected(track) || losesItsFlags(track);
-    });
+    return std::none_of(tracks.begin(), tracks.end(), beginsUnconnected);
 }
+
+/// What must not be lost or come about by an update, of a session as it stands before one. Routes, playlists
+/// and ports are known again by marks of their own.
+class Inventory {
+public:
+    explicit Inventory(XMLElement root) {
+        for (XMLElement element : root.descendants({"Route", "Playlist", "Port"}))
+            element.setAttribute("mark", "m" + std::to_string(marks++));
+        note(root);
+    }
+
+    void demand(XMLElement root) const {
+        const Inventory after(root, *this);
+        for (const auto &[route, flags] : after.flags)
+            require(flagsBefore(route) == flags, "an update never touches a route's flags");
+        for (const auto &[route, playlist] : playlistOf)
+            require(after.flags.count(route) == 0 || after.playlists.count(playlist) != 0,
+                    "a route keeps its playlist");
+        if (isAmbiguous)
+            return;
+        for (const auto &[from, to] : after.connections)
+            require(connections.count({from, to}) != 0, "what was not connected is not connected afterwards");
+    }
+
+private:
+    Inventory(XMLElement root, const Inventory & /*before*/) { note(root); }
+
+    static std::string markOf(XMLElement element) { return element.attribute("mark").value_or(""); }
+
+    std::vector<std::string> flagsBefore(const std::string &route) const {
+        const auto found = flags.find(route);
+        return found == flags.end() ? std::vector<std::string>{"none"} : found->second;
+    }
+
+    void note(XMLElement root) {
+        notePlaylists(root.firstChild("Playlists"));
+        std::map<std::string, std::string> ports;
+        for (const XMLElement route : root.firstChild("Routes").children("Route")) {
+            noteRoute(route);
+            for (const XMLElement port : route.descendants({"Port"})) {
+                const auto name = port.attribute("name").value_or("");
+                isAmbiguous = isAmbiguous || !ports.emplace(name, markOf(port)).second;
+            }
+        }
+        for (const XMLElement port : root.firstChild("Routes").descendants({"Port"})) {
+            session::forEachInnerConnection(port, [&](XMLElement, const std::string &other) {
+                const auto found = ports.find(other);
+                if (found != ports.end() && !found->second.empty() && !markOf(port).empty())
+                    connections.emplace(markOf(port), found->second);
+            });
+        }
+    }
+
+    void notePlaylists(XMLElement list) {
+        for (const XMLElement playlist : list.children("Playlist")) {
+            playlists.insert(markOf(playlist));
+            byId.emplace(playlist.attribute("id").value_or(""), markOf(playlist));
+            byName.emplace(playlist.attribute("name").value_or(""), markOf(playlist));
+        }
+    }
+
+    void noteRoute(XMLElement route) {
+        if (markOf(route).empty())
+            return;
+        auto &all = flags[markOf(route)];
+        for (const XMLElement shown : route.children("PresentationInfo"))
+            all.push_back(shown.attribute("flags").value_or("none"));
+        const auto played = route.attribute("audio-playlist");
+        for (const auto *index : {&byId, &byName}) {
+            const auto found = played ? index->find(*played) : index->end();
+            if (found == index->end())
+                continue;
+            playlistOf[markOf(route)] = found->second;
+            break;
+        }
+    }
+
+    std::size_t marks = 0;
+    std::map<std::string, std::vector<std::string>> flags; ///< by the marks of routes
+    std::map<std::string, std::string> playlistOf;         ///< by the marks of routes
+    std::set<std::string> playlists;
+    std::map<std::string, std::string> byId;
+    std::map<std::string, std::string> byName;
+    std::set<std::pair<std::string, std::string>> connections;
+    bool isAmbiguous = false; ///< several ports have one name: nobody can tell what is connected
+};
 
 /// What two updates in a row come to on a tree.
 struct Updated {
@@ -251,19 +339,23 @@ bool goesToFiles(const std::uint8_t *data, std::size_t size) {
 } // namespace
 
 /// Plan and update of one session decide alike, the plan touches nothing, a refused update leaves the file as
-/// it was, and an updated session needs no track added or removed.
+/// it was, an updated session needs no track added or removed, and ten updates in a row lose nothing.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    constexpr int chain = 10;
     static Engine engine;
     Choices choices(data, size);
     const auto session = engine.session(channelsOf(choices));
     disturb(session.root(), choices);
     const auto channels = channelsOf(choices);
 
+    const Inventory inventory(session.root());
     const bool onFiles = goesToFiles(data, size);
     const auto before = onFiles ? session.serialised() : std::string();
     const bool foundAgain = isFoundAgain(session);
     Updated updated;
     updated.first = engine.update(session, channels);
+    if (updated.first.plan)
+        inventory.demand(session.root());
     if (onFiles)
         updated.text = session.serialised();
     if (updated.first.plan)
@@ -274,5 +366,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         require(updated.second.plan && updated.second.plan->result.added == 0 &&
                     updated.second.plan->result.removed == 0,
                 "a second update finds all tracks");
+    bool goesOn = updated.second.plan.has_value();
+    for (int round = 2; round < chain && goesOn; ++round) {
+        const Inventory next(session.root());
+        goesOn = engine.update(session, channelsOf(choices)).plan.has_value();
+        if (goesOn)
+            next.demand(session.root());
+    }
     return 0;
 }

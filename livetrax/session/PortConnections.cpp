@@ -37,19 +37,24 @@ void PortConnections::removed(Track track) {
     ports.erase(std::remove_if(ports.begin(), ports.end(), isIts), ports.end());
 }
 
-void PortConnections::noteRenames() {
+void PortConnections::noteNames() {
     for (const Port &port : ports) {
-        // Of two ports of one name the first counts; a port that keeps its name counts as well.
-        renamed.emplace(port.name, Fate{port.route, nameOf(port.element)});
+        const std::string name = nameOf(port.element);
+        now.insert(name);
+        renamed.emplace(port.name, Fate{port.route, name}); // of two of one name the first counts
     }
+    for (const auto &[name, others] : fresh)
+        now.insert(name);
 }
 
 std::optional<std::string> PortConnections::following(const Connection &connection, const Port &port) const {
     const auto fate = renamed.find(connection.other);
     if (fate != renamed.end() && fate->second.route != port.route)
         return fate->second.name;
-    const bool isGone = fate == renamed.end() && gone.count(connection.other) != 0;
-    if (!isGone)
+    // It leads to a port that is gone, or led nowhere and would now lead to a stranger of that name.
+    const bool isLost =
+        fate == renamed.end() && gone.count(connection.other) + now.count(connection.other) != 0;
+    if (!isLost)
         return connection.element.attribute("other"); // its own route's ports are named already
     // A new track may have taken name and connection over.
     const auto taken = fresh.find(connection.other);
@@ -82,7 +87,7 @@ void PortConnections::follow(const Port &port) const {
 }
 
 void PortConnections::follow() {
-    noteRenames();
+    noteNames();
     for (const Port &port : ports)
         follow(port);
 }

@@ -40,14 +40,15 @@ private:
         std::string name;
     };
 
-    void noteRenames();
+    void noteNames();
     /// Where a connection leads now; none when it led to a port that is gone.
     std::optional<std::string> following(const Connection &connection, const Port &port) const;
     void follow(const Port &port) const;
 
     std::vector<Port> ports;
-    std::unordered_map<std::string, Fate> renamed;
-    std::unordered_set<std::string> gone;
+    std::unordered_map<std::string, Fate> renamed; ///< by the names as they were read
+    std::unordered_set<std::string> gone;          ///< the names of removed tracks' ports
+    std::unordered_set<std::string> now;           ///< the names that ports have in the end
     /// The ports of new tracks: what each is connected to.
     std::unordered_map<std::string, std::vector<std::string>> fresh;
 };

@@ -175,6 +175,12 @@ TEST_F(ConnectedTracks, ANewTrackTakesAConnectionOverThatItHasItself) {
     EXPECT_THAT(feeders("Drums"), ElementsAre());
 }
 
+TEST_F(ConnectedTracks, AConnectionThatLedNowhereDoesNotLeadToAStrangerAfterwards) {
+    write({track("Kick", 1, 1, 0)}, bus("Drums", {"Audio 2/audio_out 1", "Audio 9/audio_out 1"}));
+    update({channel("Kick", 0), channel("New", 5)});
+    EXPECT_THAT(feeders("Drums"), ElementsAre("Audio 9/audio_out 1"));
+}
+
 TEST_F(ConnectedTracks, ATrackThatListensToAnotherFollowsIt) {
     TrackText vox = track("Vox", 2, 1, 1);
     std::string text = sessionText({track("Kick", 1, 1, 0), vox});
