@@ -1,5 +1,6 @@
 #include "app/BridgeController.h"
 
+#include "app/SessionUpdate.h"
 #include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "lv1/HostChoice.h"
@@ -83,16 +84,12 @@ void BridgeController::startBridgeServices() {
     bridgeServicesStarted = true;
     liveTraxOSC->start();
     client->startDiscovery();
-    view.setStatusLabel(searchingText);
+    showStatus(searchingText);
 }
 
 void BridgeController::applicationWillTerminate() {
     client->stop();
     liveTraxOSC->stop();
-}
-
-bool BridgeController::requestQuit(std::function<void()>) {
-    return true;
 }
 
 template <class... Arguments>
@@ -114,8 +111,13 @@ void BridgeController::wireClient() {
     client->onScene = reaction(&BridgeController::sceneChanged);
 }
 
-void BridgeController::statusChanged(const std::string &text) {
+void BridgeController::showStatus(const std::string &text) {
+    statusText = text;
     view.setStatusLabel(text);
+}
+
+void BridgeController::statusChanged(const std::string &text) {
+    showStatus(text);
 }
 
 void BridgeController::connectionStateChanged(bool connected) {
@@ -141,7 +143,7 @@ void BridgeController::servicesChanged(const std::vector<std::shared_ptr<NetServ
         titles.push_back(service->name());
     view.setDevicePopup(titles);
     if (const auto status = chooseHost(*client, endpoints, services))
-        view.setStatusLabel(*status);
+        showStatus(*status);
 }
 
 void BridgeController::channelsChanged(const Channels &list) {
@@ -190,7 +192,7 @@ void BridgeController::patchChanged(const Channels &list) {
     currentPatch = signature;
     if (hasChanges()) {
         view.setConnectButton(amberLook, changedMeaning);
-        view.setStatusLabel(changesText);
+        showStatus(changesText);
         showChanges(list);
         return;
     }
@@ -216,16 +218,18 @@ void BridgeController::sceneChanged(const std::string &name) {
     if (!marked)
         return;
     liveTraxOSC->addSceneMarker(name);
-    view.setStatusLabel("Scene marker added: " + name);
+    showStatus("Scene marker added: " + name);
 }
 
 /// The first scene after launch is only remembered: it was recalled before anyone recorded.
 bool BridgeController::deservesMarker(const std::string &name) const {
     return !trimmed(name).empty() && !equalIgnoringCase(name, "No Scene") && lastScene &&
-           *lastScene != name && activeSessionURL && LiveTraxGenerator::runningApplication(platform);
+           *lastScene != name && activeSessionURL && runningLiveTrax();
 }
 
 void BridgeController::connectSelected() {
+    if (ending) // the update that the program is waiting for is the last one
+        return;
     if (hasChanges()) {
         updateActiveSession(channels, *currentPatch);
         return;

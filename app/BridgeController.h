@@ -5,6 +5,7 @@
 #include "lv1/LV1Client.h"
 #include "platform/Platform.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -13,6 +14,8 @@
 #include <vector>
 
 namespace corvane {
+
+class SessionUpdate;
 
 /// The spine of the application: what it knows of the console, of the session and of how far the two agree,
 /// and what it does when the console or the user acts. One exists, as long as the process. Everything here
@@ -56,7 +59,7 @@ public:
     /// Create LiveTrax Session: makes a session from the synchronised channels and opens LiveTrax on it.
     void createSession();
 
-    // Session workflows (SessionWorkflows.cpp)
+    // Session workflows (SessionWorkflows.cpp); the steps of an update are SessionUpdate's
 
     using Condition = std::function<bool()>;
     using Completion = std::function<void(bool)>;
@@ -66,9 +69,6 @@ public:
     /// Rewrites the session while LiveTrax does not run, then reopens LiveTrax on it.
     void performOfflineUpdate(const Path &sessionURL, const Channels &withChannels,
                               const std::string &signature);
-    /// Has LiveTrax save, quits it (by force if need be), then updates the session.
-    void closeLiveTraxAndUpdate(std::shared_ptr<RunningApplication> application, const Path &sessionURL,
-                                const Channels &withChannels, const std::string &signature);
     /// Asks `condition` now and then every 200 ms, up to `attempts` + 1 times, until it holds. `completion`
     /// gets what the condition says when it is asked once more at the end; it is called from within the
     /// controller and never once that is gone, so it may use it.
@@ -76,6 +76,22 @@ public:
     /// When the file was last written; none when that cannot be told.
     static std::optional<std::filesystem::file_time_type> modificationDate(const Path &file);
     void showUpdateAlert(const std::string &message);
+
+    // What an update asks of its owner
+
+    /// The LiveTrax that runs at this moment; one that says that it has terminated does not.
+    std::shared_ptr<RunningApplication> runningLiveTrax() const;
+    /// The update takes the place of the one that is under way. False when the program is about to end: then
+    /// nothing new is begun.
+    bool takeOver(const std::shared_ptr<SessionUpdate> &newer);
+    /// Ends the update that is under way, unless LiveTrax has been asked to quit for it.
+    void cancelUpdate();
+    /// The update has come to its end, good or bad.
+    void updateEnded(const SessionUpdate &ended);
+    /// The patch becomes the synchronised one: the button turns green.
+    void acceptPatch(const Channels &list, const std::string &signature);
+    void showStatus(const std::string &text);
+    const std::string &status() const { return statusText; }
 
     // State, touched on the main queue alone
 
@@ -93,6 +109,7 @@ public:
     std::optional<std::string> currentPatch; ///< signature of the console's latest patch
     std::optional<Path> activeSessionURL;    ///< the session folder that the application works on
     std::optional<std::string> lastScene;
+    std::size_t updatesDone = 0; ///< sessions rewritten since the start
 
 private:
     BridgeController(Platform &platform, BridgeView &view);
@@ -118,13 +135,17 @@ private:
     bool hasChanges() const;
     /// Lists behind the status what distinguishes these channels from the synchronised ones.
     void showChanges(const Channels &list);
-    /// The patch becomes the synchronised one: the button turns green.
-    void acceptPatch(const Channels &list, const std::string &signature);
-    void checkTransportAndUpdate(std::shared_ptr<RunningApplication> application, const Path &sessionURL,
-                                 const Channels &withChannels, const std::string &signature);
+    /// Whether Create was pressed just before.
+    bool isSecondPress();
+    /// The folder that the text in "Save in:" means; an empty one is filled in.
+    Path folderToSaveIn();
 
     Platform &platform;
     BridgeView &view;
+    std::shared_ptr<SessionUpdate> update; ///< the one that is under way
+    std::function<void()> ending;          ///< set once the program is to end after the update
+    std::string statusText;
+    std::optional<SerialQueue::Clock::time_point> lastCreate;
 };
 
 } // namespace corvane

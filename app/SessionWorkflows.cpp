@@ -1,11 +1,13 @@
 // The session workflows of the controller: creating a session, and bringing one up to date.
 
 #include "app/BridgeController.h"
+#include "app/SessionUpdate.h"
 #include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 
-#include <cmath>
+#include <algorithm>
 #include <exception>
+#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -14,144 +16,122 @@ namespace corvane {
 namespace {
 
 constexpr std::chrono::milliseconds waitInterval{200};
-constexpr int saveAttempts = 20;  // about 4 seconds
-constexpr int quitAttempts = 25;  // about 5 seconds
-constexpr int forceAttempts = 15; // about 3 seconds
-/// A transport that is slower than this stands still.
-constexpr float standstill = 0.0001F;
 
-constexpr std::size_t updateButton = 0;
-
-/// The folder that a person typed, independent of what the working folder will be later.
-std::filesystem::path folderFromText(const std::string &text) {
-    std::error_code failure;
-    const std::filesystem::path working = std::filesystem::current_path(failure);
-    return failure ? std::filesystem::path(text) : working / text;
-}
-
-bool isMoving(const TransportState &transport) {
-    return transport.isRecording || std::fabs(transport.speed) > standstill;
-}
+constexpr auto cancelledText = "Sync cancelled.";
+constexpr auto finishingText = "Finishing the update…";
 
 } // namespace
 
+// Creating a session
+
 void BridgeController::createSession() {
+    if (isSecondPress() || ending)
+        return;
     const std::string name = trimmed(view.sessionName());
     const Channels from = synchronizedChannels.value_or(channels);
     if (name.empty() || from.empty())
         return;
     try {
-        const Path session =
-            LiveTraxGenerator::generate(platform, name, folderFromText(view.outputPath()), from);
+        if (runningLiveTrax())
+            throw std::runtime_error(LiveTraxGenerator::liveTraxRuns);
+        const Path session = LiveTraxGenerator::generate(platform, name, folderToSaveIn(), from);
         activeSessionURL = session;
         platform.defaults->set(LiveTraxGenerator::lastSessionKey, session.string());
         const auto target = LiveTraxGenerator::target(*platform.folders);
-        view.setStatusLabel("Template created. Opening " + (target ? target->displayName : "LiveTrax") + "…");
+        showStatus("Template created. Opening " + (target ? target->displayName : "LiveTrax") + "…");
         LiveTraxGenerator::launch(platform, session, name, from);
     } catch (const std::exception &error) {
         view.showAlert({"Could not create the session", error.what()}, [](std::size_t) {});
     }
 }
 
+bool BridgeController::isSecondPress() {
+    const auto now = platform.main.now();
+    const auto before = std::exchange(lastCreate, now);
+    return before && now - *before < view.doubleClickTime();
+}
+
+/// Independent of what the working folder will be later. "~" is the home folder where it stands alone or
+/// before a slash.
+std::filesystem::path BridgeController::folderToSaveIn() {
+    const std::string text = view.outputPath();
+    if (trimmed(text).empty()) {
+        const Path folder = platform.folders->music().value_or(platform.folders->home());
+        view.setOutputPath(folder.string());
+        return folder;
+    }
+    if (text == "~" || text.starts_with("~/"))
+        return platform.folders->home() / text.substr(std::min<std::size_t>(text.size(), 2));
+    std::error_code failure;
+    const Path working = std::filesystem::current_path(failure);
+    return failure ? Path(text) : working / text;
+}
+
+// Updating the session
+
 void BridgeController::updateActiveSession(const Channels &withChannels, const std::string &signature) {
     const std::optional<Path> session =
         activeSessionURL ? activeSessionURL : LiveTraxGenerator::mostRecentSessionURL(*platform.folders);
     if (!session) {
         acceptPatch(withChannels, signature);
-        view.setStatusLabel("Patch accepted. It will be used for the next session.");
+        showStatus("Patch accepted. It will be used for the next session.");
         return;
     }
     activeSessionURL = session;
-    const auto application = LiveTraxGenerator::runningApplication(platform);
-    if (!application) {
+    if (runningLiveTrax())
+        std::make_shared<SessionUpdate>(*this, platform, view, *session, withChannels, signature)->confirm();
+    else
         performOfflineUpdate(*session, withChannels, signature);
-        return;
-    }
-    view.bringToFront();
-    view.showAlert(
-        {"Update Session",
-         "LiveTrax will close to apply the new channels, then reopen with the updated session.",
-         {"Update", "Cancel"}},
-        [weak = weak_from_this(), application, session, withChannels, signature](std::size_t button) {
-            const auto controller = weak.lock();
-            if (!controller)
-                return;
-            if (button == updateButton)
-                controller->checkTransportAndUpdate(application, *session, withChannels, signature);
-            else
-                controller->view.setStatusLabel("Sync cancelled.");
-        });
-}
-
-void BridgeController::checkTransportAndUpdate(std::shared_ptr<RunningApplication> application,
-                                               const Path &sessionURL, const Channels &withChannels,
-                                               const std::string &signature) {
-    view.setStatusLabel("Checking transport…");
-    liveTraxOSC->queryTransport([weak = weak_from_this(), application = std::move(application), sessionURL,
-                                 withChannels, signature](const std::optional<TransportState> &transport) {
-        const auto controller = weak.lock();
-        if (!controller)
-            return;
-        // Armed tracks of a transport that stands still are no obstacle.
-        if (!transport)
-            controller->showUpdateAlert("Could not check LiveTrax transport. Stop playback and try again.");
-        else if (isMoving(*transport))
-            controller->showUpdateAlert("Stop the transport and recording before updating the session.");
-        else
-            controller->closeLiveTraxAndUpdate(application, sessionURL, withChannels, signature);
-    });
-}
-
-void BridgeController::closeLiveTraxAndUpdate(std::shared_ptr<RunningApplication> application,
-                                              const Path &sessionURL, const Channels &withChannels,
-                                              const std::string &signature) {
-    const auto update = [this, sessionURL, withChannels, signature] {
-        performOfflineUpdate(sessionURL, withChannels, signature);
-    };
-    const auto hasTerminated = [application] { return application->isTerminated(); };
-    const auto afterForce = [this, update](bool terminated) {
-        if (terminated)
-            update();
-        else
-            showUpdateAlert("LiveTrax did not close. Quit it and press SYNC LV1 again.");
-    };
-    const auto afterQuit = [this, application, update, hasTerminated, afterForce](bool terminated) {
-        if (terminated) {
-            update();
-            return;
-        }
-        application->forceTerminate();
-        waitUntil(forceAttempts, hasTerminated, afterForce);
-    };
-    const auto afterSave = [this, application, hasTerminated, afterQuit](bool) {
-        view.setStatusLabel("Closing LiveTrax…");
-        application->terminate();
-        waitUntil(quitAttempts, hasTerminated, afterQuit);
-    };
-
-    view.setStatusLabel("Saving the session…");
-    const Path file = LiveTraxGenerator::sessionFile(sessionURL);
-    const auto before = modificationDate(file).value_or(std::filesystem::file_time_type::min());
-    liveTraxOSC->save();
-    const auto isSaved = [file, before] {
-        const auto now = modificationDate(file);
-        return now && *now > before;
-    };
-    waitUntil(saveAttempts, isSaved, afterSave);
 }
 
 void BridgeController::performOfflineUpdate(const Path &sessionURL, const Channels &withChannels,
                                             const std::string &signature) {
-    try {
-        const UpdateResult result = LiveTraxGenerator::update(platform, sessionURL, withChannels);
-        acceptPatch(withChannels, signature);
-        view.setStatusLabel("Session updated: " + std::to_string(result.updated) + " adjusted, " +
-                            std::to_string(result.added) + " added, " + std::to_string(result.removed) +
-                            " removed.");
-        LiveTraxGenerator::launchExisting(platform, sessionURL, withChannels);
-    } catch (const std::exception &error) {
-        showUpdateAlert(error.what());
+    const auto update =
+        std::make_shared<SessionUpdate>(*this, platform, view, sessionURL, withChannels, signature);
+    if (takeOver(update))
+        update->rewrite();
+}
+
+std::shared_ptr<RunningApplication> BridgeController::runningLiveTrax() const {
+    auto application = LiveTraxGenerator::runningApplication(platform);
+    return application && !application->isTerminated() ? application : nullptr;
+}
+
+bool BridgeController::takeOver(const std::shared_ptr<SessionUpdate> &newer) {
+    if (ending)
+        return false;
+    if (update)
+        newer->inherit(*update);
+    update = newer;
+    view.setUpdateUnderWay(true);
+    return true;
+}
+
+void BridgeController::cancelUpdate() {
+    if (update && update->hasAskedToQuit()) {
+        showStatus(ending ? finishingText : update->status());
+        return;
     }
+    if (update)
+        updateEnded(*update);
+    showStatus(cancelledText);
+}
+
+void BridgeController::updateEnded(const SessionUpdate &ended) {
+    if (update.get() != &ended)
+        return;
+    update.reset();
+    view.setUpdateUnderWay(false);
+    if (const auto end = std::exchange(ending, nullptr))
+        end();
+}
+
+bool BridgeController::requestQuit(std::function<void()> end) {
+    if (!update || !update->hasAskedToQuit())
+        return true;
+    ending = std::move(end);
+    showStatus(finishingText);
+    return false;
 }
 
 void BridgeController::waitUntil(int attempts, Condition condition, Completion completion) {
@@ -172,9 +152,13 @@ std::optional<std::filesystem::file_time_type> BridgeController::modificationDat
     return failure ? std::nullopt : std::optional(date);
 }
 
+/// Once the program is about to end there may be nobody left to answer.
 void BridgeController::showUpdateAlert(const std::string &message) {
-    view.setStatusLabel("The session was not updated.");
-    view.showAlert({"Session was not updated", message}, [](std::size_t) {});
+    showStatus("The session was not updated.");
+    if (ending)
+        view.writeError(message);
+    else
+        view.showAlert({"Session was not updated", message}, [](std::size_t) {});
 }
 
 } // namespace corvane

@@ -39,12 +39,23 @@ auto telling(const std::vector<LV1Channel> &channels, Step step) {
     }
 }
 
+void refuseWhileLiveTraxRuns(const Platform &platform) {
+    if (LiveTraxGenerator::runningApplication(platform))
+        throw CommandFailure(status::refused, LiveTraxGenerator::liveTraxRuns);
+}
+
 class CreateCommand : public SessionCommand {
     using SessionCommand::SessionCommand;
+
+    void prepare() override {
+        if (surroundings.options.launch)
+            refuseWhileLiveTraxRuns(surroundings.platform);
+    }
 
     void work(const Channels &channels) override {
         const Platform &platform = surroundings.platform;
         const Options &options = surroundings.options;
+        prepare(); // LiveTrax may have been started while the console was asked
         if (channels.empty())
             throw CommandFailure(status::refused, "There are no channels to record.");
         const auto session = telling(channels, [&] {
@@ -72,15 +83,10 @@ class CreateCommand : public SessionCommand {
 class SyncCommand : public SessionCommand {
     using SessionCommand::SessionCommand;
 
-    void prepare() override { refuseWhileLiveTraxRuns(); }
-
-    void refuseWhileLiveTraxRuns() const {
-        if (LiveTraxGenerator::runningApplication(surroundings.platform))
-            throw CommandFailure(status::refused, "LiveTrax is running. Quit it and try again.");
-    }
+    void prepare() override { refuseWhileLiveTraxRuns(surroundings.platform); }
 
     void work(const Channels &channels) override {
-        refuseWhileLiveTraxRuns(); // it may have been started while the console was asked
+        prepare(); // LiveTrax may have been started while the console was asked
         const Options &options = surroundings.options;
         const UpdateResult result = telling(channels, [&] {
             return LiveTraxGenerator::update(surroundings.platform, *options.session, channels);

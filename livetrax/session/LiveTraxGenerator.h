@@ -30,6 +30,9 @@ public:
     /// User default that holds the path of the session that was created or updated last.
     static constexpr auto lastSessionKey = "CorvaneLastSession";
 
+    /// Why neither a session is created nor one rewritten.
+    static constexpr auto liveTraxRuns = "LiveTrax is running. Quit it and try again.";
+
     // The installed and the running LiveTrax, and its sessions (Installation.cpp)
 
     /// The installed LiveTrax, 3 before 1; none when there is none.

@@ -155,9 +155,21 @@ TEST_F(BridgeControllerTest, ALostLinkTurnsTheButtonRedAndAnAcceptedOneLeavesItA
     EXPECT_EQ(view.connectButton, greenLook);
     controller->client->onConnectionState(false);
     EXPECT_EQ(view.connectButton, redLook);
-    EXPECT_EQ(view.connectButton, (ButtonLook{0.88, 0.04, 0.04, 1.0, ButtonLook::Tint::white}));
+    EXPECT_EQ(view.connectButton,
+              (ButtonLook{0.88, 0.04, 0.04, 1.0, ButtonLook::Tint::white, ButtonLook::Symbol::cross}));
     controller->client->onConnectionState(true);
     EXPECT_EQ(view.connectButton, redLook);
+}
+
+TEST_F(BridgeControllerTest, AnAcceptedLinkAloneNeverTurnsTheButtonAmber) {
+    launch();
+    consoleSendsPatch(kickAndKeys());
+    consoleSendsPatch(movedKeys());
+    controller->client->onConnectionState(false);
+    controller->client->onConnectionState(true);
+    EXPECT_EQ(view.connectButton, redLook);
+    consoleSendsPatch(movedKeys());
+    EXPECT_EQ(view.connectButton, amberLook);
 }
 
 TEST_F(BridgeControllerTest, ListsTheHostsHeardByMulticastWithTheirAddressesInCapitals) {
@@ -278,7 +290,8 @@ TEST_F(BridgeControllerTest, ChannelsBeforeAnyPatchLeaveNothingSynchronised) {
 TEST_F(BridgeControllerTest, TheFirstPatchAfterLaunchIsTheSynchronisedOne) {
     launch();
     consoleSendsPatch(kickAndKeys());
-    EXPECT_EQ(view.connectButton, (ButtonLook{0.1, 0.68, 0.25, 1.0, ButtonLook::Tint::white}));
+    EXPECT_EQ(view.connectButton,
+              (ButtonLook{0.1, 0.68, 0.25, 1.0, ButtonLook::Tint::white, ButtonLook::Symbol::check}));
     EXPECT_EQ(controller->synchronizedPatch, LiveTraxGenerator::patchSignature(kickAndKeys()));
     EXPECT_EQ(controller->currentPatch, controller->synchronizedPatch);
     EXPECT_EQ(controller->synchronizedChannels, kickAndKeys());
@@ -289,7 +302,8 @@ TEST_F(BridgeControllerTest, ADifferentPatchTurnsTheButtonAmberAndKeepsTheSnapsh
     launch();
     consoleSendsPatch(kickAndKeys());
     consoleSendsPatch(movedKeys());
-    EXPECT_EQ(view.connectButton, (ButtonLook{0.95, 0.65, 0.05, 1.0, ButtonLook::Tint::black}));
+    EXPECT_EQ(view.connectButton,
+              (ButtonLook{0.95, 0.65, 0.05, 1.0, ButtonLook::Tint::black, ButtonLook::Symbol::triangle}));
     EXPECT_EQ(view.status(), "Changes detected. Stop the transport and press SYNC LV1.");
     EXPECT_EQ(controller->synchronizedPatch, LiveTraxGenerator::patchSignature(kickAndKeys()));
     EXPECT_EQ(controller->currentPatch, LiveTraxGenerator::patchSignature(movedKeys()));

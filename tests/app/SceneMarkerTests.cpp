@@ -54,6 +54,27 @@ TEST_F(SceneTest, TheSameSceneAgainDropsNoMarker) {
     EXPECT_THAT(sentToLiveTrax(), IsEmpty());
 }
 
+TEST_F(SceneTest, TheMarkerHasTheScenesName) {
+    record();
+    recall(" Verse 2");
+    const auto &sent = fakes.network->datagrams.back()->sent;
+    const auto message = OSCCodec::parse(sent.back().datagram);
+    ASSERT_TRUE(message);
+    EXPECT_EQ(message->address, "/marker");
+    EXPECT_THAT(message->values, ElementsAre(OSCValue(std::string("Verse 2"))));
+}
+
+TEST_F(SceneTest, ASceneThatReturnsAfterABlankOneOrNoSceneIsAnother) {
+    record();
+    for (const std::string between : {" ", "No Scene"}) {
+        recall("Intro");
+        recall(between);
+        const auto before = sentToLiveTrax().size();
+        recall("Intro");
+        EXPECT_GT(sentToLiveTrax().size(), before) << between;
+    }
+}
+
 TEST_F(SceneTest, NoSceneInAnyCapitalsDropsNoMarkerButIsRemembered) {
     record();
     for (const std::string name : {"No Scene", "NO SCENE", "no scene"}) {

@@ -1,6 +1,5 @@
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "tests/app/ControllerFixture.h"
-#include "tests/support/BuiltFiles.h"
+#include "tests/app/WorkflowFixture.h"
 
 #include <gmock/gmock.h>
 
@@ -20,33 +19,6 @@ using testing::SizeIs;
 
 constexpr std::size_t updateButton = 0;
 constexpr std::size_t cancelButton = 1;
-
-class WorkflowTest : public ControllerFixture {
-protected:
-    WorkflowTest() { fakes.resources->files["LiveTraxSeed.template"] = seedTemplate(); }
-
-    void installLiveTrax() { fakes.folder.write("Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3", ""); }
-
-    static std::string signature(const Channels &channels) {
-        return LiveTraxGenerator::patchSignature(channels);
-    }
-
-    std::filesystem::path templateFile(const std::string &name) const {
-        return fakes.folders->home() / "Library/Preferences/LiveTrax3/templates" / name /
-               (name + ".template");
-    }
-    /// What LiveTrax does with the user template: it becomes the session's file.
-    std::filesystem::path makeSessionFolder(const std::string &name) const {
-        const auto folder = *fakes.folders->musicFolder / name;
-        std::filesystem::create_directories(folder);
-        std::filesystem::copy_file(templateFile(name), folder / (name + ".ardour"));
-        return folder;
-    }
-    void touch(const std::filesystem::path &file) const {
-        std::filesystem::last_write_time(file,
-                                         std::filesystem::last_write_time(file) + std::chrono::seconds(2));
-    }
-};
 
 // Creating a session
 
@@ -148,6 +120,76 @@ TEST_F(CreateTest, WhenLiveTraxCannotBeStartedTheSessionStaysRemembered) {
     EXPECT_EQ(controller->activeSessionURL, *fakes.folders->musicFolder / "LV1 Session");
     EXPECT_TRUE(fakes.defaults->values.contains("CorvaneLastSession"));
     EXPECT_EQ(view.status(), "Template created. Opening LiveTrax 3…");
+}
+
+TEST_F(CreateTest, WhileLiveTraxRunsItIsRefusedBeforeAnythingIsWritten) {
+    installLiveTrax();
+    launch();
+    consoleSendsPatch(kickAndKeys());
+    runLiveTrax();
+    const std::string before = view.status();
+    controller->createSession();
+    EXPECT_THAT(view.alerts, ElementsAre(Alert{"Could not create the session",
+                                               "LiveTrax is running. Quit it and try again."}));
+    EXPECT_EQ(view.status(), before);
+    EXPECT_FALSE(controller->activeSessionURL);
+    EXPECT_FALSE(std::filesystem::exists(templateFile("LV1 Session")));
+    EXPECT_THAT(fakes.processes->started, IsEmpty());
+}
+
+TEST_F(CreateTest, ASecondPressWithinTheTimeOfADoubleClickIsNone) {
+    installLiveTrax();
+    launch();
+    consoleSendsPatch(kickAndKeys());
+    controller->createSession();
+    for (const milliseconds pause : {milliseconds(0), milliseconds(399), milliseconds(399)}) {
+        fakes.clock->advance(pause);
+        view.nameText = "Another";
+        controller->createSession();
+    }
+    EXPECT_THAT(fakes.processes->started, SizeIs(1));
+    fakes.clock->advance(milliseconds(400));
+    controller->createSession();
+    EXPECT_THAT(fakes.processes->started, SizeIs(2));
+}
+
+/// Where a session goes by the text in "Save in:".
+class SaveInTest : public CreateTest {
+protected:
+    std::filesystem::path folderOf(const std::string &text) {
+        installLiveTrax();
+        if (!controller->bridgeServicesStarted)
+            launch();
+        consoleSendsPatch(kickAndKeys());
+        view.pathText = text;
+        view.nameText = "Session " + std::to_string(++sessions);
+        fakes.clock->advance(std::chrono::seconds(1));
+        controller->createSession();
+        return controller->activeSessionURL.value_or("").parent_path();
+    }
+
+    int sessions = 0;
+};
+
+TEST_F(SaveInTest, ATildeIsTheHomeFolder) {
+    EXPECT_EQ(folderOf("~"), fakes.folders->home());
+    EXPECT_EQ(folderOf("~/"), fakes.folders->home());
+    EXPECT_EQ(folderOf("~/Shows/Palau"), fakes.folders->home() / "Shows/Palau");
+    EXPECT_EQ(view.pathText, "~/Shows/Palau");
+}
+
+TEST_F(SaveInTest, OtherFoldersAreThoseOfTheWorkingFolder) {
+    EXPECT_EQ(folderOf("~name"), std::filesystem::current_path() / "~name");
+    EXPECT_EQ(folderOf("Shows"), std::filesystem::current_path() / "Shows");
+    EXPECT_EQ(folderOf("/Volumes/Show"), "/Volumes/Show");
+}
+
+TEST_F(SaveInTest, AnEmptyOneIsTheMusicFolderElseTheHomeFolderAndIsShown) {
+    EXPECT_EQ(folderOf(""), *fakes.folders->musicFolder);
+    EXPECT_EQ(view.pathText, fakes.folders->musicFolder->string());
+    fakes.folders->musicFolder.reset();
+    EXPECT_EQ(folderOf(" "), fakes.folders->home());
+    EXPECT_EQ(view.pathText, fakes.folders->home().string());
 }
 
 // Updating the session

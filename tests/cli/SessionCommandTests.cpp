@@ -69,6 +69,16 @@ TEST_F(CreateCommandTest, LaunchStartsLiveTraxOnTheNewSession) {
                     "-T", "Gig", "-N", (fake.folder / "out/Gig").string()));
 }
 
+TEST_F(CreateCommandTest, LaunchIsRefusedWhileLiveTraxRuns) {
+    startLiveTrax();
+    const Outcome outcome = run({"create", "Gig", "--in", "out", "--from", patchFile(band), "--launch"});
+    EXPECT_EQ(status::refused, outcome.status);
+    EXPECT_EQ("LiveTrax is running. Quit it and try again.", outcome.message);
+    EXPECT_FALSE(fake.defaults->values.contains("CorvaneLastSession"));
+    EXPECT_TRUE(fake.processes->started.empty());
+    EXPECT_EQ(0, run({"create", "Gig", "--in", "out", "--from", patchFile(band)}).status);
+}
+
 TEST_F(CreateCommandTest, AFailedLaunchIsTheMessageAndTheSessionStaysRemembered) {
     fake.processes->failure = "LiveTrax3 cannot be started.";
     const Outcome outcome = run({"create", "Gig", "--in", "out", "--from", patchFile(band), "--launch"});

@@ -40,7 +40,7 @@ FakeRunningApplications::find(const std::string &bundleIdentifier,
                               const std::filesystem::path &program) const {
     asked.emplace_back(bundleIdentifier, program);
     const auto found = running.find(bundleIdentifier);
-    if (found == running.end() || !found->second || found->second->isTerminated())
+    if (found == running.end() || !found->second || (found->second->isTerminated() && !findsTerminated))
         return nullptr;
     return found->second;
 }

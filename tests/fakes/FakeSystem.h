@@ -18,9 +18,14 @@ namespace corvane {
 class FakeUserDefaults : public UserDefaults {
 public:
     std::optional<std::string> string(const std::string &key) const override;
-    void set(const std::string &key, const std::string &value) override { values[key] = value; }
+    void set(const std::string &key, const std::string &value) override {
+        values[key] = value;
+        if (onSet)
+            onSet();
+    }
 
     std::map<std::string, std::string> values;
+    std::function<void()> onSet; ///< called after each change
 };
 
 /// Folders below one temporary folder: "home", "Applications", and "home/Music" unless taken away.
@@ -65,8 +70,9 @@ public:
     std::shared_ptr<RunningApplication> find(const std::string &bundleIdentifier,
                                              const std::filesystem::path &program) const override;
 
-    /// What runs, by bundle identifier; terminated ones are not found.
+    /// What runs, by bundle identifier.
     std::map<std::string, std::shared_ptr<FakeRunningApplication>> running;
+    bool findsTerminated = false; ///< whether those that have terminated are found as well
     /// Every question asked: identifier and program path.
     mutable std::vector<std::pair<std::string, std::filesystem::path>> asked;
 };

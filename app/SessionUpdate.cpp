@@ -1,0 +1,182 @@
+#include "app/SessionUpdate.h"
+
+#include "app/BridgeController.h"
+#include "livetrax/session/LiveTraxGenerator.h"
+
+#include <cmath>
+#include <exception>
+#include <utility>
+
+namespace corvane {
+
+namespace {
+
+constexpr auto didNotClose = "LiveTrax did not close. Quit it and press SYNC LV1 again.";
+constexpr auto didNotAnswer = "Could not check LiveTrax transport. Stop playback and try again.";
+constexpr auto isRolling = "Stop the transport and recording before updating the session.";
+
+/// A transport that is slower than this stands still.
+constexpr float standstill = 0.0001F;
+constexpr std::size_t updateButton = 0;
+
+/// A speed that is not a number is no standstill.
+bool isMoving(const TransportState &transport) {
+    return transport.isRecording || !(std::fabs(transport.speed) <= standstill);
+}
+
+std::string summary(const UpdateResult &result) {
+    return "Session updated: " + std::to_string(result.updated) + " adjusted, " +
+           std::to_string(result.added) + " added, " + std::to_string(result.removed) + " removed.";
+}
+
+} // namespace
+
+/// What the window says while one waits, and how often one asks, a fifth of a second apart.
+struct SessionUpdate::Wait {
+    const char *status;
+    int attempts;
+};
+const SessionUpdate::Wait SessionUpdate::saving{"Saving the session…", 20}; // about 4 seconds
+const SessionUpdate::Wait SessionUpdate::closing{"Closing LiveTrax…", 25};  // about 5 seconds
+const SessionUpdate::Wait SessionUpdate::forcing{"Closing LiveTrax…", 15};  // about 3 seconds
+
+SessionUpdate::SessionUpdate(BridgeController &controller, Platform &platform, BridgeView &view, Path session,
+                             Channels channels, std::string signature)
+    : controller(controller), platform(platform), view(view), session(std::move(session)),
+      channels(std::move(channels)), signature(std::move(signature)), updatesBefore(controller.updatesDone) {}
+
+void SessionUpdate::confirm() {
+    view.bringToFront();
+    view.showAlert({"Update Session",
+                    "LiveTrax will close to apply the new channels, then reopen with the updated session.",
+                    {"Update", "Cancel"}},
+                   [self = shared_from_this(), owner = controller.weak_from_this()](std::size_t button) {
+                       const auto controller = owner.lock();
+                       if (!controller)
+                           return;
+                       if (button != updateButton)
+                           controller->cancelUpdate();
+                       else if (controller->takeOver(self))
+                           self->check();
+                   });
+}
+
+void SessionUpdate::check() {
+    if (isDone()) { // by an older update, while the question stood
+        end();
+        return;
+    }
+    statusBefore = controller.status();
+    show("Checking transport…");
+    controller.liveTraxOSC->queryTransport(
+        [weak = weak_from_this()](const std::optional<TransportState> &transport) {
+            if (const auto update = weak.lock())
+                update->answered(transport);
+        });
+}
+
+/// LiveTrax may have been closed, or another one opened, since it was asked.
+void SessionUpdate::answered(const std::optional<TransportState> &transport) {
+    application = controller.runningLiveTrax();
+    if (!application) {
+        rewrite();
+    } else if (isDone()) {
+        controller.showStatus(statusBefore);
+        end();
+    } else if (!transport) {
+        fail(didNotAnswer);
+    } else if (isMoving(*transport)) { // armed tracks of a transport that stands still are no reason
+        fail(isRolling);
+    } else {
+        save();
+    }
+}
+
+void SessionUpdate::save() {
+    enter(saving);
+    const Path file = LiveTraxGenerator::sessionFile(session);
+    const auto before =
+        BridgeController::modificationDate(file).value_or(std::filesystem::file_time_type::min());
+    controller.liveTraxOSC->save();
+    const auto isSaved = [file, before] {
+        const auto now = BridgeController::modificationDate(file);
+        return now && *now > before;
+    };
+    wait(saving, isSaved, [](SessionUpdate &update, bool) { update.close(); });
+}
+
+void SessionUpdate::close() {
+    enter(closing);
+    quitWasAsked = true;
+    application->terminate();
+    waitForTheEnd(closing, &SessionUpdate::force);
+}
+
+void SessionUpdate::force() {
+    enter(forcing);
+    application->forceTerminate();
+    waitForTheEnd(forcing, [](SessionUpdate &update) { update.fail(didNotClose); });
+}
+
+void SessionUpdate::rewrite() {
+    if (controller.runningLiveTrax()) {
+        isDone() ? end() : fail(didNotClose);
+        return;
+    }
+    try {
+        const UpdateResult result = LiveTraxGenerator::update(platform, session, channels);
+        ++controller.updatesDone;
+        controller.acceptPatch(channels, signature);
+        show(summary(result));
+        if (!controller.runningLiveTrax()) // started by hand while the session was being written
+            LiveTraxGenerator::launchExisting(platform, session, channels);
+    } catch (const std::exception &error) {
+        fail(error.what());
+        return;
+    }
+    end();
+}
+
+void SessionUpdate::show(const std::string &status) {
+    currentStatus = status;
+    controller.showStatus(status);
+}
+
+void SessionUpdate::enter(const Wait &wait) {
+    if (currentStatus != wait.status)
+        show(wait.status);
+}
+
+void SessionUpdate::wait(const Wait &wait, std::function<bool()> condition,
+                         std::function<void(SessionUpdate &, bool)> next) {
+    const std::weak_ptr<SessionUpdate> weak = weak_from_this();
+    // One that was replaced has nothing to wait for.
+    const auto isOver = [weak, condition = std::move(condition)] { return weak.expired() || condition(); };
+    controller.waitUntil(wait.attempts, isOver, [weak, next = std::move(next)](bool held) {
+        if (const auto update = weak.lock())
+            next(*update, held);
+    });
+}
+
+void SessionUpdate::waitForTheEnd(const Wait &wait, std::function<void(SessionUpdate &)> otherwise) {
+    this->wait(
+        wait, [application = application] { return application->isTerminated(); },
+        [otherwise = std::move(otherwise)](SessionUpdate &update, bool terminated) {
+            terminated ? update.rewrite() : otherwise(update);
+        });
+}
+
+bool SessionUpdate::isDone() const {
+    return controller.updatesDone != updatesBefore && controller.synchronizedPatch == signature;
+}
+
+void SessionUpdate::end() {
+    controller.updateEnded(*this);
+}
+
+void SessionUpdate::fail(const std::string &message) {
+    controller.showUpdateAlert(message);
+    end();
+}
+
+} // namespace corvane
