@@ -65,7 +65,7 @@ void BridgeController::applicationDidFinishLaunching() {
     if (const auto stored = platform.defaults->string(LiveTraxGenerator::lastSessionKey))
         activeSessionURL = Path(*stored);
     else
-        activeSessionURL = LiveTraxGenerator::mostRecentSessionURL(*platform.folders);
+        activeSessionURL = LiveTraxGenerator::mostRecentSessionURL(platform.folders);
     buildUI();
     wireClient();
     startBridgeServices();
@@ -74,7 +74,7 @@ void BridgeController::applicationDidFinishLaunching() {
 void BridgeController::buildUI() {
     view.buildUI();
     view.setConnectButton(redLook, lostMeaning);
-    if (const auto music = platform.folders->music())
+    if (const auto music = platform.folders.music())
         view.setOutputPath(music->string());
 }
 

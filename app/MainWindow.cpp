@@ -344,7 +344,7 @@ void MainWindow::setFocusOrder() {
 const QIcon &MainWindow::brandIcon() {
     if (!loadedBrandIcon) {
         loadedBrandIcon.emplace();
-        if (const auto path = resources.find("AppIcon", "png"))
+        if (const auto path = resources("AppIcon", "png"))
             if (const QPixmap image(QString::fromStdString(path->string())); !image.isNull())
                 loadedBrandIcon->addPixmap(image);
     }

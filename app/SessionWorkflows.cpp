@@ -37,7 +37,7 @@ void BridgeController::createSession() {
         const Path session = LiveTraxGenerator::generate(platform, name, folderToSaveIn(), from);
         activeSessionURL = session;
         platform.defaults->set(LiveTraxGenerator::lastSessionKey, session.string());
-        const auto target = LiveTraxGenerator::target(*platform.folders);
+        const auto target = LiveTraxGenerator::target(platform.folders);
         showStatus("Template created. Opening " + (target ? target->displayName : "LiveTrax") + "…");
         LiveTraxGenerator::launch(platform, session, name, from);
     } catch (const std::exception &error) {
@@ -56,12 +56,12 @@ bool BridgeController::isSecondPress() {
 std::filesystem::path BridgeController::folderToSaveIn() {
     const std::string text = view.outputPath();
     if (trimmed(text).empty()) {
-        const Path folder = platform.folders->music().value_or(platform.folders->home());
+        const Path folder = platform.folders.music().value_or(platform.folders.home);
         view.setOutputPath(folder.string());
         return folder;
     }
     if (text == "~" || text.starts_with("~/"))
-        return platform.folders->home() / text.substr(std::min<std::size_t>(text.size(), 2));
+        return platform.folders.home / text.substr(std::min<std::size_t>(text.size(), 2));
     std::error_code failure;
     const Path working = std::filesystem::current_path(failure);
     return failure ? Path(text) : working / text;
@@ -71,7 +71,7 @@ std::filesystem::path BridgeController::folderToSaveIn() {
 
 void BridgeController::updateActiveSession(const Channels &withChannels, const std::string &signature) {
     const std::optional<Path> session =
-        activeSessionURL ? activeSessionURL : LiveTraxGenerator::mostRecentSessionURL(*platform.folders);
+        activeSessionURL ? activeSessionURL : LiveTraxGenerator::mostRecentSessionURL(platform.folders);
     if (!session) {
         acceptPatch(withChannels, signature);
         showStatus("Patch accepted. It will be used for the next session.");

@@ -6,7 +6,7 @@
 #include "app/QtMainQueue.h"
 #include "app/RehearsalStage.h"
 #include "app/ShutdownSignals.h"
-#include "platform/files/FolderResources.h"
+#include "platform/files/StandardFolders.h"
 #include "platform/rehearsal/Rehearsal.h"
 
 #include <CLI/CLI.hpp>
@@ -43,10 +43,10 @@ int runApplication(QApplication &application, const std::optional<Path> &rehears
     const auto platform = makePlatform(main, {rehearsal});
     std::unique_ptr<RehearsalStage> stage;
     if (rehearsal) {
-        RehearsalStage::furnish(platform->folders->applications().parent_path(), programs);
+        RehearsalStage::furnish(platform->folders.applications.parent_path(), programs);
         stage = std::make_unique<RehearsalStage>(*platform, programs);
     }
-    MainWindow window(*platform->resources,
+    MainWindow window(platform->resources,
                       rehearsal ? QString::fromStdString(rehearsal->string()) : QString());
     const auto controller = BridgeController::make(*platform, window);
     window.setController(controller);

@@ -15,9 +15,6 @@ std::string trimmed(std::string_view text);
 /// empty pieces. UTF-8.
 std::vector<std::string> nonEmptyLines(std::string_view text);
 
-/// Whether the bytes are UTF-8 in its strict form: no overlong forms, no surrogates, nothing above U+10FFFF.
-bool isValidUTF8(std::string_view text);
-
 /// The whole text as a decimal integer: an optional sign, then digits, nothing else; none when out of range.
 std::optional<std::int64_t> integer(std::string_view text);
 std::optional<std::uint64_t> unsignedInteger(std::string_view text);
@@ -29,7 +26,7 @@ std::optional<std::uint16_t> portNumber(std::string_view text);
 /// must neither break lines nor steer a terminal.
 std::string withoutControls(std::string_view text, std::string_view kept = {});
 
-/// Equal but for the case of letters, in any script that has cases.
-bool equalIgnoringCase(std::string_view left, std::string_view right);
+/// Whether the text is that word, which is ASCII, but for the case of letters, in every locale.
+bool equalIgnoringCase(std::string_view text, std::string_view word);
 
 } // namespace corvane

@@ -3,55 +3,52 @@
 namespace corvane {
 namespace {
 
-constexpr bool isContinuation(std::uint8_t byte) {
-    return (byte & 0xC0U) == 0x80;
-}
+/// How long the character is that a first byte opens, the bits of that byte that belong to it, and the
+/// smallest value that needs this length: anything below is an overlong form.
+struct Form {
+    std::size_t length;
+    char32_t bits;
+    char32_t smallest;
+};
 
-/// The length of the sequence that a lead byte opens; 0 when no sequence starts with that byte.
-constexpr std::size_t sequenceLength(std::uint8_t lead) {
-    if (lead >= 0xC2 && lead <= 0xDF)
-        return 2;
-    if (lead >= 0xE0 && lead <= 0xEF)
-        return 3;
-    if (lead >= 0xF0 && lead <= 0xF4)
-        return 4;
-    return 0;
-}
-
-/// The second byte carries what a lead byte alone cannot exclude: overlong forms (after E0, F0), surrogates
-/// (after ED) and values above U+10FFFF (after F4).
-constexpr bool secondByteFits(std::uint8_t lead, std::uint8_t second) {
-    switch (lead) {
-    case 0xE0:
-        return second >= 0xA0 && second <= 0xBF;
-    case 0xED:
-        return second >= 0x80 && second <= 0x9F;
-    case 0xF0:
-        return second >= 0x90 && second <= 0xBF;
-    case 0xF4:
-        return second >= 0x80 && second <= 0x8F;
-    default:
-        return isContinuation(second);
-    }
+Form formOf(unsigned char first) {
+    if (first < 0x80)
+        return {1, 0x7F, 0};
+    if ((first & 0xE0U) == 0xC0U)
+        return {2, 0x1F, 0x80};
+    if ((first & 0xF0U) == 0xE0U)
+        return {3, 0x0F, 0x800};
+    if ((first & 0xF8U) == 0xF0U)
+        return {4, 0x07, 0x10000};
+    return {0, 0, 0};
 }
 
 } // namespace
 
-bool isStrictUTF8FromFirstSequence(const std::uint8_t *bytes, std::size_t count) {
-    std::size_t at = 0;
-    while (at < count) {
-        if (bytes[at] < 0x80) {
-            ++at;
-            continue;
-        }
-        const std::size_t length = sequenceLength(bytes[at]);
-        if (length == 0 || count - at < length || !secondByteFits(bytes[at], bytes[at + 1]))
+LeadingCharacter leadingCharacter(std::string_view text) {
+    const auto first = static_cast<unsigned char>(text.front());
+    const Form form = formOf(first);
+    if (form.length == 0 || text.size() < form.length)
+        return {first};
+    char32_t code = first & form.bits;
+    for (std::size_t i = 1; i < form.length; ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        if ((byte & 0xC0U) != 0x80U)
+            return {first};
+        code = (code << 6U) | (byte & 0x3FU);
+    }
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (code < form.smallest || isSurrogate || code > 0x10FFFF)
+        return {first};
+    return {code, form.length, true};
+}
+
+bool isValidUTF8BeyondASCII(std::string_view text) {
+    while (!text.empty()) {
+        const LeadingCharacter next = leadingCharacter(text);
+        if (!next.isValid)
             return false;
-        for (std::size_t i = 2; i < length; ++i) {
-            if (!isContinuation(bytes[at + i]))
-                return false;
-        }
-        at += length;
+        text.remove_prefix(next.length);
     }
     return true;
 }

@@ -17,6 +17,14 @@ struct BenchPlatform {
         auto runtime = std::make_unique<AsioRuntime>();
         platform.network = std::make_unique<AsioNetwork>(*runtime);
         platform.queues = std::move(runtime);
+        platform.multicast = std::make_unique<FakeMulticastListening>();
+        platform.folders = fakeFolders(folder.path());
+        platform.resources = FakeBundleResources();
+        platform.defaults = std::make_unique<FakeUserDefaults>();
+        platform.processes = std::make_unique<FakeProcessLauncher>();
+        platform.host = fakeHost;
+        platform.clock = [] { return fakeWallTime; };
+        platform.makeServiceBrowser = [] { return std::make_unique<FakeServiceBrowser>(); };
         auto fake = std::make_unique<FakeRunningApplications>();
         applications = fake.get();
         platform.applications = std::move(fake);
@@ -25,18 +33,7 @@ struct BenchPlatform {
     MainQueue main;
     TemporaryFolder folder;
     FakeRunningApplications *applications = nullptr;
-    Platform platform{main,
-                      {},
-                      {},
-                      std::make_unique<FakeMulticastListening>(),
-                      std::make_unique<FakeStandardFolders>(folder.path()),
-                      std::make_unique<FakeBundleResources>(),
-                      std::make_unique<FakeUserDefaults>(),
-                      {},
-                      std::make_unique<FakeProcessLauncher>(),
-                      std::make_unique<FakeHostInformation>(),
-                      std::make_unique<FakeWallClock>(),
-                      [] { return std::make_unique<FakeServiceBrowser>(); }};
+    Platform platform{main};
 };
 
 } // namespace corvane

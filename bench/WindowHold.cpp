@@ -131,7 +131,7 @@ public:
 
 private:
     BenchPlatform<QtMainQueue> system;
-    MainWindow window{*system.platform.resources};
+    MainWindow window{system.platform.resources};
     std::shared_ptr<BridgeController> controller = BridgeController::make(system.platform, window);
     QEventLoop loop;
     StreamListener listener;

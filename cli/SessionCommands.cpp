@@ -69,8 +69,8 @@ class CreateCommand : public SessionCommand {
 
     void report(const std::filesystem::path &session) {
         const Platform &platform = surroundings.platform;
-        const auto installed = LiveTraxGenerator::target(*platform.folders);
-        const auto written = installed ? LiveTraxGenerator::userTemplate(*platform.folders, *installed,
+        const auto installed = LiveTraxGenerator::target(platform.folders);
+        const auto written = installed ? LiveTraxGenerator::userTemplate(platform.folders, *installed,
                                                                          surroundings.options.name)
                                        : std::filesystem::path();
         surroundings.output.print(

@@ -148,19 +148,20 @@ void LV1Client::linkFailed(const std::string &error) {
 /// Who this computer is: its name, a lasting identifier and its Ethernet addresses. The identifier is made
 /// and kept when it is asked for first, which is when a console is told.
 OSCMessage LV1Client::introduction() const {
-    const auto listed = platform.host->ethernetAddresses();
+    const HostInformation host = platform.host();
+    const auto &listed = host.ethernetAddresses;
     std::string addresses;
     for (const auto &each : std::set<std::string>(listed.begin(), listed.end()))
         addresses += (addresses.empty() ? "" : " ") + each;
     return {"/device_name",
-            {platform.host->localizedName().value_or("Corvane"), deviceIdentifier(), std::move(addresses)}};
+            {host.localizedName.value_or("Corvane"), deviceIdentifier(host.newUUID), std::move(addresses)}};
 }
 
-std::string LV1Client::deviceIdentifier() const {
+std::string LV1Client::deviceIdentifier(const std::string &newUUID) const {
     if (auto known = platform.defaults->string(deviceIdentifierKey))
         return *known;
     std::string identifier;
-    for (const char c : platform.host->makeUUID()) {
+    for (const char c : newUUID) {
         if (c != '-')
             identifier += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     }

@@ -98,7 +98,7 @@ private:
     void linkFailed(const std::string &error);
     bool isCurrent(const std::weak_ptr<LV1Link> &link) const;
     OSCMessage introduction() const;
-    std::string deviceIdentifier() const;
+    std::string deviceIdentifier(const std::string &newUUID) const;
 
     Platform &platform;
     std::shared_ptr<SerialQueue> queue;

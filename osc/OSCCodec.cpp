@@ -47,12 +47,8 @@ Unsigned load(const std::uint8_t *from) {
     return swappedOnLittleEndian(value);
 }
 
-const std::uint8_t *bytesOf(std::string_view text) {
-    return reinterpret_cast<const std::uint8_t *>(text.data());
-}
-
 std::string_view validOrEmpty(std::string_view text) {
-    return isStrictUTF8(bytesOf(text), text.size()) ? text : std::string_view();
+    return isValidUTF8(text) ? text : std::string_view();
 }
 
 constexpr std::size_t paddedSize(std::size_t length) {

@@ -1,24 +1,28 @@
 #include "platform/Platform.h"
 
-#include "platform/SystemParts.h"
 #include "platform/bonjour/DNSServiceBrowser.h"
 #include "platform/bonjour/DNSServiceThread.h"
-#include "platform/bonjour/SilentServiceBrowser.h"
-#include "platform/files/FolderResources.h"
 #include "platform/files/JsonUserDefaults.h"
-#include "platform/host/SystemWallClock.h"
 #include "platform/net/AsioNetwork.h"
 #include "platform/net/PosixMulticast.h"
 #include "platform/processes/PosixProcessLauncher.h"
 #include "platform/processes/ProgramRunningApplications.h"
 #include "platform/queues/AsioRuntime.h"
-#include "platform/rehearsal/UDPPortHolders.h"
 
 namespace corvane {
 namespace {
 
+/// Finds nothing, on purpose: in a rehearsal Bonjour is off.
+class SilentServiceBrowser final : public ServiceBrowser {
+public:
+    void setDelegate(std::weak_ptr<ServiceBrowserDelegate> /*delegate*/) override {}
+    void search(const std::string & /*type*/, const std::string & /*domain*/) override {}
+    void stop() override {}
+    std::optional<std::string> obstacle() const override { return std::nullopt; }
+};
+
 std::unique_ptr<Platform> makeSystem(SerialQueue &main, PosixMulticast::Reach reach) {
-    std::unique_ptr<Platform> platform(new Platform{main, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}});
+    auto platform = std::make_unique<Platform>(main);
     auto runtime = std::make_unique<AsioRuntime>();
     platform->network = std::make_unique<AsioNetwork>(*runtime);
     platform->multicast = std::make_unique<PosixMulticast>(*runtime, reach);
@@ -26,13 +30,11 @@ std::unique_ptr<Platform> makeSystem(SerialQueue &main, PosixMulticast::Reach re
     platform->makeServiceBrowser = [&main] {
         return std::make_unique<DNSServiceBrowser>(main, std::make_unique<DNSServiceThread>(main));
     };
-    platform->resources = std::make_unique<FolderResources>(FolderResources::foldersOf(programPath()));
-    platform->clock = std::make_unique<SystemWallClock>();
-    SystemParts parts = makeSystemParts();
-    platform->folders = std::move(parts.folders);
-    platform->defaults = std::move(parts.defaults);
-    platform->applications = std::move(parts.applications);
-    platform->host = std::move(parts.host);
+    platform->folders = userFolders();
+    platform->resources = resourcesIn(resourceFoldersOf(programPath()));
+    platform->defaults = makeUserDefaults();
+    platform->applications = makeRunningApplications();
+    platform->host = hostInformation;
     platform->processes = std::make_unique<PosixProcessLauncher>();
     return platform;
 }
@@ -42,12 +44,12 @@ std::unique_ptr<Platform> makeRehearsal(SerialQueue &main, const std::filesystem
     auto platform = makeSystem(main, PosixMulticast::Reach::loopbackOnly);
     platform->makeServiceBrowser = [] { return std::make_unique<SilentServiceBrowser>(); };
     // Of the real world only what has nothing to do with LiveTrax or the user is left.
-    const RehearsalFolders folders = rehearsal->folders();
-    platform->folders = std::make_unique<RehearsalFolders>(folders);
-    platform->defaults = std::make_unique<JsonUserDefaults>(folders.defaultsFile());
+    platform->folders = rehearsal->folders();
+    const std::filesystem::path &home = platform->folders.home;
+    platform->defaults = std::make_unique<JsonUserDefaults>(JsonUserDefaults::fileIn(home / ".config"));
     platform->applications = std::make_unique<ProgramRunningApplications>(rehearsal->root());
     platform->processes = std::make_unique<PosixProcessLauncher>(
-        std::vector<std::pair<std::string, std::string>>{{"HOME", folders.home().string()}});
+        std::vector<std::pair<std::string, std::string>>{{"HOME", home.string()}});
     platform->rehearsal = std::move(rehearsal);
     return platform;
 }

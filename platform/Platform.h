@@ -4,13 +4,13 @@
 #include "platform/files/StandardFolders.h"
 #include "platform/files/UserDefaults.h"
 #include "platform/host/HostInformation.h"
-#include "platform/host/WallClock.h"
 #include "platform/net/MulticastListening.h"
 #include "platform/net/Network.h"
 #include "platform/processes/Applications.h"
 #include "platform/queues/SerialQueue.h"
 #include "platform/rehearsal/Rehearsal.h"
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -20,17 +20,20 @@ namespace corvane {
 
 /// Everything that the program asks of the system it runs on. Owned by the process entry; outlives all users.
 struct Platform {
+    explicit Platform(SerialQueue &main) : main(main) {}
+
     SerialQueue &main; ///< the main thread's queue; outlives this
     std::unique_ptr<SerialQueues> queues;
     std::unique_ptr<Network> network;
     std::unique_ptr<MulticastListening> multicast;
-    std::unique_ptr<StandardFolders> folders;
-    std::unique_ptr<BundleResources> resources;
+    StandardFolders folders;
+    BundleResources resources;
     std::unique_ptr<UserDefaults> defaults;
     std::unique_ptr<RunningApplications> applications;
     std::unique_ptr<ProcessLauncher> processes;
-    std::unique_ptr<HostInformation> host;
-    std::unique_ptr<WallClock> clock;
+    /// What this computer says of itself at the moment.
+    std::function<HostInformation()> host;
+    WallClock clock = std::chrono::system_clock::now;
     /// Makes the DNS-SD browser of a client.
     std::function<std::unique_ptr<ServiceBrowser>()> makeServiceBrowser;
     /// The rehearsal that this program takes part in; null in the real world.

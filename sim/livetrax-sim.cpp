@@ -1,5 +1,4 @@
-#include "platform/files/FolderResources.h"
-#include "platform/files/HomeFolder.h"
+#include "platform/files/StandardFolders.h"
 #include "platform/queues/AsioMainQueue.h"
 #include "platform/queues/AsioRuntime.h"
 #include "sim/LiveTraxSim.h"

@@ -79,7 +79,7 @@ void keepOnce(const Path &templateFile) {
 }
 
 Path userTemplates(const StandardFolders &folders, const Target &target) {
-    return folders.home() / "Library/Preferences" / target.preferences / "templates";
+    return folders.home / "Library/Preferences" / target.preferences / "templates";
 }
 
 } // namespace
@@ -102,7 +102,7 @@ Path LiveTraxGenerator::generate(const RecorderSystem &system, const std::string
     const Path templateFile = userTemplate(system.folders, *installed, name);
     createFolders(appending(userTemplates(system.folders, *installed), name));
 
-    const std::optional<Path> baseTemplate = system.resources.find("LiveTraxSeed", "template");
+    const std::optional<Path> baseTemplate = system.resources("LiveTraxSeed", "template");
     if (!baseTemplate)
         throw GeneratorError::baseTemplateMissing();
     XMLDocument document = XMLDocument::load(*baseTemplate);

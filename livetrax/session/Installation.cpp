@@ -1,4 +1,5 @@
 #include "base/Text.h"
+#include "base/UTF8.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
 #include "platform/files/Files.h"
@@ -27,7 +28,7 @@ constexpr std::array generations = {
 
 Target candidate(const StandardFolders &folders, const Generation &generation) {
     return {generation.displayName, generation.name, generation.name,
-            appending(folders.applications(), std::string(generation.name) + ".app")};
+            appending(folders.applications, std::string(generation.name) + ".app")};
 }
 
 /// The lines of a list of recent sessions: a name, then a folder, newest first. None when it cannot be read.
@@ -46,7 +47,7 @@ std::vector<std::string> recentLines(const Path &file) {
 } // namespace
 
 Path preferencesFolder(const StandardFolders &folders, const std::string &name) {
-    return appending(folders.home() / "Library/Preferences", name);
+    return appending(folders.home / "Library/Preferences", name);
 }
 
 Path programFile(const Target &target) {
@@ -54,7 +55,7 @@ Path programFile(const Target &target) {
 }
 
 Path supportFolder(const StandardFolders &folders) {
-    return folders.home() / "Library/Application Support/Corvane";
+    return folders.home / "Library/Application Support/Corvane";
 }
 
 Path sessionPath(const Path &sessionURL) {

@@ -65,7 +65,7 @@ FileHandle LiveTraxGenerator::liveTraxLogHandle(const RecorderSystem &system) {
     const Path support = supportFolder(system.folders);
     createFolders(support);
     FileHandle log = FileHandle::openForAppending(support / "livetrax.log");
-    log.write("\n--- LiveTrax " + isoTime(system.clock.now()) + " ---\n");
+    log.write("\n--- LiveTrax " + isoTime(system.clock()) + " ---\n");
     return log;
 }
 

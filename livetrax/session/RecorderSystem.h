@@ -2,7 +2,7 @@
 
 #include "platform/files/StandardFolders.h"
 #include "platform/files/UserDefaults.h"
-#include "platform/host/WallClock.h"
+#include "platform/host/HostInformation.h"
 #include "platform/processes/Applications.h"
 
 namespace corvane {
@@ -14,8 +14,8 @@ struct RecorderSystem {
     /// that bundle nor the network in it.
     template <class Bundle>
     RecorderSystem(const Bundle &bundle)
-        : folders(*bundle.folders), resources(*bundle.resources), defaults(*bundle.defaults),
-          applications(*bundle.applications), processes(*bundle.processes), clock(*bundle.clock) {}
+        : folders(bundle.folders), resources(bundle.resources), defaults(*bundle.defaults),
+          applications(*bundle.applications), processes(*bundle.processes), clock(bundle.clock) {}
 
     const StandardFolders &folders;
     const BundleResources &resources;

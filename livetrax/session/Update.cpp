@@ -25,7 +25,7 @@ XMLDocument loadSession(const Path &file) {
 }
 
 XMLDocument loadBaseTemplate(const BundleResources &resources) {
-    const auto file = resources.find("LiveTraxSeed", "template");
+    const auto file = resources("LiveTraxSeed", "template");
     if (!file)
         throw GeneratorError::baseTemplateMissing();
     return XMLDocument::load(*file);
@@ -39,7 +39,7 @@ UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path 
     if (hasRecoveryData(sessionURL))
         throw GeneratorError::recoveryDataPresent();
     XMLDocument session = loadSession(file);
-    const Path backup = session::makeBackup(sessionURL, system.clock.now());
+    const Path backup = session::makeBackup(sessionURL, system.clock());
     UpdatePlan plan;
     try {
         const XMLDocument base = loadBaseTemplate(system.resources);

@@ -1,6 +1,6 @@
 #include "platform/bonjour/DNSServiceBrowser.h"
 
-#include "base/Text.h"
+#include "base/UTF8.h"
 
 #include <algorithm>
 #include <list>

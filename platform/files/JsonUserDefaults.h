@@ -11,6 +11,11 @@ namespace corvane {
 /// that moment.
 class JsonUserDefaults : public UserDefaults {
 public:
+    /// Where the file is below a user's folder for settings.
+    static std::filesystem::path fileIn(const std::filesystem::path &configuration) {
+        return configuration / "corvane/defaults.json";
+    }
+
     explicit JsonUserDefaults(std::filesystem::path file);
 
     std::optional<std::string> string(const std::string &key) const override;

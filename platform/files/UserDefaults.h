@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -13,5 +14,8 @@ public:
     virtual std::optional<std::string> string(const std::string &key) const = 0;
     virtual void set(const std::string &key, const std::string &value) = 0;
 };
+
+/// The current user's: a file of theirs on Linux, the domain "app.corvane.Corvane" on macOS.
+std::unique_ptr<UserDefaults> makeUserDefaults();
 
 } // namespace corvane

@@ -30,6 +30,9 @@ public:
                                                      const std::filesystem::path &program) const = 0;
 };
 
+/// As this system finds them, outside a rehearsal.
+std::unique_ptr<RunningApplications> makeRunningApplications();
+
 /// A program to be started.
 struct ProcessDescription {
     std::filesystem::path program;

@@ -24,8 +24,6 @@ std::filesystem::path madeRoot(const std::filesystem::path &folder) {
     std::filesystem::path root = std::filesystem::canonical(folder, error);
     if (error)
         throw FileError::cannot("read", folder, error.value());
-    createFolders(root / "home");
-    createFolders(root / "Applications");
     return root;
 }
 
@@ -33,9 +31,16 @@ std::filesystem::path madeRoot(const std::filesystem::path &folder) {
 
 Rehearsal::Rehearsal(const std::filesystem::path &folder, const HeldByParticipants &heldByParticipants)
     : folder(madeRoot(folder)), participation(FileHandle::openForAppending(participantsFile())) {
+    createFolders(folders().home);
+    createFolders(folders().applications);
     for (const std::uint16_t port : {liveTraxPort, replyPort})
         if (isUDPPortInUse(port) && !heldByParticipants(port, *this))
             throw PortInUse(port);
+}
+
+StandardFolders Rehearsal::folders() const {
+    const std::filesystem::path home = folder / "home";
+    return {home, folder / "Applications", [home] { return musicFolderIn(home); }};
 }
 
 bool isUDPPortInUse(std::uint16_t port) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/files/FileHandle.h"
+#include "platform/files/StandardFolders.h"
 #include "platform/net/PortInUse.h"
-#include "platform/rehearsal/RehearsalFolders.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -23,7 +23,7 @@ public:
     Rehearsal(const std::filesystem::path &folder, const HeldByParticipants &heldByParticipants);
 
     const std::filesystem::path &root() const { return folder; }
-    RehearsalFolders folders() const { return RehearsalFolders(folder); }
+    StandardFolders folders() const;
     /// The file that every participant has open.
     std::filesystem::path participantsFile() const { return folder / ".rehearsal"; }
 
@@ -34,5 +34,9 @@ private:
 
 /// Whether a program holds the UDP port, on any address. Throws FileError when sockets cannot be made.
 bool isUDPPortInUse(std::uint16_t port);
+
+/// Whether every program that holds the UDP port takes part in the rehearsal. A holder that cannot be found
+/// out (a program of another user) does not.
+bool isUDPPortHeldByParticipants(std::uint16_t port, const Rehearsal &rehearsal);
 
 } // namespace corvane

@@ -69,9 +69,9 @@ TEST_F(BridgeControllerTest, WithoutAStoredSessionTheRecentOneIsTaken) {
 
 TEST_F(BridgeControllerTest, SavesToTheMusicFolderUnlessThereIsNone) {
     launch();
-    EXPECT_EQ(view.pathText, fakes.folders->musicFolder->string());
+    EXPECT_EQ(view.pathText, fakes.musicFolder->string());
 
-    fakes.folders->musicFolder.reset();
+    fakes.musicFolder.reset();
     FakeView other;
     BridgeController::make(fakes.platform, other)->applicationDidFinishLaunching();
     EXPECT_EQ(other.pathText, "");

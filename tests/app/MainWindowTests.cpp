@@ -84,7 +84,7 @@ TEST_F(MainWindowTest, TheControlsStartAsTheyShould) {
     EXPECT_GE(control("devicePopup")->width(), 340);
     EXPECT_EQ(text("connectButton"), "SYNC LV1");
     EXPECT_EQ(control<QLineEdit>("sessionName")->text(), "LV1 Session");
-    EXPECT_EQ(control<QLineEdit>("outputPath")->text().toStdString(), fakes.folders->musicFolder->string());
+    EXPECT_EQ(control<QLineEdit>("outputPath")->text().toStdString(), fakes.musicFolder->string());
     EXPECT_EQ(text("patchButton"), "PATCH LV1 · waiting for sync  ▸");
     EXPECT_EQ(text("syncButton"), "Create LiveTrax Session");
     EXPECT_FALSE(control("syncButton")->isEnabled());
@@ -461,13 +461,13 @@ TEST_F(FolderTest, ChoosesFoldersAloneStartingFromTheOneThatIsSet) {
     QFileDialog *panel = open();
     EXPECT_EQ(panel->fileMode(), QFileDialog::Directory);
     EXPECT_TRUE(panel->testOption(QFileDialog::ShowDirsOnly));
-    EXPECT_EQ(panel->directory().absolutePath().toStdString(), fakes.folders->musicFolder->string());
+    EXPECT_EQ(panel->directory().absolutePath().toStdString(), fakes.musicFolder->string());
 }
 
 TEST_F(FolderTest, CancellingLeavesThePathAsItWas) {
     launch();
     open()->reject();
-    EXPECT_EQ(window.outputPath(), fakes.folders->musicFolder->string());
+    EXPECT_EQ(window.outputPath(), fakes.musicFolder->string());
 }
 
 TEST_F(FolderTest, NothingIsWrittenIntoTheHome) {

@@ -89,7 +89,7 @@ TEST_F(SessionUpdateEndToEnd, CreateWhileTheRecorderRunsIsRefused) {
     EXPECT_EQ(it->alert(), "LiveTrax is running. Quit it and try again.");
     it->answer(Qt::Key_Return);
     EXPECT_EQ(it->recorders(), 1);
-    EXPECT_FALSE(std::filesystem::exists(*it->platform->folders->music() / "Another"));
+    EXPECT_FALSE(std::filesystem::exists(*it->platform->folders.music() / "Another"));
 }
 
 TEST_F(SessionUpdateEndToEnd, QuitWhileClosingFinishesTheUpdateFirst) {

@@ -401,11 +401,11 @@ TEST_F(SessionUpdateTest, AFileThatIsMerelyDifferentIsNoSave) {
 
 TEST_F(SessionUpdateTest, TheActiveSessionComesBeforeTheRecentOneAndIsKeptOnCancel) {
     becomeAmber();
-    std::filesystem::copy(session, *fakes.folders->musicFolder / "Palau");
-    std::filesystem::rename(*fakes.folders->musicFolder / "Palau/Show.ardour",
-                            *fakes.folders->musicFolder / "Palau/Palau.ardour");
+    std::filesystem::copy(session, *fakes.musicFolder / "Palau");
+    std::filesystem::rename(*fakes.musicFolder / "Palau/Show.ardour",
+                            *fakes.musicFolder / "Palau/Palau.ardour");
     fakes.folder.write("home/Library/Preferences/LiveTrax3/recent",
-                       "Palau\n" + (*fakes.folders->musicFolder / "Palau").string() + "\n");
+                       "Palau\n" + (*fakes.musicFolder / "Palau").string() + "\n");
     pressAnd(cancelButton);
     EXPECT_EQ(controller->activeSessionURL, session);
     liveTrax().terminated = true;

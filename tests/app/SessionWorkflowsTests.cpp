@@ -31,7 +31,7 @@ TEST_F(CreateTest, MakesATemplateRemembersTheSessionAndOpensLiveTrax) {
     view.nameText = " \tFriday Show \n";
     controller->createSession();
 
-    const auto session = *fakes.folders->musicFolder / "Friday Show";
+    const auto session = *fakes.musicFolder / "Friday Show";
     EXPECT_TRUE(std::filesystem::exists(templateFile("Friday Show")));
     EXPECT_EQ(controller->activeSessionURL, session);
     EXPECT_EQ(fakes.defaults->values["CorvaneLastSession"], session.string());
@@ -99,13 +99,13 @@ TEST_F(CreateTest, WhenTheTemplateCannotBeMadeTheReasonIsShownAndTheStatusKept) 
 
 TEST_F(CreateTest, AnExistingSessionIsNotOverwritten) {
     installLiveTrax();
-    std::filesystem::create_directories(*fakes.folders->musicFolder / "LV1 Session");
+    std::filesystem::create_directories(*fakes.musicFolder / "LV1 Session");
     launch();
     consoleSendsPatch(kickAndKeys());
     controller->createSession();
     ASSERT_THAT(view.alerts, SizeIs(1));
     EXPECT_EQ(view.alerts[0].informativeText, "A session already exists at " +
-                                                  (*fakes.folders->musicFolder / "LV1 Session").string() +
+                                                  (*fakes.musicFolder / "LV1 Session").string() +
                                                   ". Choose another name or folder.");
 }
 
@@ -117,7 +117,7 @@ TEST_F(CreateTest, WhenLiveTraxCannotBeStartedTheSessionStaysRemembered) {
     controller->createSession();
     EXPECT_THAT(view.alerts,
                 ElementsAre(Alert{"Could not create the session", "LiveTrax3: permission denied"}));
-    EXPECT_EQ(controller->activeSessionURL, *fakes.folders->musicFolder / "LV1 Session");
+    EXPECT_EQ(controller->activeSessionURL, *fakes.musicFolder / "LV1 Session");
     EXPECT_TRUE(fakes.defaults->values.contains("CorvaneLastSession"));
     EXPECT_EQ(view.status(), "Template created. Opening LiveTrax 3…");
 }
@@ -172,9 +172,9 @@ protected:
 };
 
 TEST_F(SaveInTest, ATildeIsTheHomeFolder) {
-    EXPECT_EQ(folderOf("~"), fakes.folders->home());
-    EXPECT_EQ(folderOf("~/"), fakes.folders->home());
-    EXPECT_EQ(folderOf("~/Shows/Palau"), fakes.folders->home() / "Shows/Palau");
+    EXPECT_EQ(folderOf("~"), fakes.folders->home);
+    EXPECT_EQ(folderOf("~/"), fakes.folders->home);
+    EXPECT_EQ(folderOf("~/Shows/Palau"), fakes.folders->home / "Shows/Palau");
     EXPECT_EQ(view.pathText, "~/Shows/Palau");
 }
 
@@ -185,11 +185,11 @@ TEST_F(SaveInTest, OtherFoldersAreThoseOfTheWorkingFolder) {
 }
 
 TEST_F(SaveInTest, AnEmptyOneIsTheMusicFolderElseTheHomeFolderAndIsShown) {
-    EXPECT_EQ(folderOf(""), *fakes.folders->musicFolder);
-    EXPECT_EQ(view.pathText, fakes.folders->musicFolder->string());
-    fakes.folders->musicFolder.reset();
-    EXPECT_EQ(folderOf(" "), fakes.folders->home());
-    EXPECT_EQ(view.pathText, fakes.folders->home().string());
+    EXPECT_EQ(folderOf(""), *fakes.musicFolder);
+    EXPECT_EQ(view.pathText, fakes.musicFolder->string());
+    fakes.musicFolder.reset();
+    EXPECT_EQ(folderOf(" "), fakes.folders->home);
+    EXPECT_EQ(view.pathText, fakes.folders->home.string());
 }
 
 // Updating the session

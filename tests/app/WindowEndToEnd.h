@@ -77,11 +77,11 @@ public:
     std::shared_ptr<RunningApplication> liveTrax() const {
         return LiveTraxGenerator::runningApplication(*platform);
     }
-    std::filesystem::path session() const { return *platform->folders->music() / "LV1 Session"; }
+    std::filesystem::path session() const { return *platform->folders.music() / "LV1 Session"; }
     std::filesystem::path sessionFile() const { return session() / "LV1 Session.ardour"; }
     /// How many recorders of this rehearsal run.
     int recorders() const {
-        const auto program = platform->folders->applications() / "LiveTrax3.app/Contents/MacOS/LiveTrax3";
+        const auto program = platform->folders.applications / "LiveTrax3.app/Contents/MacOS/LiveTrax3";
         int count = 0;
         for (const auto &process : std::filesystem::directory_iterator("/proc")) {
             std::error_code gone;
@@ -106,7 +106,7 @@ public:
     std::unique_ptr<Platform> platform = makePlatform(main, {folder.path()});
     bool furnished = (RehearsalStage::furnish(folder.path(), builtPrograms()), true);
     RehearsalStage stage{*platform, builtPrograms()};
-    RecordingWindow window{*platform->resources, QStringLiteral("a test")};
+    RecordingWindow window{platform->resources, QStringLiteral("a test")};
     std::shared_ptr<BridgeController> controller = BridgeController::make(*platform, window);
 };
 

@@ -22,12 +22,12 @@ protected:
     }
 
     std::filesystem::path templateFile(const std::string &name) const {
-        return fakes.folders->home() / "Library/Preferences/LiveTrax3/templates" / name /
+        return fakes.folders->home / "Library/Preferences/LiveTrax3/templates" / name /
                (name + ".template");
     }
     /// What LiveTrax does with the user template: it becomes the session's file.
     std::filesystem::path makeSessionFolder(const std::string &name) const {
-        const auto folder = *fakes.folders->musicFolder / name;
+        const auto folder = *fakes.musicFolder / name;
         std::filesystem::create_directories(folder);
         std::filesystem::copy_file(templateFile(name), folder / (name + ".ardour"));
         return folder;

@@ -11,14 +11,19 @@ std::optional<std::string> FakeUserDefaults::string(const std::string &key) cons
     return found == values.end() ? std::nullopt : std::optional(found->second);
 }
 
-FakeStandardFolders::FakeStandardFolders(std::filesystem::path newRoot) : root(std::move(newRoot)) {
+StandardFolders fakeFolders(const std::filesystem::path &root) {
     std::filesystem::create_directories(root / "home" / "Music");
     std::filesystem::create_directories(root / "Applications");
-    musicFolder = root / "home" / "Music";
+    return {root / "home", root / "Applications", [root] { return root / "home" / "Music"; }};
 }
 
-std::optional<std::filesystem::path> FakeBundleResources::find(const std::string &name,
-                                                               const std::string &extension) const {
+HostInformation fakeHost() {
+    return {
+        "Front of House", {"02:00:00:00:00:02", "02:00:00:00:00:01"}, "0F8FAD5B-D9CB-469F-A165-70867728950E"};
+}
+
+std::optional<std::filesystem::path> FakeBundleResources::operator()(const std::string &name,
+                                                                     const std::string &extension) const {
     const auto found = files.find(name + "." + extension);
     return found == files.end() ? std::nullopt : std::optional(found->second);
 }
@@ -53,7 +58,7 @@ void FakeProcessLauncher::start(const ProcessDescription &process, const FileHan
         onStart(process);
 }
 
-FakePlatform::FakePlatform() : platform{main, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}} {
+FakePlatform::FakePlatform() {
     const auto give = [](auto &place, auto fake) {
         auto *raw = fake.get();
         place = std::move(fake);
@@ -62,13 +67,17 @@ FakePlatform::FakePlatform() : platform{main, {}, {}, {}, {}, {}, {}, {}, {}, {}
     platform.queues = std::make_unique<ManualQueues>(clock);
     network = give(platform.network, std::make_unique<FakeNetwork>());
     multicast = give(platform.multicast, std::make_unique<FakeMulticastListening>());
-    folders = give(platform.folders, std::make_unique<FakeStandardFolders>(folder.path()));
-    resources = give(platform.resources, std::make_unique<FakeBundleResources>());
+    platform.folders = fakeFolders(folder.path());
+    musicFolder = platform.folders.music();
+    platform.folders.music = [this] { return musicFolder; };
+    platform.resources = [files = resources](const auto &name, const auto &extension) {
+        return (*files)(name, extension);
+    };
     defaults = give(platform.defaults, std::make_unique<FakeUserDefaults>());
     applications = give(platform.applications, std::make_unique<FakeRunningApplications>());
     processes = give(platform.processes, std::make_unique<FakeProcessLauncher>());
-    host = give(platform.host, std::make_unique<FakeHostInformation>());
-    wallClock = give(platform.clock, std::make_unique<FakeWallClock>());
+    platform.host = [this] { return host; };
+    platform.clock = [this] { return wallTime; };
     platform.makeServiceBrowser = [this] {
         auto made = std::make_unique<FakeServiceBrowser>();
         browser = made.get();

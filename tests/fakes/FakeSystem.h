@@ -28,25 +28,15 @@ public:
     std::function<void()> onSet; ///< called after each change
 };
 
-/// Folders below one temporary folder: "home", "Applications", and "home/Music" unless taken away.
-class FakeStandardFolders : public StandardFolders {
-public:
-    explicit FakeStandardFolders(std::filesystem::path root);
-    std::filesystem::path home() const override { return root / "home"; }
-    std::filesystem::path applications() const override { return root / "Applications"; }
-    std::optional<std::filesystem::path> music() const override { return musicFolder; }
+/// The folders "home", "Applications" and "home/Music" below one temporary folder.
+StandardFolders fakeFolders(const std::filesystem::path &root);
 
-    std::filesystem::path root;
-    std::optional<std::filesystem::path> musicFolder;
-};
-
-class FakeBundleResources : public BundleResources {
-public:
-    std::optional<std::filesystem::path> find(const std::string &name,
-                                              const std::string &extension) const override;
-
+struct FakeBundleResources {
     /// The resources by "name.extension".
     std::map<std::string, std::filesystem::path> files;
+
+    std::optional<std::filesystem::path> operator()(const std::string &name,
+                                                    const std::string &extension) const;
 };
 
 /// A program whose life the test decides on.
@@ -87,24 +77,11 @@ public:
     std::function<void(const ProcessDescription &)> onStart;
 };
 
-class FakeHostInformation : public HostInformation {
-public:
-    std::optional<std::string> localizedName() const override { return name; }
-    std::vector<std::string> ethernetAddresses() const override { return addresses; }
-    std::string makeUUID() const override { return uuid; }
+/// "Front of House", with two network cards.
+HostInformation fakeHost();
 
-    std::optional<std::string> name = "Front of House";
-    std::vector<std::string> addresses = {"02:00:00:00:00:02", "02:00:00:00:00:01"};
-    std::string uuid = "0F8FAD5B-D9CB-469F-A165-70867728950E";
-};
-
-class FakeWallClock : public WallClock {
-public:
-    std::chrono::system_clock::time_point now() const override { return time; }
-
-    /// 2026-01-31T18:04:05.250Z
-    std::chrono::system_clock::time_point time{std::chrono::milliseconds{1769882645250}};
-};
+/// 2026-01-31T18:04:05.250Z
+constexpr std::chrono::system_clock::time_point fakeWallTime{std::chrono::milliseconds{1769882645250}};
 
 /// A whole platform of fakes on one manual clock; each fake is at hand by its own type.
 class FakePlatform {
@@ -117,17 +94,19 @@ public:
 
     FakeNetwork *network;
     FakeMulticastListening *multicast;
-    FakeStandardFolders *folders;
-    FakeBundleResources *resources;
     FakeUserDefaults *defaults;
     FakeRunningApplications *applications;
     FakeProcessLauncher *processes;
-    FakeHostInformation *host;
-    FakeWallClock *wallClock;
     /// The browser made last; null before one was made. Owned by whoever asked for it.
     FakeServiceBrowser *browser = nullptr;
 
-    Platform platform;
+    std::optional<std::filesystem::path> musicFolder; ///< there, unless taken away
+    std::shared_ptr<FakeBundleResources> resources = std::make_shared<FakeBundleResources>();
+    HostInformation host = fakeHost();
+    std::chrono::system_clock::time_point wallTime = fakeWallTime;
+
+    Platform platform{main};
+    StandardFolders *folders = &platform.folders;
 };
 
 } // namespace corvane

@@ -12,12 +12,11 @@ int main(int, char **arguments) {
     using namespace corvane;
     const std::filesystem::path folder = arguments[1];
     ManualQueue main(std::make_shared<ManualClock>(), "main");
-    Platform platform{main, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
-    auto resources = std::make_unique<FakeBundleResources>();
-    resources->files["LiveTraxSeed.template"] = folder / "resources/LiveTraxSeed.template";
-    platform.resources = std::move(resources);
+    Platform platform{main};
+    platform.resources =
+        FakeBundleResources{{{"LiveTraxSeed.template", folder / "resources/LiveTraxSeed.template"}}};
     platform.defaults = std::make_unique<JsonUserDefaults>(folder / "home/.config/corvane/defaults.json");
-    platform.clock = std::make_unique<FakeWallClock>();
+    platform.clock = [] { return fakeWallTime; };
     const auto channel = [](const char *name, std::int32_t input) {
         return LV1Channel(name, false, "SoundGrid", input, "Mixer_Ch", 1);
     };

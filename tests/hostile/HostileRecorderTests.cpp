@@ -40,9 +40,9 @@ protected:
         platform.network = std::make_unique<AsioNetwork>(*runtime);
         platform.queues = std::move(runtime);
         platform.multicast = std::make_unique<FakeMulticastListening>();
-        platform.folders = std::make_unique<FakeStandardFolders>(folder.path());
+        platform.folders = fakeFolders(folder.path());
         platform.defaults = std::make_unique<FakeUserDefaults>();
-        platform.host = std::make_unique<FakeHostInformation>();
+        platform.host = fakeHost;
         auto applications = std::make_unique<FakeRunningApplications>();
         applications->running["com.harrisonconsoles.LiveTrax3"] = liveTrax;
         platform.applications = std::move(applications);
@@ -82,7 +82,7 @@ protected:
 
     TemporaryFolder folder;
     AsioMainQueue main;
-    Platform platform{main, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+    Platform platform{main};
     std::shared_ptr<FakeRunningApplication> liveTrax = std::make_shared<FakeRunningApplication>();
     FakeView view;
     std::shared_ptr<BridgeController> controller;

@@ -78,7 +78,7 @@ TEST_F(LV1Connection, TheDeviceIdentifierIsStoredAndUsedFromThenOn) {
     fake.clock->advance(1ms);
     EXPECT_EQ(fake.defaults->values.at("CorvaneDeviceID"), "0f8fad5bd9cb469fa16570867728950e");
     fake.defaults->values["CorvaneDeviceID"] = "kept";
-    fake.host->uuid = "another";
+    fake.host.newUUID = "another";
     link();
     fake.clock->advance(250ms);
     EXPECT_EQ(sent(stream()).back().values.at(1), OSCValue("kept"));
@@ -86,8 +86,8 @@ TEST_F(LV1Connection, TheDeviceIdentifierIsStoredAndUsedFromThenOn) {
 }
 
 TEST_F(LV1Connection, AComputerWithoutNameOrInterfacesSaysCorvaneAndNoAddresses) {
-    fake.host->name.reset();
-    fake.host->addresses.clear();
+    fake.host.localizedName.reset();
+    fake.host.ethernetAddresses.clear();
     link();
     fake.clock->advance(250ms);
     EXPECT_EQ(sent(stream()).back().values.at(0), OSCValue("Corvane"));
@@ -95,8 +95,8 @@ TEST_F(LV1Connection, AComputerWithoutNameOrInterfacesSaysCorvaneAndNoAddresses)
 }
 
 TEST_F(LV1Connection, HardwareAddressesAreListedOnceInAscendingOrder) {
-    fake.host->addresses = {"0a:00:00:00:00:01", "02:00:00:00:00:09", "0a:00:00:00:00:01",
-                            "02:00:00:00:00:01"};
+    fake.host.ethernetAddresses = {"0a:00:00:00:00:01", "02:00:00:00:00:09", "0a:00:00:00:00:01",
+                                   "02:00:00:00:00:01"};
     link();
     fake.clock->advance(250ms);
     EXPECT_EQ(sent(stream()).back().values.at(2),

@@ -29,7 +29,7 @@ protected:
         platform.queues = std::move(runtime);
         platform.multicast = std::make_unique<FakeMulticastListening>();
         platform.defaults = std::make_unique<FakeUserDefaults>();
-        platform.host = std::make_unique<FakeHostInformation>();
+        platform.host = fakeHost;
         platform.makeServiceBrowser = [] { return std::make_unique<FakeServiceBrowser>(); };
         client = makeClient();
     }
@@ -78,7 +78,7 @@ protected:
     }
 
     AsioMainQueue main;
-    Platform platform{main, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {}};
+    Platform platform{main};
     std::vector<std::unique_ptr<ConsoleSim>> consoles;
     std::shared_ptr<LV1Client> client;
     std::vector<std::string> diary;

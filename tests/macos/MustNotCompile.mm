@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "platform/host/macos/MacText.h"
+#include "platform/files/MacText.h"
 
 void check(NSRunningApplication *application) {
     (void)application;

@@ -39,8 +39,8 @@ TEST_F(PlatformTest, InTheRealWorldFoldersAndSettingsAreTheUsers) {
     const EnvironmentVariable home("HOME", folder.path().c_str());
     const EnvironmentVariable configuration("XDG_CONFIG_HOME", (folder / "conf").c_str());
     const auto platform = makePlatform(main, {});
-    EXPECT_EQ(platform->folders->home(), folder.path());
-    EXPECT_EQ(platform->folders->applications(), "/Applications");
+    EXPECT_EQ(platform->folders.home, folder.path());
+    EXPECT_EQ(platform->folders.applications, "/Applications");
     platform->defaults->set("CorvaneLastSession", "/a");
     EXPECT_TRUE(fileExists(folder / "conf/corvane/defaults.json"));
     EXPECT_EQ(platform->rehearsal, nullptr);
@@ -101,8 +101,8 @@ TEST_F(RehearsalPlatformTest, ARehearsalStandsForAWholeMachine) {
     const EnvironmentVariable configuration("XDG_CONFIG_HOME", (folder / "conf").c_str());
     const auto platform = rehearse("a/rehearsal/");
     const fs::path root = folder / "a/rehearsal";
-    EXPECT_EQ(platform->folders->home(), root / "home");
-    EXPECT_EQ(platform->folders->applications(), root / "Applications");
+    EXPECT_EQ(platform->folders.home, root / "home");
+    EXPECT_EQ(platform->folders.applications, root / "Applications");
     EXPECT_TRUE(fs::is_directory(root / "Applications"));
     platform->defaults->set("CorvaneLastSession", "/a");
     EXPECT_TRUE(fileExists(root / "home/.config/corvane/defaults.json"));

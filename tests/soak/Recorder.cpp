@@ -19,14 +19,14 @@ constexpr double patienceWithSaving = 20;
 constexpr double patienceWithEnding = 30;
 
 Path installedIn(const Platform &platform) {
-    return platform.folders->applications() / "LiveTrax3.app/Contents/MacOS/LiveTrax3";
+    return platform.folders.applications / "LiveTrax3.app/Contents/MacOS/LiveTrax3";
 }
 
 } // namespace
 
 Recorder::Recorder(const Platform &platform, const Path &program, MarkerAccount &account)
     : platform(platform), account(account),
-      log(platform.folders->home() / "Library/Application Support/Corvane/livetrax.log") {
+      log(platform.folders.home / "Library/Application Support/Corvane/livetrax.log") {
     const Path place = installedIn(platform);
     createFolders(place.parent_path());
     copyFile(program, place);

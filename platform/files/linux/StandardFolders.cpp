@@ -1,8 +1,7 @@
-#include "platform/files/linux/UserFolders.h"
+#include "platform/files/StandardFolders.h"
 
 #include "platform/files/Files.h"
-#include "platform/files/HomeFolder.h"
-#include "platform/files/linux/ShellValue.h"
+#include "platform/files/ShellValue.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -12,11 +11,6 @@ namespace corvane {
 namespace {
 
 using Path = std::filesystem::path;
-
-bool isFolder(const Path &path) {
-    std::error_code error;
-    return std::filesystem::is_directory(path, error);
-}
 
 /// The folder that user-dirs.dirs names: `XDG_MUSIC_DIR="$HOME/Music"` or an absolute path. The home itself
 /// means that the user has none.
@@ -35,26 +29,26 @@ std::optional<Path> musicInUserDirectories(const Path &file, const Path &home) {
 
 } // namespace
 
-Path UserFolders::home() const {
-    return homeFolder();
+StandardFolders userFolders() {
+    const Path home = homeFolder();
+    return {home, "/Applications", [home]() -> std::optional<Path> {
+                const auto named = musicInUserDirectories(configurationFolder() / "user-dirs.dirs", home);
+                std::error_code error;
+                return named && std::filesystem::is_directory(*named, error) ? named : musicFolderIn(home);
+            }};
 }
 
-Path UserFolders::configuration() const {
+Path configurationFolder() {
     const char *variable = std::getenv("XDG_CONFIG_HOME");
     // A relative path is to be ignored, says the convention.
     if (variable && variable[0] == '/')
         return variable;
-    return home() / ".config";
+    return homeFolder() / ".config";
 }
 
-std::optional<Path> UserFolders::music() const {
-    auto named = musicInUserDirectories(configuration() / "user-dirs.dirs", home());
-    if (named && isFolder(*named))
-        return named;
-    Path usual = home() / "Music";
-    if (isFolder(usual))
-        return usual;
-    return std::nullopt;
+Path programPath() {
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/exe", error);
 }
 
 } // namespace corvane

@@ -1,22 +1,36 @@
+#include "platform/files/StandardFolders.h"
+
 #include "platform/files/Files.h"
-#include "platform/host/macos/MacText.h"
-#include "platform/macos/MacSystem.h"
+#include "platform/files/MacText.h"
+
+#include <cstdint>
+#include <system_error>
+
+#include <mach-o/dyld.h>
 
 namespace corvane {
 
-std::filesystem::path MacFolders::home() const {
-    const auto path = utf8(NSFileManager.defaultManager.homeDirectoryForCurrentUser.path);
-    return withoutTrailingSlashes(path.value_or("/"));
+using Path = std::filesystem::path;
+
+StandardFolders userFolders() {
+    const auto home = utf8(NSFileManager.defaultManager.homeDirectoryForCurrentUser.path);
+    return {withoutTrailingSlashes(home.value_or("/")), "/Applications", []() -> std::optional<Path> {
+                NSURL *folder = [NSFileManager.defaultManager URLsForDirectory:NSMusicDirectory
+                                                                     inDomains:NSUserDomainMask]
+                                    .firstObject;
+                const auto path = folder ? utf8(folder.path) : std::nullopt;
+                return path ? std::optional(withoutTrailingSlashes(*path)) : std::nullopt;
+            }};
 }
 
-std::optional<std::filesystem::path> MacFolders::music() const {
-    NSURL *folder = [NSFileManager.defaultManager URLsForDirectory:NSMusicDirectory
-                                                         inDomains:NSUserDomainMask]
-                        .firstObject;
-    const auto path = folder ? utf8(folder.path) : std::nullopt;
-    if (!path)
-        return std::nullopt;
-    return withoutTrailingSlashes(*path);
+Path programPath() {
+    std::uint32_t size = 0;
+    ::_NSGetExecutablePath(nullptr, &size);
+    std::string path(size, '\0');
+    if (::_NSGetExecutablePath(path.data(), &size) != 0)
+        return {};
+    std::error_code error;
+    return std::filesystem::canonical(path.c_str(), error);
 }
 
 } // namespace corvane

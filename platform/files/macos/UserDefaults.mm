@@ -1,5 +1,6 @@
-#include "platform/host/macos/MacText.h"
-#include "platform/macos/MacSystem.h"
+#include "platform/files/UserDefaults.h"
+
+#include "platform/files/MacText.h"
 
 namespace corvane {
 namespace {
@@ -13,19 +14,26 @@ NSUserDefaults *userDefaults() {
     return [[NSUserDefaults alloc] initWithSuiteName:domain];
 }
 
+class MacUserDefaults final : public UserDefaults {
+public:
+    std::optional<std::string> string(const std::string &key) const override {
+        NSString *name = nsString(key);
+        NSString *value = name ? [userDefaults() stringForKey:name] : nil;
+        return value ? utf8(value) : std::nullopt;
+    }
+
+    void set(const std::string &key, const std::string &value) override {
+        NSString *name = nsString(key);
+        NSString *text = nsString(value);
+        if (name && text)
+            [userDefaults() setObject:text forKey:name];
+    }
+};
+
 } // namespace
 
-std::optional<std::string> MacUserDefaults::string(const std::string &key) const {
-    NSString *name = nsString(key);
-    NSString *value = name ? [userDefaults() stringForKey:name] : nil;
-    return value ? utf8(value) : std::nullopt;
-}
-
-void MacUserDefaults::set(const std::string &key, const std::string &value) {
-    NSString *name = nsString(key);
-    NSString *text = nsString(value);
-    if (name && text)
-        [userDefaults() setObject:text forKey:name];
+std::unique_ptr<UserDefaults> makeUserDefaults() {
+    return std::make_unique<MacUserDefaults>();
 }
 
 } // namespace corvane

@@ -1,13 +1,11 @@
-#include "platform/host/linux/LinuxHostInformation.h"
+#include "platform/host/HostInformation.h"
 
 #include "base/Text.h"
-#include "platform/files/linux/ShellValue.h"
-#include "platform/host/EthernetAddress.h"
+#include "base/UTF8.h"
+#include "platform/files/ShellValue.h"
 #include "platform/host/NetworkInterfaces.h"
-#include "platform/host/UUID.h"
 
 #include <array>
-#include <utility>
 
 #include <net/if_arp.h>
 #include <netpacket/packet.h>
@@ -30,29 +28,22 @@ std::optional<std::string> hostNameWithoutDomain() {
 
 } // namespace
 
-LinuxHostInformation::LinuxHostInformation(std::filesystem::path machineInfo)
-    : machineInfo(std::move(machineInfo)) {}
-
-std::optional<std::string> LinuxHostInformation::localizedName() const {
+std::optional<std::string> computerName(const std::filesystem::path &machineInfo) {
     const auto pretty = shellValue(machineInfo, "PRETTY_HOSTNAME");
     if (pretty && isValidUTF8(*pretty) && !trimmed(*pretty).empty())
         return trimmed(*pretty);
     return hostNameWithoutDomain();
 }
 
-std::vector<std::string> LinuxHostInformation::ethernetAddresses() const {
+HostInformation hostInformation() {
     constexpr unsigned length = 6;
-    std::vector<std::string> addresses;
+    HostInformation host{computerName("/etc/machine-info"), {}, makeRandomUUID()};
     NetworkInterfaces().forEach(AF_PACKET, [&](const ifaddrs &entry) {
         const auto *link = reinterpret_cast<const sockaddr_ll *>(entry.ifa_addr);
         if (link->sll_hatype == ARPHRD_ETHER && link->sll_halen == length)
-            addresses.push_back(ethernetAddressText(link->sll_addr));
+            host.ethernetAddresses.push_back(ethernetAddressText(link->sll_addr));
     });
-    return addresses;
-}
-
-std::string LinuxHostInformation::makeUUID() const {
-    return makeRandomUUID();
+    return host;
 }
 
 } // namespace corvane

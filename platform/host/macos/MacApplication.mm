@@ -1,5 +1,5 @@
 #include "platform/host/macos/MacApplication.h"
-#include "platform/host/macos/MacText.h"
+#include "platform/files/MacText.h"
 
 #import <AppKit/AppKit.h>
 

@@ -2,7 +2,6 @@
 
 #include "base/Text.h"
 #include "platform/files/Files.h"
-#include "platform/processes/linux/OpenFiles.h"
 
 #include <limits>
 #include <sstream>
@@ -76,19 +75,6 @@ std::optional<fs::path> programOf(pid_t pid) {
     if (!text.ends_with(deleted) || sameFile(link, program))
         return program;
     return text.substr(0, text.size() - deleted.size());
-}
-
-std::set<std::string> openFiles(pid_t pid) {
-    std::set<std::string> files;
-    std::error_code error;
-    for (fs::directory_iterator entry(processFolder(pid) / "fd", error);
-         !error && entry != fs::directory_iterator(); entry.increment(error)) {
-        std::error_code gone;
-        const fs::path target = fs::read_symlink(entry->path(), gone);
-        if (!gone)
-            files.insert(target.string());
-    }
-    return files;
 }
 
 } // namespace corvane

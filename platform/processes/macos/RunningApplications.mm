@@ -1,5 +1,6 @@
-#include "platform/host/macos/MacText.h"
-#include "platform/macos/MacSystem.h"
+#include "platform/processes/Applications.h"
+
+#include "platform/files/MacText.h"
 #include "platform/processes/ProcessTable.h"
 
 #import <AppKit/AppKit.h>
@@ -25,17 +26,22 @@ private:
     std::optional<ProcessIdentity> identity;
 };
 
+/// Finds running applications by bundle identifier, wherever they were started from.
+class MacRunningApplications final : public RunningApplications {
+public:
+    std::shared_ptr<RunningApplication> find(const std::string &bundleIdentifier,
+                                             const std::filesystem::path & /*program*/) const override {
+        NSArray<NSRunningApplication *> *running =
+            [NSRunningApplication runningApplicationsWithBundleIdentifier:nsString(bundleIdentifier)];
+        NSRunningApplication *first = running.firstObject;
+        return first ? std::make_shared<MacRunningApplication>(first) : nullptr;
+    }
+};
+
 } // namespace
 
-std::shared_ptr<RunningApplication>
-MacRunningApplications::find(const std::string &bundleIdentifier,
-                             const std::filesystem::path & /*program*/) const {
-    NSArray<NSRunningApplication *> *running =
-        [NSRunningApplication runningApplicationsWithBundleIdentifier:nsString(bundleIdentifier)];
-    NSRunningApplication *first = running.firstObject;
-    if (!first)
-        return nullptr;
-    return std::make_shared<MacRunningApplication>(first);
+std::unique_ptr<RunningApplications> makeRunningApplications() {
+    return std::make_unique<MacRunningApplications>();
 }
 
 } // namespace corvane

@@ -1,14 +1,15 @@
-#include "platform/rehearsal/UDPPortHolders.h"
+#include "platform/rehearsal/Rehearsal.h"
 
 #include "base/Text.h"
 #include "platform/files/Files.h"
 #include "platform/processes/ProcessTable.h"
-#include "platform/processes/linux/OpenFiles.h"
 
 #include <algorithm>
+#include <charconv>
 #include <set>
 #include <sstream>
 #include <string>
+#include <system_error>
 
 namespace corvane {
 namespace {
@@ -34,11 +35,26 @@ void addSockets(const char *table, std::uint16_t port, std::set<std::string> &so
         const auto colon = local.rfind(':');
         if (!(fields >> inode) || colon == std::string::npos)
             continue;
-        unsigned number = 0;
-        std::istringstream hexadecimal(local.substr(colon + 1));
-        if (hexadecimal >> std::hex >> number && number == port)
+        std::uint16_t number = 0;
+        std::from_chars(local.data() + colon + 1, local.data() + local.size(), number, 16);
+        if (number == port)
             sockets.insert("socket:[" + inode + "]");
     }
+}
+
+/// What a process has open, as /proc names it: paths, or texts like "socket:[4711]". Empty for processes of
+/// other users.
+std::set<std::string> openFiles(pid_t pid) {
+    std::set<std::string> files;
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry("/proc/" + std::to_string(pid) + "/fd", error);
+         !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+        std::error_code gone;
+        const std::filesystem::path target = std::filesystem::read_symlink(entry->path(), gone);
+        if (!gone)
+            files.insert(target.string());
+    }
+    return files;
 }
 
 bool takesPart(const ProcessIdentity &process, const std::set<std::string> &files,

@@ -1,4 +1,4 @@
-#include "platform/rehearsal/UDPPortHolders.h"
+#include "platform/rehearsal/Rehearsal.h"
 
 #include "platform/processes/ProcessTable.h"
 

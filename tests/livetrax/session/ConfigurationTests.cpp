@@ -119,7 +119,7 @@ TEST(SetConfigOption, TextsOfAnyKindAreHeldAsTheyAre) {
 class ConfigurationTest : public testing::Test {
 protected:
     FakePlatform system;
-    Target target{"LiveTrax 3", "LiveTrax3", "LiveTrax3", system.folders->applications() / "LiveTrax3.app"};
+    Target target{"LiveTrax 3", "LiveTrax3", "LiveTrax3", system.folders->applications / "LiveTrax3.app"};
     const std::string preferences = "home/Library/Preferences/LiveTrax3/";
 
     void ensure() const { LiveTraxGenerator::ensureOSCEnabled(*system.folders, target); }

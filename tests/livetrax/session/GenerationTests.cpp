@@ -190,7 +190,7 @@ TEST_F(Generation, TheOSCSurfaceIsSwitchedOn) {
 }
 
 TEST_F(Generation, WithoutLiveTraxNothingIsMade) {
-    std::filesystem::remove_all(platform.folders->applications());
+    std::filesystem::remove_all(platform.folders->applications);
     EXPECT_EQ(refused({channel("Kick", 0)}), Case::liveTraxMissing);
     EXPECT_FALSE(fileExists(shows()));
 }

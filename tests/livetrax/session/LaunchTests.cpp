@@ -16,8 +16,8 @@ using testing::Pair;
 class LaunchTest : public testing::Test {
 protected:
     FakePlatform system;
-    const std::string app = (system.folders->applications() / "LiveTrax3.app").string();
-    const std::string preferences = (system.folders->home() / "Library/Preferences/LiveTrax3").string();
+    const std::string app = (system.folders->applications / "LiveTrax3.app").string();
+    const std::string preferences = (system.folders->home / "Library/Preferences/LiveTrax3").string();
     const std::string config = "home/Library/Preferences/LiveTrax3/config";
     const std::string log = "home/Library/Application Support/Corvane/livetrax.log";
 
@@ -76,7 +76,7 @@ TEST_F(LaunchTest, LiveTrax1IsStartedWhereLiveTrax3IsMissing) {
     install("LiveTrax1");
     system.folder.write("home/Library/Preferences/LiveTrax1/config", "<Ardour><Config/></Ardour>");
     launchExisting();
-    EXPECT_EQ(started().program, system.folders->applications() / "LiveTrax1.app/Contents/MacOS/LiveTrax1");
+    EXPECT_EQ(started().program, system.folders->applications / "LiveTrax1.app/Contents/MacOS/LiveTrax1");
     EXPECT_TRUE(fileExists(system.folder / "home/Library/Preferences/LiveTrax1/config.corvane-backup"));
 }
 
@@ -143,7 +143,7 @@ TEST_F(LaunchTest, TheLogGainsOneSeparatorALaunchAndKeepsWhatWasThere) {
     system.folder.write(log, "earlier output\n");
     launch();
     EXPECT_EQ(system.folder.read(log), "earlier output\n\n--- LiveTrax 2026-01-31T18:04:05Z ---\n");
-    system.wallClock->time += std::chrono::seconds(1);
+    system.wallTime += std::chrono::seconds(1);
     launchExisting();
     EXPECT_EQ(system.folder.read(log), "earlier output\n\n--- LiveTrax 2026-01-31T18:04:05Z ---\n"
                                        "\n--- LiveTrax 2026-01-31T18:04:06Z ---\n");

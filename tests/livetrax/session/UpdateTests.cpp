@@ -86,7 +86,7 @@ TEST_F(Update, AnUnchangedConsoleChangesNothingButTheCounterAndStillBacksUp) {
     platform.writeSession(sessionText({track("Kick", 1, 1, 0), track("OH", 7, 2, 1)}));
     EXPECT_EQ(update(channels), (UpdateResult{2, 0, 0}));
     std::string once = platform.session();
-    platform.wallClock->time += std::chrono::seconds(10);
+    platform.wallTime += std::chrono::seconds(10);
     EXPECT_EQ(update(channels), (UpdateResult{2, 0, 0}));
     EXPECT_EQ(platform.backups().size(), 1U);
     const std::size_t counter = once.find("id-counter=\"600\"");
@@ -239,7 +239,7 @@ TEST_F(Update, MillisecondsAreWrittenWithThreeDigitsBeforeAndAfterTheEpoch) {
          {std::pair{1700000000007LL, "Corvane pre-sync 2023-11-14_22-13-20-007.ardour"},
           {-1LL, "Corvane pre-sync 1969-12-31_23-59-59-999.ardour"}}) {
         platform.writeSession(sessionText({}));
-        platform.wallClock->time = std::chrono::system_clock::time_point(std::chrono::milliseconds(time));
+        platform.wallTime = std::chrono::system_clock::time_point(std::chrono::milliseconds(time));
         update({});
         EXPECT_THAT(platform.backups(), ElementsAre(name));
     }
@@ -329,7 +329,7 @@ TEST_F(Update, FivePressesInVainLeaveOneCopy) {
                           "another state");
     platform.folder.write("Shows/Gig/backup/Gig.ardour", platform.session());
     for (int press = 0; press < 5; ++press) {
-        platform.wallClock->time += std::chrono::seconds(10);
+        platform.wallTime += std::chrono::seconds(10);
         refused({channel("Vox", 0), channel("Vox", 1)});
     }
     ASSERT_EQ(platform.backups().size(), 3U);

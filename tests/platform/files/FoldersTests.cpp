@@ -1,11 +1,10 @@
-#include "platform/files/FolderResources.h"
-#include "platform/files/HomeFolder.h"
-#include "platform/rehearsal/RehearsalFolders.h"
+#include "platform/files/JsonUserDefaults.h"
+#include "platform/files/StandardFolders.h"
+#include "platform/rehearsal/Rehearsal.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/TemporaryFolder.h"
 
 #ifdef __linux__
-#include "platform/files/linux/UserFolders.h"
 #include "tests/support/BuiltFiles.h"
 #endif
 
@@ -29,47 +28,48 @@ TEST(HomeFolder, TheUserDatabaseNamesItWhereTheEnvironmentDoesNot) {
     }
 }
 
-TEST(RehearsalFolders, StandForAWholeMachine) {
+TEST(Rehearsal, ItsFoldersStandForAWholeMachine) {
     const TemporaryFolder folder;
-    const RehearsalFolders folders(folder.path());
-    EXPECT_EQ(folders.home(), folder / "home");
-    EXPECT_EQ(folders.applications(), folder / "Applications");
-    EXPECT_EQ(folders.defaultsFile(), folder / "home/.config/corvane/defaults.json");
+    const Rehearsal rehearsal(folder.path(), [](auto, const auto &) { return true; });
+    const StandardFolders folders = rehearsal.folders();
+    EXPECT_EQ(folders.home, folder / "home");
+    EXPECT_EQ(folders.applications, folder / "Applications");
+    EXPECT_EQ(JsonUserDefaults::fileIn(folders.home / ".config"),
+              folder / "home/.config/corvane/defaults.json");
     EXPECT_EQ(folders.music(), std::nullopt);
     fs::create_directories(folder / "home/Music");
     EXPECT_EQ(folders.music(), folder / "home/Music");
 }
 
-TEST(FolderResources, TheFirstFolderThatHasAFileWins) {
+TEST(BundleResources, TheFirstFolderThatHasAFileWins) {
     const TemporaryFolder folder;
     folder.write("second/Seed.template", "");
     folder.write("third/Seed.template", "");
-    const FolderResources resources({folder / "first", folder / "second", folder / "third"});
-    EXPECT_EQ(resources.find("Seed", "template"), folder / "second/Seed.template");
-    EXPECT_EQ(resources.find("Seed", "png"), std::nullopt);
+    const auto resources = resourcesIn({folder / "first", folder / "second", folder / "third"});
+    EXPECT_EQ(resources("Seed", "template"), folder / "second/Seed.template");
+    EXPECT_EQ(resources("Seed", "png"), std::nullopt);
 }
 
-TEST(FolderResources, AreBesideAnInstalledProgramAndInTheBuildTree) {
+TEST(BundleResources, AreBesideAnInstalledProgramAndInTheBuildTree) {
     const TemporaryFolder folder;
-    const FolderResources resources(FolderResources::foldersOf(folder / "bin/corvane"));
-    EXPECT_EQ(resources.find("Seed", "template"), std::nullopt);
+    const auto resources = resourcesIn(resourceFoldersOf(folder / "bin/corvane"));
+    EXPECT_EQ(resources("Seed", "template"), std::nullopt);
     folder.write("resources/Seed.template", "");
-    EXPECT_EQ(resources.find("Seed", "template"), folder / "resources/Seed.template");
+    EXPECT_EQ(resources("Seed", "template"), folder / "resources/Seed.template");
     folder.write("share/corvane/Seed.template", "");
-    EXPECT_EQ(resources.find("Seed", "template"), folder / "share/corvane/Seed.template");
+    EXPECT_EQ(resources("Seed", "template"), folder / "share/corvane/Seed.template");
 }
 
-TEST(FolderResources, AreInTheBundleAndNowhereElseOfAProgramThatIsInOne) {
+TEST(BundleResources, AreInTheBundleAndNowhereElseOfAProgramThatIsInOne) {
     const TemporaryFolder folder;
     folder.write("Corvane.app/Contents/share/corvane/Seed.template", "");
-    const FolderResources resources(
-        FolderResources::foldersOf(folder / "Corvane.app/Contents/MacOS/corvanectl"));
-    EXPECT_EQ(resources.find("Seed", "template"), std::nullopt);
+    const auto resources = resourcesIn(resourceFoldersOf(folder / "Corvane.app/Contents/MacOS/corvanectl"));
+    EXPECT_EQ(resources("Seed", "template"), std::nullopt);
     folder.write("Corvane.app/Contents/Resources/Seed.template", "");
-    EXPECT_EQ(resources.find("Seed", "template"), folder / "Corvane.app/Contents/Resources/Seed.template");
+    EXPECT_EQ(resources("Seed", "template"), folder / "Corvane.app/Contents/Resources/Seed.template");
 }
 
-TEST(FolderResources, TheProgramThatRunsIsKnown) {
+TEST(BundleResources, TheProgramThatRunsIsKnown) {
     EXPECT_EQ(programPath(), fs::canonical(builtPrograms()) / "platform_tests");
 }
 
@@ -80,7 +80,7 @@ protected:
     TemporaryFolder folder;
     EnvironmentVariable home{"HOME", folder.path().c_str()};
     EnvironmentVariable configuration{"XDG_CONFIG_HOME", nullptr};
-    UserFolders folders;
+    StandardFolders folders = userFolders();
 
     void nameMusic(const std::string &value) const {
         folder.write(".config/user-dirs.dirs",
@@ -90,16 +90,16 @@ protected:
 };
 
 TEST_F(UserFoldersTest, LiveTraxIsInstalledUnderApplications) {
-    EXPECT_EQ(folders.applications(), "/Applications");
-    EXPECT_EQ(folders.home(), folder.path());
+    EXPECT_EQ(folders.applications, "/Applications");
+    EXPECT_EQ(folders.home, folder.path());
 }
 
 TEST_F(UserFoldersTest, TheConfigurationFolderIsDotConfigUnlessTheEnvironmentNamesAnAbsoluteOne) {
-    EXPECT_EQ(folders.configuration(), folder / ".config");
+    EXPECT_EQ(configurationFolder(), folder / ".config");
     const EnvironmentVariable relative("XDG_CONFIG_HOME", "conf");
-    EXPECT_EQ(folders.configuration(), folder / ".config");
+    EXPECT_EQ(configurationFolder(), folder / ".config");
     const EnvironmentVariable absolute("XDG_CONFIG_HOME", "/conf");
-    EXPECT_EQ(folders.configuration(), "/conf");
+    EXPECT_EQ(configurationFolder(), "/conf");
 }
 
 TEST_F(UserFoldersTest, MusicIsWhereTheUserHasIt) {

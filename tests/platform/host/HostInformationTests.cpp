@@ -1,4 +1,4 @@
-#include "platform/host/linux/LinuxHostInformation.h"
+#include "platform/host/HostInformation.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -13,34 +13,34 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(LinuxHostInformation, ThePrettyNameIsPreferred) {
+TEST(HostInformation, ThePrettyNameIsPreferred) {
     const TemporaryFolder folder;
     const fs::path file =
         folder.write("machine-info", "CHASSIS=laptop\nPRETTY_HOSTNAME=\"Año's \\\"FOH\\\"\"\n");
-    EXPECT_EQ(LinuxHostInformation(file).localizedName(), "Año's \"FOH\"");
+    EXPECT_EQ(computerName(file), "Año's \"FOH\"");
     folder.write("machine-info", "PRETTY_HOSTNAME='Front of House'\n");
-    EXPECT_EQ(LinuxHostInformation(file).localizedName(), "Front of House");
+    EXPECT_EQ(computerName(file), "Front of House");
     folder.write("machine-info", "PRETTY_HOSTNAME=FOH\n");
-    EXPECT_EQ(LinuxHostInformation(file).localizedName(), "FOH");
+    EXPECT_EQ(computerName(file), "FOH");
 }
 
-TEST(LinuxHostInformation, TheHostNameServesWhereThereIsNoPrettyOne) {
+TEST(HostInformation, TheHostNameServesWhereThereIsNoPrettyOne) {
     char buffer[256] = {};
     ASSERT_EQ(::gethostname(buffer, sizeof buffer - 1), 0);
     const std::string hostName = std::string(buffer).substr(0, std::string(buffer).find('.'));
     const TemporaryFolder folder;
     for (const char *text : {"", "PRETTY_HOSTNAME=\n", "PRETTY_HOSTNAME=\" \"\n", "PRETTY_HOSTNAME=\"open\n",
                              "PRETTY_HOSTNAME=\"\xFF\"\n"}) {
-        const auto name = LinuxHostInformation(folder.write("machine-info", text)).localizedName();
+        const auto name = computerName(folder.write("machine-info", text));
         if (hostName.empty() || hostName == "localhost" || hostName == "(none)")
             EXPECT_EQ(name, std::nullopt);
         else
             EXPECT_EQ(name, hostName);
     }
-    EXPECT_NO_THROW(LinuxHostInformation(folder / "none").localizedName());
+    EXPECT_NO_THROW(computerName(folder / "none"));
 }
 
-TEST(LinuxHostInformation, EveryEthernetInterfaceHasItsAddress) {
+TEST(HostInformation, EveryEthernetInterfaceHasItsAddress) {
     std::multiset<std::string> expected;
     for (const auto &entry : fs::directory_iterator("/sys/class/net")) {
         std::string type;
@@ -50,15 +50,14 @@ TEST(LinuxHostInformation, EveryEthernetInterfaceHasItsAddress) {
         if (type == "1") // ARPHRD_ETHER
             expected.insert(address);
     }
-    const auto addresses = LinuxHostInformation().ethernetAddresses();
+    const auto addresses = hostInformation().ethernetAddresses;
     EXPECT_EQ(std::multiset<std::string>(addresses.begin(), addresses.end()), expected);
 }
 
-TEST(LinuxHostInformation, EveryUUIDIsNewAndOfVersion4) {
-    const LinuxHostInformation host;
+TEST(HostInformation, EveryUUIDIsNewAndOfVersion4) {
     std::set<std::string> seen;
     for (int i = 0; i < 100; ++i) {
-        const std::string uuid = host.makeUUID();
+        const std::string uuid = hostInformation().newUUID;
         EXPECT_THAT(uuid, testing::MatchesRegex(
                               "[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}"));
         seen.insert(uuid);

@@ -1,5 +1,4 @@
 #include "platform/rehearsal/Rehearsal.h"
-#include "platform/rehearsal/UDPPortHolders.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -49,7 +48,7 @@ TEST(Rehearsal, MakesTheFoldersThatAreMissing) {
     EXPECT_EQ(rehearsal.root(), folder / "a/rehearsal");
     EXPECT_TRUE(fs::is_directory(folder / "a/rehearsal/home"));
     EXPECT_TRUE(fs::is_directory(folder / "a/rehearsal/Applications"));
-    EXPECT_EQ(rehearsal.folders().home(), folder / "a/rehearsal/home");
+    EXPECT_EQ(rehearsal.folders().home, folder / "a/rehearsal/home");
     const Rehearsal again(folder / "a/rehearsal", participantsHoldEverything);
     EXPECT_EQ(again.root(), rehearsal.root());
 }

@@ -1,4 +1,4 @@
-#include "platform/files/linux/ShellValue.h"
+#include "platform/files/ShellValue.h"
 
 #include "base/Text.h"
 #include "platform/files/Files.h"
