@@ -22,8 +22,7 @@ protected:
     }
 
     std::filesystem::path templateFile(const std::string &name) const {
-        return fakes.folders->home / "Library/Preferences/LiveTrax3/templates" / name /
-               (name + ".template");
+        return fakes.folders->home / "Library/Preferences/LiveTrax3/templates" / name / (name + ".template");
     }
     /// What LiveTrax does with the user template: it becomes the session's file.
     std::filesystem::path makeSessionFolder(const std::string &name) const {
