@@ -3,10 +3,14 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QWidget>
+#include <QWindow>
 
 namespace corvane {
 
 namespace {
+
+/// A display repeats a held key sooner than this. One that was silent for longer has been let go of unheard.
+constexpr quint64 longestDelay = 1000; // milliseconds
 
 bool decides(int key) {
     return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space || key == Qt::Key_Escape ||
@@ -22,9 +26,9 @@ bool isWritten(int key) {
 
 HeldKeys::HeldKeys() {
     qApp->installEventFilter(this);
-    // Keys that are let go of in another program are not heard of here.
-    connect(qApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
-        if (state != Qt::ApplicationActive)
+    // A key that is let go of while none of the windows has the keyboard is not heard of here.
+    connect(qApp, &QGuiApplication::focusWindowChanged, this, [this](const QWindow *window) {
+        if (window == nullptr)
             down.clear();
     });
 }
@@ -47,7 +51,9 @@ bool HeldKeys::isHeld(const QKeyEvent &press) {
     // where a change of window in between keeps it from being marked as a repetition.
     const auto release = releaseTimes.find(press.key());
     const bool repeated = release != releaseTimes.end() && press.timestamp() == release->second;
-    const bool wasDown = !down.insert(press.key()).second;
+    const auto before = down.find(press.key());
+    const bool wasDown = before != down.end() && press.timestamp() - before->second < longestDelay;
+    down[press.key()] = press.timestamp();
     return press.isAutoRepeat() || repeated || wasDown;
 }
 

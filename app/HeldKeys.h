@@ -3,7 +3,6 @@
 #include <QObject>
 
 #include <map>
-#include <set>
 
 class QKeyEvent;
 
@@ -23,8 +22,9 @@ private:
     bool isHeld(const QKeyEvent &press);
     void released(const QKeyEvent &release);
 
-    std::set<int> down;
-    std::map<int, quint64> releaseTimes; ///< milliseconds of the display's clock
+    // By key, in milliseconds of the display's clock
+    std::map<int, quint64> down; ///< last pressed or repeated, not let go of since
+    std::map<int, quint64> releaseTimes;
 };
 
 } // namespace corvane

@@ -303,7 +303,8 @@ void MainWindow::connectControls() {
     connectButton->setLook(redLook);
     chooseButton->setToolTip(QStringLiteral("Choose the folder that the session is saved in"));
     patchButton->setToolTip(QStringLiteral("Show or hide the console's channels"));
-    devicePopup->setToolTip(QStringLiteral("The LV1 host that SYNC LV1 connects to"));
+    devicePopup->setToolTip(
+        QStringLiteral("The LV1 host to connect to; choosing another one connects to that"));
 
     noticeRow->onAction = [this] {
         if (notice)

@@ -134,6 +134,22 @@ TEST_F(HeldKeyTest, ARepetitionOfAKeyThatWentDownElsewhereAnswersNothing) {
     EXPECT_THAT(answers, testing::IsEmpty());
 }
 
+TEST_F(HeldKeyTest, AKeyThatWasLetGoOfUnheardPressesAgain) {
+    launchWithKeyboardOn("patchButton");
+    const auto pressAt = [this](quint64 time) {
+        QKeyEvent event(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+        event.setTimestamp(time);
+        QApplication::sendEvent(window.windowHandle(), &event);
+    };
+    pressAt(10000);
+    EXPECT_TRUE(controller->patchExpanded);
+    pressAt(10700);
+    pressAt(10740);
+    EXPECT_TRUE(controller->patchExpanded) << "held";
+    pressAt(11900);
+    EXPECT_FALSE(controller->patchExpanded);
+}
+
 TEST_F(HeldKeyTest, WritingRepeats) {
     launchWithKeyboardOn("sessionName");
     control<QLineEdit>("sessionName")->clear();
@@ -243,7 +259,8 @@ TEST_F(WindowAccessTest, NamesAreShownOnHoverAsTheyAreEvenIfTheyLookLikeMarkup) 
     window.setSceneLabel(name);
     EXPECT_EQ(shownOnHover("sceneLabel"), name);
     window.setDevicePopup({name});
-    EXPECT_EQ(shownOnHover("devicePopup"), name + "\n\nThe LV1 host that SYNC LV1 connects to");
+    EXPECT_EQ(shownOnHover("devicePopup"),
+              name + "\n\nThe LV1 host to connect to; choosing another one connects to that");
     EXPECT_EQ(plain(control<QComboBox>("devicePopup")->itemData(0, Qt::ToolTipRole).toString()), name);
     consoleSendsPatch({channel(name, 1, 0)});
     EXPECT_EQ(plain(control<QTableView>("table")->model()->index(0, 1).data(Qt::ToolTipRole).toString()),
@@ -253,7 +270,8 @@ TEST_F(WindowAccessTest, NamesAreShownOnHoverAsTheyAreEvenIfTheyLookLikeMarkup) 
 TEST_F(WindowAccessTest, AHostNameThatIsWholeNeedsNoSecondShowing) {
     launch();
     window.setDevicePopup({"FOH  ·  AA:BB"});
-    EXPECT_EQ(shownOnHover("devicePopup"), "The LV1 host that SYNC LV1 connects to");
+    EXPECT_EQ(shownOnHover("devicePopup"),
+              "The LV1 host to connect to; choosing another one connects to that");
 }
 
 TEST_F(WindowAccessTest, ALongNameOnHoverIsWrapped) {
