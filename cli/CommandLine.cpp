@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
@@ -45,9 +46,11 @@ CLI::Validator port() {
 /// A number of seconds that a timer takes.
 CLI::Validator duration() {
     return {[](const std::string &text) {
-                double seconds = 0;
-                const bool fits = CLI::detail::lexical_cast(text, seconds) && std::isfinite(seconds) &&
-                                  seconds >= 0 && seconds <= longestDuration;
+                char *end = nullptr;
+                const double seconds = std::strtod(text.c_str(), &end);
+                const bool isNumber = !text.empty() && end == text.c_str() + text.size();
+                const bool fits =
+                    isNumber && std::isfinite(seconds) && seconds >= 0 && seconds <= longestDuration;
                 return fits ? std::string() : "is not a number of seconds: " + text;
             },
             ""};
@@ -56,8 +59,13 @@ CLI::Validator duration() {
 /// One of a few words.
 CLI::Validator oneOf(const std::vector<std::string> &words) {
     return {[words](const std::string &text) {
-                const bool fits = std::find(words.begin(), words.end(), text) != words.end();
-                return fits ? std::string() : text + " is not one of " + CLI::detail::join(words, ", ");
+                std::string list;
+                for (const std::string &word : words) {
+                    if (word == text)
+                        return std::string();
+                    list += (list.empty() ? "" : ", ") + word;
+                }
+                return text + " is not one of " + list;
             },
             ""};
 }

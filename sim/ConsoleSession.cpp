@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::size_t headerSize = 12;
 constexpr std::uint32_t longestPayload = 1'999'999;
-constexpr std::chrono::milliseconds earliestSecondHandshake{200};
-constexpr std::chrono::seconds latestSecondHandshake{5};
+constexpr std::chrono::milliseconds shortestHandshakeDelay{200};
+constexpr std::chrono::seconds handshakeTimeout{5};
 constexpr std::size_t identifierLength = 32;
 
 const OSCMessage expectedHandshakes[] = {{"/handshake", {-1, -1, 6}}, {"/handshake", {1, -1, 6}}};
@@ -149,7 +149,7 @@ void ConsoleSession::handleHandshake(const OSCMessage &message, TimePoint now) {
         return;
     }
     const auto pause = std::chrono::duration_cast<std::chrono::milliseconds>(now - firstHandshake);
-    if (pause < earliestSecondHandshake || pause > latestSecondHandshake)
+    if (pause < shortestHandshakeDelay || pause > handshakeTimeout)
         report("the second handshake came " + std::to_string(pause.count()) +
                " ms after the first, instead of 250");
     accept();

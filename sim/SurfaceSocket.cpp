@@ -23,8 +23,8 @@ constexpr std::size_t datagramLimit = 65536;
 
 /// The socket and its buffer, held by the receive that is in flight. Owned by the queue: completions come on
 /// the loop's threads and only post there.
-struct SurfaceSocket::Link : std::enable_shared_from_this<Link> {
-    Link(std::shared_ptr<AsioContext> context, SerialQueue &queue, Handler handler)
+struct SurfaceSocket::Impl : std::enable_shared_from_this<Impl> {
+    Impl(std::shared_ptr<AsioContext> context, SerialQueue &queue, Handler handler)
         : context(std::move(context)), queue(queue), handler(std::move(handler)),
           socket(this->context->loop()) {}
 
@@ -40,7 +40,7 @@ struct SurfaceSocket::Link : std::enable_shared_from_this<Link> {
     Bytes incoming = Bytes(datagramLimit);
 };
 
-void SurfaceSocket::Link::open(std::uint16_t port) {
+void SurfaceSocket::Impl::open(std::uint16_t port) {
     const int descriptor = openSocket(udp::v4().family(), SOCK_DGRAM);
     if (descriptor < 0)
         throw std::system_error(errno, std::generic_category());
@@ -60,7 +60,7 @@ void SurfaceSocket::Link::open(std::uint16_t port) {
     socket.non_blocking(true);
 }
 
-void SurfaceSocket::Link::receive() {
+void SurfaceSocket::Impl::receive() {
     context->whileOpen([this] {
         socket.async_receive_from(
             asio::buffer(incoming), sender,
@@ -70,7 +70,7 @@ void SurfaceSocket::Link::receive() {
     });
 }
 
-void SurfaceSocket::Link::received(const asio::error_code &error, std::size_t count) {
+void SurfaceSocket::Impl::received(const asio::error_code &error, std::size_t count) {
     if (!socket.is_open())
         return;
     // An unconnected socket learns nothing of refusals; an error here concerns one datagram at most.
@@ -82,25 +82,25 @@ void SurfaceSocket::Link::received(const asio::error_code &error, std::size_t co
 
 SurfaceSocket::SurfaceSocket(std::shared_ptr<AsioContext> context, SerialQueue &queue, std::uint16_t port,
                              Handler handler)
-    : link(std::make_shared<Link>(std::move(context), queue, std::move(handler))) {
-    link->open(port);
-    link->receive();
+    : impl(std::make_shared<Impl>(std::move(context), queue, std::move(handler))) {
+    impl->open(port);
+    impl->receive();
 }
 
 SurfaceSocket::~SurfaceSocket() {
     asio::error_code ignored;
-    link->socket.close(ignored);
-    link->handler = nullptr;
+    impl->socket.close(ignored);
+    impl->handler = nullptr;
 }
 
 std::uint16_t SurfaceSocket::port() const {
-    return link->socket.local_endpoint().port();
+    return impl->socket.local_endpoint().port();
 }
 
 void SurfaceSocket::send(const Bytes &datagram, const std::string &address, std::uint16_t toPort) {
     asio::error_code ignored;
     const udp::endpoint to(asio::ip::make_address(address, ignored), toPort);
-    link->socket.send_to(asio::buffer(datagram), to, 0, ignored);
+    impl->socket.send_to(asio::buffer(datagram), to, 0, ignored);
 }
 
 } // namespace corvane

@@ -31,8 +31,8 @@ public:
     void send(const Bytes &datagram, const std::string &address, std::uint16_t toPort);
 
 private:
-    struct Link;
-    std::shared_ptr<Link> link;
+    struct Impl;
+    std::shared_ptr<Impl> impl;
 };
 
 } // namespace corvane

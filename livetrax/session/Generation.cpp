@@ -1,6 +1,7 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 
 #include "base/Text.h"
+#include "livetrax/session/LiveTraxPaths.h"
 #include "livetrax/session/ObjectIds.h"
 #include "livetrax/session/Track.h"
 #include "platform/files/Files.h"
@@ -79,7 +80,7 @@ void keepOnce(const Path &templateFile) {
 }
 
 Path userTemplates(const StandardFolders &folders, const Target &target) {
-    return folders.home / "Library/Preferences" / target.preferences / "templates";
+    return preferencesFolder(folders, target.preferences) / "templates";
 }
 
 } // namespace
@@ -102,10 +103,7 @@ Path LiveTraxGenerator::generate(const RecorderSystem &system, const std::string
     const Path templateFile = userTemplate(system.folders, *installed, name);
     createFolders(appending(userTemplates(system.folders, *installed), name));
 
-    const std::optional<Path> baseTemplate = system.resources("LiveTraxSeed", "template");
-    if (!baseTemplate)
-        throw GeneratorError::baseTemplateMissing();
-    XMLDocument document = XMLDocument::load(*baseTemplate);
+    XMLDocument document = XMLDocument::load(baseTemplateFile(system.resources));
     const XMLElement root = document.root();
     enableOSC(root);
     fillTemplate(root, channels);

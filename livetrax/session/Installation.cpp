@@ -50,6 +50,13 @@ Path preferencesFolder(const StandardFolders &folders, const std::string &name) 
     return appending(folders.home / "Library/Preferences", name);
 }
 
+Path baseTemplateFile(const BundleResources &resources) {
+    const auto file = resources("LiveTraxSeed", "template");
+    if (!file)
+        throw GeneratorError::baseTemplateMissing();
+    return *file;
+}
+
 Path programFile(const Target &target) {
     return appending(target.app / "Contents/MacOS", target.executable);
 }

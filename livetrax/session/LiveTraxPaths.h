@@ -11,6 +11,9 @@ namespace corvane {
 /// LiveTrax's folder of that name under the user's preferences.
 std::filesystem::path preferencesFolder(const StandardFolders &folders, const std::string &name);
 
+/// The template that new sessions are made from. Throws GeneratorError when it is missing.
+std::filesystem::path baseTemplateFile(const BundleResources &resources);
+
 /// The program file of an installation.
 std::filesystem::path programFile(const Target &target);
 

@@ -24,13 +24,6 @@ XMLDocument loadSession(const Path &file) {
     return document;
 }
 
-XMLDocument loadBaseTemplate(const BundleResources &resources) {
-    const auto file = resources("LiveTraxSeed", "template");
-    if (!file)
-        throw GeneratorError::baseTemplateMissing();
-    return XMLDocument::load(*file);
-}
-
 } // namespace
 
 UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path &sessionURL,
@@ -42,7 +35,7 @@ UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path 
     const Path backup = session::makeBackup(sessionURL, system.clock());
     UpdatePlan plan;
     try {
-        const XMLDocument base = loadBaseTemplate(system.resources);
+        const XMLDocument base = XMLDocument::load(baseTemplateFile(system.resources));
         plan = updateSessionTree(session.root(), base.root(), channels);
         std::move(session).writeAtomically(file);
     } catch (...) {
@@ -59,7 +52,7 @@ UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path 
 UpdatePlan LiveTraxGenerator::plan(const RecorderSystem &system, const Path &sessionURL,
                                    const Channels &channels) {
     const XMLDocument session = loadSession(existingFile(sessionURL));
-    const XMLDocument base = loadBaseTemplate(system.resources);
+    const XMLDocument base = XMLDocument::load(baseTemplateFile(system.resources));
     UpdatePlan plan = updateSessionTree(session.root(), base.root(), channels);
     plan.recoveryData = hasRecoveryData(sessionURL);
     return plan;

@@ -24,7 +24,7 @@ namespace corvane {
 
 namespace {
 
-constexpr std::chrono::seconds patienceAtTheEnd{1};
+constexpr std::chrono::seconds farewellTimeout{1};
 
 /// Who asked. Belongs to the main queue; the thread only passes on weak references to it.
 struct Asker {
@@ -129,7 +129,7 @@ void DNSServiceThread::Worker::end() {
     if (!isRunning)
         return;
     [[maybe_unused]] const auto woken = ::write(wake[1], "", 1);
-    ended.wait_for(lock, patienceAtTheEnd, [this] { return !isRunning; });
+    ended.wait_for(lock, farewellTimeout, [this] { return !isRunning; });
 }
 
 /// False when there is no thread to perform it, and none can be started now.

@@ -13,7 +13,8 @@ namespace corvane {
 class DNSServiceThread final : public DNSServiceQueries {
 public:
     explicit DNSServiceThread(SerialQueue &main);
-    /// Waits a moment for the thread to take its leave of the daemon, not for a daemon that does not answer.
+    /// Waits a second at most for the thread to close its questions: a daemon that does not answer is left
+    /// behind.
     ~DNSServiceThread() override;
 
     std::unique_ptr<DNSServiceQuery> browse(const std::string &type, const std::string &domain,

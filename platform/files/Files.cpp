@@ -131,7 +131,7 @@ private:
     FileHandle create(mode_t mode) {
         static std::atomic<unsigned> counter{0};
         constexpr int attempts = 1000;
-        int obstacle = EEXIST;
+        int error = EEXIST;
         for (int attempt = 0; attempt < attempts; ++attempt) {
             // Short and without the destination's name, which may already be as long as a name can be.
             path = folderOf(destination) /
@@ -139,11 +139,11 @@ private:
             const int descriptor = openRetrying(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
             if (descriptor >= 0)
                 return FileHandle(descriptor, destination);
-            obstacle = errno;
-            if (obstacle != EEXIST)
+            error = errno;
+            if (error != EEXIST)
                 break;
         }
-        throw FileError::cannot("written", destination, obstacle);
+        throw FileError::cannot("written", destination, error);
     }
 
     Path destination;

@@ -20,21 +20,23 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Path = std::filesystem::path;
 
+/// A change takes milliseconds. Who holds the lock for longer is stopped or stuck, and must not hold up this
+/// program as well.
+constexpr std::chrono::seconds lockTimeout{1};
+constexpr std::chrono::milliseconds lockRetryDelay{5};
+
 /// What a program holds while it changes the file. The lock belongs to the open file, so that it also keeps
 /// two threads of one program apart, and ends with the program.
 class Lock {
 public:
     explicit Lock(const Path &file) : handle(FileHandle::openForAppending(file)) {
-        using namespace std::chrono_literals;
-        // A change takes milliseconds. Who holds the lock for longer is stopped or stuck, and must not hold
-        // up this program as well.
-        const auto deadline = std::chrono::steady_clock::now() + 1s;
+        const auto deadline = std::chrono::steady_clock::now() + lockTimeout;
         while (::flock(handle.fileDescriptor(), LOCK_EX | LOCK_NB) != 0) {
             if (errno != EWOULDBLOCK && errno != EINTR)
                 return; // a file system without locks
             if (std::chrono::steady_clock::now() > deadline)
                 return;
-            std::this_thread::sleep_for(5ms);
+            std::this_thread::sleep_for(lockRetryDelay);
         }
     }
 

@@ -20,9 +20,9 @@ using asio::ip::tcp;
 
 namespace {
 
-/// How long an address may keep silent while there is another one to try: long enough for the system to ask
-/// twice. A console with two network cards is often reachable through one of them alone.
-constexpr std::chrono::seconds patienceWithAddress{2};
+/// How long an address may stay unanswered while there is another one to try: long enough for the system to
+/// ask twice. A console with two network cards is often reachable through one of them alone.
+constexpr std::chrono::seconds addressTimeout{2};
 /// How much is taken from the socket at a time.
 constexpr std::size_t readSize = 65'536;
 /// A peer that sends requests and never reads the answers must not fill our memory with them.
@@ -142,7 +142,7 @@ void AsioStreamConnection::Link::connectToNext(const std::string &lastError) {
 void AsioStreamConnection::Link::limitAttempt() {
     if (untried.empty())
         return;
-    attemptEnd = queue->after(patienceWithAddress, weakly(weak_from_this(), [](Link &link) {
+    attemptEnd = queue->after(addressTimeout, weakly(weak_from_this(), [](Link &link) {
                                   asio::error_code ignored;
                                   link.socket.cancel(ignored); // completes the attempt, with an error
                               }));

@@ -18,13 +18,13 @@ namespace corvane {
 namespace {
 
 /// How long a local name may stay unanswered before the system is asked for it.
-constexpr std::chrono::seconds localNamePatience{2};
+constexpr std::chrono::seconds localNameTimeout{2};
 
 } // namespace
 
 HostAddresses lookUpHost(const std::string &host) {
     if (isLocalName(host)) {
-        auto local = lookUpLocalName(host, localNamePatience);
+        auto local = lookUpLocalName(host, localNameTimeout);
         if (!local.addresses.empty())
             return local;
     }

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 namespace {
 
 /// A host with several interfaces has several addresses, each with an answer of its own.
-constexpr std::chrono::milliseconds furtherAnswers = 50ms;
+constexpr std::chrono::milliseconds furtherAnswersTimeout = 50ms;
 
 void DNSSD_API didAnswer(DNSServiceRef, DNSServiceFlags flags, uint32_t, DNSServiceErrorType error,
                          const char *, uint16_t type, uint16_t, uint16_t size, const void *data, uint32_t,
@@ -44,7 +44,7 @@ bool isLocalName(const std::string &host) {
     return name.size() > ending.size() && equalIgnoringCase(name.substr(name.size() - ending.size()), ending);
 }
 
-HostAddresses lookUpLocalName(const std::string &host, std::chrono::milliseconds patience) {
+HostAddresses lookUpLocalName(const std::string &host, std::chrono::milliseconds timeout) {
     using Clock = std::chrono::steady_clock;
     HostAddresses found;
     DNSServiceRef reference = nullptr;
@@ -54,7 +54,7 @@ HostAddresses lookUpLocalName(const std::string &host, std::chrono::milliseconds
         return found;
     closeEverythingOnExec();
 
-    auto deadline = Clock::now() + patience;
+    auto deadline = Clock::now() + timeout;
     for (;;) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
         pollfd answer{::DNSServiceRefSockFD(reference), POLLIN, 0};
@@ -64,7 +64,7 @@ HostAddresses lookUpLocalName(const std::string &host, std::chrono::milliseconds
         if (::DNSServiceProcessResult(reference) != kDNSServiceErr_NoError)
             break;
         if (isFirst && !found.addresses.empty())
-            deadline = Clock::now() + furtherAnswers;
+            deadline = Clock::now() + furtherAnswersTimeout;
     }
     ::DNSServiceRefDeallocate(reference);
     return found;

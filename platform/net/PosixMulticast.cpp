@@ -25,20 +25,20 @@ using namespace std::chrono_literals;
 namespace {
 
 /// After an error that may pass, such as an interface that has gone down.
-constexpr auto pauseAfterError = 100ms;
+constexpr auto retryDelay = 100ms;
 
 std::string reason() {
     return std::generic_category().message(errno) + ".";
 }
 
-std::string obstacleToBinding(std::uint16_t port) {
+std::string bindingError(std::uint16_t port) {
     const auto name = "UDP port " + std::to_string(port);
     if (errno == EADDRINUSE)
         return name + " is in use by another program.";
     return name + " cannot be used: " + reason();
 }
 
-/// Binds to `address` and `port`, both shared with others. What is in the way, or nothing.
+/// Binds to `address` and `port`, both shared with others. What went wrong, or nothing.
 std::string bindShared(int descriptor, in_addr address, std::uint16_t port) {
     const int on = 1;
     ::setsockopt(descriptor, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
@@ -49,14 +49,14 @@ std::string bindShared(int descriptor, in_addr address, std::uint16_t port) {
     local.sin_port = htons(port);
     if (::bind(descriptor, reinterpret_cast<const sockaddr *>(&local), sizeof local) == 0)
         return {};
-    return obstacleToBinding(port);
+    return bindingError(port);
 }
 
 bool isFitting(const ifaddrs &interface) {
     return (interface.ifa_flags & IFF_UP) != 0 && (interface.ifa_flags & IFF_MULTICAST) != 0;
 }
 
-/// Joins the group on one interface. What is in the way, or nothing.
+/// Joins the group on one interface. What went wrong, or nothing.
 std::string joinOn(int descriptor, in_addr group, const ifaddrs &interface) {
     ip_mreq membership{};
     membership.imr_multiaddr = group;
@@ -68,22 +68,22 @@ std::string joinOn(int descriptor, in_addr group, const ifaddrs &interface) {
     return std::string("Announcements cannot be heard on ") + interface.ifa_name + ": " + reason();
 }
 
-/// Joins the group on every fitting interface. What is in the way of some or all of them, or nothing.
+/// Joins the group on every fitting interface. What went wrong on some or all of them, or nothing.
 std::string joinEverywhere(int descriptor, in_addr group) {
     const NetworkInterfaces interfaces;
     if (!interfaces)
         return "The network interfaces cannot be listed: " + reason();
-    std::string obstacles;
+    std::string errors;
     bool isAnyFitting = false;
     interfaces.forEach(AF_INET, [&](const ifaddrs &interface) {
         if (!isFitting(interface))
             return;
         isAnyFitting = true;
-        const auto obstacle = joinOn(descriptor, group, interface);
-        if (!obstacle.empty())
-            obstacles += (obstacles.empty() ? "" : " ") + obstacle;
+        const auto error = joinOn(descriptor, group, interface);
+        if (!error.empty())
+            errors += (errors.empty() ? "" : " ") + error;
     });
-    return isAnyFitting ? obstacles : "No network interface supports multicast.";
+    return isAnyFitting ? errors : "No network interface supports multicast.";
 }
 
 /// Reads an open socket. The socket is closed on whichever thread cancels and read on the queue; the mutex
@@ -136,7 +136,7 @@ private:
         if (!isOpen())
             return;
         if (error) {
-            queue->after(pauseAfterError, [self = shared_from_this()] { self->readNext(); });
+            queue->after(retryDelay, [self = shared_from_this()] { self->readNext(); });
             return;
         }
         if (count > 0 && handler)
@@ -176,21 +176,21 @@ MulticastListening::Opened PosixMulticast::open(const std::string &group, std::u
 
     in_addr local{};
     local.s_addr = htonl(reach == Reach::network ? INADDR_ANY : INADDR_LOOPBACK);
-    auto obstacle = bindShared(descriptor, local, port);
+    auto error = bindShared(descriptor, local, port);
     in_addr groupAddress{};
-    if (obstacle.empty() && ::inet_pton(AF_INET, group.c_str(), &groupAddress) != 1)
-        obstacle = group + " is not an address.";
-    if (!obstacle.empty()) {
+    if (error.empty() && ::inet_pton(AF_INET, group.c_str(), &groupAddress) != 1)
+        error = group + " is not an address.";
+    if (!error.empty()) {
         ::close(descriptor);
-        return {nullptr, std::move(obstacle)};
+        return {nullptr, std::move(error)};
     }
 
     if (reach == Reach::network)
-        obstacle = joinEverywhere(descriptor, groupAddress);
+        error = joinEverywhere(descriptor, groupAddress);
     const auto reader =
         std::make_shared<Reader>(context, descriptor, capacity, std::move(queue), std::move(handler));
     reader->readNext();
-    return {std::make_unique<Socket>(reader), std::move(obstacle)};
+    return {std::make_unique<Socket>(reader), std::move(error)};
 }
 
 } // namespace corvane

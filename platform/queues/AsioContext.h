@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    /// Work that waits in a loop may hold the loop itself; dropping the work first undoes that knot.
+    /// Work that waits in a loop may own the loop: dropping the work first breaks that cycle.
     struct Loop : asio::io_context {
         void shutDown() { shutdown(); }
     };
