@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 
 int main(int, char **arguments) {
     using namespace corvane;
@@ -15,6 +16,8 @@ int main(int, char **arguments) {
     Platform platform{main};
     platform.resources =
         FakeBundleResources{{{"LiveTraxSeed.template", folder / "resources/LiveTraxSeed.template"}}};
+    platform.applications = std::make_unique<FakeRunningApplications>();
+    platform.processes = std::make_unique<FakeProcessLauncher>();
     platform.defaults = std::make_unique<JsonUserDefaults>(folder / "home/.config/corvane/defaults.json");
     platform.clock = [] { return fakeWallTime; };
     const auto channel = [](const char *name, std::int32_t input) {

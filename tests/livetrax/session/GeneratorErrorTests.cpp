@@ -31,6 +31,18 @@ TEST(GeneratorError, EveryCaseReadsAsTheUserSeesIt) {
          "The app does not contain the LiveTrax base template."},
         {GeneratorError::invalidTemplate(), Case::invalidTemplate,
          "The LiveTrax base template does not contain the required mono and stereo models."},
+        {GeneratorError::sessionUnreadable("/Users/x/Gig"), Case::sessionUnreadable,
+         "The session at /Users/x/Gig cannot be read."},
+        {GeneratorError::recoveryDataPresent(), Case::recoveryDataPresent,
+         "LiveTrax was not closed properly while recording. Open the session in LiveTrax once, then press "
+         "SYNC "
+         "LV1 again."},
+        {GeneratorError::sessionNameContains("“/”"), Case::invalidSessionName,
+         "A session's name cannot contain “/”."},
+        {GeneratorError::sessionNameIs(".."), Case::invalidSessionName, "A session cannot be called “..”."},
+        {GeneratorError::sessionNameTooLong(), Case::invalidSessionName, "A session's name is too long."},
+        {GeneratorError::idsExhausted("18446744073709551615"), Case::idsExhausted,
+         "The session has no numbers left for new objects (18446744073709551615)."},
     };
     for (const Row &row : rows) {
         EXPECT_EQ(row.error.errorCase(), row.which);
