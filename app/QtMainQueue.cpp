@@ -1,5 +1,7 @@
 #include "app/QtMainQueue.h"
 
+#include "platform/queues/TaskRun.h"
+
 #include <QCoreApplication>
 #include <QEvent>
 #include <QThread>
@@ -58,7 +60,7 @@ void QtMainQueue::timerEvent(QTimerEvent *event) {
     while (!tasks.empty() && now() < end) {
         const Task task = std::move(tasks.front());
         tasks.pop_front();
-        task();
+        runTask(label(), task);
     }
     if (tasks.empty())
         turn.stop();

@@ -35,6 +35,7 @@ std::unique_ptr<Platform> makeSystem(SerialQueue &main, PosixMulticast::Reach re
     platform->defaults = makeUserDefaults();
     platform->applications = makeRunningApplications();
     platform->host = hostInformation;
+    platform->activity = makeSystemActivity();
     platform->processes = std::make_unique<PosixProcessLauncher>();
     return platform;
 }

@@ -4,6 +4,7 @@
 #include "platform/files/StandardFolders.h"
 #include "platform/files/UserDefaults.h"
 #include "platform/host/HostInformation.h"
+#include "platform/host/SystemActivity.h"
 #include "platform/net/MulticastListening.h"
 #include "platform/net/Network.h"
 #include "platform/processes/Applications.h"
@@ -36,6 +37,8 @@ struct Platform {
     WallClock clock = std::chrono::system_clock::now;
     /// Makes the DNS-SD browser of a client.
     std::function<std::unique_ptr<ServiceBrowser>()> makeServiceBrowser;
+    /// Begun while a console is linked, ended when it is not.
+    std::unique_ptr<SystemActivity> activity = std::make_unique<SystemActivity>();
     /// The rehearsal that this program takes part in; null in the real world.
     std::unique_ptr<Rehearsal> rehearsal = nullptr;
 };

@@ -1,6 +1,7 @@
 #include "platform/queues/AsioMainQueue.h"
 
 #include "platform/queues/AsioQueue.h"
+#include "platform/queues/TaskRun.h"
 
 #include <asio/executor_work_guard.hpp>
 #include <asio/signal_set.hpp>
@@ -14,7 +15,7 @@ namespace corvane {
 
 struct AsioMainQueue::Loop {
     std::shared_ptr<AsioContext> context = std::make_shared<AsioContext>();
-    AsioQueue queue{context, "Corvane.Main"};
+    AsioQueue queue{context, "Corvane.Main", AsioQueue::ThreadName::unchanged};
     asio::executor_work_guard<asio::io_context::executor_type> work = asio::make_work_guard(context->loop());
     asio::signal_set signals{context->loop()};
     std::function<void(int)> interruption;
@@ -51,7 +52,7 @@ void AsioMainQueue::run() {
     while (!loop->isQuitting && !loop->left.empty()) {
         const Task task = std::move(loop->left.front());
         loop->left.pop_front();
-        task();
+        runTask(label(), task);
     }
     if (!loop->isQuitting)
         loop->context->loop().run();

@@ -1,5 +1,7 @@
 #include "platform/queues/AsioQueue.h"
 
+#include "platform/queues/TaskRun.h"
+
 #include <asio/post.hpp>
 #include <asio/steady_timer.hpp>
 
@@ -7,6 +9,21 @@
 #include <utility>
 
 namespace corvane {
+
+/// Runs the queue's tasks on whichever thread of the loop has time.
+struct AsioQueue::Runner {
+    void run(const Task &task) const {
+        if (threadName == ThreadName::label) {
+            thread_local std::string current;
+            if (current != label)
+                nameThread(current = label);
+        }
+        runTask(label, task);
+    }
+
+    std::string label;
+    ThreadName threadName;
+};
 
 /// A task, its time, and the timer that wakes its queue then.
 struct AsioQueue::Delayed {
@@ -41,9 +58,9 @@ public:
         return false;
     }
 
-    void runFirstDue() {
+    void runFirstDue(const Runner &runner) {
         if (const auto delayed = takeFirstDue())
-            delayed->task();
+            runner.run(delayed->task);
     }
 
 private:
@@ -59,11 +76,17 @@ private:
     std::multimap<Clock::time_point, std::shared_ptr<Delayed>> waiting; ///< equal times: as they came
 };
 
-AsioQueue::AsioQueue(std::shared_ptr<AsioContext> context, std::string label)
-    : context(std::move(context)), strand(asio::make_strand(this->context->loop())), name(std::move(label)) {}
+AsioQueue::AsioQueue(std::shared_ptr<AsioContext> context, std::string label, ThreadName threadName)
+    : context(std::move(context)), strand(asio::make_strand(this->context->loop())),
+      runner(std::make_shared<const Runner>(Runner{std::move(label), threadName})) {}
+
+const std::string &AsioQueue::label() const {
+    return runner->label;
+}
 
 void AsioQueue::post(Task task) {
-    context->whileOpen([&] { asio::post(strand, std::move(task)); });
+    context->whileOpen(
+        [&] { asio::post(strand, [runner = runner, task = std::move(task)] { runner->run(task); }); });
 }
 
 DelayedTask AsioQueue::after(std::chrono::milliseconds delay, Task task) {
@@ -75,7 +98,8 @@ DelayedTask AsioQueue::after(std::chrono::milliseconds delay, Task task) {
         weakDelayed = delayed;
         weakSchedule = line;
         line->add(delayed);
-        delayed->timer.async_wait([line, delayed](const asio::error_code &) { line->runFirstDue(); });
+        delayed->timer.async_wait(
+            [line, delayed, runner = runner](const asio::error_code &) { line->runFirstDue(*runner); });
     });
     return DelayedTask([weakDelayed, weakSchedule, context = context, strand = strand] {
         const auto delayed = weakDelayed.lock();

@@ -26,7 +26,7 @@ AsioRuntime::~AsioRuntime() {
 }
 
 std::shared_ptr<SerialQueue> AsioRuntime::make(std::string label) {
-    return std::make_shared<AsioQueue>(eventLoop, std::move(label));
+    return std::make_shared<AsioQueue>(eventLoop, std::move(label), AsioQueue::ThreadName::label);
 }
 
 } // namespace corvane

@@ -78,6 +78,7 @@ FakePlatform::FakePlatform() {
     processes = give(platform.processes, std::make_unique<FakeProcessLauncher>());
     platform.host = [this] { return host; };
     platform.clock = [this] { return wallTime; };
+    activity = give(platform.activity, std::make_unique<FakeSystemActivity>());
     platform.makeServiceBrowser = [this] {
         auto made = std::make_unique<FakeServiceBrowser>();
         browser = made.get();

@@ -80,6 +80,19 @@ public:
 /// "Front of House", with two network cards.
 HostInformation fakeHost();
 
+/// Remembers whether an activity is going on, and how often one was begun.
+class FakeSystemActivity : public SystemActivity {
+public:
+    void begin() override {
+        begun += isGoingOn ? 0 : 1;
+        isGoingOn = true;
+    }
+    void end() override { isGoingOn = false; }
+
+    bool isGoingOn = false;
+    int begun = 0;
+};
+
 /// 2026-01-31T18:04:05.250Z
 constexpr std::chrono::system_clock::time_point fakeWallTime{std::chrono::milliseconds{1769882645250}};
 
@@ -97,6 +110,7 @@ public:
     FakeUserDefaults *defaults;
     FakeRunningApplications *applications;
     FakeProcessLauncher *processes;
+    FakeSystemActivity *activity;
     /// The browser made last; null before one was made. Owned by whoever asked for it.
     FakeServiceBrowser *browser = nullptr;
 

@@ -7,6 +7,8 @@
 #include <atomic>
 #include <csignal>
 #include <future>
+#include <pthread.h>
+#include <stdexcept>
 #include <thread>
 
 namespace corvane {
@@ -17,6 +19,59 @@ using namespace std::chrono_literals;
 TEST(AsioQueue, HasTheLabelItWasMadeWith) {
     AsioRuntime runtime;
     EXPECT_EQ(runtime.make("Corvane.Network")->label(), "Corvane.Network");
+}
+
+#ifdef __linux__
+TEST(AsioQueue, ItsThreadBearsItsLabelAsFarAsTheSystemHasRoomForIt) {
+    AsioRuntime runtime(1);
+    const auto network = runtime.make("Corvane.Network");
+    const auto remote = runtime.make("Corvane.LiveTraxOSC");
+    const auto nameOn = [](SerialQueue &queue) {
+        std::promise<std::string> name;
+        queue.after(1ms, [&] {
+            char text[16] = {};
+            ::pthread_getname_np(::pthread_self(), text, sizeof text);
+            name.set_value(text);
+        });
+        return name.get_future().get();
+    };
+    EXPECT_EQ(nameOn(*network), "Corvane.Network");
+    EXPECT_EQ(nameOn(*remote), "Corvane.LiveTra");
+    EXPECT_EQ(nameOn(*network), "Corvane.Network");
+}
+#endif
+
+TEST(AsioQueueDeathTest, ATaskThatThrowsStopsTheProgramWhichSaysWhereAndWhat) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    const auto failing = [] { throw std::runtime_error("no such thing"); };
+    EXPECT_DEATH(
+        {
+            AsioRuntime runtime;
+            const auto queue = runtime.make("Corvane.Test");
+            queue->post(failing);
+            std::promise<void>().get_future().wait();
+        },
+        "the queue \"Corvane.Test\" has thrown: no such thing");
+    EXPECT_DEATH(
+        {
+            AsioMainQueue main;
+            main.after(1ms, failing);
+            main.run();
+        },
+        "the queue \"Corvane.Main\" has thrown: no such thing");
+}
+
+TEST(AsioMainQueue, LeavesTheMainThreadItsName) {
+    char before[16] = {};
+    char during[16] = {};
+    ::pthread_getname_np(::pthread_self(), before, sizeof before);
+    AsioMainQueue main;
+    main.post([&] {
+        ::pthread_getname_np(::pthread_self(), during, sizeof during);
+        main.quit();
+    });
+    main.run();
+    EXPECT_STREQ(during, before);
 }
 
 TEST(AsioQueue, RunsTasksOneAtATimeInTheOrderOfPosting) {

@@ -95,6 +95,21 @@ enum : NSSearchPathDomainMask { NSUserDomainMask = 1 };
 @property(readonly) NSString *localizedName;
 @end
 
+typedef unsigned long long NSActivityOptions;
+enum : NSActivityOptions {
+    NSActivityIdleSystemSleepDisabled = 1ULL << 20,
+    NSActivityUserInitiated = 0x00FFFFFFULL | NSActivityIdleSystemSleepDisabled,
+    NSActivityUserInitiatedAllowingIdleSystemSleep =
+        NSActivityUserInitiated & ~NSActivityIdleSystemSleepDisabled,
+    NSActivityLatencyCritical = 0xFF00000000ULL
+};
+
+@interface NSProcessInfo : NSObject
+@property(class, readonly) NSProcessInfo *processInfo;
+- (id)beginActivityWithOptions:(NSActivityOptions)options reason:(NSString *)reason;
+- (void)endActivity:(id)activity;
+@end
+
 @interface NSAttributedString : NSObject
 - (instancetype)initWithString:(NSString *)text attributes:(NSDictionary<NSString *, id> *)attributes;
 @end
