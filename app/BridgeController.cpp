@@ -255,9 +255,7 @@ void BridgeController::connectToSelectedHost() {
     }
     const auto index = static_cast<std::size_t>(selected);
     if (index < endpoints.size()) {
-        const LV1Endpoint endpoint = endpoints[index];
-        client->multicastEndpoint = endpoint;
-        client->connect(endpoint.host, endpoint.port);
+        client->connect(LV1Endpoint(endpoints[index]));
     } else if (index < services.size()) {
         client->connect(services[index]);
     } else {

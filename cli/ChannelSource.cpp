@@ -15,7 +15,7 @@ void ChannelSource::obtain(std::function<void(const Channels &)> onChannels,
         return;
     }
     reader = std::make_shared<PatchReader>(surroundings.platform, surroundings.output, source,
-                                           PatchReader::defaultPatience);
+                                           PatchReader::defaultTimeout);
     reader->onPatch = std::move(onChannels);
     reader->onFailure = std::move(onFailure);
     reader->start();

@@ -35,6 +35,7 @@ public:
         hosts.push_back({{}, service});
         service->resolve(LV1Client::resolveTimeout);
     }
+    void didRemove(NetService &) override {} // it was heard
     void didResolveAddress(NetService &) override {}
     void didNotResolve(NetService &) override {}
 

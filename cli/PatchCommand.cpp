@@ -51,7 +51,7 @@ private:
     void start() override {
         const Options &options = surroundings.options;
         reader = std::make_shared<PatchReader>(surroundings.platform, surroundings.output, options.source,
-                                               options.duration.value_or(PatchReader::defaultPatience));
+                                               options.duration.value_or(PatchReader::defaultTimeout));
         reader->onFailure = [this](const Outcome &outcome) { end(outcome); };
         reader->onPatch = [this](const std::vector<LV1Channel> &channels) {
             guarded([&] { report(channels); });

@@ -4,9 +4,6 @@
 #include "lv1/HostChoice.h"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
-#include <string_view>
 #include <utility>
 
 namespace corvane::cli {
@@ -19,37 +16,26 @@ constexpr auto silenceAfterPatch = 300ms;
 /// A console that never falls silent (somebody plays with its colours) is not waited for longer than this.
 constexpr auto longestSettling = 5s;
 
-/// How the statuses begin that are the last ones of a link. An interruption is not: an error follows it.
-constexpr std::string_view closing = "LV1 closed the connection.";
-constexpr std::array<std::string_view, 3> endings = {"Connection error: ", closing, "Invalid LV1 port"};
-
-bool begins(const std::string &status, std::string_view with) {
-    return status.rfind(with, 0) == 0;
-}
-
-bool isEnding(const std::string &status) {
-    return std::any_of(endings.begin(), endings.end(),
-                       [&](std::string_view ending) { return begins(status, ending); });
-}
-
 } // namespace
 
 PatchReader::PatchReader(Platform &platform, Output &output, ChannelSourceOptions source,
-                         std::chrono::milliseconds patience)
-    : platform(platform), output(output), source(std::move(source)), patience(patience) {}
+                         std::chrono::milliseconds timeout)
+    : platform(platform), output(output), source(std::move(source)), timeout(timeout) {}
 
 void PatchReader::start() {
     client = LV1Client::make(platform);
     wireClient();
-    patienceEnd =
-        platform.main.after(patience, weakly(weak_from_this(), [](PatchReader &reader) { reader.giveUp(); }));
+    deadline =
+        platform.main.after(timeout, weakly(weak_from_this(), [](PatchReader &reader) { reader.giveUp(); }));
     beginConnecting(*client, source);
+    if (source.host && client && !client->connection)
+        fail(lastStatus); // no address to connect to
 }
 
 void PatchReader::stop() {
     onPatch = nullptr;
     onFailure = nullptr;
-    patienceEnd.cancel();
+    deadline.cancel();
     silence.cancel();
     if (auto leaving = std::exchange(client, nullptr))
         leaving->stop();
@@ -63,31 +49,18 @@ void PatchReader::wireClient() {
                 action(*reader, what);
         };
     };
-    client->onStatus = wire([](PatchReader &reader, const std::string &text) { reader.heardStatus(text); });
+    client->onStatus = wire([](PatchReader &reader, const std::string &text) {
+        reader.lastStatus = text;
+        reader.output.progress(text);
+    });
     client->onServices =
         wire([](PatchReader &reader, const auto &services) { reader.heardServices(services); });
-    client->onPatch = wire([](PatchReader &reader, const Channels &) {
-        if (!std::exchange(reader.patchCame, true))
-            reader.latestEnd = reader.platform.main.now() + longestSettling;
+    client->onEndpoints = wire([](PatchReader &reader, const std::vector<LV1Endpoint> &endpoints) {
+        if (endpoints.size() > 1)
+            reader.fail(LV1Client::severalHostsStatus);
     });
-    client->onChannels = wire([](PatchReader &reader, const Channels &list) {
-        reader.channels = list;
-        reader.waitForSilence();
-    });
-    client->onScene = wire([](PatchReader &reader, const std::string &) { reader.waitForSilence(); });
-    client->onConnectionState = wire([](PatchReader &reader, bool) { reader.waitForSilence(); });
-    const auto other = wire([](PatchReader &reader, std::nullptr_t) { reader.waitForSilence(); });
-    client->onOtherMessage = [other] { other(nullptr); };
-}
-
-void PatchReader::heardStatus(const std::string &text) {
-    lastStatus = text;
-    output.progress(text);
-    if (patchCame && begins(text, closing))
-        return finishAfter(0ms); // in order: all that it had to say is there
-    const bool several = client->endpoints.size() > 1 && text == LV1Client::severalHostsStatus;
-    if (several || isEnding(text))
-        fail(text);
+    client->onLinkEvent =
+        wire([](PatchReader &reader, const LV1LinkEvent &event) { reader.happened(event); });
 }
 
 void PatchReader::heardServices(const std::vector<std::shared_ptr<NetService>> &services) {
@@ -97,6 +70,24 @@ void PatchReader::heardServices(const std::vector<std::shared_ptr<NetService>> &
         fail(*text);
 }
 
+void PatchReader::happened(const LV1LinkEvent &event) {
+    if (std::holds_alternative<lv1::Introduced>(event))
+        return; // our own word
+    if (std::holds_alternative<lv1::Failed>(event))
+        return fail(lastStatus);
+    if (std::holds_alternative<lv1::Closed>(event))
+        return patchCame ? finishAfter(0ms) : fail(lastStatus); // in order: all that it had to say is there
+    if (const auto *patch = std::get_if<lv1::Patch>(&event)) {
+        channels = *patch->channels;
+        if (!std::exchange(patchCame, true))
+            latestEnd = platform.main.now() + longestSettling;
+    } else if (const auto *colours = std::get_if<lv1::Colours>(&event)) {
+        channels = *colours->channels;
+    }
+    waitForSilence();
+}
+
+/// The console said something: its silence begins anew.
 void PatchReader::waitForSilence() {
     if (!patchCame)
         return;

@@ -21,10 +21,10 @@ public:
     using Channels = std::vector<LV1Channel>;
 
     /// How long to wait for the first patch.
-    static constexpr std::chrono::seconds defaultPatience{10};
+    static constexpr std::chrono::seconds defaultTimeout{10};
 
     PatchReader(Platform &platform, Output &output, ChannelSourceOptions source,
-                std::chrono::milliseconds patience);
+                std::chrono::milliseconds timeout);
 
     /// Exactly one of the two is called, once; set before `start`.
     std::function<void(const Channels &)> onPatch;
@@ -36,9 +36,8 @@ public:
 
 private:
     void wireClient();
-    void heardStatus(const std::string &text);
     void heardServices(const std::vector<std::shared_ptr<NetService>> &services);
-    /// Something came from the console: its silence begins anew.
+    void happened(const LV1LinkEvent &event);
     void waitForSilence();
     void finishAfter(std::chrono::milliseconds delay);
     void giveUp();
@@ -48,9 +47,9 @@ private:
     Platform &platform;
     Output &output;
     ChannelSourceOptions source;
-    std::chrono::milliseconds patience;
+    std::chrono::milliseconds timeout;
     std::shared_ptr<LV1Client> client;
-    DelayedTask patienceEnd;
+    DelayedTask deadline;
     DelayedTask silence;
     SerialQueue::Clock::time_point latestEnd;
     bool patchCame = false;

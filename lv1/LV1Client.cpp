@@ -1,19 +1,28 @@
 #include "lv1/LV1Client.h"
 
+#include "base/Text.h"
 #include "lv1/LV1Link.h"
 #include "osc/OSCMessage.h"
 
 #include <algorithm>
 #include <chrono>
 #include <set>
+#include <string_view>
 #include <utility>
 
 namespace corvane {
+
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr const char *deviceIdentifierKey = "CorvaneDeviceID";
 constexpr int highestPort = 65'535;
+/// A service whose link has failed is looked up anew, but not when that was the case just before: what
+/// answers differently each time must not have us connect for ever.
+constexpr auto nextMoveDelay = 30s;
+/// Each report of services takes time that grows with their number; so does the pause between two reports.
+constexpr std::size_t servicesPerMillisecond = 10;
 
 /// The port and host name of a service that has been resolved; none of another.
 std::optional<std::pair<std::string, std::uint16_t>> address(const NetService &service) {
@@ -22,6 +31,26 @@ std::optional<std::pair<std::string, std::uint16_t>> address(const NetService &s
     if (!host || port < 1 || port > highestPort)
         return std::nullopt;
     return std::pair(*host, static_cast<std::uint16_t>(port));
+}
+
+bool isNumeric(std::string_view host) {
+    return host.find(':') != std::string_view::npos ||
+           host.find_first_not_of("0123456789.") == std::string_view::npos;
+}
+
+/// Host names are the same in any case and with or without the final dot.
+bool isSameHost(std::string_view one, std::string_view other) {
+    const auto withoutDot = [](std::string_view name) {
+        return name.ends_with('.') ? name.substr(0, name.size() - 1) : name;
+    };
+    return equalIgnoringCase(withoutDot(one), withoutDot(other));
+}
+
+std::string syncedText(const std::vector<LV1Channel> &channels) {
+    std::size_t inputs = 0;
+    for (const auto &channel : channels)
+        inputs += channel.stereo() ? 2 : 1;
+    return "Synced: " + std::to_string(channels.size()) + " tracks / " + std::to_string(inputs) + " inputs";
 }
 
 } // namespace
@@ -68,22 +97,28 @@ void LV1Client::connect(const LV1Endpoint &endpoint) {
 }
 
 void LV1Client::connect(const std::shared_ptr<NetService> &service) {
-    if (const auto place = address(*service)) {
-        open(place->first, place->second);
-        return;
-    }
     // A copy: whoever is told may let go of the service, or of this.
     const auto asked = service; // NOLINT(performance-unnecessary-copy-initialization)
+    if (const auto place = address(*asked)) {
+        open(place->first, place->second);
+        linkedService = asked->name();
+        return;
+    }
     report("LV1 has not published its address yet");
     asked->resolve(resolveTimeout);
 }
 
 void LV1Client::open(const std::string &host, std::uint16_t port) {
     disconnect();
-    connection = std::make_shared<LV1Link>(platform.main, queue, weak_from_this(),
-                                           platform.network->makeStream(host, port, queue));
-    destination.emplace(host, port);
-    connection->start();
+    linkedService.clear();
+    ++linkCount;
+    destination = Destination{host, port};
+    connection = std::make_shared<LV1Link>(platform.main, queue,
+                                           platform.network->makeStream(host, port, queue), traffic);
+    connection->start([client = weak_from_this(), link = std::weak_ptr(connection)](const auto &event) {
+        if (const auto owner = client.lock())
+            owner->linkTold(link, event);
+    });
 }
 
 void LV1Client::disconnect() {
@@ -91,63 +126,112 @@ void LV1Client::disconnect() {
         connection->leave();
     connection.reset();
     destination.reset();
+    awaitedEndpoint.reset();
 }
 
 void LV1Client::stop() {
     browser->stop();
     multicast->stop();
+    resolved.clear();
     disconnect();
 }
 
 bool LV1Client::leadsTo(const NetService &service) const {
-    return destination && destination == address(service);
+    const auto place = address(service);
+    return destination && place && destination->host == place->first && destination->port == place->second;
 }
 
 bool LV1Client::leadsTo(const LV1Endpoint &endpoint) const {
-    return destination == std::pair(endpoint.host, endpoint.port);
+    return destination && destination->port == endpoint.port &&
+           (isSameHost(destination->host, endpoint.host) || destination->peerAddress == endpoint.host);
 }
 
-// What the link reports
+// What happens on the link
 
-bool LV1Client::isCurrent(const std::weak_ptr<LV1Link> &link) const {
-    return connection && connection == link.lock();
-}
-
-void LV1Client::linkChanged(const std::weak_ptr<LV1Link> &link, ConnectionState state,
-                            const std::string &error) {
-    if (state == ConnectionState::cancelled)
+void LV1Client::linkTold(const std::weak_ptr<LV1Link> &link, const LV1LinkEvent &event) {
+    const auto self = shared_from_this();
+    if (std::holds_alternative<lv1::Cancelled>(event))
         report("Disconnected"); // also of a link that was left for another one
-    else if (!isCurrent(link))
+    else if (!connection || connection != link.lock())
         return;
-    else if (state == ConnectionState::ready)
-        linkIsReady();
-    else if (state == ConnectionState::failed)
-        linkFailed(error);
+    std::visit([this](const auto &what) { happened(what); }, event);
+    if (onLinkEvent)
+        onLinkEvent(event);
 }
 
-void LV1Client::linkIsReady() {
+void LV1Client::happened(const lv1::Ready &ready) {
     const auto link = connection;
+    destination->peerAddress = ready.peer;
     if (onConnectionState)
         onConnectionState(false); // up, but not yet accepted
     report("Conectado. Negociando con LV1…");
-    // A callback may have turned to another host.
-    if (connection != link)
-        return;
-    link->greet();
-    link->introduceLater();
+    if (connection == link)
+        decideOnAwaited();
+    // A callback may have turned to another host, and so may an announcement.
+    if (connection == link)
+        link->begin(introduction());
 }
 
-void LV1Client::linkFailed(const std::string &error) {
-    multicastEndpoint.reset();
+/// The console knows the identifier now: it is kept.
+void LV1Client::happened(const lv1::Introduced &) {
+    if (platform.defaults->string(deviceIdentifierKey).value_or("").empty())
+        platform.defaults->set(deviceIdentifierKey, identifier);
+}
+
+void LV1Client::happened(const lv1::Accepted &) {
+    ++acceptedCount;
+    if (destination)
+        destination->isAccepted = true;
+    if (onConnectionState)
+        onConnectionState(true);
+    report("LV1 conectado. Esperando el patch…");
+}
+
+void LV1Client::happened(const lv1::Patch &patch) {
+    report(syncedText(*patch.channels));
+    if (onPatch)
+        onPatch(*patch.channels);
+    if (onChannels)
+        onChannels(*patch.channels);
+}
+
+void LV1Client::happened(const lv1::Colours &colours) {
+    if (onChannels)
+        onChannels(*colours.channels);
+}
+
+void LV1Client::happened(const lv1::Scene &scene) {
+    if (onScene)
+        onScene(scene.name);
+}
+
+void LV1Client::happened(const lv1::Closed &) {
     destination.reset();
     if (onConnectionState)
         onConnectionState(false);
-    report("Connection error: " + error);
+    report("LV1 closed the connection. Disconnect Tracks Live and press SYNC LV1.");
 }
 
-/// Who this computer is: its name, a lasting identifier and its Ethernet addresses. The identifier is made
-/// and kept when it is asked for first, which is when a console is told.
-OSCMessage LV1Client::introduction() const {
+void LV1Client::happened(const lv1::Interrupted &interruption) {
+    destination.reset();
+    report("Connection interrupted: " + interruption.error);
+}
+
+void LV1Client::happened(const lv1::Failed &failure) {
+    multicastEndpoint.reset();
+    destination.reset();
+    const auto link = connection;
+    if (onConnectionState)
+        onConnectionState(false);
+    report("Connection error: " + failure.error);
+    if (connection != link)
+        return;
+    resolveAnew();
+    decideOnAwaited();
+}
+
+/// Who this computer is: its name, a lasting identifier and its Ethernet addresses.
+OSCMessage LV1Client::introduction() {
     const HostInformation host = platform.host();
     const auto &listed = host.ethernetAddresses;
     std::string addresses;
@@ -157,35 +241,51 @@ OSCMessage LV1Client::introduction() const {
             {host.localizedName.value_or("Corvane"), deviceIdentifier(host.newUUID), std::move(addresses)}};
 }
 
-std::string LV1Client::deviceIdentifier(const std::string &newUUID) const {
-    if (auto known = platform.defaults->string(deviceIdentifierKey))
+/// The one that is kept, else one that is made once a run.
+std::string LV1Client::deviceIdentifier(const std::string &newUUID) {
+    if (const auto known = platform.defaults->string(deviceIdentifierKey); known && !known->empty())
         return *known;
-    std::string identifier;
-    for (const char c : newUUID) {
-        if (c != '-')
-            identifier += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    if (identifier.empty()) {
+        for (const char c : newUUID) {
+            if (c != '-')
+                identifier += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        }
     }
-    platform.defaults->set(deviceIdentifierKey, identifier);
     return identifier;
 }
 
 // Discovery
 
 void LV1Client::startDiscovery() {
-    const auto self = shared_from_this(); // as above
+    const auto self = shared_from_this();
     services.clear();
     endpoints.clear();
+    resolved.clear();
     multicastEndpoint.reset();
+    awaitedEndpoint.reset();
     report("Buscando LV1 V17…");
     multicast->start();
     browser->search(serviceType, serviceDomain);
 }
 
+std::vector<std::shared_ptr<NetService>>::iterator LV1Client::listed(const NetService &service) {
+    return std::find_if(services.begin(), services.end(),
+                        [&](const auto &each) { return each.get() == &service; });
+}
+
 void LV1Client::didFind(std::shared_ptr<NetService> service, bool moreComing) {
-    services.push_back(service);
-    service->resolve(resolveTimeout);
+    if (services.size() < mostHosts) {
+        services.push_back(service);
+        service->resolve(resolveTimeout);
+    }
     if (!moreComing)
         announceServices();
+}
+
+/// Not reported: of two services the other one would be the sole one, and connected to while nobody asked.
+void LV1Client::didRemove(NetService &service) {
+    if (const auto found = listed(service); found != services.end())
+        services.erase(found);
 }
 
 void LV1Client::announceServices() const {
@@ -195,30 +295,96 @@ void LV1Client::announceServices() const {
 }
 
 void LV1Client::didResolveAddress(NetService &service) {
+    const auto found = listed(service);
+    if (found == services.end())
+        return;
+    if (!destination && service.name() == linkedService)
+        movedAt = platform.main.now();
+    resolved.push_back(*found);
+    if (resolved.size() == 1)
+        platform.main.after(std::chrono::milliseconds(services.size() / servicesPerMillisecond),
+                            weakly(weak_from_this(), [](LV1Client &client) { client.announceResolved(); }));
+}
+
+/// One report of the list for all that were resolved in the meantime.
+void LV1Client::announceResolved() {
+    const auto reported = std::exchange(resolved, {});
+    if (reported.empty()) // searched anew
+        return;
     announceServices();
-    report("LV1 found: " + service.name());
+    for (const auto &service : reported)
+        report("LV1 found: " + service->name());
 }
 
 void LV1Client::didNotResolve(NetService &service) {
     report("Could not resolve " + service.name());
 }
 
+/// The service that could not be connected to may be elsewhere by now, without having said so.
+void LV1Client::resolveAnew() {
+    if (linkedService.empty() || (movedAt && platform.main.now() - *movedAt < nextMoveDelay))
+        return;
+    const auto found = std::find_if(services.begin(), services.end(),
+                                    [&](const auto &each) { return each->name() == linkedService; });
+    if (found != services.end())
+        (*found)->resolveAnew(resolveTimeout);
+}
+
 void LV1Client::heard(const LV1Endpoint &endpoint) {
-    if (endpoints.size() < mostHosts &&
-        std::find(endpoints.begin(), endpoints.end(), endpoint) == endpoints.end()) {
+    const bool isNews = endpoints.size() < mostHosts &&
+                        std::find(endpoints.begin(), endpoints.end(), endpoint) == endpoints.end();
+    if (isNews) {
         endpoints.push_back(endpoint);
         if (onEndpoints)
             onEndpoints(std::vector(endpoints));
     }
     if (multicastEndpoint == endpoint)
         return;
-    if (endpoints.size() == 1) {
+    const bool isSole = endpoints.size() == 1;
+    if (!multicastEndpoint && leadsTo(endpoint)) { // found by Bonjour, or named, before
+        multicastEndpoint = endpoint;
+        report("LV1 found: " + endpoint.name);
+    } else if (isSole && mayLeadTo(endpoint)) {
+        awaitedEndpoint = endpoint;
+    } else if (isSole) {
         multicastEndpoint = endpoint;
         report("LV1 found: " + endpoint.name);
         connect(endpoint.host, endpoint.port);
-        return;
+    } else if (isNews || !destination || !destination->isAccepted) {
+        report(severalHostsStatus);
     }
-    report(severalHostsStatus);
+}
+
+/// Whether a link is being opened to a name whose address, not known yet, may be the one announced.
+bool LV1Client::mayLeadTo(const LV1Endpoint &endpoint) const {
+    return destination && destination->peerAddress.empty() && !isNumeric(destination->host) &&
+           destination->port == endpoint.port;
+}
+
+void LV1Client::decideOnAwaited() {
+    if (const auto endpoint = std::exchange(awaitedEndpoint, std::nullopt))
+        heard(*endpoint);
+}
+
+// Counting
+
+/// Each queue in turn adds what it has counted.
+void LV1Client::askCounters(std::function<void(const LV1Counters &)> told) const {
+    LV1Counters counters;
+    counters.links = linkCount;
+    counters.accepted = acceptedCount;
+    queue->post([&main = platform.main, queue = queue, traffic = traffic, multicast = multicast, counters,
+                 told = std::move(told)]() mutable {
+        counters.traffic = *traffic;
+        if (traffic->lastMessage)
+            counters.sinceLastMessage =
+                std::chrono::duration_cast<std::chrono::milliseconds>(queue->now() - *traffic->lastMessage);
+        multicast->count([&main, counters,
+                          told = std::move(told)](const LV1Counters::Announcements &announcements) mutable {
+            counters.announcements = announcements;
+            main.post([counters, told = std::move(told)] { told(counters); });
+        });
+    });
 }
 
 } // namespace corvane

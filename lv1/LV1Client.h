@@ -1,7 +1,9 @@
 #pragma once
 
 #include "lv1/LV1Channel.h"
+#include "lv1/LV1Counters.h"
 #include "lv1/LV1Endpoint.h"
+#include "lv1/LV1LinkEvent.h"
 #include "lv1/LV1MulticastDiscovery.h"
 #include "platform/Platform.h"
 
@@ -12,7 +14,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace corvane {
@@ -30,8 +31,8 @@ public:
     static constexpr const char *serviceType = "_waveslv113._tcp.";
     static constexpr const char *serviceDomain = "local.";
     static constexpr std::chrono::seconds resolveTimeout{5};
-    /// Hosts that are listed: many times what any network has, and a bound for what a hostile sender can
-    /// fill.
+    /// Hosts that are listed, of either way: many times what any network has, and a bound for what a hostile
+    /// sender can fill.
     static constexpr std::size_t mostHosts = 1'000;
     /// The status when more than one host was heard and a person has to choose.
     static constexpr const char *severalHostsStatus =
@@ -51,8 +52,9 @@ public:
     std::function<void(const std::string &name)> onScene;
     std::function<void(const std::vector<std::shared_ptr<NetService>> &)> onServices;
     std::function<void(const std::vector<LV1Endpoint> &)> onEndpoints;
-    /// The console said something that causes none of the above: a ping, say, or a colour of another group.
-    std::function<void()> onOtherMessage;
+    /// Everything that happens on the current link, for those who decide on it; called after what it causes
+    /// of the above.
+    std::function<void(const LV1LinkEvent &)> onLinkEvent;
 
     /// Searches both ways, by Bonjour and by multicast, from empty lists.
     void startDiscovery();
@@ -65,6 +67,8 @@ public:
     void stop();
     /// Leaves the host; searching goes on.
     void disconnect();
+    /// Gathers what has been counted so far and tells it on the main queue.
+    void askCounters(std::function<void(const LV1Counters &)> told) const;
 
     std::unique_ptr<ServiceBrowser> browser;
     std::shared_ptr<LV1MulticastDiscovery> multicast;
@@ -77,6 +81,7 @@ public:
     std::optional<LV1Endpoint> multicastEndpoint;
 
     void didFind(std::shared_ptr<NetService> service, bool moreComing) override;
+    void didRemove(NetService &service) override;
     void didResolveAddress(NetService &service) override;
     void didNotResolve(NetService &service) override;
 
@@ -85,25 +90,60 @@ public:
     bool leadsTo(const LV1Endpoint &endpoint) const;
 
 private:
-    friend class LV1Link;
+    /// What is known of the current link until it ends.
+    struct Destination {
+        std::string host;
+        std::uint16_t port = 0;
+        std::string peerAddress = {}; ///< numeric; empty before the connection stands
+        bool isAccepted = false;
+    };
 
     explicit LV1Client(Platform &platform);
     void report(const std::string &status) const;
     void open(const std::string &host, std::uint16_t port);
+
     /// What an accepted announcement causes.
     void heard(const LV1Endpoint &endpoint);
+    bool mayLeadTo(const LV1Endpoint &endpoint) const;
+    void decideOnAwaited();
+    std::vector<std::shared_ptr<NetService>>::iterator listed(const NetService &service);
     void announceServices() const;
-    void linkChanged(const std::weak_ptr<LV1Link> &link, ConnectionState state, const std::string &error);
-    void linkIsReady();
-    void linkFailed(const std::string &error);
-    bool isCurrent(const std::weak_ptr<LV1Link> &link) const;
-    OSCMessage introduction() const;
-    std::string deviceIdentifier(const std::string &newUUID) const;
+    void announceResolved();
+    void resolveAnew();
+
+    void linkTold(const std::weak_ptr<LV1Link> &link, const LV1LinkEvent &event);
+    void happened(const lv1::Ready &ready);
+    void happened(const lv1::Introduced &);
+    void happened(const lv1::Accepted &);
+    void happened(const lv1::Patch &patch);
+    void happened(const lv1::Colours &colours);
+    void happened(const lv1::Scene &scene);
+    void happened(const lv1::Other &) {}
+    void happened(const lv1::Closed &);
+    void happened(const lv1::Interrupted &interruption);
+    void happened(const lv1::Failed &failure);
+    void happened(const lv1::Cancelled &) {}
+
+    OSCMessage introduction();
+    std::string deviceIdentifier(const std::string &newUUID);
 
     Platform &platform;
     std::shared_ptr<SerialQueue> queue;
     /// Where the current link leads to; none once it has ended.
-    std::optional<std::pair<std::string, std::uint16_t>> destination;
+    std::optional<Destination> destination;
+    /// The service that the last link was opened to, by its name; empty when it was opened otherwise.
+    std::string linkedService;
+    /// An announced host that may be the one that is being connected to by its name: decided when the
+    /// name's address is known.
+    std::optional<LV1Endpoint> awaitedEndpoint;
+    /// The services that were resolved and not yet reported.
+    std::vector<std::shared_ptr<NetService>> resolved;
+    /// When a service whose link had failed was last found at another address.
+    std::optional<SerialQueue::Clock::time_point> movedAt;
+    std::string identifier; ///< of this computer; empty before it was asked for
+    std::uint64_t linkCount = 0;
+    std::uint64_t acceptedCount = 0;
+    std::shared_ptr<LV1Counters::Traffic> traffic = std::make_shared<LV1Counters::Traffic>();
 };
 
 } // namespace corvane

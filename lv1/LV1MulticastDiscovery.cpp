@@ -18,7 +18,7 @@ constexpr const char *announcedService = "_waveslv113._tcp";
 constexpr std::size_t announcementValues = 13;
 constexpr std::int32_t highestPort = 65'535;
 /// Many times what real hosts announce while the main queue does something else, and a bound for a flood.
-constexpr std::size_t mostUntold = 256;
+constexpr std::size_t mostQueued = 256;
 
 } // namespace
 
@@ -28,23 +28,27 @@ LV1MulticastDiscovery::LV1MulticastDiscovery(SerialQueue &main, std::shared_ptr<
 
 void LV1MulticastDiscovery::start() {
     stop();
-    const auto heard = [&main = main, queue = queue, backlog = backlog,
+    const auto heard = [&main = main, queue = queue, hearing = hearing,
                         discovery = weak_from_this()](const Bytes &datagram) {
-        if (backlog->untold >= mostUntold)
-            return;
-        auto endpoint = announcement(datagram);
+        auto endpoint = hearing->queued < mostQueued ? announcement(datagram) : std::nullopt;
+        auto &counted = hearing->counted;
+        ++(hearing->queued >= mostQueued ? counted.dropped : endpoint ? counted.heard : counted.refused);
         if (!endpoint)
             return;
-        ++backlog->untold;
-        main.post([queue, backlog, discovery, endpoint = std::move(*endpoint)] {
+        ++hearing->queued;
+        main.post([queue, hearing, discovery, endpoint = std::move(*endpoint)] {
             if (const auto listener = discovery.lock())
                 listener->announce(endpoint);
-            queue->post([backlog] { --backlog->untold; });
+            queue->post([hearing] { --hearing->queued; });
         });
     };
     auto opened = listening.open(group, groupPort, longestDatagram, queue, heard);
     socket = std::move(opened.socket);
     obstacleText = std::move(opened.obstacle);
+}
+
+void LV1MulticastDiscovery::count(std::function<void(const LV1Counters::Announcements &)> told) const {
+    queue->post([hearing = hearing, told = std::move(told)] { told(hearing->counted); });
 }
 
 void LV1MulticastDiscovery::announce(const LV1Endpoint &endpoint) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "lv1/LV1Counters.h"
 #include "lv1/LV1Endpoint.h"
 #include "platform/net/MulticastListening.h"
 
@@ -25,6 +26,8 @@ public:
     /// Listens afresh. When the socket cannot be had it hears nothing, silently.
     void start();
     void stop();
+    /// Calls `told` on "Corvane.Discovery" with what was counted since this was made. Any thread.
+    void count(std::function<void(const LV1Counters::Announcements &)> told) const;
     /// What keeps announcements from being heard since the last `start`; empty when nothing does.
     const std::string &obstacle() const { return obstacleText; }
 
@@ -32,9 +35,10 @@ public:
     static std::optional<LV1Endpoint> announcement(const Bytes &datagram);
 
 private:
-    /// Announcements that the main queue has not been told of yet. Belongs to "Corvane.Discovery".
-    struct Backlog {
-        std::size_t untold = 0;
+    /// Belongs to "Corvane.Discovery".
+    struct Hearing {
+        std::size_t queued = 0; ///< announcements on their way to the main queue
+        LV1Counters::Announcements counted;
     };
 
     void announce(const LV1Endpoint &endpoint) const;
@@ -42,7 +46,7 @@ private:
     SerialQueue &main;
     std::shared_ptr<SerialQueue> queue;
     MulticastListening &listening;
-    std::shared_ptr<Backlog> backlog = std::make_shared<Backlog>();
+    std::shared_ptr<Hearing> hearing = std::make_shared<Hearing>();
     std::unique_ptr<MulticastSocket> socket;
     std::string obstacleText;
 };

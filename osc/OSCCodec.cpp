@@ -19,9 +19,7 @@ namespace {
 
 static_assert(std::numeric_limits<float>::is_iec559 && std::numeric_limits<double>::is_iec559);
 
-constexpr std::size_t frameHeaderSize = 12;
 constexpr std::uint32_t frameKind = 2;
-constexpr std::uint32_t longestPayload = 1'999'999;
 
 template <class Unsigned>
 constexpr Unsigned swappedOnLittleEndian(Unsigned value) {
@@ -313,20 +311,31 @@ OSCCodec::Bytes OSCCodec::frame(ByteView payload) {
     return bytes;
 }
 
-std::vector<OSCMessage> OSCCodec::readFrames(Bytes &buffer) {
+std::vector<OSCMessage> OSCCodec::readFrames(Bytes &buffer, std::size_t *frames) {
     std::vector<OSCMessage> messages;
     const ByteView all(buffer);
     std::size_t offset = 0;
-    while (remains(all, offset, frameHeaderSize)) {
+    std::size_t count = 0;
+    while (remains(all, offset, frameHeaderSize) && !isRefused(all.subspan(offset))) {
         const std::size_t length = load<std::uint32_t>(all.data() + offset);
-        if (length == 0 || length > longestPayload || !remains(all, offset, frameHeaderSize + length))
+        if (!remains(all, offset, frameHeaderSize + length))
             break;
         if (auto message = parse(all.subspan(offset + frameHeaderSize, length)))
             messages.push_back(std::move(*message));
         offset += frameHeaderSize + length;
+        ++count;
     }
     buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(offset));
+    if (frames)
+        *frames = count;
     return messages;
+}
+
+bool OSCCodec::isRefused(ByteView buffer) {
+    if (buffer.size() < frameHeaderSize)
+        return false;
+    const auto length = load<std::uint32_t>(buffer.data());
+    return length == 0 || length > longestPayload;
 }
 
 std::optional<OSCMessage> OSCCodec::parse(ByteView bytes) {

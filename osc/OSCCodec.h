@@ -2,6 +2,7 @@
 
 #include "osc/OSCMessage.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
@@ -17,6 +18,10 @@ class OSCCodec {
 public:
     using Bytes = std::vector<std::uint8_t>;
     using ByteView = std::span<const std::uint8_t>;
+
+    /// The console's TCP stream, in bytes.
+    static constexpr std::size_t frameHeaderSize = 12;
+    static constexpr std::uint32_t longestPayload = 1'999'999;
 
     OSCCodec() = delete;
 
@@ -35,7 +40,10 @@ public:
     /// Removes every complete frame from the front of `buffer` and returns the messages that parse, in
     /// stream order. A header with length 0 or above 1,999,999 stays at the front for good: nothing behind
     /// it can be read. Cost grows with the bytes in the buffer, not with the number of frames.
-    static std::vector<OSCMessage> readFrames(Bytes &buffer);
+    /// `frames`, when given, becomes their number, of those that do not parse as well.
+    static std::vector<OSCMessage> readFrames(Bytes &buffer, std::size_t *frames = nullptr);
+    /// Whether a buffer begins with such a header.
+    static bool isRefused(ByteView buffer);
     /// Decodes one bare message; none when it is malformed or has a type tag outside "ihfdsTF". A text that
     /// is not valid UTF-8 reads as the empty text.
     static std::optional<OSCMessage> parse(ByteView bytes);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <list>
 #include <map>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -26,7 +27,10 @@ constexpr std::chrono::milliseconds longestPause = 30s;
 
 /// A query costs a thread and several descriptors in the daemon's library; a network full of services
 /// must not use them up. Those beyond wait in line, within their own time.
-constexpr int queriesAtOnce = 8;
+constexpr std::size_t queriesAtOnce = 8;
+
+/// Many times what any network has, and a bound for what a hostile one can fill.
+constexpr std::size_t mostServices = 1'000;
 
 constexpr std::chrono::milliseconds refreshTimeout = 5s;
 
@@ -52,11 +56,14 @@ public:
         return address ? std::optional(address->hostName) : std::nullopt;
     }
     int port() const override { return address ? address->port : -1; }
-    void resolve(std::chrono::milliseconds timeout) override;
+    void resolve(std::chrono::milliseconds timeout) override { ask(timeout, false); }
+    void resolveAnew(std::chrono::milliseconds timeout) override { ask(timeout, true); }
 
     std::optional<DNSServiceAddress> address;
 
 private:
+    void ask(std::chrono::milliseconds timeout, bool isQuiet);
+
     std::string serviceName;
     std::weak_ptr<Search> search;
 };
@@ -79,27 +86,30 @@ private:
         std::shared_ptr<Service> service;
         int presence = 0; ///< on how many interfaces and families it is there
     };
+    struct Resolution;
+    using Resolutions = std::list<Resolution>;
     struct Resolution {
         std::shared_ptr<Service> service;
-        DelayedTask timeout;
-        std::unique_ptr<DNSServiceQuery> query; ///< none while it waits
-        bool isQuiet = false;                   ///< nobody asked: only another address is worth telling
-        bool awaitsDaemon = false;
+        Resolutions *line; ///< the one it stands in
+        DelayedTask timeout = {};
+        std::unique_ptr<DNSServiceQuery> query = nullptr; ///< while it is asked
+        bool isQuiet = false;                             ///< only another address is worth telling
     };
-    using Resolutions = std::list<Resolution>;
 
     void browse();
     void awaitDaemon();
     void handle(const DNSServiceEvent &event);
     void added(const std::string &name);
+    void removed(const std::string &name);
     void failed(int error);
     void reportBurst();
     void askInTurn();
     void ask(Resolution &resolution);
-    Resolutions::iterator resolutionOf(const Service &service);
+    static void move(Resolutions::iterator resolution, Resolutions &line);
     void answered(const Service &service, const std::optional<DNSServiceAddress> &address);
     void timedOut(const Service &service);
     Resolution take(Resolutions::iterator resolution);
+    void drop(const Service &service);
     void setTimeout(Resolution &resolution, std::chrono::milliseconds timeout);
 
     SerialQueue &main;
@@ -115,12 +125,16 @@ private:
     DelayedTask retry;
     std::unique_ptr<DNSServiceQuery> waiting; ///< for the daemon
     std::chrono::milliseconds pause = shortestPause;
-    Resolutions resolutions; ///< in the order in which they were asked for
+    // In the order in which they were asked for:
+    Resolutions queued;    ///< for their turn
+    Resolutions asked;     ///< of the daemon
+    Resolutions suspended; ///< until there is a daemon
+    std::unordered_map<const Service *, Resolutions::iterator> resolutions;
 };
 
-void DNSServiceBrowser::Service::resolve(std::chrono::milliseconds timeout) {
+void DNSServiceBrowser::Service::ask(std::chrono::milliseconds timeout, bool isQuiet) {
     if (const auto owner = search.lock())
-        owner->resolve(shared_from_this(), timeout, false);
+        owner->resolve(shared_from_this(), timeout, isQuiet);
 }
 
 void DNSServiceBrowser::Search::begin(const std::string &newType, const std::string &newDomain) {
@@ -139,9 +153,11 @@ void DNSServiceBrowser::Search::stop() {
     burstEnd.cancel();
     burst.clear();
     known.clear();
-    for (const auto &resolution : resolutions)
-        resolution.timeout.cancel();
+    for (const auto &[service, resolution] : resolutions)
+        resolution->timeout.cancel();
     resolutions.clear();
+    for (auto *line : {&queued, &asked, &suspended})
+        line->clear();
     obstacle.reset();
 }
 
@@ -161,28 +177,26 @@ void DNSServiceBrowser::Search::handle(const DNSServiceEvent &event) {
     case DNSServiceEvent::Kind::started:
         obstacle.reset();
         pause = shortestPause;
-        for (auto &resolution : resolutions)
-            resolution.awaitsDaemon = false;
+        while (!suspended.empty())
+            move(suspended.begin(), queued);
         return askInTurn();
     case DNSServiceEvent::Kind::added:
         return added(event.name);
     case DNSServiceEvent::Kind::removed:
-        if (const auto found = known.find(event.name); found != known.end() && found->second.presence > 0)
-            --found->second.presence;
-        return;
+        return removed(event.name);
     case DNSServiceEvent::Kind::failed:
         return failed(event.error);
     }
 }
 
 void DNSServiceBrowser::Search::added(const std::string &name) {
-    if (name.empty() || !isValidUTF8(name))
+    if (name.empty() || !isValidUTF8(name) || (known.size() >= mostServices && !known.contains(name)))
         return;
     auto &entry = known[name];
     ++entry.presence;
     if (entry.service) {
-        // It was gone and is back, perhaps at another port. Who has it already is told only of that.
-        if (entry.presence == 1 && entry.service->address)
+        // The daemon was gone and is back. Who has the service already is told only if it is elsewhere now.
+        if (entry.presence == 1)
             resolve(entry.service, refreshTimeout, true);
         return;
     }
@@ -195,6 +209,20 @@ void DNSServiceBrowser::Search::added(const std::string &name) {
     burstEnd.cancel();
     burstEnd = main.after(std::min(burstGap, left),
                           weakly(weak_from_this(), [](Search &search) { search.reportBurst(); }));
+}
+
+void DNSServiceBrowser::Search::removed(const std::string &name) {
+    const auto found = known.find(name);
+    if (found == known.end() || found->second.presence == 0 || --found->second.presence > 0)
+        return;
+    const auto service = found->second.service;
+    known.erase(found);
+    drop(*service);
+    const auto unreported = std::find(burst.begin(), burst.end(), service);
+    if (unreported != burst.end())
+        burst.erase(unreported);
+    else if (const auto listener = delegate.lock())
+        listener->didRemove(*service);
 }
 
 void DNSServiceBrowser::Search::reportBurst() {
@@ -210,26 +238,25 @@ void DNSServiceBrowser::Search::failed(int error) {
     obstacle = obstacleText(error);
     for (auto &[name, entry] : known)
         entry.presence = 0;
-    for (auto &resolution : resolutions) {
-        resolution.query.reset();
-        resolution.awaitsDaemon = true;
-    }
+    for (auto *line : {&asked, &queued})
+        while (!line->empty())
+            move(line->begin(), suspended);
     retry = main.after(pause, weakly(weak_from_this(), [](Search &search) { search.awaitDaemon(); }));
     pause = std::min(2 * pause, longestPause);
 }
 
 void DNSServiceBrowser::Search::resolve(const std::shared_ptr<Service> &service,
                                         std::chrono::milliseconds timeout, bool isQuiet) {
-    const auto underWay = resolutionOf(*service);
+    const auto underWay = resolutions.find(service.get());
     if (underWay == resolutions.end()) {
-        auto &resolution = resolutions.emplace_back();
-        resolution.service = service;
-        resolution.isQuiet = isQuiet;
-        setTimeout(resolution, timeout);
-    } else if (underWay->isQuiet && !isQuiet) {
-        underWay->isQuiet = false;
-        underWay->timeout.cancel();
-        setTimeout(*underWay, timeout);
+        queued.push_back({service, &queued});
+        resolutions[service.get()] = std::prev(queued.end());
+        queued.back().isQuiet = isQuiet;
+        setTimeout(queued.back(), timeout);
+    } else if (auto &joined = *underWay->second; joined.isQuiet && !isQuiet) {
+        joined.isQuiet = false;
+        joined.timeout.cancel();
+        setTimeout(joined, timeout);
     }
     askInTurn();
 }
@@ -242,15 +269,9 @@ void DNSServiceBrowser::Search::setTimeout(Resolution &resolution, std::chrono::
 }
 
 void DNSServiceBrowser::Search::askInTurn() {
-    auto free = queriesAtOnce - std::count_if(resolutions.begin(), resolutions.end(),
-                                              [](const Resolution &other) { return other.query != nullptr; });
-    for (auto &resolution : resolutions) {
-        if (free <= 0)
-            return;
-        if (resolution.query || resolution.awaitsDaemon)
-            continue;
-        ask(resolution);
-        --free;
+    while (asked.size() < queriesAtOnce && !queued.empty()) {
+        move(queued.begin(), asked);
+        ask(asked.back());
     }
 }
 
@@ -263,31 +284,39 @@ void DNSServiceBrowser::Search::ask(Resolution &resolution) {
         });
 }
 
-DNSServiceBrowser::Search::Resolutions::iterator
-DNSServiceBrowser::Search::resolutionOf(const Service &service) {
-    return std::find_if(resolutions.begin(), resolutions.end(),
-                        [&](const Resolution &resolution) { return resolution.service.get() == &service; });
+/// To the end of another line; a query that was under way is over.
+void DNSServiceBrowser::Search::move(Resolutions::iterator resolution, Resolutions &line) {
+    resolution->query.reset();
+    line.splice(line.end(), *resolution->line, resolution);
+    resolution->line = &line;
 }
 
 DNSServiceBrowser::Search::Resolution DNSServiceBrowser::Search::take(Resolutions::iterator resolution) {
     resolution->timeout.cancel();
+    resolutions.erase(resolution->service.get());
     auto taken = std::move(*resolution);
-    resolutions.erase(resolution);
+    taken.line->erase(resolution);
     return taken;
+}
+
+void DNSServiceBrowser::Search::drop(const Service &service) {
+    if (const auto found = resolutions.find(&service); found != resolutions.end()) {
+        take(found->second);
+        askInTurn();
+    }
 }
 
 void DNSServiceBrowser::Search::answered(const Service &service,
                                          const std::optional<DNSServiceAddress> &address) {
-    const auto found = resolutionOf(service);
+    const auto found = resolutions.find(&service);
     if (found == resolutions.end())
         return;
     if (!address) {
         // Asked again when the daemon is back, if that is in time.
-        found->query.reset();
-        found->awaitsDaemon = true;
+        move(found->second, suspended);
         return askInTurn();
     }
-    const auto resolution = take(found);
+    const auto resolution = take(found->second);
     const bool isNews = !resolution.isQuiet || resolution.service->address != address;
     resolution.service->address = address;
     askInTurn();
@@ -296,10 +325,10 @@ void DNSServiceBrowser::Search::answered(const Service &service,
 }
 
 void DNSServiceBrowser::Search::timedOut(const Service &service) {
-    const auto found = resolutionOf(service);
+    const auto found = resolutions.find(&service);
     if (found == resolutions.end())
         return;
-    const auto resolution = take(found);
+    const auto resolution = take(found->second);
     askInTurn();
     if (const auto listener = delegate.lock(); listener && !resolution.isQuiet)
         listener->didNotResolve(*resolution.service);

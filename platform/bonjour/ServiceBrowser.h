@@ -20,6 +20,8 @@ public:
     /// Asks for host name and port; the browser's delegate is told of the outcome. A resolve that is asked
     /// for while one is under way joins it.
     virtual void resolve(std::chrono::milliseconds timeout) = 0;
+    /// Asks again, quietly: the browser's delegate is told only of another address than the one known.
+    virtual void resolveAnew(std::chrono::milliseconds timeout) = 0;
 };
 
 /// Called on the main queue.
@@ -27,7 +29,9 @@ class ServiceBrowserDelegate {
 public:
     virtual ~ServiceBrowserDelegate() = default;
     virtual void didFind(std::shared_ptr<NetService> service, bool moreComing) = 0;
-    /// Also of a service that went and came back at another address, without having been asked.
+    /// The service was withdrawn. Found again it is a new record.
+    virtual void didRemove(NetService &service) = 0;
+    /// Also of a service that is at another address when the daemon has come back, without having been asked.
     virtual void didResolveAddress(NetService &service) = 0;
     virtual void didNotResolve(NetService &service) = 0;
 };
@@ -38,7 +42,8 @@ public:
     virtual ~ServiceBrowser() = default;
     virtual void setDelegate(std::weak_ptr<ServiceBrowserDelegate> delegate) = 0;
     /// Searches until `stop`; each service is reported once by name, however many interfaces, address
-    /// families or daemon restarts repeat it. A daemon that is missing or dies is tried again by itself.
+    /// families or daemon restarts repeat it, and again once it was withdrawn. A daemon that is missing or
+    /// dies is tried again by itself.
     virtual void search(const std::string &type, const std::string &domain) = 0;
     virtual void stop() = 0;
     /// Why nothing can be found at the moment, in a few words; none while the search is working.

@@ -46,6 +46,7 @@ public:
     void receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler);
     void finishCancelling();
     void abandon();
+    const std::string &peerAddress() const { return peer; }
 
 private:
     struct PendingReceive {
@@ -79,6 +80,7 @@ private:
     tcp::socket socket;
     std::deque<tcp::endpoint> untried;
     DelayedTask attemptEnd;
+    std::string peer; ///< its numeric address
     std::deque<Bytes> outgoing;
     std::size_t outgoingSize = 0;
     std::size_t written = 0; ///< of the first outgoing message
@@ -129,6 +131,7 @@ void AsioStreamConnection::Link::connectToNext(const std::string &lastError) {
     const int descriptor = openSocket(endpoint.protocol().family(), SOCK_STREAM);
     if (descriptor < 0)
         return connectToNext(std::generic_category().message(errno));
+    noticeSilentPeer(descriptor);
     socket.assign(endpoint.protocol(), descriptor, error);
     if (error) {
         ::close(descriptor);
@@ -138,7 +141,7 @@ void AsioStreamConnection::Link::connectToNext(const std::string &lastError) {
     limitAttempt();
 }
 
-/// The last address has all the time that the system gives it.
+/// The last address has all the time that noticing a silent peer takes.
 void AsioStreamConnection::Link::limitAttempt() {
     if (untried.empty())
         return;
@@ -159,6 +162,7 @@ void AsioStreamConnection::Link::connected(const asio::error_code &error) {
     if (socket.local_endpoint(ignored) == socket.remote_endpoint(ignored))
         return connectToNext(asio::error_code(asio::error::connection_refused).message());
     socket.set_option(tcp::no_delay(true), ignored);
+    peer = socket.remote_endpoint(ignored).address().to_string();
     untried.clear();
     life.enter(ConnectionState::ready);
     write();
@@ -333,6 +337,10 @@ void AsioStreamConnection::receive(std::size_t minimum, std::size_t maximum, Rec
     queue->post([link = link, minimum, maximum, handler = std::move(handler)]() mutable {
         link->receive(minimum, maximum, std::move(handler));
     });
+}
+
+std::string AsioStreamConnection::peerAddress() const {
+    return link->peerAddress();
 }
 
 void AsioStreamConnection::cancel() {

@@ -22,6 +22,7 @@ public:
     void send(Bytes message) override;
     void receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) override;
     void cancel() override;
+    std::string peerAddress() const override;
 
 private:
     class Link;

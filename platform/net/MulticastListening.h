@@ -32,7 +32,8 @@ public:
 
     virtual ~MulticastListening() = default;
     /// Binds to any address at `port` (address and port shared with others) and joins `group` on every
-    /// interface that is up, supports multicast and has an IPv4 address. Reads one datagram at a time.
+    /// interface that is up, supports multicast and has an IPv4 address, those that come later included.
+    /// Reads one datagram at a time.
     virtual Opened open(const std::string &group, std::uint16_t port, std::size_t capacity,
                         std::shared_ptr<SerialQueue> queue, DatagramHandler handler) = 0;
 };

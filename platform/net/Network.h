@@ -21,7 +21,8 @@ using ConnectionStateHandler = std::function<void(ConnectionState state, const s
 
 /// One TCP connection to a host. Every handler runs on the queue the connection was made with; the
 /// operations may be called from any thread. After `cancel` exactly one more state is reported: cancelled.
-/// A connection that is broken after it was ready reports the error to the pending receive, then failed.
+/// A connection that is broken after it was ready reports the error to the pending receive, then failed; one
+/// whose peer falls silent is broken within 15 s.
 class StreamConnection {
 public:
     struct Received {
@@ -41,6 +42,9 @@ public:
     /// connection it is dropped, or gets an error.
     virtual void receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) = 0;
     virtual void cancel() = 0;
+    /// The numeric address of the host that it is connected to; empty before it is ready. Asked on the
+    /// connection's queue.
+    virtual std::string peerAddress() const = 0;
 };
 
 /// What became of a datagram. One that is refused by whoever should have listened has left all the same.

@@ -1,18 +1,21 @@
 #include "platform/net/PosixMulticast.h"
 
-#include "platform/host/NetworkInterfaces.h"
+#include "platform/net/GroupMemberships.h"
+#include "platform/net/NetworkChanges.h"
 #include "platform/net/Sockets.h"
 #include "platform/queues/AsioContext.h"
 #include "platform/queues/AsioRuntime.h"
 
 #include <asio/buffer.hpp>
 #include <asio/ip/udp.hpp>
+#include <asio/posix/stream_descriptor.hpp>
 
 #include <arpa/inet.h>
+#include <array>
 #include <cerrno>
 #include <mutex>
-#include <net/if.h>
 #include <netinet/in.h>
+#include <optional>
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
@@ -52,52 +55,36 @@ std::string bindShared(int descriptor, in_addr address, std::uint16_t port) {
     return bindingError(port);
 }
 
-bool isFitting(const ifaddrs &interface) {
-    return (interface.ifa_flags & IFF_UP) != 0 && (interface.ifa_flags & IFF_MULTICAST) != 0;
-}
+/// An interface that comes is told of several times, and has its address a little later.
+constexpr auto joinDelay = 100ms;
 
-/// Joins the group on one interface. What went wrong, or nothing.
-std::string joinOn(int descriptor, in_addr group, const ifaddrs &interface) {
-    ip_mreq membership{};
-    membership.imr_multiaddr = group;
-    membership.imr_interface = reinterpret_cast<const sockaddr_in *>(interface.ifa_addr)->sin_addr;
-    if (::setsockopt(descriptor, IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership) == 0)
-        return {};
-    if (errno == EADDRINUSE) // joined already, by way of another address of the same interface
-        return {};
-    return std::string("Announcements cannot be heard on ") + interface.ifa_name + ": " + reason();
-}
-
-/// Joins the group on every fitting interface. What went wrong on some or all of them, or nothing.
-std::string joinEverywhere(int descriptor, in_addr group) {
-    const NetworkInterfaces interfaces;
-    if (!interfaces)
-        return "The network interfaces cannot be listed: " + reason();
-    std::string errors;
-    bool isAnyFitting = false;
-    interfaces.forEach(AF_INET, [&](const ifaddrs &interface) {
-        if (!isFitting(interface))
-            return;
-        isAnyFitting = true;
-        const auto error = joinOn(descriptor, group, interface);
-        if (!error.empty())
-            errors += (errors.empty() ? "" : " ") + error;
-    });
-    return isAnyFitting ? errors : "No network interface supports multicast.";
-}
-
-/// Reads an open socket. The socket is closed on whichever thread cancels and read on the queue; the mutex
-/// keeps the two apart, and is never held while the handler runs.
+/// Reads an open socket, and has its group joined on interfaces that come. The socket is closed on whichever
+/// thread cancels and used on the queue; the mutex keeps the two apart, and is never held while the handler
+/// runs.
 class Reader : public std::enable_shared_from_this<Reader> {
 public:
     Reader(std::shared_ptr<AsioContext> context, int descriptor, std::size_t capacity,
            std::shared_ptr<SerialQueue> queue, MulticastListening::DatagramHandler handler)
         : context(std::move(context)), queue(std::move(queue)), handler(std::move(handler)),
-          datagram(capacity), socket(this->context->loop()) {
+          datagram(capacity), socket(this->context->loop()), changes(this->context->loop()) {
         asio::error_code error;
         socket.assign(udp::v4(), descriptor, error);
         if (error)
             ::close(descriptor);
+    }
+
+    /// What keeps the group from being joined, or nothing.
+    std::string join(in_addr group) {
+        memberships.emplace(group);
+        const int descriptor = openNetworkChanges();
+        asio::error_code error;
+        if (descriptor >= 0)
+            changes.assign(descriptor, error);
+        if (error)
+            ::close(descriptor);
+        awaitChange(); // before they are looked at: nothing is missed
+        const std::lock_guard lock(mutex);
+        return memberships->update(socket.native_handle());
     }
 
     void readNext() {
@@ -118,6 +105,7 @@ public:
         const std::lock_guard lock(mutex);
         asio::error_code ignored;
         socket.close(ignored);
+        changes.close(ignored);
     }
 
     /// Lets go of the handler on the queue where it is called.
@@ -130,6 +118,27 @@ private:
     bool isOpen() {
         const std::lock_guard lock(mutex);
         return socket.is_open();
+    }
+
+    void awaitChange() {
+        const std::lock_guard lock(mutex);
+        if (!changes.is_open())
+            return;
+        context->whileOpen([&] {
+            changes.async_read_some(asio::buffer(change), [self = shared_from_this()](const auto &...) {
+                self->queue->after(joinDelay, [self] { self->changed(); });
+            });
+        });
+    }
+
+    void changed() {
+        {
+            const std::lock_guard lock(mutex);
+            if (!socket.is_open())
+                return;
+            memberships->update(socket.native_handle());
+        }
+        awaitChange();
     }
 
     void haveRead(const asio::error_code &error, std::size_t count) {
@@ -149,7 +158,10 @@ private:
     MulticastListening::DatagramHandler handler; ///< the queue's
     Bytes datagram;                              ///< the queue's, or the operation's in flight
     std::mutex mutex;
-    udp::socket socket; ///< guarded by the mutex
+    udp::socket socket;                          ///< guarded by the mutex
+    asio::posix::stream_descriptor changes;      ///< of the interfaces; guarded by the mutex
+    std::array<char, 8'192> change{};            ///< the operation's in flight
+    std::optional<GroupMemberships> memberships; ///< guarded by the mutex
 };
 
 class Socket final : public MulticastSocket {
@@ -185,10 +197,10 @@ MulticastListening::Opened PosixMulticast::open(const std::string &group, std::u
         return {nullptr, std::move(error)};
     }
 
-    if (reach == Reach::network)
-        error = joinEverywhere(descriptor, groupAddress);
     const auto reader =
         std::make_shared<Reader>(context, descriptor, capacity, std::move(queue), std::move(handler));
+    if (reach == Reach::network)
+        error = reader->join(groupAddress);
     reader->readNext();
     return {std::make_unique<Socket>(reader), std::move(error)};
 }

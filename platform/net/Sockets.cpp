@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -19,6 +21,29 @@ int openSocket(int family, int type) {
         ::setsockopt(descriptor, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on);
     }
     return descriptor;
+#endif
+}
+
+void noticeSilentPeer(int descriptor) {
+    constexpr int secondsOfSilence = 5;
+    constexpr int secondsBetweenQuestions = 2;
+    constexpr int questions = 3;
+    constexpr int secondsInAll = secondsOfSilence + questions * secondsBetweenQuestions;
+    const auto set = [descriptor](int level, int option, int value) {
+        ::setsockopt(descriptor, level, option, &value, sizeof value);
+    };
+    set(SOL_SOCKET, SO_KEEPALIVE, 1);
+#ifdef TCP_KEEPIDLE
+    set(IPPROTO_TCP, TCP_KEEPIDLE, secondsOfSilence);
+#elif defined(TCP_KEEPALIVE)
+    set(IPPROTO_TCP, TCP_KEEPALIVE, secondsOfSilence);
+#endif
+    set(IPPROTO_TCP, TCP_KEEPINTVL, secondsBetweenQuestions);
+    set(IPPROTO_TCP, TCP_KEEPCNT, questions);
+#ifdef TCP_USER_TIMEOUT
+    set(IPPROTO_TCP, TCP_USER_TIMEOUT, secondsInAll * 1'000);
+#elif defined(TCP_RXT_CONNDROPTIME)
+    set(IPPROTO_TCP, TCP_RXT_CONNDROPTIME, secondsInAll);
 #endif
 }
 

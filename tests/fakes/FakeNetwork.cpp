@@ -136,4 +136,9 @@ void FakeServiceBrowser::failToResolve(FakeNetService &service) {
         told->didNotResolve(service);
 }
 
+void FakeServiceBrowser::withdraw(FakeNetService &service) {
+    if (const auto told = delegate.lock())
+        told->didRemove(service);
+}
+
 } // namespace corvane

@@ -112,8 +112,9 @@ private:
 class FakeStreamConnection : public FakeConnection<StreamConnection> {
 public:
     FakeStreamConnection(std::string host, std::uint16_t port, std::shared_ptr<SerialQueue> queue)
-        : FakeConnection(std::move(queue)), host(std::move(host)), port(port) {}
+        : FakeConnection(std::move(queue)), host(std::move(host)), port(port), peer(this->host) {}
 
+    std::string peerAddress() const override { return peer; }
     void send(Bytes message) override { sent.push_back(std::move(message)); }
     void receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) override;
 
@@ -123,6 +124,7 @@ public:
 
     std::string host;
     std::uint16_t port;
+    std::string peer; ///< the address that the host turns out to have
     std::vector<Bytes> sent;
     std::size_t receiveMaximum = 0;
 };
@@ -202,11 +204,13 @@ public:
     std::optional<std::string> hostName() const override { return host; }
     int port() const override { return portNumber; }
     void resolve(std::chrono::milliseconds timeout) override { resolves.push_back(timeout); }
+    void resolveAnew(std::chrono::milliseconds) override { ++resolvedAnew; }
 
     std::optional<std::string> host;
     int portNumber = -1;
     /// The time-out of each resolve that was asked for.
     std::vector<std::chrono::milliseconds> resolves;
+    int resolvedAnew = 0;
 
 private:
     std::string serviceName;
@@ -225,6 +229,7 @@ public:
     std::shared_ptr<FakeNetService> find(const std::string &name, bool moreComing = false);
     void resolve(FakeNetService &service, const std::string &host, int port);
     void failToResolve(FakeNetService &service);
+    void withdraw(FakeNetService &service);
 
     bool searching = false;
     int searches = 0;

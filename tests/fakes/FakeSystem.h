@@ -19,12 +19,14 @@ class FakeUserDefaults : public UserDefaults {
 public:
     std::optional<std::string> string(const std::string &key) const override;
     void set(const std::string &key, const std::string &value) override {
-        values[key] = value;
+        if (!keepsNothing)
+            values[key] = value;
         if (onSet)
             onSet();
     }
 
     std::map<std::string, std::string> values;
+    bool keepsNothing = false;
     std::function<void()> onSet; ///< called after each change
 };
 

@@ -50,6 +50,24 @@ TEST_F(LV1Bonjour, ASoleConsoleIsResolvedAndConnectedWithoutAClick) {
     EXPECT_TRUE(reports.empty());
 }
 
+TEST_F(LV1Bonjour, AConsoleThatClosesAndComesBackIsConnectedAgainWhereverItIs) {
+    auto &desk = console();
+    auto &elsewhere = console();
+    ASSERT_TRUE(bonjour.publish("FOH", desk.port()));
+    client->startDiscovery();
+    ASSERT_TRUE(comes([&] { return scenes.size() == 1; })) << testing::PrintToString(diary);
+    for (const auto port : {desk.port(), elsewhere.port()}) {
+        const auto before = scenes.size();
+        desk.command("drop");
+        bonjour.withdraw("FOH");
+        ASSERT_TRUE(comes([&] { return client->services.empty(); })) << testing::PrintToString(diary);
+        EXPECT_EQ(scenes.size(), before);
+        ASSERT_TRUE(bonjour.publish("FOH", port));
+        ASSERT_TRUE(comes([&] { return scenes.size() > before; })) << testing::PrintToString(diary);
+        EXPECT_EQ(client->services.size(), 1U);
+    }
+}
+
 TEST_F(LV1Bonjour, OfTwoConsolesNoneIsConnectedBeforeTheUserChooses) {
     const auto &one = console();
     const auto &two = console();

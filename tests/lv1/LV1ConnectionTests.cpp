@@ -125,13 +125,48 @@ TEST_F(LV1Connection, AnIntroductionThatIsCancelledStoresNoIdentifier) {
     EXPECT_THAT(fake.defaults->values, IsEmpty());
 }
 
-TEST_F(LV1Connection, AHostThatIsLeftWhileItWasToBeToldOfThisComputerIsToldNothing) {
+TEST_F(LV1Connection, AHostThatIsLeftJustBeforeItWasToBeToldOfThisComputerIsToldNothing) {
     link();
-    client->onStatus = nullptr;
-    fake.main.after(250ms, [this] { client->connect("10.0.0.2", 5000); }); // just behind the second greeting
+    fake.clock->advance(249ms);
+    client->connect("10.0.0.2", 5000);
     fake.clock->advance(1s);
-    EXPECT_THAT(sent(*fake.network->streams.at(0)), ElementsAre(firstHandshake, secondHandshake));
+    EXPECT_THAT(sent(*fake.network->streams.at(0)), ElementsAre(firstHandshake));
     EXPECT_THAT(fake.defaults->values, IsEmpty());
+}
+
+TEST_F(LV1Connection, TheSecondGreetingAndTheIntroductionLeaveTogetherWhateverMainDoes) {
+    link();
+    auto &held = stream();
+    std::vector<Bytes> sentWhenHeld;
+    fake.main.after(250ms, [&] { sentWhenHeld = held.sent; }); // main's next turn comes behind them
+    held.deliver(framed("/ping", {1}));
+    fake.clock->advance(250ms);
+    EXPECT_EQ(sentWhenHeld.size(), 4U);
+    const auto all = sent(held);
+    ASSERT_EQ(all.size(), 4U);
+    EXPECT_EQ(all[1].address, "/pong");
+    EXPECT_EQ(all[2], secondHandshake);
+    EXPECT_EQ(all[3].address, "/device_name");
+}
+
+TEST_F(LV1Connection, AnIdentifierThatCannotBeKeptIsMadeOnceARun) {
+    fake.defaults->keepsNothing = true;
+    link();
+    fake.clock->advance(250ms);
+    const auto first = sent(stream()).back().values.at(1);
+    fake.host.newUUID = "another";
+    link();
+    fake.clock->advance(250ms);
+    EXPECT_EQ(sent(stream()).back().values.at(1), first);
+    EXPECT_THAT(fake.defaults->values, IsEmpty());
+}
+
+TEST_F(LV1Connection, AnEmptyIdentifierIsReplaced) {
+    fake.defaults->values["CorvaneDeviceID"] = "";
+    link();
+    fake.clock->advance(250ms);
+    EXPECT_EQ(sent(stream()).back().values.at(1), OSCValue("0f8fad5bd9cb469fa16570867728950e"));
+    EXPECT_EQ(fake.defaults->values.at("CorvaneDeviceID"), "0f8fad5bd9cb469fa16570867728950e");
 }
 
 TEST_F(LV1Connection, StoppingInBetweenCancelsTheIntroduction) {
@@ -143,6 +178,14 @@ TEST_F(LV1Connection, StoppingInBetweenCancelsTheIntroduction) {
 
 TEST_F(LV1Connection, TheConsolesHandshake1AcceptsTheLink) {
     link();
+    deliver(framed("/handshake", {1}));
+    EXPECT_THAT(takeDiary(), ElementsAre("<connected>", "LV1 conectado. Esperando el patch…"));
+}
+
+TEST_F(LV1Connection, TheConsolesHandshake1RepeatedIsReportedAgain) {
+    link();
+    deliver(framed("/handshake", {1}));
+    takeDiary();
     deliver(framed("/handshake", {1}));
     EXPECT_THAT(takeDiary(), ElementsAre("<connected>", "LV1 conectado. Esperando el patch…"));
 }
@@ -179,7 +222,10 @@ TEST_F(LV1Connection, UnknownAddressesAreIgnored) {
 }
 
 TEST_F(LV1Connection, AMessageThatCausesNoOtherCallbackIsMentioned) {
-    client->onOtherMessage = [this] { diary.emplace_back("<other>"); };
+    client->onLinkEvent = [this](const LV1LinkEvent &event) {
+        if (std::holds_alternative<lv1::Other>(event))
+            diary.emplace_back("<other>");
+    };
     link();
     deliver(framed("/ping", {1}));
     deliver(colourFrame(1, 0, 1.0F, 0.0F, 0.0F));
@@ -394,10 +440,11 @@ TEST_F(LV1Connection, ARefusedFrameHeaderStopsTheStreamForGood) {
     }
 }
 
+/// Of 20 MB, more than waits for the main queue.
 Bytes thousandScenes() {
     Bytes bytes;
     for (int i = 0; i < 1'000; ++i) {
-        const auto scene = framed("/Notify/Scene/Name", {std::to_string(i)});
+        const auto scene = framed("/Notify/Scene/Name", {std::to_string(i) + std::string(20'000, ' ')});
         bytes.insert(bytes.end(), scene.begin(), scene.end());
     }
     return bytes;
@@ -413,6 +460,110 @@ TEST_F(LV1Connection, ReadingPausesWhileTheMainQueueIsFarBehind) {
     EXPECT_TRUE(stream().receiving());
     deliver(framed("/Notify/Scene/Name", {std::string("Next")}));
     EXPECT_THAT(takeDiary(), ElementsAre("<scene> Next"));
+}
+
+TEST_F(LV1Connection, PingsAreAnsweredInOrderWhileTheMainQueueIsBehind) {
+    link();
+    for (int i = 0; i < 100; ++i) {
+        stream().deliver(framed("/Notify/Scene/Name", {std::to_string(i)}));
+        stream().deliver(framed("/ping", {i}));
+        ASSERT_TRUE(fake.clock->runOne()); // the network queue's; the main queue waits its turn for ever
+        while (stream().receiving() == false && fake.clock->runOne()) {
+        }
+    }
+    run();
+    const auto answers = sent(stream());
+    ASSERT_EQ(answers.size(), 101U);
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(answers.at(static_cast<std::size_t>(i) + 1), (OSCMessage{"/pong", {i}}));
+}
+
+TEST_F(LV1Connection, PingsInOneReadAreAnsweredBeforeTheMainQueueHasItsTurn) {
+    link();
+    Bytes bytes;
+    for (int i = 0; i < 1'000; ++i)
+        for (const auto &frame : {framed("/Notify/Scene/Name", {std::to_string(i)}), framed("/ping", {i})})
+            bytes.insert(bytes.end(), frame.begin(), frame.end());
+    stream().deliver(bytes);
+    ASSERT_TRUE(fake.clock->runOne());
+    EXPECT_EQ(stream().sent.size(), 1'001U);
+    EXPECT_TRUE(stream().receiving());
+    EXPECT_THAT(takeDiary(), IsEmpty());
+    run();
+    EXPECT_EQ(takeDiary().size(), 1'000U);
+}
+
+TEST_F(LV1Connection, PingsWithoutEndCostNoMemoryWhileTheMainQueueIsBehind) {
+    link();
+    const auto before = fake.clock->pending();
+    Bytes bytes;
+    for (int i = 0; i < 10'000; ++i) {
+        const auto ping = framed("/ping", {i});
+        bytes.insert(bytes.end(), ping.begin(), ping.end());
+    }
+    stream().deliver(bytes);
+    ASSERT_TRUE(fake.clock->runOne());
+    EXPECT_EQ(stream().sent.size(), 10'001U);
+    EXPECT_LE(fake.clock->pending(), before + 1);
+}
+
+TEST_F(LV1Connection, AFailureBehindAnOrderlyCloseIsToldAsWell) {
+    link();
+    stream().closeByPeer();
+    stream().fail("Connection reset by peer");
+    run();
+    EXPECT_THAT(takeDiary(),
+                ElementsAre("<not connected>",
+                            "LV1 closed the connection. Disconnect Tracks Live and press SYNC LV1.",
+                            "<not connected>", "Connection error: Connection reset by peer"));
+}
+
+TEST_F(LV1Connection, WhatItHasHeardCanBeAskedFor) {
+    std::optional<LV1Counters> counters;
+    const auto ask = [&] {
+        client->askCounters([&](const LV1Counters &told) { counters = told; });
+        run();
+    };
+    ask();
+    ASSERT_TRUE(counters);
+    EXPECT_EQ(counters->links, 0U);
+    EXPECT_EQ(counters->reconnects(), 0U);
+    EXPECT_FALSE(counters->sinceLastMessage);
+
+    link();
+    link();
+    deliver(framed("/handshake", {1}));
+    deliver(framed("/ping", {1}));
+    deliver(framed("/Notify/IOConnections", {2, std::string("too few")}));
+    auto bad = record("Bad", 0, 0, 1);
+    bad.front() = 1.5F;
+    deliver(patchFrame({record("Kick", 0, 0, 1), bad}));
+    deliver(framed("/Notify/TrackColor", {0, 0}));
+    deliver(framed("/Notify/Scene/Name", {5}));
+    deliver(OSCCodec::frame(Bytes{'/', 'x'}));
+    client->startDiscovery();
+    fake.multicast->deliver(announcement({"FOH", "10.0.0.1", 5000, ""}));
+    fake.multicast->deliver(Bytes{1, 2, 3});
+    run();
+    deliver(Bytes(12));
+    fake.clock->advance(700ms);
+    ask();
+    EXPECT_EQ(counters->links, 2U);
+    EXPECT_EQ(counters->reconnects(), 1U);
+    EXPECT_EQ(counters->accepted, 1U);
+    EXPECT_EQ(counters->traffic.frames, 7U);
+    EXPECT_EQ(counters->traffic.messages, 6U);
+    EXPECT_EQ(counters->traffic.unreadableFrames(), 1U);
+    EXPECT_EQ(counters->traffic.pings, 1U);
+    EXPECT_EQ(counters->traffic.malformedPatches, 1U);
+    EXPECT_EQ(counters->traffic.skippedChannels, 1U);
+    EXPECT_EQ(counters->traffic.malformedColours, 1U);
+    EXPECT_EQ(counters->traffic.malformedScenes, 1U);
+    EXPECT_EQ(counters->traffic.refusedHeaders, 1U);
+    EXPECT_EQ(counters->announcements.heard, 1U);
+    EXPECT_EQ(counters->announcements.refused, 1U);
+    EXPECT_EQ(counters->announcements.dropped, 0U);
+    EXPECT_EQ(counters->sinceLastMessage, 700ms);
 }
 
 TEST_F(LV1Connection, ALinkThatPausesMayBeLeft) {

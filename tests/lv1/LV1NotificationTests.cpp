@@ -159,6 +159,21 @@ TEST_F(LV1Notification, AColourNumberAtTheEndsOfItsRangeMatchesNothing) {
     EXPECT_THAT(takeDiary(), IsEmpty());
 }
 
+TEST_F(LV1Notification, ColoursAreTakenAsTheyComeWhateverTheirNumbers) {
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    std::vector<LV1Channel> channels;
+    client->onChannels = [&](const auto &list) { channels = list; };
+    deliver(patchFrame({record("One", 0, 0, 1)}));
+    deliver(colourFrame(0, 0, infinity, -infinity, -3.5F));
+    ASSERT_EQ(channels.size(), 1U);
+    EXPECT_EQ(channels.front().red, infinity);
+    EXPECT_EQ(channels.front().green, -infinity);
+    EXPECT_EQ(channels.front().blue, -3.5F);
+    deliver(colourFrame(0, 0, std::numeric_limits<float>::quiet_NaN(), 1e30F, 0.0F));
+    EXPECT_NE(channels.front().red, channels.front().red);
+    EXPECT_EQ(channels.front().green, 1e30F);
+}
+
 TEST_F(LV1Notification, MalformedColoursAreIgnored) {
     deliver(patchFrame({record("One", 0, 0, 1)}));
     takeDiary();
@@ -206,7 +221,11 @@ TEST(LV1NotificationDeathTest, ANegativeCountStopsTheProgram) {
             client->connect("10.0.0.1", 5000);
             fake.network->streams.back()->becomeReady();
             fake.clock->run();
-            fake.network->streams.back()->deliver(framed("/Notify/IOConnections", {-1}));
+            // Behind good messages of the same read.
+            Bytes read = framed("/Notify/Scene/Name", {std::string("Intro")});
+            for (const auto byte : framed("/Notify/IOConnections", {-1}))
+                read.push_back(byte);
+            fake.network->streams.back()->deliver(read);
             fake.clock->run();
         },
         "negative number of console connections");

@@ -53,6 +53,24 @@ TEST_F(LV1Socket, PingsAreAnsweredToTheConsolesSatisfaction) {
     EXPECT_THAT(reports, testing::Each("no /pong to the last ping"));
 }
 
+TEST_F(LV1Socket, PingsAreAnsweredWhileMainIsHeld) {
+    ConsoleSimOptions options;
+    options.pingInterval = 100ms;
+    auto &desk = console(options);
+    ASSERT_TRUE(connects(desk));
+    reports.clear();
+    const auto released = std::chrono::steady_clock::now() + 1500ms;
+    for (int i = 0; std::chrono::steady_clock::now() < released; ++i) {
+        if (i < 1'000)
+            desk.command("scene " + std::to_string(i));
+        desk.poll(); // and main has no turn
+    }
+    EXPECT_LT(reports.size(), 7U) << "of some fifteen pings one or the other may be late on a busy machine";
+    EXPECT_EQ(scenes.size(), 1U);
+    ASSERT_TRUE(comes([&] { return scenes.back() == "999"; }));
+    EXPECT_EQ(scenes.size(), 1'001U);
+}
+
 TEST_F(LV1Socket, AStreamOfSingleBytesIsReadLikeAnyOther) {
     auto &desk = console();
     desk.trickle(true);

@@ -99,6 +99,7 @@ public:
         if (onFind)
             onFind();
     }
+    void didRemove(NetService &service) override { words.push_back("removed " + service.name()); }
     void didResolveAddress(NetService &service) override {
         words.push_back("resolved " + service.name() + " " + *service.hostName() + " " +
                         std::to_string(service.port()));
@@ -131,6 +132,12 @@ protected:
             daemon->say(Kind::added, name);
         clock->advance(1s);
         delegate->words.clear();
+    }
+
+    void restartDaemon() {
+        daemon->say(Kind::failed, {}, -65537);
+        clock->advance(1min);
+        daemon->say(Kind::started);
     }
 
     std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
@@ -425,13 +432,62 @@ TEST_F(DNSServiceSearch, AResolveThatNoDaemonTakesEndsWithItsTimeAndIsNotAskedOv
     EXPECT_EQ(delegate->words, (Words{"unresolved A"}));
 }
 
-TEST_F(DNSServiceSearch, AServiceThatComesBackWhereItWasIsRefreshedWithoutAWord) {
+TEST_F(DNSServiceSearch, AServiceThatIsWithdrawnAndComesBackIsFoundAnewWhereverItIs) {
+    find({"A"});
+    for (const auto &address :
+         {DNSServiceAddress{"console.local.", 5000}, DNSServiceAddress{"console.local.", 5000},
+          DNSServiceAddress{"other.local.", 5009}}) {
+        delegate->services.back()->resolve(5s);
+        daemon->answer("A", address);
+        delegate->words.clear();
+        daemon->say(Kind::removed, "A");
+        daemon->say(Kind::removed, "never there");
+        EXPECT_EQ(delegate->words, (Words{"removed A"}));
+        daemon->say(Kind::added, "A");
+        clock->advance(10s);
+        EXPECT_EQ(delegate->words, (Words{"removed A", "found A"}));
+        EXPECT_EQ(delegate->services.back()->port(), -1) << "a new record";
+    }
+}
+
+TEST_F(DNSServiceSearch, AServiceThatDidNotResolveIsLookedAtAgainWhenItComesBack) {
+    find({"A"});
+    delegate->services[0]->resolve(5s);
+    clock->advance(5s);
+    EXPECT_EQ(delegate->words, (Words{"unresolved A"}));
+    daemon->say(Kind::removed, "A");
+    daemon->say(Kind::added, "A");
+    clock->advance(1s);
+    ASSERT_EQ(delegate->services.size(), 2u);
+    delegate->services[1]->resolve(5s);
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
+    EXPECT_EQ(delegate->words.back(), "resolved A console.local. 5000");
+}
+
+TEST_F(DNSServiceSearch, AServiceThatIsWithdrawnWhileItIsBeingResolvedIsAskedForNoMore) {
+    find({"A"});
+    delegate->services[0]->resolve(5s);
+    daemon->say(Kind::removed, "A");
+    EXPECT_TRUE(daemon->resolving.empty());
+    clock->advance(10s);
+    EXPECT_EQ(delegate->words, (Words{"removed A"}));
+}
+
+TEST_F(DNSServiceSearch, AServiceThatGoesBeforeItsBurstIsOverIsNotReported) {
+    search();
+    daemon->say(Kind::added, "A");
+    daemon->say(Kind::added, "B");
+    daemon->say(Kind::removed, "B");
+    clock->advance(1s);
+    EXPECT_EQ(delegate->words, (Words{"found A"}));
+}
+
+TEST_F(DNSServiceSearch, AServiceThatIsWhereItWasWhenTheDaemonIsBackIsRefreshedWithoutAWord) {
     find({"A"});
     delegate->services[0]->resolve(5s);
     daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
     delegate->words.clear();
-    daemon->say(Kind::removed, "A");
-    daemon->say(Kind::removed, "never there");
+    restartDaemon();
     daemon->say(Kind::added, "A");
     daemon->say(Kind::added, "A");
     EXPECT_EQ(daemon->resolves, 2);
@@ -441,14 +497,14 @@ TEST_F(DNSServiceSearch, AServiceThatComesBackWhereItWasIsRefreshedWithoutAWord)
     EXPECT_EQ(delegate->services[0]->port(), 5000);
 }
 
-TEST_F(DNSServiceSearch, AServiceThatComesBackAtAnotherAddressIsToldOf) {
+TEST_F(DNSServiceSearch, AServiceThatIsElsewhereWhenTheDaemonIsBackIsToldOf) {
     find({"A"});
     delegate->services[0]->resolve(5s);
     daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
     for (const auto &address :
          {DNSServiceAddress{"console.local.", 5009}, DNSServiceAddress{"other.local.", 5009}}) {
         delegate->words.clear();
-        daemon->say(Kind::removed, "A");
+        restartDaemon();
         daemon->say(Kind::added, "A");
         daemon->answer("A", address);
         clock->advance(10s);
@@ -457,13 +513,38 @@ TEST_F(DNSServiceSearch, AServiceThatComesBackAtAnotherAddressIsToldOf) {
     }
 }
 
+TEST_F(DNSServiceSearch, AServiceThatDidNotResolveIsResolvedWhenTheDaemonIsBack) {
+    find({"A"});
+    delegate->services[0]->resolve(5s);
+    clock->advance(5s);
+    delegate->words.clear();
+    restartDaemon();
+    daemon->say(Kind::added, "A");
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
+    EXPECT_EQ(delegate->words, (Words{"resolved A console.local. 5000"}));
+}
+
+TEST_F(DNSServiceSearch, AServiceThatIsResolvedAnewIsToldOfOnlyWhenItIsElsewhere) {
+    find({"A"});
+    delegate->services[0]->resolve(5s);
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
+    delegate->words.clear();
+    delegate->services[0]->resolveAnew(5s);
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
+    delegate->services[0]->resolveAnew(5s);
+    clock->advance(10s);
+    EXPECT_EQ(delegate->words, Words{});
+    delegate->services[0]->resolveAnew(5s);
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5001});
+    EXPECT_EQ(delegate->words, (Words{"resolved A console.local. 5001"}));
+}
+
 TEST_F(DNSServiceSearch, AResolveThatJoinsAQuietRefreshIsTold) {
     find({"A"});
     delegate->services[0]->resolve(5s);
     daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
     delegate->words.clear();
-    daemon->say(Kind::removed, "A");
-    daemon->say(Kind::added, "A");
+    delegate->services[0]->resolveAnew(5s);
     clock->advance(4s);
     delegate->services[0]->resolve(5s);
     clock->advance(4s);
@@ -471,6 +552,20 @@ TEST_F(DNSServiceSearch, AResolveThatJoinsAQuietRefreshIsTold) {
     EXPECT_EQ(delegate->words, Words{});
     clock->advance(1s);
     EXPECT_EQ(delegate->words, (Words{"unresolved A"}));
+}
+
+TEST_F(DNSServiceSearch, OfTwoThousandServicesAThousandAreFoundAndResolvedEightAtATime) {
+    delegate->onFind = [&] { delegate->services.back()->resolve(5s); };
+    Words names;
+    for (int i = 0; i < 2'000; ++i)
+        names.push_back(std::to_string(i));
+    find(names);
+    ASSERT_EQ(delegate->services.size(), 1'000u);
+    while (!daemon->resolving.empty()) {
+        ASSERT_LE(daemon->resolving.size(), 8u);
+        daemon->answer(daemon->resolving.front()->name, DNSServiceAddress{"console.local.", 5000});
+    }
+    EXPECT_EQ(delegate->words.size(), 1'000u);
 }
 
 TEST_F(DNSServiceSearch, OneOfSeveralInterfacesGoingIsNoReasonToRefresh) {

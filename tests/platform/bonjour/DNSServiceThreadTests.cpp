@@ -29,6 +29,7 @@ public:
         services.push_back(service);
         service->resolve(5s);
     }
+    void didRemove(NetService &service) override { words.push_back("removed " + service.name()); }
     void didResolveAddress(NetService &service) override {
         words.push_back("resolved " + service.name() + " " + service.hostName().value_or("?") + " " +
                         std::to_string(service.port()));

@@ -1,16 +1,19 @@
 #include "platform/net/PosixMulticast.h"
 #include "platform/queues/AsioRuntime.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/Peers.h"
 #include "tests/support/PrivateNetwork.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <future>
 #include <random>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
@@ -152,6 +155,57 @@ TEST(PosixMulticast, SeveralAddressesOfOneInterfaceAreNoObstacle) {
     ASSERT_EQ(std::system("ip address add 10.78.0.1/24 dev corvane0"), 0);
     Listener listener;
     EXPECT_EQ(listener.open(), "");
+}
+
+TEST(PosixMulticast, AnInterfaceThatComesLaterIsHeardHoweverOftenItWentBefore) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    Listener listener;
+    EXPECT_EQ(listener.open(), "No network interface supports multicast.");
+    // More often than the system allows memberships: those of interfaces that are gone count as well.
+    std::ofstream("/proc/sys/net/ipv4/igmp_max_memberships") << 3;
+    for (int round = 0; round < 6; ++round) {
+        std::string reason;
+        const auto neighbour = PrivateNetwork::Neighbour::join(reason);
+        if (!neighbour)
+            GTEST_SKIP() << reason;
+        const auto word = "round " + std::to_string(round);
+        // Sent again until it is heard: when the interface is looked at is the listener's to say.
+        EXPECT_TRUE(eventually([&] {
+            neighbour->inside([&] { sendTo(group, bytes(word), "10.77.0.2"); });
+            const auto heard = listener.heard->all();
+            return std::find(heard.begin(), heard.end(), word) != heard.end();
+        })) << round;
+        ASSERT_EQ(std::system("ip link delete corvane0"), 0);
+    }
+}
+
+TEST(PosixMulticast, WhereTheSystemRefusesMembershipsWhatIsSentDirectlyIsHeard) {
+    CORVANE_ENTER_PRIVATE_NETWORK({.loopbackMulticast = true});
+    std::ofstream("/proc/sys/net/ipv4/igmp_max_memberships") << 0;
+    Listener listener;
+    EXPECT_EQ(listener.open(), "Announcements cannot be heard on lo: No buffer space available.");
+    sendTo("127.0.0.1", bytes("directly"));
+    EXPECT_TRUE(listener.heard->awaitCount(1));
+}
+
+TEST(PosixMulticast, WhereInterfacesCannotBeListedWhatIsSentDirectlyIsHeard) {
+    CORVANE_ENTER_PRIVATE_NETWORK({.loopbackMulticast = true});
+    Listener listener;
+    listener.open(); // the event loop opens what it needs with its first socket
+    listener.opened = {};
+    // One descriptor is left, for the socket.
+    const int next = ::dup(0);
+    ::close(next);
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit tight = before;
+    tight.rlim_cur = static_cast<rlim_t>(next) + 1;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &tight), 0);
+    const auto error = listener.open();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(error, "The network interfaces cannot be listed: Too many open files.");
+    sendTo("127.0.0.1", bytes("directly"));
+    EXPECT_TRUE(listener.heard->awaitCount(1));
 }
 
 TEST(PosixMulticast, InARehearsalHearsTheLoopbackAddressAlone) {
