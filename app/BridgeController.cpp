@@ -1,10 +1,10 @@
 #include "app/BridgeController.h"
 
+#include "app/PlanText.h"
 #include "app/SessionUpdate.h"
 #include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "lv1/HostChoice.h"
-#include "patch/PatchDifference.h"
 
 #include <algorithm>
 #include <map>
@@ -17,33 +17,13 @@ namespace {
 constexpr auto searchingText = "Searching for an LV1 host on the SoundGrid network…";
 constexpr auto changesText = "Changes detected. Stop the transport and press SYNC LV1.";
 
-constexpr auto lostMeaning = "Red: no console is connected. Press to connect to the chosen host.";
-constexpr auto lostWithChangesMeaning =
-    "Red: no console is connected, and there are changes since the last sync. Press to update the session.";
-constexpr auto synchronizedMeaning = "Green: no changes since the last sync.";
-constexpr auto overtakenMeaning =
-    "Green: synced, but the console's patch has changed since. Press to update the session again.";
-constexpr auto changedMeaning = "Amber: the console's patch has changed. Press to update the session.";
-
 /// How much taller the window is with the patch view open, in points.
 constexpr int patchViewHeight = 240;
-/// Changes listed in the status line's explanation; the others are counted.
-constexpr std::size_t changesListed = 20;
-
 /// A hardware address in capitals; it is ASCII.
 std::string upperCase(std::string text) {
     for (char &letter : text)
         if (letter >= 'a' && letter <= 'z')
             letter = static_cast<char>(letter - 'a' + 'A');
-    return text;
-}
-
-std::string listing(const std::vector<std::string> &changes) {
-    std::string text = "Changes since the last sync:";
-    for (std::size_t position = 0; position < std::min(changes.size(), changesListed); ++position)
-        text += "\n" + changes[position];
-    if (changes.size() > changesListed)
-        text += "\nand " + std::to_string(changes.size() - changesListed) + " more";
     return text;
 }
 
@@ -57,7 +37,7 @@ BridgeController::BridgeController(Platform &platform, BridgeView &view)
     : client(LV1Client::make(platform)),
       liveTraxOSC(std::make_shared<LiveTraxOSC>(platform.main, platform.queues->make("Corvane.LiveTraxOSC"),
                                                 *platform.network)),
-      platform(platform), view(view) {}
+      platform(platform), view(view), sessionReader(platform) {}
 
 void BridgeController::applicationDidFinishLaunching() {
     view.useBrandIcon();
@@ -73,7 +53,7 @@ void BridgeController::applicationDidFinishLaunching() {
 
 void BridgeController::buildUI() {
     view.buildUI();
-    view.setConnectButton(redLook, lostMeaning);
+    showLook(redLook);
     if (const auto music = platform.folders.music())
         view.setOutputPath(music->string());
 }
@@ -85,6 +65,7 @@ void BridgeController::startBridgeServices() {
     liveTraxOSC->start();
     client->startDiscovery();
     showStatus(searchingText);
+    askNowAndThen();
 }
 
 void BridgeController::applicationWillTerminate() {
@@ -109,6 +90,11 @@ void BridgeController::wireClient() {
     client->onChannels = reaction(&BridgeController::channelsChanged);
     client->onPatch = reaction(&BridgeController::patchChanged);
     client->onScene = reaction(&BridgeController::sceneChanged);
+    liveTraxOSC->onMarkerLost = [weak = weak_from_this()](const std::string &name,
+                                                          const std::string &reason) {
+        if (const auto controller = weak.lock())
+            controller->markerLost(name, reason);
+    };
 }
 
 void BridgeController::showStatus(const std::string &text) {
@@ -121,9 +107,15 @@ void BridgeController::statusChanged(const std::string &text) {
 }
 
 void BridgeController::connectionStateChanged(bool connected) {
+    using Link = ButtonFacts::Link;
     // Once accepted, the button waits for a patch: only that tells green from amber.
+    const auto isLinked = [this](const auto &host) { return client->leadsTo(host); };
+    const bool leads = std::any_of(endpoints.begin(), endpoints.end(), isLinked) ||
+                       std::any_of(services.begin(), services.end(),
+                                   [&](const auto &service) { return isLinked(*service); });
+    linkIs(connected ? Link::up : leads ? Link::greeting : Link::lost);
     if (!connected)
-        view.setConnectButton(redLook, hasChanges() ? lostWithChangesMeaning : lostMeaning);
+        showLook(redLook);
 }
 
 void BridgeController::endpointsChanged(const std::vector<LV1Endpoint> &list) {
@@ -132,6 +124,7 @@ void BridgeController::endpointsChanged(const std::vector<LV1Endpoint> &list) {
     for (const LV1Endpoint &endpoint : endpoints)
         titles.push_back(endpoint.name + "  ·  " + upperCase(endpoint.mac));
     view.setDevicePopup(titles);
+    showMeanings();
 }
 
 void BridgeController::servicesChanged(const std::vector<std::shared_ptr<NetService>> &list) {
@@ -144,17 +137,23 @@ void BridgeController::servicesChanged(const std::vector<std::shared_ptr<NetServ
     view.setDevicePopup(titles);
     if (const auto status = chooseHost(*client, endpoints, services))
         showStatus(*status);
+    showMeanings();
 }
 
 void BridgeController::channelsChanged(const Channels &list) {
     channels = list;
-    if (synchronizedPatch && *synchronizedPatch == LiveTraxGenerator::patchSignature(list))
+    std::string signature = LiveTraxGenerator::patchSignature(list);
+    if (synchronizedPatch && *synchronizedPatch == signature)
         synchronizedChannels = list;
     else
         recolourSnapshot(list);
     view.reloadTable(channels);
     view.setSyncButtonEnabled(!channels.empty());
     showPatchTitle();
+    if (channelsPatch != signature) { // else only colours have changed
+        channelsPatch = std::move(signature);
+        channelsAreOthers();
+    }
 }
 
 /// The snapshot keeps its patch and takes the console's colours, so that a colour is never a pending change.
@@ -183,32 +182,30 @@ bool BridgeController::hasChanges() const {
     return currentPatch && synchronizedPatch && *currentPatch != *synchronizedPatch;
 }
 
-void BridgeController::showChanges(const Channels &list) {
-    view.setStatusDetail(listing(patchDifference(synchronizedChannels.value_or(Channels{}), list)));
-}
-
 void BridgeController::patchChanged(const Channels &list) {
     const std::string signature = LiveTraxGenerator::patchSignature(list);
     currentPatch = signature;
+    buttons.justSynced = false;
+    linkIs(ButtonFacts::Link::up);
     if (hasChanges()) {
-        view.setConnectButton(amberLook, changedMeaning);
+        showLook(amberLook);
         showStatus(changesText);
         showChanges(list);
-        return;
+    } else {
+        acceptPatch(list, signature);
     }
-    acceptPatch(list, signature);
 }
 
 void BridgeController::acceptPatch(const Channels &list, const std::string &signature) {
     synchronizedPatch = signature;
     synchronizedChannels = list;
-    if (hasChanges()) { // they came while the session was being updated
-        view.setConnectButton(greenLook, overtakenMeaning);
+    buttons.justSynced = hasChanges(); // they came while the session was being updated
+    if (buttons.justSynced)
         showChanges(channels);
-    } else {
-        view.setConnectButton(greenLook, synchronizedMeaning);
-        view.setStatusDetail({});
-    }
+    else
+        view.setStatusDetail(listing("The update changed:", std::exchange(updateLines, {})));
+    showLook(greenLook);
+    showNotices();
 }
 
 void BridgeController::sceneChanged(const std::string &name) {
@@ -217,7 +214,13 @@ void BridgeController::sceneChanged(const std::string &name) {
     lastScene = name;
     if (!marked)
         return;
-    liveTraxOSC->addSceneMarker(name);
+    liveTraxOSC->addSceneMarker(name, [weak = weak_from_this()](const SendReport &report) {
+        const auto controller = weak.lock();
+        if (!controller || !report.problem.empty())
+            return;
+        controller->told.lostMarker.reset();
+        controller->showNotices();
+    });
     showStatus("Scene marker added: " + name);
 }
 
@@ -237,39 +240,34 @@ void BridgeController::connectSelected() {
     connectToSelectedHost();
 }
 
-void BridgeController::hostChosen() {
+std::optional<std::size_t> BridgeController::selectedHost() const {
     const int selected = view.selectedDevice();
-    const auto index = static_cast<std::size_t>(selected);
-    const bool there = selected >= 0 && (index < endpoints.size()  ? client->leadsTo(endpoints[index])
-                                         : index < services.size() ? client->leadsTo(*services[index])
-                                                                   : true);
-    if (!there)
+    const auto host = static_cast<std::size_t>(selected);
+    return selected >= 0 && host < std::max(endpoints.size(), services.size()) ? std::optional(host)
+                                                                               : std::nullopt;
+}
+
+bool BridgeController::leadsTo(std::size_t host) const {
+    return (host < endpoints.size() && client->leadsTo(endpoints[host])) ||
+           (host >= endpoints.size() && host < services.size() && client->leadsTo(*services[host]));
+}
+
+void BridgeController::hostChosen() {
+    if (const auto host = selectedHost(); host && !leadsTo(*host))
         connectToSelectedHost();
 }
 
 void BridgeController::connectToSelectedHost() {
-    const int selected = view.selectedDevice();
-    if (selected < 0) {
+    const auto host = selectedHost();
+    if (!host)
         client->startDiscovery();
-        return;
-    }
-    const auto index = static_cast<std::size_t>(selected);
-    if (index < endpoints.size()) {
-        client->connect(LV1Endpoint(endpoints[index]));
-    } else if (index < services.size()) {
-        client->connect(services[index]);
-    } else {
-        client->startDiscovery();
-    }
+    else if (*host < endpoints.size())
+        client->connect(LV1Endpoint(endpoints[*host]));
+    else
+        client->connect(services[*host]);
+    if (host && leadsTo(*host))
+        linkIs(ButtonFacts::Link::greeting);
 }
-
-void BridgeController::noticeAction() {}
-
-void BridgeController::dismissNotice() {
-    view.showNotice(std::nullopt);
-}
-
-void BridgeController::fieldsEdited() {}
 
 void BridgeController::togglePatch() {
     patchExpanded = !patchExpanded;

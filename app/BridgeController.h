@@ -1,6 +1,8 @@
 #pragma once
 
 #include "app/BridgeView.h"
+#include "app/ButtonMeaning.h"
+#include "app/SessionReader.h"
 #include "livetrax/remote/LiveTraxOSC.h"
 #include "lv1/LV1Client.h"
 #include "platform/Platform.h"
@@ -90,6 +92,10 @@ public:
     void updateEnded(const SessionUpdate &ended);
     /// The patch becomes the synchronised one: the button turns green.
     void acceptPatch(const Channels &list, const std::string &signature);
+    /// A session was rewritten, as planned where that is known.
+    void sessionUpdated(const std::optional<UpdatePlan> &plan);
+    /// LiveTrax was started on the session: that is the one it opened last.
+    void sessionOpened(const Path &session);
     void showStatus(const std::string &text);
     const std::string &status() const { return statusText; }
 
@@ -129,6 +135,10 @@ private:
 
     bool deservesMarker(const std::string &name) const;
     void recolourSnapshot(const Channels &list);
+    /// The place of the chosen host among the endpoints, else among the services; none for a text that is no
+    /// host.
+    std::optional<std::size_t> selectedHost() const;
+    bool leadsTo(std::size_t host) const;
     void connectToSelectedHost();
     void showPatchTitle();
     /// Whether the console's patch differs from the synchronised one.
@@ -137,8 +147,29 @@ private:
     void showChanges(const Channels &list);
     /// Whether Create was pressed just before.
     bool isSecondPress();
-    /// The folder that the text in "Save in:" means; an empty one is filled in.
-    Path folderToSaveIn();
+    /// The folder that the text in "Save in:" means, independent of what the working folder will be later.
+    Path folderToSaveIn() const;
+    const Channels &channelsForCreate() const {
+        return synchronizedChannels ? *synchronizedChannels : channels;
+    }
+
+    // What the window says besides its status (ControllerNotices.cpp)
+
+    void showLook(const ButtonLook &look);
+    /// Says again in words what the buttons would do now.
+    void showMeanings();
+    /// Says the most important of what there is to say.
+    void showNotices();
+    NoticeFacts knownFacts() const;
+    void channelsAreOthers();
+    void linkIs(ButtonFacts::Link state);
+    void markerLost(const std::string &name, const std::string &reason);
+    void askAboutSessions();
+    void askNowAndThen();
+    void sessionsRead(const SessionAnswer &answer);
+    /// What was read of the active session and of the console's patch, if that is what was read last.
+    const SessionAnswer *currentAnswer() const;
+    void chooseSession();
 
     Platform &platform;
     BridgeView &view;
@@ -146,6 +177,19 @@ private:
     std::function<void()> ending;          ///< set once the program is to end after the update
     std::string statusText;
     std::optional<SerialQueue::Clock::time_point> lastCreate;
+
+    std::optional<std::string> channelsPatch; ///< signature of the channels
+    ButtonLook look = redLook;
+    ButtonFacts buttons; ///< what only events tell of it
+    NoticeFacts told;    ///< what only events tell of it
+    std::optional<Notice> notice;
+    std::vector<Notice> dismissed; ///< put away, as long as there would be the same to say
+    SessionReader sessionReader;
+    std::optional<SessionAnswer> answer;  ///< what the disk said last
+    std::vector<std::string> updateLines; ///< what the last update changed
+    std::optional<Path> openedHere;       ///< the session that LiveTrax was last started on from here
+    std::optional<Path> recentThen;       ///< the newest of LiveTrax's own list at that time
+    bool sessionIsAwaited = false;        ///< the active session is yet to be made by LiveTrax
 };
 
 } // namespace corvane

@@ -1,17 +1,82 @@
 #pragma once
 
+#include "platform/files/Volume.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace corvane {
 
 /// The one thing that the window should say besides its status: what a person would want to know before the
 /// next press, in words, with at most one thing to do about it.
 struct Notice {
+    /// In order of importance.
+    enum class Kind {
+        createCannot,   ///< the answer to a press on Create that can do nothing
+        otherSession,   ///< LiveTrax opened another session last
+        sessionGone,    ///< the active session is not where it was
+        linkDown,       ///< the console is not connected any more
+        sessionDiffers, ///< the session on disk is not what the green button says
+        takesRemoved,   ///< an update took tracks with recordings out of the session
+        namesUnfit,     ///< names that the recorder cannot hold
+        takesAtRisk,    ///< the next update would take tracks with recordings out
+        markerLost,     ///< a scene's marker did not reach LiveTrax
+        patchConflict,  ///< no session can be made of the console's patch
+        spaceLow,       ///< less than an hour of recording is left
+    };
+
+    Kind kind;
     std::string text;
     /// The title of its action; empty when there is nothing to press.
-    std::string action;
+    std::string action = {};
 
     bool operator==(const Notice &) const = default;
 };
+
+/// How the session on disk differs from the console's patch, in tracks.
+struct SessionDifference {
+    std::size_t lacks = 0;   ///< channels of the console that it has no track for
+    std::size_t extra = 0;   ///< tracks that the console has no channel for
+    std::size_t changed = 0; ///< tracks that are called otherwise
+};
+
+/// What is known that may be worth a notice, as it is at one moment.
+struct NoticeFacts {
+    enum class CreateProblem { none, noName, noChannels };
+    struct Marker {
+        std::string name;
+        std::string reason; ///< a sentence
+    };
+    struct Recording {
+        std::size_t inputs = 0;      ///< that are recorded at once, a stereo channel counting as two
+        std::uint32_t rate = 48'000; ///< samples a second
+        std::vector<Volume> volumes; ///< on which is, or will be, recorded
+    };
+
+    CreateProblem createProblem = CreateProblem::none;
+    std::optional<std::filesystem::path> session;    ///< that SYNC LV1 works on
+    std::optional<std::filesystem::path> lastOpened; ///< by LiveTrax
+    bool sessionIsGone = false;
+    bool linkIsDown = false;
+    std::size_t channels = 0;                    ///< of the console
+    std::optional<SessionDifference> difference; ///< unless changes are pending anyway
+    std::vector<std::string> removedWithTakes;   ///< tracks that the last update took out
+    bool removalCanBeUndone = false;
+    std::vector<std::string> nameProblems; ///< sentences
+    std::vector<std::string> atRisk;       ///< tracks with recordings that an update would take out
+    std::optional<Marker> lostMarker;
+    std::vector<std::string> conflicts; ///< without a full stop
+    Recording recording;
+};
+
+/// What there is to say, the most important first.
+std::vector<Notice> notices(const NoticeFacts &facts);
+
+/// How many minutes of recording a volume has room for; 32-bit samples.
+std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, std::uint32_t rate);
 
 } // namespace corvane

@@ -46,19 +46,23 @@ SessionUpdate::SessionUpdate(BridgeController &controller, Platform &platform, B
       channels(std::move(channels)), signature(std::move(signature)), updatesBefore(controller.updatesDone) {}
 
 void SessionUpdate::confirm() {
+    // Held by the question until it is answered, from then on by the controller alone.
+    auto answered = [self = shared_from_this(),
+                     owner = controller.weak_from_this()](std::size_t button) mutable {
+        const auto controller = owner.lock();
+        const auto update = std::exchange(self, nullptr);
+        if (!controller || !update)
+            return;
+        if (button != updateButton)
+            controller->cancelUpdate();
+        else if (controller->takeOver(update))
+            update->check();
+    };
     view.bringToFront();
     view.showAlert({"Update Session",
                     "LiveTrax will close to apply the new channels, then reopen with the updated session.",
                     {"Update", "Cancel"}},
-                   [self = shared_from_this(), owner = controller.weak_from_this()](std::size_t button) {
-                       const auto controller = owner.lock();
-                       if (!controller)
-                           return;
-                       if (button != updateButton)
-                           controller->cancelUpdate();
-                       else if (controller->takeOver(self))
-                           self->check();
-                   });
+                   std::move(answered));
 }
 
 void SessionUpdate::check() {
@@ -123,18 +127,30 @@ void SessionUpdate::rewrite() {
         isDone() ? end() : fail(didNotClose);
         return;
     }
+    const auto plan = planned();
     try {
         const UpdateResult result = LiveTraxGenerator::update(platform, session, channels);
-        ++controller.updatesDone;
+        controller.sessionUpdated(plan);
         controller.acceptPatch(channels, signature);
         show(summary(result));
-        if (!controller.runningLiveTrax()) // started by hand while the session was being written
+        if (!controller.runningLiveTrax()) { // else started by hand while the session was being written
             LiveTraxGenerator::launchExisting(platform, session, channels);
+            controller.sessionOpened(session);
+        }
     } catch (const std::exception &error) {
         fail(error.what());
         return;
     }
     end();
+}
+
+/// What the update is about to change; why one would be refused is the update's to say.
+std::optional<UpdatePlan> SessionUpdate::planned() const {
+    try {
+        return LiveTraxGenerator::plan(platform, session, channels);
+    } catch (const std::exception &) {
+        return std::nullopt;
+    }
 }
 
 void SessionUpdate::show(const std::string &status) {

@@ -2,6 +2,7 @@
 
 #include "app/BridgeView.h"
 #include "livetrax/remote/TransportState.h"
+#include "livetrax/session/UpdatePlan.h"
 #include "platform/Platform.h"
 
 #include <filesystem>
@@ -54,6 +55,7 @@ private:
     static const Wait closing;
     static const Wait forcing;
 
+    std::optional<UpdatePlan> planned() const;
     void show(const std::string &status);
     void enter(const Wait &wait);
     void answered(const std::optional<TransportState> &transport);

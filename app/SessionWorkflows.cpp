@@ -27,19 +27,27 @@ constexpr auto finishingText = "Finishing the update…";
 void BridgeController::createSession() {
     if (isSecondPress() || ending)
         return;
+    using Problem = NoticeFacts::CreateProblem;
     const std::string name = trimmed(view.sessionName());
-    const Channels from = synchronizedChannels.value_or(channels);
-    if (name.empty() || from.empty())
+    const Channels from = channelsForCreate();
+    told.createProblem = name.empty() ? Problem::noName : from.empty() ? Problem::noChannels : Problem::none;
+    showNotices();
+    if (told.createProblem != Problem::none)
         return;
     try {
         if (runningLiveTrax())
             throw std::runtime_error(LiveTraxGenerator::liveTraxRuns);
-        const Path session = LiveTraxGenerator::generate(platform, name, folderToSaveIn(), from);
+        const Path folder = folderToSaveIn();
+        if (trimmed(view.outputPath()).empty())
+            view.setOutputPath(folder.string());
+        const Path session = LiveTraxGenerator::generate(platform, name, folder, from);
         activeSessionURL = session;
+        sessionIsAwaited = true;
         platform.defaults->set(LiveTraxGenerator::lastSessionKey, session.string());
         const auto target = LiveTraxGenerator::target(platform.folders);
         showStatus("Template created. Opening " + (target ? target->displayName : "LiveTrax") + "…");
         LiveTraxGenerator::launch(platform, session, name, from);
+        sessionOpened(session);
     } catch (const std::exception &error) {
         view.showAlert({"Could not create the session", error.what()}, [](std::size_t) {});
     }
@@ -51,15 +59,11 @@ bool BridgeController::isSecondPress() {
     return before && now - *before < view.doubleClickTime();
 }
 
-/// Independent of what the working folder will be later. "~" is the home folder where it stands alone or
-/// before a slash.
-std::filesystem::path BridgeController::folderToSaveIn() {
+/// "~" is the home folder where it stands alone or before a slash.
+std::filesystem::path BridgeController::folderToSaveIn() const {
     const std::string text = view.outputPath();
-    if (trimmed(text).empty()) {
-        const Path folder = platform.folders.music().value_or(platform.folders.home);
-        view.setOutputPath(folder.string());
-        return folder;
-    }
+    if (trimmed(text).empty())
+        return platform.folders.music().value_or(platform.folders.home);
     if (text == "~" || text.starts_with("~/"))
         return platform.folders.home / text.substr(std::min<std::size_t>(text.size(), 2));
     std::error_code failure;
@@ -73,6 +77,7 @@ void BridgeController::updateActiveSession(const Channels &withChannels, const s
     const std::optional<Path> session =
         activeSessionURL ? activeSessionURL : LiveTraxGenerator::mostRecentSessionURL(platform.folders);
     if (!session) {
+        buttons.comparison = ButtonFacts::Comparison::sync;
         acceptPatch(withChannels, signature);
         showStatus("Patch accepted. It will be used for the next session.");
         return;
@@ -104,6 +109,7 @@ bool BridgeController::takeOver(const std::shared_ptr<SessionUpdate> &newer) {
         newer->inherit(*update);
     update = newer;
     view.setUpdateUnderWay(true);
+    showMeanings();
     return true;
 }
 
@@ -122,6 +128,8 @@ void BridgeController::updateEnded(const SessionUpdate &ended) {
         return;
     update.reset();
     view.setUpdateUnderWay(false);
+    askAboutSessions();
+    showMeanings();
     if (const auto end = std::exchange(ending, nullptr))
         end();
 }

@@ -17,7 +17,7 @@ class AsioContext;
 /// its own.
 class AsioRuntime final : public SerialQueues {
 public:
-    explicit AsioRuntime(std::size_t threadCount = 2);
+    explicit AsioRuntime(std::size_t threadCount = 3);
     /// Ends the threads after the tasks that are running at the moment; what waits is dropped.
     ~AsioRuntime() override;
 

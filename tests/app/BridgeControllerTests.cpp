@@ -361,13 +361,13 @@ TEST_F(BridgeControllerTest, TheColourOfTheButtonIsSaidInWords) {
     launch();
     EXPECT_THAT(view.meaning, testing::StartsWith("Red"));
     consoleSendsPatch(kickAndKeys());
-    EXPECT_EQ(view.meaning, "Green: no changes since the last sync.");
+    EXPECT_THAT(view.meaning, testing::StartsWith("Green: the first patch since the start"));
     consoleSendsPatch(movedKeys());
     EXPECT_THAT(view.meaning, testing::StartsWith("Amber"));
     consoleSendsPatch(kickAndKeys());
-    EXPECT_EQ(view.meaning, "Green: no changes since the last sync.");
+    EXPECT_THAT(view.meaning, testing::StartsWith("Green: the first patch since the start"));
     controller->client->onConnectionState(false);
-    EXPECT_EQ(view.meaning, "Red: no console is connected. Press to connect to the chosen host.");
+    EXPECT_EQ(view.meaning, "Red: no console is connected. Press to search again.");
 }
 
 // The SYNC LV1 button
@@ -460,7 +460,7 @@ TEST_F(ConnectTest, WithoutAConsolePendingChangesAreStillWhatThePressIsFor) {
     EXPECT_EQ(view.connectButton, redLook);
     EXPECT_EQ(view.meaning,
               "Red: no console is connected, and there are changes since the last sync. Press to "
-              "update the session.");
+              "accept the patch for the next session.");
     controller->connectSelected();
     fakes.clock->run();
     EXPECT_THAT(fakes.network->streams, IsEmpty());

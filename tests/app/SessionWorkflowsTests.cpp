@@ -235,7 +235,8 @@ protected:
     void expectUpdated() {
         EXPECT_EQ(view.status(), "Session updated: 1 adjusted, 1 added, 1 removed.");
         EXPECT_EQ(view.connectButton, greenLook);
-        EXPECT_EQ(view.statusDetail, "");
+        EXPECT_EQ(view.statusDetail, "The update changed:\n“\u2068Keys\u2069” is added, on inputs 9–10\n"
+                                     "“\u2068Keys\u2069” is removed, on inputs 2–3");
         EXPECT_EQ(controller->synchronizedPatch, signature(movedKeys()));
         EXPECT_EQ(controller->synchronizedChannels, movedKeys());
         EXPECT_EQ(LiveTraxGenerator::sessionPatchSignature(session), signature(movedKeys()));
@@ -318,14 +319,17 @@ TEST_F(UpdateTest, TheChannelsOfTheClickAreUsedWhateverArrivesUntilTheAnswer) {
     EXPECT_EQ(LiveTraxGenerator::sessionPatchSignature(session), signature(movedKeys()));
     EXPECT_EQ(controller->synchronizedPatch, signature(movedKeys()));
     EXPECT_EQ(view.connectButton, greenLook);
-    EXPECT_EQ(view.meaning,
-              "Green: synced, but the console's patch has changed since. Press to update the session again.");
-    EXPECT_EQ(view.statusDetail, "Changes since the last sync:\n“Later” is new, on input 21\n“Kick” is gone\n"
-                                 "“Keys” is gone");
+    EXPECT_EQ(view.meaning, "Green: synced, but the console's patch has changed since. Press to update "
+                            "“\u2068Show\u2069” again.");
+    EXPECT_EQ(view.statusDetail, "SYNC LV1 will change:\n“\u2068Later\u2069” is added, on input 21\n"
+                                 "“\u2068Kick\u2069” is removed, on input 1\n"
+                                 "“\u2068Keys\u2069” is removed, on inputs 9–10");
     controller->connectSelected(); // LiveTrax has ended
     EXPECT_EQ(LiveTraxGenerator::sessionPatchSignature(session), signature({channel("Later", 7, 20)}));
-    EXPECT_EQ(view.meaning, "Green: no changes since the last sync.");
-    EXPECT_EQ(view.statusDetail, "");
+    EXPECT_EQ(view.meaning, "Green: no changes since the last sync. Press to search again.");
+    EXPECT_EQ(view.statusDetail, "The update changed:\n“\u2068Later\u2069” is added, on input 21\n"
+                                 "“\u2068Kick\u2069” is removed, on input 1\n"
+                                 "“\u2068Keys\u2069” is removed, on inputs 9–10");
 }
 
 TEST_F(UpdateTest, ConfirmedTheTransportIsChecked) {

@@ -1,0 +1,61 @@
+#include "app/ButtonMeaning.h"
+
+#include "base/Quotation.h"
+
+namespace corvane {
+
+namespace {
+
+using Link = ButtonFacts::Link;
+using Comparison = ButtonFacts::Comparison;
+
+std::string colourMeaning(const ButtonFacts &facts) {
+    if (facts.red)
+        return std::string(facts.link == Link::greeting ? "Red: the console is being greeted"
+                                                        : "Red: no console is connected") +
+               (facts.changesPending ? ", and there are changes since the last sync." : ".");
+    if (facts.changesPending)
+        return facts.justSynced ? "Green: synced, but the console's patch has changed since."
+                                : "Amber: the console's patch has changed.";
+    if (facts.link != Link::up)
+        return "Green: the patch is synced; no console is connected now.";
+    switch (facts.comparison) {
+    case Comparison::none:
+        return "Green: the first patch since the start; no session was compared with it.";
+    case Comparison::session:
+        return "Green: " + quotation(facts.session.value_or("")) + " has the console's patch.";
+    case Comparison::sync:
+        return "Green: no changes since the last sync.";
+    }
+    return {};
+}
+
+std::string pressMeaning(const ButtonFacts &facts) {
+    if (!facts.changesPending)
+        return facts.hostSelected ? "Press to connect to the chosen host." : "Press to search again.";
+    if (facts.updateUnderWay)
+        return "An update is under way; press to be asked again.";
+    if (!facts.session)
+        return "Press to accept the patch for the next session.";
+    return "Press to update " + quotation(*facts.session) + (facts.justSynced ? " again." : ".");
+}
+
+} // namespace
+
+std::string connectMeaning(const ButtonFacts &facts) {
+    return colourMeaning(facts) + " " + pressMeaning(facts);
+}
+
+std::string createMeaning(const ButtonFacts &facts) {
+    const std::string of = counted(facts.channelsForCreate, "channel", "channels");
+    if (facts.channelsForCreate == 0)
+        return "Makes a LiveTrax session with one armed track for each channel and opens it. Possible once "
+               "the "
+               "console's channels are known.";
+    if (facts.changesPending)
+        return "Makes a LiveTrax session of the " + of +
+               " of the last sync and opens it. The changes since are not in it.";
+    return "Makes a LiveTrax session of the console's " + of + ", one armed track for each, and opens it.";
+}
+
+} // namespace corvane

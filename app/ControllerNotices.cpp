@@ -1,0 +1,243 @@
+// What the controller has the window say besides its status: notices, explanations, the meaning of buttons.
+
+#include "app/BridgeController.h"
+#include "app/PlanText.h"
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "patch/PatchConflicts.h"
+#include "patch/PatchDifference.h"
+#include "patch/RecorderNames.h"
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
+namespace corvane {
+
+namespace {
+
+/// How often the disk is asked without an occasion: a volume may fill up or be taken away at any time.
+constexpr std::chrono::seconds askInterval{15};
+
+std::size_t inputsOf(const std::vector<LV1Channel> &channels) {
+    std::size_t inputs = 0;
+    for (const LV1Channel &channel : channels)
+        inputs += channel.stereo() ? 2 : 1;
+    return inputs;
+}
+
+/// A name that the recorder spells in its own way is the same name.
+SessionDifference difference(const UpdatePlan &plan) {
+    SessionDifference found;
+    for (const TrackDecision &track : plan.tracks) {
+        found.lacks += track.action == TrackDecision::Action::add ? 1U : 0U;
+        found.extra += track.action == TrackDecision::Action::remove ? 1U : 0U;
+        found.changed += track.was.name && !isRecorded(*track.was.name, track.name) ? 1U : 0U;
+    }
+    return found;
+}
+
+} // namespace
+
+// The buttons
+
+void BridgeController::showLook(const ButtonLook &newLook) {
+    look = newLook;
+    showMeanings();
+}
+
+void BridgeController::showMeanings() {
+    ButtonFacts facts = buttons;
+    facts.red = look == redLook;
+    facts.changesPending = hasChanges();
+    const auto session =
+        activeSessionURL ? activeSessionURL : (answer ? answer->lastOpened : std::optional<Path>());
+    if (session)
+        facts.session = LiveTraxGenerator::sessionFile(*session).stem().string();
+    const auto *current = currentAnswer();
+    if (facts.comparison == ButtonFacts::Comparison::none && current && current->signature == currentPatch)
+        facts.comparison = ButtonFacts::Comparison::session;
+    facts.hostSelected = selectedHost().has_value();
+    facts.updateUnderWay = update != nullptr;
+    facts.channelsForCreate = channels.empty() ? 0 : channelsForCreate().size();
+    view.setConnectButton(look, connectMeaning(facts));
+    view.setCreateMeaning(createMeaning(facts));
+}
+
+void BridgeController::linkIs(ButtonFacts::Link state) {
+    using Link = ButtonFacts::Link;
+    const bool lost = state == Link::lost && buttons.link != Link::lost;
+    buttons.link = state;
+    if (lost && runningLiveTrax()) // markers are missing from now on
+        view.requestAttention();
+    showNotices();
+    showMeanings();
+}
+
+// The explanation behind the status
+
+void BridgeController::showChanges(const Channels &list) {
+    view.setStatusDetail(listing("Changes since the last sync:",
+                                 patchDifference(synchronizedChannels.value_or(Channels{}), list)));
+}
+
+void BridgeController::sessionUpdated(const std::optional<UpdatePlan> &plan) {
+    ++updatesDone;
+    buttons.comparison = ButtonFacts::Comparison::sync;
+    updateLines = plan ? planLines(*plan) : std::vector<std::string>();
+}
+
+// What the disk says
+
+void BridgeController::sessionOpened(const Path &session) {
+    openedHere = session;
+    recentThen = answer ? answer->lastOpened : LiveTraxGenerator::mostRecentSessionURL(platform.folders);
+    askAboutSessions();
+}
+
+void BridgeController::askNowAndThen() {
+    askAboutSessions();
+    platform.main.after(askInterval, weakly(weak_from_this(), [](BridgeController &controller) {
+                            controller.askNowAndThen();
+                        }));
+}
+
+void BridgeController::askAboutSessions() {
+    sessionReader.ask({activeSessionURL, channelsPatch.value_or(""), channels, folderToSaveIn()},
+                      [weak = weak_from_this()](const SessionAnswer &read) {
+                          if (const auto controller = weak.lock())
+                              controller->sessionsRead(read);
+                      });
+}
+
+void BridgeController::sessionsRead(const SessionAnswer &read) {
+    answer = read;
+    if (const auto *current = currentAnswer()) {
+        sessionIsAwaited = sessionIsAwaited && !current->exists;
+        if (hasChanges() && current->plan)
+            view.setStatusDetail(listing("SYNC LV1 will change:", planLines(*current->plan)));
+    }
+    showNotices();
+    showMeanings();
+}
+
+const SessionAnswer *BridgeController::currentAnswer() const {
+    const bool fits = answer && answer->question.session && answer->question.session == activeSessionURL &&
+                      answer->question.patch == currentPatch.value_or("");
+    return fits ? &*answer : nullptr;
+}
+
+// The notice
+
+void BridgeController::showNotices() {
+    const std::vector<Notice> all = notices(knownFacts());
+    const auto isAmong = [](const std::vector<Notice> &list, const Notice &one) {
+        return std::find(list.begin(), list.end(), one) != list.end();
+    };
+    std::erase_if(dismissed, [&](const Notice &one) { return !isAmong(all, one); });
+    const auto first =
+        std::find_if(all.begin(), all.end(), [&](const Notice &one) { return !isAmong(dismissed, one); });
+    const auto next = first == all.end() ? std::nullopt : std::optional(*first);
+    if (next == notice)
+        return;
+    notice = next;
+    view.showNotice(notice);
+}
+
+NoticeFacts BridgeController::knownFacts() const {
+    NoticeFacts facts = told;
+    facts.session = activeSessionURL;
+    facts.linkIsDown = buttons.link == ButtonFacts::Link::lost;
+    if (answer) {
+        facts.recording.volumes = answer->volumes;
+        facts.lastOpened = openedHere && answer->lastOpened == recentThen ? openedHere : answer->lastOpened;
+    }
+    if (const auto *current = currentAnswer()) {
+        facts.sessionIsGone = !current->exists && !sessionIsAwaited;
+        const bool differs = current->signature && currentPatch && *current->signature != *currentPatch;
+        if (differs && current->plan && !hasChanges())
+            facts.difference = difference(*current->plan);
+    }
+    return facts;
+}
+
+void BridgeController::channelsAreOthers() {
+    told.createProblem = NoticeFacts::CreateProblem::none;
+    told.channels = channels.size();
+    told.recording.inputs = inputsOf(channels);
+    told.nameProblems = recorderNameProblems(channels);
+    told.conflicts.clear();
+    for (const PatchConflict &conflict : patchConflicts(channels))
+        told.conflicts.push_back(conflict.text);
+    askAboutSessions();
+    showNotices();
+    showMeanings();
+}
+
+void BridgeController::markerLost(const std::string &name, const std::string &reason) {
+    told.lostMarker = {name, reason};
+    showNotices();
+}
+
+void BridgeController::fieldsEdited() {
+    told.createProblem = NoticeFacts::CreateProblem::none;
+    showNotices();
+    askAboutSessions();
+}
+
+void BridgeController::dismissNotice() {
+    if (notice)
+        dismissed.push_back(*notice);
+    showNotices();
+}
+
+void BridgeController::noticeAction() {
+    if (!notice || notice->action.empty() || ending)
+        return;
+    const NoticeFacts facts = knownFacts();
+    switch (notice->kind) {
+    case Notice::Kind::otherSession:
+        activeSessionURL = facts.lastOpened;
+        askAboutSessions();
+        showNotices();
+        break;
+    case Notice::Kind::sessionGone:
+        chooseSession();
+        break;
+    case Notice::Kind::linkDown:
+        connectToSelectedHost();
+        break;
+    case Notice::Kind::sessionDiffers:
+        updateActiveSession(channels, *currentPatch);
+        break;
+    case Notice::Kind::takesAtRisk:
+        if (const auto *current = currentAnswer(); current && current->plan)
+            view.showLines("SYNC LV1 will change:", planLines(*current->plan));
+        break;
+    case Notice::Kind::patchConflict:
+        view.showLines("No session can be created of this patch", facts.conflicts);
+        break;
+    default:
+        break; // nothing to press
+    }
+}
+
+void BridgeController::chooseSession() {
+    view.chooseFolder([weak = weak_from_this()](const std::optional<Path> &folder) {
+        const auto controller = weak.lock();
+        std::error_code missing;
+        if (!controller || !folder)
+            return;
+        if (!std::filesystem::exists(LiveTraxGenerator::sessionFile(*folder), missing)) {
+            controller->view.showAlert({"This folder is no LiveTrax session",
+                                        folder->string() + " holds no session file of its own name."},
+                                       [](std::size_t) {});
+            return;
+        }
+        controller->activeSessionURL = *folder;
+        controller->sessionIsAwaited = false;
+        controller->askAboutSessions();
+        controller->showNotices();
+    });
+}
+
+} // namespace corvane

@@ -1,0 +1,152 @@
+#include "app/Notice.h"
+
+#include "base/Quotation.h"
+
+#include <algorithm>
+
+namespace corvane {
+
+namespace {
+
+using Kind = Notice::Kind;
+using Found = std::optional<Notice>;
+
+constexpr std::uintmax_t fewMinutes = 60;
+constexpr std::uintmax_t bytesPerSample = 4;
+constexpr std::uintmax_t secondsPerMinute = 60;
+
+std::string nameOf(const std::filesystem::path &session) {
+    return quotation((session.has_filename() ? session : session.parent_path()).filename().string());
+}
+
+/// "48 kHz", "44.1 kHz"
+std::string kilohertz(std::uint32_t rate) {
+    const auto tenths = (rate % 1'000) / 100;
+    return std::to_string(rate / 1'000) + (tenths == 0 ? "" : "." + std::to_string(tenths)) + " kHz";
+}
+
+Found createCannot(const NoticeFacts &facts) {
+    using Problem = NoticeFacts::CreateProblem;
+    if (facts.createProblem == Problem::noName)
+        return Notice{Kind::createCannot, "Type a session name."};
+    if (facts.createProblem == Problem::noChannels)
+        return Notice{Kind::createCannot, "The synchronised patch has no channels; press SYNC LV1."};
+    return {};
+}
+
+Found otherSession(const NoticeFacts &facts) {
+    if (!facts.session || !facts.lastOpened || *facts.session == *facts.lastOpened)
+        return {};
+    const std::string last = nameOf(*facts.lastOpened);
+    return Notice{Kind::otherSession,
+                  "LiveTrax opened " + last + " last; SYNC LV1 works on " + nameOf(*facts.session) + ".",
+                  "Use " + last};
+}
+
+Found sessionGone(const NoticeFacts &facts) {
+    if (!facts.session || !facts.sessionIsGone)
+        return {};
+    return Notice{Kind::sessionGone,
+                  nameOf(*facts.session) + " is not at " + facts.session->parent_path().string() +
+                      " any more.",
+                  "Choose…"};
+}
+
+Found linkDown(const NoticeFacts &facts) {
+    if (!facts.linkIsDown)
+        return {};
+    return Notice{Kind::linkDown,
+                  "The console is not connected. Choose it again in LV1 HOST, or:", "Reconnect"};
+}
+
+Found sessionDiffers(const NoticeFacts &facts) {
+    if (!facts.session || facts.sessionIsGone || !facts.difference)
+        return {};
+    const auto [lacks, extra, changed] = *facts.difference;
+    std::string how;
+    if (lacks > 0)
+        how = " lacks " + std::to_string(lacks) + " of the console's " +
+              counted(facts.channels, "channel.", "channels.");
+    else if (extra > 0)
+        how = " has " + counted(extra, "track", "tracks") + " that the console does not have.";
+    else if (changed > 0)
+        how = " differs from the console in " + counted(changed, "track.", "tracks.");
+    else
+        return {};
+    return Notice{Kind::sessionDiffers, nameOf(*facts.session) + how, "Update…"};
+}
+
+Found takesRemoved(const NoticeFacts &facts) {
+    if (facts.removedWithTakes.empty())
+        return {};
+    return Notice{Kind::takesRemoved,
+                  counted(facts.removedWithTakes.size(), "track", "tracks") +
+                      " with recordings left the session: " + joined(facts.removedWithTakes) + ".",
+                  facts.removalCanBeUndone ? "Undo" : ""};
+}
+
+Found namesUnfit(const NoticeFacts &facts) {
+    if (facts.nameProblems.empty())
+        return {};
+    const std::size_t others = facts.nameProblems.size() - 1;
+    return Notice{Kind::namesUnfit, facts.nameProblems.front() +
+                                        (others == 0 ? "" : " (And " + std::to_string(others) + " more.)")};
+}
+
+Found takesAtRisk(const NoticeFacts &facts) {
+    if (facts.atRisk.empty())
+        return {};
+    return Notice{Kind::takesAtRisk,
+                  "SYNC LV1 will take " + counted(facts.atRisk.size(), "recorded track", "recorded tracks") +
+                      " out of the session: " + joined(facts.atRisk) + ".",
+                  "Show plan"};
+}
+
+Found markerLost(const NoticeFacts &facts) {
+    if (!facts.lostMarker)
+        return {};
+    return Notice{Kind::markerLost, "The marker " + quotation(facts.lostMarker->name) +
+                                        " did not reach LiveTrax: " + facts.lostMarker->reason};
+}
+
+Found patchConflict(const NoticeFacts &facts) {
+    if (facts.conflicts.empty())
+        return {};
+    return Notice{Kind::patchConflict, facts.conflicts.front() + ": a session cannot be created.", "Show"};
+}
+
+Found spaceLow(const NoticeFacts &facts) {
+    const auto &[inputs, rate, volumes] = facts.recording;
+    const auto tightest =
+        std::min_element(volumes.begin(), volumes.end(),
+                         [](const Volume &a, const Volume &b) { return a.available < b.available; });
+    if (inputs == 0 || tightest == volumes.end())
+        return {};
+    const auto minutes = recordingMinutes(tightest->available, inputs, rate);
+    if (minutes >= fewMinutes)
+        return {};
+    const std::string left =
+        minutes == 0 ? "Less than a minute" : counted(std::size_t(minutes), "minute", "minutes");
+    return Notice{Kind::spaceLow, left + " left on " +
+                                      (tightest->name.empty() ? "this computer" : quotation(tightest->name)) +
+                                      " for " + counted(inputs, "input", "inputs") + " at " +
+                                      kilohertz(rate) + "."};
+}
+
+} // namespace
+
+std::vector<Notice> notices(const NoticeFacts &facts) {
+    std::vector<Notice> found;
+    for (const auto row : {createCannot, otherSession, sessionGone, linkDown, sessionDiffers, takesRemoved,
+                           namesUnfit, takesAtRisk, markerLost, patchConflict, spaceLow})
+        if (auto notice = row(facts))
+            found.push_back(*std::move(notice));
+    return found;
+}
+
+std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, std::uint32_t rate) {
+    const std::uintmax_t perMinute = inputs * rate * bytesPerSample * secondsPerMinute;
+    return perMinute == 0 ? UINTMAX_MAX : bytes / perMinute;
+}
+
+} // namespace corvane

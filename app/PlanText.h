@@ -1,0 +1,17 @@
+#pragma once
+
+#include "livetrax/session/UpdatePlan.h"
+
+#include <string>
+#include <vector>
+
+namespace corvane {
+
+/// What an update does to a session, one real change a line: what is added, is called otherwise, moves or
+/// goes. Tracks that only change in colour are counted in one line; those that stay as they are do not count.
+std::vector<std::string> planLines(const UpdatePlan &plan);
+
+/// The lines under a title; of very many the first, and how many more there are. Empty without lines.
+std::string listing(const std::string &title, const std::vector<std::string> &lines);
+
+} // namespace corvane

@@ -1,0 +1,124 @@
+#include "app/SessionReader.h"
+
+#include "livetrax/session/LiveTraxGenerator.h"
+
+#include <exception>
+#include <system_error>
+#include <tuple>
+#include <utility>
+
+namespace corvane {
+
+namespace {
+
+using Path = std::filesystem::path;
+
+/// By which a file is known not to have changed.
+using FileState = std::optional<std::pair<std::filesystem::file_time_type, std::uintmax_t>>;
+
+FileState stateOf(const Path &file) {
+    std::error_code missing;
+    const auto date = std::filesystem::last_write_time(file, missing);
+    const auto size = missing ? 0 : std::filesystem::file_size(file, missing);
+    return missing ? std::nullopt : FileState(std::pair(date, size));
+}
+
+} // namespace
+
+/// One question and what has been found. Belongs to the main queue but for `answer` and `state`, which belong
+/// to the reading queue until it has handed them back.
+struct SessionReader::Reading {
+    SessionAnswer answer;
+    FileState state;
+    Told told;          ///< empty once it was told
+    bool again = false; ///< asked for the same once more meanwhile
+};
+
+SessionReader::SessionReader(Platform &platform, VolumeOf volumeOf)
+    : platform(platform), volumeOf(std::move(volumeOf)), queue(platform.queues->make("Corvane.Sessions")) {}
+
+namespace {
+
+/// What the engine reads by, copied: a reading may outlast the program's last moments.
+struct ReadingSystem {
+    StandardFolders folders;
+    BundleResources resources;
+    UserDefaults *defaults;
+    RunningApplications *applications;
+    ProcessLauncher *processes;
+    WallClock clock;
+};
+
+void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volumeOf, SessionAnswer &answer,
+              FileState &state, const std::function<bool()> &isWanted) {
+    const SessionQuestion &question = answer.question;
+    answer.lastOpened = LiveTraxGenerator::mostRecentSessionURL(system.folders);
+    answer.volumes.clear();
+    const auto addVolume = [&](const Path &folder) {
+        if (auto volume = volumeOf(folder))
+            answer.volumes.push_back(*std::move(volume));
+    };
+    if (!question.saveIn.empty())
+        addVolume(question.saveIn);
+    if (!question.session)
+        return;
+    addVolume(*question.session);
+    const FileState now = stateOf(LiveTraxGenerator::sessionFile(*question.session));
+    answer.exists = now.has_value();
+    if (now && now == state)
+        return; // known already
+    state = now;
+    answer.signature.reset();
+    answer.plan.reset();
+    if (!now || !isWanted())
+        return;
+    answer.signature = LiveTraxGenerator::sessionPatchSignature(*question.session);
+    if (!answer.signature || !isWanted())
+        return;
+    try {
+        answer.plan = LiveTraxGenerator::plan(system, *question.session, question.channels);
+    } catch (const std::exception &) {
+        // What is wrong is said when the session is to be updated.
+    }
+}
+
+} // namespace
+
+void SessionReader::ask(SessionQuestion question, Told told) {
+    if (reading && reading->told && reading->answer.question == question) {
+        reading->again = true; // to be read to its end, or a busy console would never let it come to one
+        return;
+    }
+    const auto next = std::make_shared<Reading>();
+    // What was found for the same question still holds as long as the file is the same.
+    if (reading && !reading->told && reading->answer.question == question) {
+        next->answer = reading->answer;
+        next->state = reading->state;
+    }
+    next->answer.question = std::move(question);
+    next->told = std::move(told);
+    reading = next;
+    const ReadingSystem system{platform.folders,         platform.resources,
+                               platform.defaults.get(),  platform.applications.get(),
+                               platform.processes.get(), platform.clock};
+    queue->post([reader = this, &main = platform.main, system, volumeOf = volumeOf,
+                 weak = std::weak_ptr(next), answer = next->answer, state = next->state]() mutable {
+        const auto isWanted = [&weak] { return !weak.expired(); };
+        if (!isWanted())
+            return;
+        readDisk(system, volumeOf, answer, state, isWanted);
+        main.post([reader, weak, answer = std::move(answer), state] {
+            const auto done = weak.lock();
+            if (!done)
+                return; // replaced, or the reader has gone
+            done->answer = answer;
+            done->state = state;
+            const auto tell = std::exchange(done->told, nullptr);
+            if (done->again)
+                reader->ask(done->answer.question, tell);
+            tell(answer);
+        });
+    });
+}
+
+} // namespace corvane

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "livetrax/session/UpdatePlan.h"
+#include "platform/Platform.h"
+#include "platform/files/Volume.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace corvane {
+
+/// What is asked of the disk.
+struct SessionQuestion {
+    std::optional<std::filesystem::path> session; ///< the active one
+    std::string patch;                            ///< the signature of the console's channels
+    std::vector<LV1Channel> channels;             ///< of the console
+    std::filesystem::path saveIn;                 ///< where a new session would go
+
+    /// Colours make no other question.
+    bool operator==(const SessionQuestion &other) const {
+        return session == other.session && patch == other.patch && saveIn == other.saveIn;
+    }
+};
+
+/// What the disk says.
+struct SessionAnswer {
+    SessionQuestion question;
+    std::optional<std::filesystem::path> lastOpened; ///< by LiveTrax
+    bool exists = false;                             ///< the session's file
+    std::optional<std::string> signature;            ///< of the session's patch; none when it cannot be read
+    std::optional<UpdatePlan> plan; ///< what an update would do; none when it would be refused
+    std::vector<Volume> volumes;    ///< of the session and of where a new one would go
+};
+
+/// Reads for the window what the disk has to say of the sessions, on "Corvane.Sessions": neither the main
+/// thread nor a console waits for it. Used on the main queue. A question that comes while one is being
+/// answered takes its place; a session that has not changed since is not read again.
+class SessionReader {
+public:
+    using Told = std::function<void(const SessionAnswer &)>;
+    using VolumeOf = std::function<std::optional<Volume>(const std::filesystem::path &)>;
+
+    /// `platform` outlives the reader. `volumeOf` is called on the reading queue.
+    explicit SessionReader(Platform &platform, VolumeOf volumeOf = corvane::volumeOf);
+
+    /// `told` is called on the main queue, unless another question comes first or the reader goes away.
+    void ask(SessionQuestion question, Told told);
+
+private:
+    struct Reading;
+
+    Platform &platform;
+    VolumeOf volumeOf;
+    std::shared_ptr<SerialQueue> queue;
+    std::shared_ptr<Reading> reading; ///< the one that is wanted; what others have found is dropped
+};
+
+} // namespace corvane

@@ -1,0 +1,46 @@
+#include "base/Quotation.h"
+
+#include "base/Text.h"
+
+#include <algorithm>
+
+namespace corvane {
+
+namespace {
+
+/// In bytes; about what fits on one line of a window.
+constexpr std::size_t longestQuotation = 120;
+constexpr std::size_t mostJoined = 5;
+
+bool continuesCharacter(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+} // namespace
+
+std::string quotation(std::string_view text) {
+    std::string shown(text.substr(0, longestQuotation));
+    if (text.size() > longestQuotation) {
+        std::size_t end = longestQuotation;
+        while (end > 0 && continuesCharacter(text[end]))
+            --end;
+        shown = std::string(text.substr(0, end)) + "…";
+    }
+    return "“\u2068" + withoutControls(shown) + "\u2069”";
+}
+
+std::string counted(std::size_t count, const std::string &one, const std::string &many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+std::string joined(const std::vector<std::string> &texts) {
+    std::string all;
+    const std::size_t shown = std::min(texts.size(), mostJoined);
+    for (std::size_t each = 0; each < shown; ++each)
+        all += (each == 0 ? "" : ", ") + texts[each];
+    if (shown < texts.size())
+        all += " and " + std::to_string(texts.size() - shown) + " more";
+    return all;
+}
+
+} // namespace corvane

@@ -1,0 +1,85 @@
+#include "app/ButtonMeaning.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace corvane {
+
+namespace {
+
+using Link = ButtonFacts::Link;
+using Comparison = ButtonFacts::Comparison;
+
+struct Row {
+    const char *name;
+    std::function<void(ButtonFacts &)> change;
+    const char *expected;
+};
+
+/// A console is connected and everything is in step.
+ButtonFacts well() {
+    ButtonFacts facts;
+    facts.link = Link::up;
+    facts.red = false;
+    facts.comparison = Comparison::sync;
+    facts.session = "Show";
+    facts.hostSelected = true;
+    return facts;
+}
+
+const Row table[] = {
+    {"NothingYet", [](ButtonFacts &facts) { facts = {}; },
+     "Red: no console is connected. Press to search again."},
+    {"Greeting",
+     [](ButtonFacts &facts) {
+         facts.red = true;
+         facts.link = Link::greeting;
+     },
+     "Red: the console is being greeted. Press to connect to the chosen host."},
+    {"LostWithChanges",
+     [](ButtonFacts &facts) {
+         facts.red = true;
+         facts.link = Link::lost;
+         facts.changesPending = true;
+     },
+     "Red: no console is connected, and there are changes since the last sync. Press to update "
+     "“\u2068Show\u2069”."},
+    {"Synced", [](ButtonFacts &) {},
+     "Green: no changes since the last sync. Press to connect to the chosen host."},
+    {"FirstPatch", [](ButtonFacts &facts) { facts.comparison = Comparison::none; },
+     "Green: the first patch since the start; no session was compared with it. Press to connect to the "
+     "chosen "
+     "host."},
+    {"ComparedWithTheDisk", [](ButtonFacts &facts) { facts.comparison = Comparison::session; },
+     "Green: “\u2068Show\u2069” has the console's patch. Press to connect to the chosen host."},
+    {"SyncedWithoutAConsole", [](ButtonFacts &facts) { facts.link = Link::lost; },
+     "Green: the patch is synced; no console is connected now. Press to connect to the chosen host."},
+    {"Overtaken", [](ButtonFacts &facts) { facts.changesPending = facts.justSynced = true; },
+     "Green: synced, but the console's patch has changed since. Press to update “\u2068Show\u2069” again."},
+    {"Changed", [](ButtonFacts &facts) { facts.changesPending = true; },
+     "Amber: the console's patch has changed. Press to update “\u2068Show\u2069”."},
+    {"ChangedWithoutASession",
+     [](ButtonFacts &facts) {
+         facts.changesPending = true;
+         facts.session.reset();
+     },
+     "Amber: the console's patch has changed. Press to accept the patch for the next session."},
+    {"UpdateUnderWay", [](ButtonFacts &facts) { facts.changesPending = facts.updateUnderWay = true; },
+     "Amber: the console's patch has changed. An update is under way; press to be asked again."},
+};
+
+class ConnectMeaningTest : public testing::TestWithParam<Row> {};
+
+TEST_P(ConnectMeaningTest, IsTrueInEveryState) {
+    ButtonFacts facts = well();
+    GetParam().change(facts);
+    EXPECT_EQ(connectMeaning(facts), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(States, ConnectMeaningTest, testing::ValuesIn(table),
+                         [](const auto &each) { return each.param.name; });
+
+} // namespace
+
+} // namespace corvane

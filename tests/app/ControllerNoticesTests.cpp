@@ -1,0 +1,310 @@
+#include "tests/app/WorkflowFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace corvane {
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+/// A console in step with the session "Show", which LiveTrax has open.
+class ControllerNoticesTest : public WorkflowTest {
+protected:
+    /// A session of these channels, made before the program starts.
+    std::filesystem::path makeSession(const std::string &name, const Channels &list) {
+        installLiveTrax();
+        LiveTraxGenerator::generate(fakes.platform, name, *fakes.musicFolder, list);
+        return makeSessionFolder(name);
+    }
+    void opensLast(const std::filesystem::path &session) {
+        fakes.folder.write("home/Library/Preferences/LiveTrax3/recent",
+                           session.filename().string() + "\n" + session.string() + "\n");
+    }
+    void begin(const Channels &ofTheConsole) {
+        show = makeSession("Show", kickAndKeys());
+        opensLast(show);
+        launch();
+        consoleSendsPatch(ofTheConsole);
+        fakes.clock->run();
+    }
+    std::string text() const { return view.notice ? view.notice->text : ""; }
+
+    std::filesystem::path show;
+};
+
+TEST_F(ControllerNoticesTest, NothingIsSaidWhenAllIsWell) {
+    begin(kickAndKeys());
+    EXPECT_EQ(text(), "");
+    EXPECT_EQ(view.meaning, "Green: “\u2068Show\u2069” has the console's patch. Press to search again.");
+}
+
+TEST_F(ControllerNoticesTest, ASessionThatIsNotInStepIsSaidAlthoughTheButtonIsGreen) {
+    begin({channel("Kick", 1, 0), channel("Keys", 2, 1, true), channel("Vox", 3, 9)});
+    EXPECT_EQ(view.connectButton, greenLook);
+    EXPECT_EQ(text(), "“\u2068Show\u2069” lacks 1 of the console's 3 channels.");
+    EXPECT_THAT(view.meaning, StartsWith("Green: the first patch since the start"));
+
+    const auto application = runLiveTrax();
+    controller->noticeAction();
+    ASSERT_THAT(view.alerts, SizeIs(1));
+    EXPECT_EQ(view.alerts.back().message, "Update Session");
+    application->terminated = true;
+    controller->noticeAction();
+    fakes.clock->run();
+    EXPECT_EQ(view.status(), "Session updated: 2 adjusted, 1 added, 0 removed.");
+    EXPECT_EQ(view.statusDetail, "The update changed:\n“\u2068Vox\u2069” is added, on input 10");
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, AnotherSessionThatLiveTraxOpenedLastCanBeUsed) {
+    const auto palau = makeSession("Palau", kickAndKeys());
+    fakes.defaults->values["CorvaneLastSession"] = (*fakes.musicFolder / "Show").string();
+    show = makeSession("Show", kickAndKeys());
+    opensLast(palau);
+    launch();
+    EXPECT_EQ(text(), "LiveTrax opened “\u2068Palau\u2069” last; SYNC LV1 works on “\u2068Show\u2069”.");
+    controller->noticeAction();
+    EXPECT_EQ(controller->activeSessionURL, palau);
+    EXPECT_EQ(fakes.defaults->values["CorvaneLastSession"], show.string());
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, ANewSessionIsNeitherGoneNorAnotherOneUntilLiveTraxHasMadeIt) {
+    begin(kickAndKeys());
+    view.nameText = "Friday Night";
+    fakes.clock->advance(1s);
+    controller->createSession();
+    fakes.clock->advance(60s);
+    EXPECT_EQ(text(), "");
+    const auto friday = makeSessionFolder("Friday Night");
+    fakes.clock->advance(60s);
+    EXPECT_EQ(text(), "");
+    opensLast(friday);
+    std::filesystem::rename(friday, show / "moved");
+    fakes.clock->advance(60s);
+    EXPECT_EQ(text(), "“\u2068Friday Night\u2069” is not at " + friday.parent_path().string() + " any more.");
+}
+
+TEST_F(ControllerNoticesTest, ASessionThatIsGoneCanBeChosenAgain) {
+    begin(kickAndKeys());
+    const auto moved = *fakes.musicFolder / "Old/Show";
+    std::filesystem::create_directories(moved.parent_path());
+    std::filesystem::rename(show, moved);
+    fakes.clock->advance(60s);
+    EXPECT_THAT(text(), HasSubstr("is not at"));
+    controller->noticeAction();
+    view.folderAnswer(moved.parent_path());
+    EXPECT_THAT(view.alerts, SizeIs(1)); // that is no session
+    EXPECT_EQ(controller->activeSessionURL, show);
+    controller->noticeAction();
+    view.folderAnswer(std::nullopt);
+    EXPECT_EQ(controller->activeSessionURL, show);
+    controller->noticeAction();
+    view.folderAnswer(moved);
+    fakes.clock->run();
+    EXPECT_EQ(controller->activeSessionURL, moved);
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, ALostLinkIsSaidAndReconnectsWithoutUpdating) {
+    begin(kickAndKeys());
+    runLiveTrax();
+    controller->client->onEndpoints({{"FOH", "10.0.0.1", 50000, "aa"}});
+    consoleSendsPatch(movedKeys());
+    controller->client->onConnectionState(false);
+    controller->client->onConnectionState(false);
+    EXPECT_EQ(text(), "The console is not connected. Choose it again in LV1 HOST, or:");
+    EXPECT_EQ(view.attentionRequests, 1);
+    controller->noticeAction();
+    fakes.clock->run();
+    EXPECT_THAT(fakes.network->streams, SizeIs(1));
+    EXPECT_THAT(view.alerts, IsEmpty());
+    EXPECT_EQ(text(), "");
+    fakes.network->streams[0]->becomeReady();
+    fakes.clock->run();
+    EXPECT_THAT(view.meaning, StartsWith("Red: the console is being greeted"));
+    fakes.network->streams[0]->fail("refused");
+    fakes.clock->run();
+    EXPECT_THAT(view.meaning, StartsWith("Red: no console is connected, and there are changes"));
+    EXPECT_EQ(view.attentionRequests, 2);
+}
+
+TEST_F(ControllerNoticesTest, NobodyIsCalledForALinkThatIsLostWhileNothingIsRecorded) {
+    begin(kickAndKeys());
+    controller->client->onConnectionState(false);
+    EXPECT_EQ(view.attentionRequests, 0);
+}
+
+TEST_F(ControllerNoticesTest, CreateThatCanDoNothingSaysWhy) {
+    begin(kickAndKeys());
+    view.nameText = " ";
+    const std::string before = view.status();
+    controller->createSession();
+    EXPECT_EQ(text(), "Type a session name.");
+    EXPECT_EQ(view.status(), before);
+    EXPECT_THAT(view.alerts, IsEmpty());
+    controller->fieldsEdited();
+    EXPECT_EQ(text(), "");
+    consoleSendsPatch({channel("Talk", 1, 0)});
+    controller->synchronizedChannels = Channels{};
+    view.nameText = "Friday";
+    fakes.clock->advance(1s);
+    controller->createSession();
+    EXPECT_EQ(text(), "The synchronised patch has no channels; press SYNC LV1.");
+}
+
+TEST_F(ControllerNoticesTest, ANoticeThatWasPutAwayStaysAwayUntilItChanges) {
+    begin(kickAndKeys());
+    view.nameText = "";
+    controller->createSession();
+    controller->client->onConnectionState(false);
+    EXPECT_EQ(text(), "Type a session name.");
+    controller->dismissNotice();
+    EXPECT_THAT(text(), StartsWith("The console is not connected."));
+    controller->dismissNotice();
+    EXPECT_FALSE(view.notice);
+    controller->noticeAction(); // nothing is shown, so nothing happens
+    EXPECT_THAT(fakes.network->streams, IsEmpty());
+    fakes.clock->advance(60s);
+    EXPECT_FALSE(view.notice);
+    consoleSendsPatch(kickAndKeys());
+    controller->client->onConnectionState(false);
+    EXPECT_THAT(text(), StartsWith("The console is not connected."));
+}
+
+TEST_F(ControllerNoticesTest, AMarkerThatDidNotArriveIsSaid) {
+    begin(kickAndKeys());
+    controller->liveTraxOSC->onMarkerLost("Solo", "UDP port 8000 is in use by another program.");
+    EXPECT_EQ(
+        text(),
+        "The marker “\u2068Solo\u2069” did not reach LiveTrax: UDP port 8000 is in use by another program.");
+}
+
+TEST_F(ControllerNoticesTest, APatchThatCannotBecomeASessionIsSaidAndShown) {
+    begin({channel("Vox", 1, 24), channel("Vox FX", 2, 24)});
+    controller->dismissNotice(); // that the session differs
+    EXPECT_THAT(text(), HasSubstr(": a session cannot be created."));
+    controller->noticeAction();
+    EXPECT_THAT(view.linesShown, SizeIs(1));
+}
+
+TEST_F(ControllerNoticesTest, PendingChangesAreExplainedByWhatTheUpdateWillDo) {
+    begin(kickAndKeys());
+    consoleSendsPatch(movedKeys());
+    EXPECT_EQ(view.statusDetail,
+              "Changes since the last sync:\n“Keys” is now on inputs 9–10 (was inputs 2–3)");
+    fakes.clock->run();
+    EXPECT_EQ(view.statusDetail, "SYNC LV1 will change:\n“\u2068Keys\u2069” is added, on inputs 9–10\n"
+                                 "“\u2068Keys\u2069” is removed, on inputs 2–3");
+}
+
+TEST_F(ControllerNoticesTest, CreateSaysWhichChannelsItTakes) {
+    launch();
+    EXPECT_THAT(view.createMeaning, HasSubstr("Possible once"));
+    consoleSendsPatch(kickAndKeys());
+    EXPECT_THAT(view.createMeaning, HasSubstr("the console's 2 channels"));
+    consoleSendsPatch({channel("Kick", 1, 0)});
+    EXPECT_THAT(view.createMeaning, HasSubstr("the 2 channels of the last sync"));
+}
+
+TEST_F(ControllerNoticesTest, WhileAnUpdateIsUnderWayTheButtonSaysWhatAPressWouldDo) {
+    begin(kickAndKeys());
+    consoleSendsPatch(movedKeys());
+    EXPECT_THAT(view.meaning, HasSubstr("Press to update “\u2068Show\u2069”."));
+    runLiveTrax();
+    controller->connectSelected();
+    view.answer(0);
+    EXPECT_THAT(view.meaning, HasSubstr("An update is under way; press to be asked again."));
+}
+
+// Reading
+
+class SessionReaderTest : public WorkflowTest {
+protected:
+    SessionReaderTest() {
+        installLiveTrax();
+        LiveTraxGenerator::generate(fakes.platform, "Show", *fakes.musicFolder, kickAndKeys());
+        session = makeSessionFolder("Show");
+    }
+    SessionQuestion question(const Channels &channels) {
+        return {session, signature(channels), channels, *fakes.musicFolder};
+    }
+    SessionReader::Told keep() {
+        return [this](const SessionAnswer &answer) { answers.push_back(answer); };
+    }
+
+    std::filesystem::path session;
+    SessionReader reader{fakes.platform, [](const std::filesystem::path &) { return Volume{"Show", 7}; }};
+    std::vector<SessionAnswer> answers;
+};
+
+TEST_F(SessionReaderTest, ReadsOnAQueueOfItsOwnAndTellsOnTheMainQueue) {
+    reader.ask(question(movedKeys()), keep());
+    EXPECT_THAT(answers, IsEmpty());
+    fakes.clock->run();
+    ASSERT_THAT(answers, SizeIs(1));
+    EXPECT_TRUE(answers[0].exists);
+    EXPECT_EQ(answers[0].signature, signature(kickAndKeys()));
+    ASSERT_TRUE(answers[0].plan);
+    EXPECT_EQ(answers[0].plan->result.added, 1U);
+    EXPECT_THAT(answers[0].volumes, ElementsAre(Volume{"Show", 7}, Volume{"Show", 7}));
+}
+
+TEST_F(SessionReaderTest, AnotherQuestionTakesThePlaceOfTheOneThatIsBeingAnswered) {
+    reader.ask(question(movedKeys()), keep());
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    ASSERT_THAT(answers, SizeIs(1));
+    EXPECT_EQ(answers[0].question, question(kickAndKeys()));
+}
+
+TEST_F(SessionReaderTest, TheSameQuestionAgainIsAnsweredOnceMoreAfterwards) {
+    reader.ask(question(kickAndKeys()), keep());
+    reader.ask(question(kickAndKeys()), keep());
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    EXPECT_THAT(answers, SizeIs(2));
+}
+
+TEST_F(SessionReaderTest, ASessionThatWasWrittenSinceIsReadAgain) {
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    LiveTraxGenerator::update(fakes.platform, session, movedKeys());
+    touch(session / "Show.ardour");
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    ASSERT_THAT(answers, SizeIs(2));
+    EXPECT_EQ(answers[1].signature, signature(movedKeys()));
+}
+
+TEST_F(SessionReaderTest, ASessionThatIsGoneOrTornIsToldAsSuch) {
+    fakes.folder.write("home/Music/Show/Show.ardour", "no session");
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    EXPECT_TRUE(answers.back().exists);
+    EXPECT_FALSE(answers.back().signature);
+    EXPECT_FALSE(answers.back().plan);
+    std::filesystem::remove_all(session);
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    EXPECT_FALSE(answers.back().exists);
+}
+
+TEST_F(SessionReaderTest, AReaderThatIsGoneTellsNothing) {
+    {
+        SessionReader other(fakes.platform);
+        other.ask(question(kickAndKeys()), keep());
+    }
+    fakes.clock->run();
+    EXPECT_THAT(answers, IsEmpty());
+}
+
+} // namespace
+
+} // namespace corvane

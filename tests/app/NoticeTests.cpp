@@ -1,0 +1,173 @@
+#include "app/Notice.h"
+
+#include <gmock/gmock.h>
+
+namespace corvane {
+
+namespace {
+
+using Kind = Notice::Kind;
+using Problem = NoticeFacts::CreateProblem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// Everything is well: a session that is in step, a console, room for hours.
+NoticeFacts well() {
+    NoticeFacts facts;
+    facts.session = facts.lastOpened = "/Shows/Friday Night";
+    facts.channels = 24;
+    facts.difference = SessionDifference{};
+    facts.recording.inputs = 31;
+    facts.recording.volumes = {{"Show", 31ULL * 48'000 * 4 * 60 * 60}};
+    return facts;
+}
+
+struct Row {
+    const char *name;
+    std::function<void(NoticeFacts &)> change;
+    std::vector<Notice> expected;
+};
+
+const Row table[] = {
+    {"NothingToSay", [](NoticeFacts &) {}, {}},
+    {"NothingIsKnown", [](NoticeFacts &facts) { facts = {}; }, {}},
+    {"CreateWithoutAName",
+     [](NoticeFacts &facts) { facts.createProblem = Problem::noName; },
+     {{Kind::createCannot, "Type a session name."}}},
+    {"CreateWithoutChannels",
+     [](NoticeFacts &facts) { facts.createProblem = Problem::noChannels; },
+     {{Kind::createCannot, "The synchronised patch has no channels; press SYNC LV1."}}},
+    {"LiveTraxOpenedAnotherSession",
+     [](NoticeFacts &facts) { facts.lastOpened = "/Shows/Palau"; },
+     {{Kind::otherSession,
+       "LiveTrax opened “\u2068Palau\u2069” last; SYNC LV1 works on “\u2068Friday Night\u2069”.",
+       "Use “\u2068Palau\u2069”"}}},
+    {"LiveTraxOpenedNoSession", [](NoticeFacts &facts) { facts.lastOpened.reset(); }, {}},
+    {"NoSessionIsActive", [](NoticeFacts &facts) { facts.session.reset(); }, {}},
+    {"TheSessionIsGone",
+     [](NoticeFacts &facts) {
+         facts.session = "/Volumes/Show/Friday Night";
+         facts.lastOpened.reset();
+         facts.sessionIsGone = true;
+         facts.difference = SessionDifference{2, 0, 0};
+     },
+     {{Kind::sessionGone, "“\u2068Friday Night\u2069” is not at /Volumes/Show any more.", "Choose…"}}},
+    {"TheLinkIsDown",
+     [](NoticeFacts &facts) { facts.linkIsDown = true; },
+     {{Kind::linkDown, "The console is not connected. Choose it again in LV1 HOST, or:", "Reconnect"}}},
+    {"TheSessionLacksChannels",
+     [](NoticeFacts &facts) {
+         facts.difference = SessionDifference{2, 1, 3};
+     },
+     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” lacks 2 of the console's 24 channels.", "Update…"}}},
+    {"TheSessionHasAnotherTrack",
+     [](NoticeFacts &facts) {
+         facts.difference = SessionDifference{0, 1, 3};
+     },
+     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” has 1 track that the console does not have.",
+       "Update…"}}},
+    {"TheSessionHasOtherNames",
+     [](NoticeFacts &facts) {
+         facts.difference = SessionDifference{0, 0, 3};
+     },
+     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” differs from the console in 3 tracks.", "Update…"}}},
+    {"ChangesArePendingAnyway", [](NoticeFacts &facts) { facts.difference.reset(); }, {}},
+    {"AnUpdateRemovedRecordings",
+     [](NoticeFacts &facts) {
+         facts.removedWithTakes = {"Mix print", "Talk"};
+         facts.removalCanBeUndone = true;
+     },
+     {{Kind::takesRemoved, "2 tracks with recordings left the session: Mix print, Talk.", "Undo"}}},
+    {"AnUpdateRemovedARecordingForGood",
+     [](NoticeFacts &facts) { facts.removedWithTakes = {"Talk"}; },
+     {{Kind::takesRemoved, "1 track with recordings left the session: Talk."}}},
+    {"ANameIsTooLong",
+     [](NoticeFacts &facts) {
+         facts.nameProblems = {"One is too long.", "Two.", "Three."};
+     },
+     {{Kind::namesUnfit, "One is too long. (And 2 more.)"}}},
+    {"RecordingsAreAtRisk",
+     [](NoticeFacts &facts) { facts.atRisk = {"Mix print"}; },
+     {{Kind::takesAtRisk, "SYNC LV1 will take 1 recorded track out of the session: Mix print.",
+       "Show plan"}}},
+    {"AMarkerIsLost",
+     [](NoticeFacts &facts) {
+         facts.lostMarker = {{"Solo", "UDP port 8000 is in use by another program."}};
+     },
+     {{Kind::markerLost, "The marker “\u2068Solo\u2069” did not reach LiveTrax: UDP port 8000 is in use by "
+                         "another program."}}},
+    {"ThePatchIsInConflict",
+     [](NoticeFacts &facts) {
+         facts.conflicts = {"“Vox” and “Vox FX” share SoundGrid input 25", "More"};
+     },
+     {{Kind::patchConflict, "“Vox” and “Vox FX” share SoundGrid input 25: a session cannot be created.",
+       "Show"}}},
+    {"AnHourIsLeft",
+     [](NoticeFacts &facts) {
+         facts.recording.volumes.push_back({"Big", UINTMAX_MAX});
+     },
+     {}},
+    {"LessThanAnHourIsLeftOnOneOfTwo",
+     [](NoticeFacts &facts) {
+         facts.recording.volumes.push_back({"Small", 31ULL * 48'000 * 4 * 60 * 39 - 1});
+     },
+     {{Kind::spaceLow, "38 minutes left on “\u2068Small\u2069” for 31 inputs at 48 kHz."}}},
+    {"OneMinuteIsLeftForOneInput",
+     [](NoticeFacts &facts) {
+         facts.recording = {1, 44'100, {{"", 44'100ULL * 4 * 60}}};
+     },
+     {{Kind::spaceLow, "1 minute left on this computer for 1 input at 44.1 kHz."}}},
+    {"NothingIsLeft",
+     [](NoticeFacts &facts) {
+         facts.recording.volumes = {{"Show", 0}};
+     },
+     {{Kind::spaceLow, "Less than a minute left on “\u2068Show\u2069” for 31 inputs at 48 kHz."}}},
+    {"NothingIsRecorded",
+     [](NoticeFacts &facts) {
+         facts.recording = {0, 48'000, {{"Show", 0}}};
+     },
+     {}},
+};
+
+class NoticeTest : public testing::TestWithParam<Row> {};
+
+TEST_P(NoticeTest, SaysWhatTheTableSays) {
+    NoticeFacts facts = well();
+    GetParam().change(facts);
+    EXPECT_EQ(notices(facts), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, NoticeTest, testing::ValuesIn(table),
+                         [](const auto &each) { return each.param.name; });
+
+TEST(Notices, StandInTheOrderOfTheirImportance) {
+    NoticeFacts facts = well();
+    facts.createProblem = Problem::noName;
+    facts.lastOpened = "/Shows/Palau";
+    facts.sessionIsGone = true;
+    facts.linkIsDown = true;
+    facts.removedWithTakes = facts.nameProblems = facts.atRisk = facts.conflicts = {"One"};
+    facts.lostMarker = {{"Solo", "LiveTrax does not answer."}};
+    facts.recording.volumes = {{"Show", 0}};
+    std::vector<Kind> kinds;
+    for (const Notice &notice : notices(facts))
+        kinds.push_back(notice.kind);
+    EXPECT_THAT(kinds, ElementsAre(Kind::createCannot, Kind::otherSession, Kind::sessionGone, Kind::linkDown,
+                                   Kind::takesRemoved, Kind::namesUnfit, Kind::takesAtRisk, Kind::markerLost,
+                                   Kind::patchConflict, Kind::spaceLow));
+}
+
+TEST(Notices, ANameOfAnyLengthIsCutBetweenTwoLetters) {
+    NoticeFacts facts = well();
+    std::string longName = "x";
+    for (int letters = 0; letters < 100'000; ++letters)
+        longName += "é";
+    facts.lastOpened = "/Shows/" + longName;
+    const std::string text = notices(facts).front().text;
+    EXPECT_LT(text.size(), 300U);
+    EXPECT_THAT(text, testing::HasSubstr("é…\u2069”"));
+}
+
+} // namespace
+
+} // namespace corvane
