@@ -315,7 +315,8 @@ TEST_F(MainWindowTest, CreateTakesTheNameFromItsField) {
     click("syncButton");
     EXPECT_EQ(window.findChild<QMessageBox *>(), nullptr);
     control<QLineEdit>("sessionName")->setText("Show");
-    click("syncButton"); // no LiveTrax is installed
+    fakes.clock->advance(window.doubleClickTime()); // a press of its own
+    click("syncButton");                            // no LiveTrax is installed
     ASSERT_NE(window.findChild<QMessageBox *>(), nullptr);
     EXPECT_EQ(window.findChild<QMessageBox *>()->text(), "Could not create the session");
 }
@@ -338,7 +339,7 @@ protected:
 TEST_F(NoticeTest, ShowsTheControllersAndNothingElse) {
     launch();
     EXPECT_EQ(shown(), "");
-    window.showNotice(Notice{"LiveTrax opened “Palau” last.", "Use “Palau”"});
+    window.showNotice(Notice{Notice::Kind::otherSession, "LiveTrax opened “Palau” last.", "Use “Palau”"});
     EXPECT_EQ(shown(), "LiveTrax opened “Palau” last.");
     EXPECT_EQ(text("noticeAction"), "Use “Palau”");
     window.showNotice(std::nullopt);
@@ -349,7 +350,7 @@ TEST_F(NoticeTest, ASearchThatLastsSaysWhatToCheckUntilAConsoleIsHeard) {
     launch();
     searchLasts();
     EXPECT_THAT(shown(), testing::HasSubstr("UDP port 13337"));
-    window.showNotice(Notice{"Type a session name.", ""});
+    window.showNotice(Notice{Notice::Kind::createCannot, "Type a session name.", ""});
     EXPECT_EQ(shown(), "Type a session name.") << "the controller knows more";
     window.showNotice(std::nullopt);
     EXPECT_THAT(shown(), testing::HasSubstr("UDP port 13337"));
@@ -363,7 +364,7 @@ TEST_F(NoticeTest, WhatToCheckCanBePutAway) {
     searchLasts();
     click("noticeDismiss");
     EXPECT_EQ(shown(), "");
-    window.showNotice(Notice{"Type a session name.", ""});
+    window.showNotice(Notice{Notice::Kind::createCannot, "Type a session name.", ""});
     window.showNotice(std::nullopt);
     EXPECT_EQ(shown(), "");
 }
