@@ -1,5 +1,6 @@
 #include "cli/ChannelSource.h"
 
+#include "patch/FiniteColours.h"
 #include "patch/PatchDocument.h"
 #include "platform/files/Files.h"
 
@@ -16,7 +17,9 @@ void ChannelSource::obtain(std::function<void(const Channels &)> onChannels,
     }
     reader = std::make_shared<PatchReader>(surroundings.platform, surroundings.output, source,
                                            PatchReader::defaultTimeout);
-    reader->onPatch = std::move(onChannels);
+    reader->onPatch = [take = std::move(onChannels)](const Channels &channels) {
+        take(withFiniteColours(channels));
+    };
     reader->onFailure = std::move(onFailure);
     reader->start();
 }

@@ -24,7 +24,9 @@ constexpr double longestDuration = 1'000'000;
 /// What the options are read into before they are put together.
 struct Values {
     std::string rehearsal, file, host, port, saveTo, session, folder, name;
+    std::string copyNumber, copyTime;
     double seconds = 0;
+    bool allowEmpty = false, discardRecordings = false;
     bool json = false, launch = false, confirm = false;
     std::string format = "table";
     std::string markerStyle = classicMarkers;
@@ -39,6 +41,13 @@ CLI::Validator notEmpty() {
 CLI::Validator port() {
     return {[](const std::string &text) {
                 return portNumber(text) ? std::string() : "is not a port from 0 to 65535: " + text;
+            },
+            ""};
+}
+
+CLI::Validator wholeNumber() {
+    return {[](const std::string &text) {
+                return unsignedInteger(text) ? std::string() : "is not a number: " + text;
             },
             ""};
 }
@@ -91,6 +100,7 @@ private:
     void addConfirm(CLI::App *command);
     void addListening();
     void addSessions();
+    void addHistory();
     void addRecorder();
     Options options(const std::filesystem::path &currentFolder) const;
 
@@ -105,6 +115,7 @@ Parser::Parser() {
     app.footer("Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 no answer, 130 interrupted.");
     addListening();
     addSessions();
+    addHistory();
     addRecorder();
 }
 
@@ -195,6 +206,7 @@ void Parser::addSessions() {
     addSession(sync, true);
     addSource(sync);
     addLaunch(sync);
+    sync->add_flag("--allow-empty", values.allowEmpty, "Take out every track when there are no channels");
     addJson(sync);
 
     auto *plan = add(Verb::plan, "plan", "Show what sync would do, and touch nothing");
@@ -210,6 +222,25 @@ void Parser::addSessions() {
         ->check(notEmpty())
         ->excludes("session");
     addJson(signature);
+}
+
+void Parser::addHistory() {
+    auto *history = add(Verb::history, "history", "List the copies kept before a session was changed");
+    addSession(history, true);
+    addJson(history);
+
+    auto *restore = add(Verb::restore, "restore", "Put such a copy of a session back");
+    addSession(restore, true);
+    restore->add_option("--number", values.copyNumber, "Which copy, as history counts them (1, the newest)")
+        ->type_name("N")
+        ->check(wholeNumber());
+    restore->add_option("--at", values.copyTime, "The copy of that time, as history writes it")
+        ->type_name("TIME")
+        ->check(notEmpty())
+        ->excludes("--number");
+    restore->add_flag("--discard-recordings", values.discardRecordings,
+                      "Even if recordings were made since then");
+    addJson(restore);
 }
 
 void Parser::addRecorder() {
@@ -247,6 +278,11 @@ Options Parser::options(const std::filesystem::path &currentFolder) const {
     options.format = values.json ? Format::json : formatOf(values.format);
     options.saveTo = path(values.saveTo);
     options.launch = values.launch;
+    options.allowEmpty = values.allowEmpty;
+    options.copyNumber = unsignedInteger(values.copyNumber);
+    if (!values.copyTime.empty())
+        options.copyTime = values.copyTime;
+    options.discardRecordings = values.discardRecordings;
     options.confirm = values.confirm;
     options.markerStyle = markerStyle(values.markerStyle);
     options.name = trimmed(values.name);

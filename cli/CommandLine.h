@@ -13,7 +13,20 @@
 
 namespace corvane::cli {
 
-enum class Verb { hosts, patch, watch, create, sync, plan, signature, transport, save, marker };
+enum class Verb {
+    hosts,
+    patch,
+    watch,
+    create,
+    sync,
+    plan,
+    signature,
+    history,
+    restore,
+    transport,
+    save,
+    marker
+};
 enum class Format { table, json, csv };
 
 /// Where the channels of a command come from: a patch file, a host that is named, or, when neither is given,
@@ -36,6 +49,12 @@ struct Options {
     /// `--save`: where the patch file goes.
     std::optional<std::filesystem::path> saveTo;
     bool launch = false;
+    /// `--allow-empty`: no channels are a patch like any other.
+    bool allowEmpty = false;
+    /// `--number` and `--at`: the copy to be restored; at most one of them, the newest when neither is given.
+    std::optional<std::uint64_t> copyNumber;
+    std::optional<std::string> copyTime;
+    bool discardRecordings = false;
     /// `--confirm`: LiveTrax must answer before anything is sent.
     bool confirm = false;
     /// `--style`, else CORVANE_MARKERS.

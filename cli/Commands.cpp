@@ -18,6 +18,10 @@ std::shared_ptr<Command> makeCommand(const Surroundings &surroundings) {
         return makePlanCommand(surroundings);
     case Verb::signature:
         return makeSignatureCommand(surroundings);
+    case Verb::history:
+        return makeHistoryCommand(surroundings);
+    case Verb::restore:
+        return makeRestoreCommand(surroundings);
     case Verb::transport:
         return makeTransportCommand(surroundings);
     case Verb::save:

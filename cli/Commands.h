@@ -27,6 +27,8 @@ std::shared_ptr<Command> makeCreateCommand(const Surroundings &surroundings);
 std::shared_ptr<Command> makeSyncCommand(const Surroundings &surroundings);
 std::shared_ptr<Command> makePlanCommand(const Surroundings &surroundings);
 std::shared_ptr<Command> makeSignatureCommand(const Surroundings &surroundings);
+std::shared_ptr<Command> makeHistoryCommand(const Surroundings &surroundings);
+std::shared_ptr<Command> makeRestoreCommand(const Surroundings &surroundings);
 std::shared_ptr<Command> makeTransportCommand(const Surroundings &surroundings);
 std::shared_ptr<Command> makeSaveCommand(const Surroundings &surroundings);
 std::shared_ptr<Command> makeMarkerCommand(const Surroundings &surroundings);

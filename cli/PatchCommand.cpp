@@ -1,6 +1,7 @@
 #include "cli/Commands.h"
 #include "cli/PatchReader.h"
 #include "cli/Table.h"
+#include "patch/FiniteColours.h"
 #include "patch/PatchDocument.h"
 #include "platform/files/Files.h"
 
@@ -62,7 +63,7 @@ private:
     void report(const std::vector<LV1Channel> &channels) {
         const Options &options = surroundings.options;
         if (options.saveTo)
-            replaceFileAtomically(*options.saveTo, patchDocument(channels));
+            replaceFileAtomically(*options.saveTo, patchDocument(withFiniteColours(channels)));
         switch (options.format) {
         case Format::table:
             surroundings.output.print(patchText(channels));

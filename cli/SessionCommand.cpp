@@ -1,6 +1,13 @@
 #include "cli/SessionCommand.h"
 
+#include "livetrax/session/LiveTraxGenerator.h"
+
 namespace corvane::cli {
+
+void refuseWhileLiveTraxRuns(const Platform &platform) {
+    if (LiveTraxGenerator::runningApplication(platform))
+        throw CommandFailure(status::refused, LiveTraxGenerator::liveTraxRuns);
+}
 
 void SessionCommand::stop() {
     if (source)

@@ -7,6 +7,9 @@
 
 namespace corvane::cli {
 
+/// Throws CommandFailure when LiveTrax runs: it would overwrite whatever is written into its session.
+void refuseWhileLiveTraxRuns(const Platform &platform);
+
 /// What the commands that need the console's channels for a session have in common: preparation, then the
 /// channels, then the work.
 class SessionCommand : public Command {

@@ -4,7 +4,9 @@
 #include "cli/Table.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "patch/PatchConflicts.h"
+#include "patch/RecorderNames.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -39,9 +41,8 @@ auto telling(const std::vector<LV1Channel> &channels, Step step) {
     }
 }
 
-void refuseWhileLiveTraxRuns(const Platform &platform) {
-    if (LiveTraxGenerator::runningApplication(platform))
-        throw CommandFailure(status::refused, LiveTraxGenerator::liveTraxRuns);
+CommandFailure nothingToRecord() {
+    return {status::refused, "There are no channels to record."};
 }
 
 class CreateCommand : public SessionCommand {
@@ -57,7 +58,7 @@ class CreateCommand : public SessionCommand {
         const Options &options = surroundings.options;
         prepare(); // LiveTrax may have been started while the console was asked
         if (channels.empty())
-            throw CommandFailure(status::refused, "There are no channels to record.");
+            throw nothingToRecord();
         const auto session = telling(channels, [&] {
             return LiveTraxGenerator::generate(platform, options.name, options.folder, channels);
         });
@@ -88,6 +89,8 @@ class SyncCommand : public SessionCommand {
     void work(const Channels &channels) override {
         prepare(); // LiveTrax may have been started while the console was asked
         const Options &options = surroundings.options;
+        if (channels.empty() && !options.allowEmpty)
+            throw nothingToRecord();
         const UpdateResult result = telling(channels, [&] {
             return LiveTraxGenerator::update(surroundings.platform, *options.session, channels);
         });
@@ -112,7 +115,21 @@ class PlanCommand : public SessionCommand {
         const auto plan = telling(channels, [&] {
             return LiveTraxGenerator::plan(surroundings.platform, *surroundings.options.session, channels);
         });
-        surroundings.output.print(surroundings.options.json ? document(json(plan)) : text(plan));
+        const auto warnings = warningsOf(plan, channels);
+        surroundings.output.print(surroundings.options.json ? document(json(plan, warnings))
+                                                            : text(plan, warnings));
+    }
+
+    /// What is to be known besides the tracks, one sentence each.
+    static std::vector<std::string> warningsOf(const UpdatePlan &plan, const Channels &channels) {
+        std::vector<std::string> warnings;
+        if (channels.empty())
+            warnings.emplace_back("There are no channels: every track would go.");
+        if (plan.recoveryData)
+            warnings.emplace_back(GeneratorError::recoveryDataPresent().what());
+        for (const std::string &problem : recorderNameProblems(channels))
+            warnings.push_back(withoutControls(problem));
+        return warnings;
     }
 
     static const char *actionText(TrackDecision::Action action) {
@@ -136,7 +153,7 @@ class PlanCommand : public SessionCommand {
         return text;
     }
 
-    static Json json(const UpdatePlan &plan) {
+    static Json json(const UpdatePlan &plan, const std::vector<std::string> &warnings) {
         Json tracks = Json::array();
         for (const TrackDecision &track : plan.tracks) {
             Json was = Json::object();
@@ -146,22 +163,41 @@ class PlanCommand : public SessionCommand {
                 was["order"] = number(*track.was.order);
             if (track.was.color)
                 was["color"] = number(*track.was.color);
+            if (track.was.armed)
+                was["armed"] = *track.was.armed;
             tracks.push_back({{"action", actionText(track.action)},
                               {"name", track.name},
                               {"input", track.inputIndex ? Json(*track.inputIndex) : Json()},
                               {"stereo", track.stereo},
+                              {"takes", track.takes},
                               {"was", was}});
         }
-        return {{"tracks", tracks},
-                {"adjusted", plan.result.updated},
-                {"added", plan.result.added},
-                {"removed", plan.result.removed}};
+        Json json{{"tracks", tracks},
+                  {"adjusted", plan.result.updated},
+                  {"added", plan.result.added},
+                  {"removed", plan.result.removed}};
+        if (!warnings.empty())
+            json["warnings"] = warnings;
+        return json;
     }
 
-    static std::string text(const UpdatePlan &plan) {
+    static bool changesNothing(const UpdatePlan &plan) {
+        return std::all_of(plan.tracks.begin(), plan.tracks.end(), [](const TrackDecision &track) {
+            return track.action == TrackDecision::Action::keep;
+        });
+    }
+
+    static std::string text(const UpdatePlan &plan, const std::vector<std::string> &warnings) {
+        std::string text = changesNothing(plan) ? "Nothing would change.\n" : tracksText(plan);
+        for (const std::string &warning : warnings)
+            text += warning + "\n";
+        return text;
+    }
+
+    static std::string tracksText(const UpdatePlan &plan) {
         std::vector<std::vector<std::string>> rows{{"ACTION", "TRACK", "INPUT", "BEFORE"}};
         for (const TrackDecision &track : plan.tracks)
-            rows.push_back({actionText(track.action), track.name, inputText(track), before(track.was)});
+            rows.push_back({actionText(track.action), track.name, inputText(track), before(track)});
         return table(rows) + std::to_string(plan.result.updated) + " adjusted, " +
                std::to_string(plan.result.added) + " added, " + std::to_string(plan.result.removed) +
                " removed\n";
@@ -178,15 +214,19 @@ class PlanCommand : public SessionCommand {
         return track.stereo ? numbered(1) + "–" + numbered(2) : numbered(1);
     }
 
-    static std::string before(const TrackDecision::Was &was) {
+    static std::string before(const TrackDecision &track) {
         std::string text;
         const auto add = [&](const char *what, const std::optional<std::string> &value) {
             if (value)
                 text += (text.empty() ? "" : ", ") + std::string(what) + *value;
         };
-        add("name ", was.name);
-        add("place ", was.order);
-        add("colour ", was.color);
+        add("name ", track.was.name);
+        add("place ", track.was.order);
+        add("colour ", track.was.color);
+        if (track.was.armed == false)
+            add("not armed", "");
+        if (track.action == TrackDecision::Action::remove && track.takes > 0)
+            add("holds ", track.takes == 1 ? "1 recording" : std::to_string(track.takes) + " recordings");
         return text;
     }
 };

@@ -48,8 +48,7 @@ bool isBackup(const std::filesystem::directory_entry &entry) {
     const std::string name = entry.path().filename().string();
     std::error_code unreadable;
     const auto status = entry.symlink_status(unreadable);
-    return name.starts_with(BACKUP_PREFIX) && name.ends_with(BACKUP_EXTENSION) && !unreadable &&
-           status.type() == std::filesystem::file_type::regular;
+    return session::isBackupName(name) && !unreadable && status.type() == std::filesystem::file_type::regular;
 }
 
 /// All pre-sync backups in a folder but the one of that name; none when the folder is not seen whole.
@@ -69,6 +68,10 @@ void removeIgnoringErrors(const Path &file) {
 }
 
 } // namespace
+
+bool session::isBackupName(std::string_view name) {
+    return name.starts_with(BACKUP_PREFIX) && name.ends_with(BACKUP_EXTENSION);
+}
 
 /// A backup that bears that time already (the clock was set back, or summer time has ended) is worth no less:
 /// the new one takes the next free millisecond rather than its place.

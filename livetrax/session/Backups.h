@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <string_view>
 
 namespace corvane::session {
 
@@ -12,5 +13,8 @@ std::filesystem::path makeBackup(const std::filesystem::path &sessionURL,
 
 /// Deletes the pre-sync backups beside one that hold the same bytes as it does. Never throws.
 void removeEqualBackups(const std::filesystem::path &backup);
+
+/// Whether a file is called like such a copy.
+bool isBackupName(std::string_view name);
 
 } // namespace corvane::session

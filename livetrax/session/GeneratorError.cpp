@@ -52,6 +52,11 @@ GeneratorError GeneratorError::recoveryDataPresent() {
                                        "in LiveTrax once, then press SYNC LV1 again."};
 }
 
+GeneratorError GeneratorError::recordingsMade(std::int64_t count) {
+    return {Case::recordingsMade, count == 1 ? "1 recording was made since then."
+                                             : std::to_string(count) + " recordings were made since then."};
+}
+
 GeneratorError GeneratorError::sessionNameContains(const std::string &what) {
     return {Case::invalidSessionName, "A session's name cannot contain " + what + "."};
 }

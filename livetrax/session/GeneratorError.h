@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -22,6 +23,7 @@ public:
         invalidTemplate,
         sessionUnreadable,
         recoveryDataPresent,
+        recordingsMade,
         invalidSessionName,
         idsExhausted,
     };
@@ -39,6 +41,8 @@ public:
     static GeneratorError sessionUnreadable(const std::string &path);
     /// LiveTrax ended while it recorded: only LiveTrax itself can bring in what it recorded last.
     static GeneratorError recoveryDataPresent();
+    /// What a session holds of recordings that the copy to be put back does not know.
+    static GeneratorError recordingsMade(std::int64_t count);
     /// A name that is no folder's name: what it cannot contain, what it cannot be, or its length.
     static GeneratorError sessionNameContains(const std::string &what);
     static GeneratorError sessionNameIs(const std::string &name);

@@ -98,6 +98,8 @@ public:
     static std::string patchSignature(const Channels &channels);
     /// The same of a session on disk; none when it cannot be read.
     static std::optional<std::string> sessionPatchSignature(const Path &sessionURL);
+    /// The same of a session's tree; none where there are no routes at all.
+    static std::optional<std::string> treePatchSignature(XMLElement root);
     /// Whether a session on disk records these channels in their order; names may stand there as the recorder
     /// writes them. None when it cannot be read.
     static std::optional<bool> sessionRecords(const Path &sessionURL, const Channels &channels);

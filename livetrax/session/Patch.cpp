@@ -83,7 +83,16 @@ std::optional<std::vector<RecordedChannel>> treePatch(XMLElement root) {
     return patch;
 }
 
-/// The same of a session on disk; none as well when it cannot be read, whatever keeps it from that.
+std::optional<std::string> signature(const std::optional<std::vector<RecordedChannel>> &patch) {
+    if (!patch)
+        return std::nullopt;
+    std::vector<std::string> lines;
+    for (const RecordedChannel &channel : *patch)
+        lines.push_back(signatureLine(channel.name, channel.width, channel.inputIndex));
+    return joined(lines);
+}
+
+/// The patch of a session on disk; none as well when it cannot be read, whatever keeps it from that.
 std::optional<std::vector<RecordedChannel>> sessionPatch(const std::filesystem::path &sessionURL) {
     try {
         return treePatch(XMLDocument::load(LiveTraxGenerator::sessionFile(sessionURL)).root());
@@ -103,13 +112,11 @@ std::string LiveTraxGenerator::patchSignature(const Channels &channels) {
 }
 
 std::optional<std::string> LiveTraxGenerator::sessionPatchSignature(const Path &sessionURL) {
-    const auto patch = sessionPatch(sessionURL);
-    if (!patch)
-        return std::nullopt;
-    std::vector<std::string> lines;
-    for (const RecordedChannel &channel : *patch)
-        lines.push_back(signatureLine(channel.name, channel.width, channel.inputIndex));
-    return joined(lines);
+    return signature(sessionPatch(sessionURL));
+}
+
+std::optional<std::string> LiveTraxGenerator::treePatchSignature(XMLElement root) {
+    return signature(treePatch(root));
 }
 
 std::optional<bool> LiveTraxGenerator::sessionRecords(const Path &sessionURL, const Channels &channels) {

@@ -1,4 +1,5 @@
 #include "livetrax/session/Backups.h"
+#include "livetrax/session/History.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
 #include "platform/files/Files.h"
@@ -24,6 +25,19 @@ XMLDocument loadSession(const Path &file) {
     return document;
 }
 
+/// What the history says of the copy before an update.
+HistoryNote syncNote(const UpdatePlan &plan, const std::string &patchBefore, const std::string &patchAfter) {
+    HistoryNote note;
+    note.tracks = plan.result.updated + plan.result.removed;
+    note.result = plan.result;
+    for (const TrackDecision &track : plan.tracks)
+        if (track.action == TrackDecision::Action::remove)
+            note.removed.push_back(track.name);
+    note.patchBefore = patchBefore;
+    note.patchAfter = patchAfter;
+    return note;
+}
+
 } // namespace
 
 UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path &sessionURL,
@@ -36,8 +50,10 @@ UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path 
     UpdatePlan plan;
     try {
         const XMLDocument base = XMLDocument::load(baseTemplateFile(system.resources));
+        const std::string patchBefore = treePatchSignature(session.root()).value_or("");
         plan = updateSessionTree(session.root(), base.root(), channels);
-        std::move(session).writeAtomically(file);
+        History(system).around(sessionURL, syncNote(plan, patchBefore, patchSignature(channels)),
+                               lastPathComponent(backup), [&] { std::move(session).writeAtomically(file); });
     } catch (...) {
         // Pressed again and again in vain it leaves one copy, not one a press.
         session::removeEqualBackups(backup);

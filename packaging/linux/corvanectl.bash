@@ -5,7 +5,7 @@ _corvanectl() {
     local host="--host --port" source="--host --port --from" common="--rehearse --help"
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "hosts patch watch create sync plan signature transport save marker
+        mapfile -t COMPREPLY < <(compgen -W "hosts patch watch create sync plan signature history restore transport save marker
             --help --version" -- "$current")
         return
     fi
@@ -28,7 +28,7 @@ _corvanectl() {
         mapfile -t COMPREPLY < <(compgen -A hostname -- "$current")
         return
         ;;
-    --port | --for) return ;;
+    --port | --for | --number | --at) return ;;
     esac
     local options
     case $command in
@@ -36,16 +36,17 @@ _corvanectl() {
     patch) options="$host --for --save --format --json" ;;
     watch) options="$host --for --json" ;;
     create) options="--in $source --launch --json" ;;
-    sync) options="$source --launch --json" ;;
+    sync) options="$source --launch --allow-empty --json" ;;
     plan) options="$source --json" ;;
     signature) options="--from --json" ;;
+    restore) options="--number --at --discard-recordings --json" ;;
     *) options="--json" ;;
     esac
     case $current in
     -*) mapfile -t COMPREPLY < <(compgen -W "$options $common" -- "$current") ;;
     *)
         case $command in
-        sync | plan | signature)
+        sync | plan | signature | history | restore)
             mapfile -t COMPREPLY < <(compgen -d -- "$current")
             compopt -o filenames
             ;;

@@ -231,10 +231,17 @@ void copyFile(const Path &from, const Path &to) {
 }
 
 void createFolders(const Path &path) {
+    const Path wanted = withoutTrailingSlashes(path);
+    Path present = wanted;
+    while (!present.empty() && !fileExists(present))
+        present = present.parent_path();
     std::error_code error;
-    std::filesystem::create_directories(withoutTrailingSlashes(path), error);
+    std::filesystem::create_directories(wanted, error);
     if (error)
         throw FileError("The folder “" + path.string() + "” could not be created: " + error.message() + ".");
+    // As lasting as the files that will be flushed into it.
+    for (Path made = wanted; made != present; made = made.parent_path())
+        flushFolder(folderOf(made));
 }
 
 bool fileExists(const Path &path) {

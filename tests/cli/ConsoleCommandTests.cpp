@@ -5,6 +5,8 @@
 
 #include <sstream>
 
+#include <limits>
+
 namespace corvane::cli {
 namespace {
 
@@ -234,6 +236,16 @@ TEST_F(PatchCommandTest, SaveKeepsAPatchFileAndPrintsAllTheSame) {
     fake.clock->advance(300ms);
     EXPECT_EQ(patchDocument(band), fake.folder.read("kept.json"));
     EXPECT_THAT(output.printed, HasSubstr("Kick"));
+}
+
+TEST_F(PatchCommandTest, SavesTheUsualColourForOneThatIsNoNumber) {
+    begin(std::vector<std::string>{"patch", "--save", "kept.json", "--json"} + fromHost);
+    accept();
+    deliverPatch(band);
+    deliver("/Notify/TrackColor", {0, 0, 0, 1.0F, std::numeric_limits<float>::infinity(), 0.0F});
+    fake.clock->advance(300ms);
+    EXPECT_EQ(patchDocument(band), fake.folder.read("kept.json"));
+    EXPECT_TRUE(printedJson()["channels"][0]["green"].is_null()) << "what the console said";
 }
 
 TEST_F(PatchCommandTest, AFileThatCannotBeWrittenIsAFailure) {

@@ -1,7 +1,9 @@
 #include "tests/cli/CommandTest.h"
 
+#include "livetrax/session/History.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 
+#include <cmath>
 #include <filesystem>
 
 namespace corvane::cli {
@@ -32,10 +34,18 @@ protected:
         fake.defaults->values.clear();
         return fake.folder.write("out/Gig/Gig.ardour", textOf(templatePath("Gig"))).parent_path().string();
     }
+    void sync(const std::string &session, const std::vector<LV1Channel> &channels) {
+        fake.wallTime += 1s;
+        EXPECT_EQ(status::done, run({"sync", session, "--from", patchFile(channels)}).status);
+        outcome.reset();
+        output.printed.clear();
+    }
 };
 
 class CreateCommandTest : public SessionCommandTest {};
 class SyncCommandTest : public SessionCommandTest {};
+class HistoryCommandTest : public SessionCommandTest {};
+class RestoreCommandTest : public SessionCommandTest {};
 class PlanCommandTest : public SessionCommandTest {};
 class SignatureCommandTest : public SessionCommandTest {};
 
@@ -224,7 +234,165 @@ TEST_F(SyncCommandTest, ATornSessionFileIsReportedAndKept) {
     EXPECT_EQ("<Session><Routes>", textOf(file));
 }
 
+TEST_F(SyncCommandTest, NoChannelsAreRefusedUnlessTold) {
+    const auto session = makeSession(band);
+    const std::string before = fake.folder.read("out/Gig/Gig.ardour");
+    const Outcome outcome = run({"sync", session, "--from", patchFile({})});
+    EXPECT_EQ(status::refused, outcome.status);
+    EXPECT_EQ("There are no channels to record.", outcome.message);
+    EXPECT_EQ(before, fake.folder.read("out/Gig/Gig.ardour"));
+    this->outcome.reset();
+    EXPECT_EQ(status::done, run({"sync", session, "--from", patchFile({}), "--allow-empty"}).status);
+    EXPECT_EQ("Session updated: 0 adjusted, 0 added, 3 removed.\n", output.printed);
+}
+
+TEST_F(SyncCommandTest, AColourThatIsNoNumberIsTheUsualOne) {
+    const auto session = makeSession(band);
+    begin({"sync", session, "--host", "10.0.0.1", "--port", "5000"});
+    accept();
+    deliverPatch({mono("Kick", 0, 1)});
+    deliver("/Notify/TrackColor", {0, 0, 0, NAN, 1.0F, 1.0F});
+    fake.clock->advance(300ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status) << outcome->message;
+    EXPECT_THAT(fake.folder.read("out/Gig/Gig.ardour"), HasSubstr("color=\"1066195199\""));
+}
+
+// history and restore
+
+TEST_F(HistoryCommandTest, ListsTheCopiesNewestFirst) {
+    const auto session = makeSession(band);
+    sync(session, {mono("Kick in", 0, 1), mono("Snare", 1, 2)});
+    sync(session, {mono("Kick", 0, 1), mono("Snare", 1, 2)});
+    EXPECT_EQ(status::done, run({"history", session + "/", "--json"}).status);
+    const json copies = printedJson()["copies"];
+    ASSERT_EQ(2U, copies.size());
+    EXPECT_EQ((json{{"number", 1},
+                    {"time", timeText(fake.wallTime)},
+                    {"bytes", copies[0]["bytes"]},
+                    {"tracks", 2},
+                    {"before", "sync"},
+                    {"adjusted", 2},
+                    {"added", 0},
+                    {"removed", json::array()}}),
+              copies[0]);
+    EXPECT_EQ(2, copies[1]["number"]);
+    EXPECT_EQ((json{"OH", "Voice"}), copies[1]["removed"]);
+    EXPECT_GT(copies[1]["bytes"], 1000);
+}
+
+TEST_F(HistoryCommandTest, PeopleGetATable) {
+    const auto session = makeSession(band);
+    EXPECT_EQ(status::done, run({"history", session}).status);
+    EXPECT_EQ("No copies are kept of this session.\n", output.printed);
+    outcome.reset();
+    sync(session, {mono("Kick in", 0, 1), mono("Snare", 1, 2)});
+    run({"history", session});
+    EXPECT_EQ("COPY  TIME                           TRACKS  BEFORE  WHICH\n"
+              "1     " +
+                  timeText(fake.wallTime) + "  3       sync    adjusted 1, added 1, removed OH, Voice\n",
+              output.printed);
+}
+
+TEST_F(HistoryCommandTest, ASessionWithoutCopiesIsAnEmptyList) {
+    EXPECT_EQ(status::done, run({"history", "nowhere", "--json"}).status);
+    EXPECT_EQ((json{{"copies", json::array()}}), printedJson());
+}
+
+TEST_F(RestoreCommandTest, PutsTheNewestCopyBack) {
+    const auto session = makeSession(band);
+    const std::string before = fake.folder.read("out/Gig/Gig.ardour");
+    sync(session, {mono("Snare", 1, 2)});
+    const auto syncTime = fake.wallTime;
+    fake.wallTime += 1min;
+    const Outcome outcome = run({"restore", session, "--json"});
+    EXPECT_EQ(status::done, outcome.status) << outcome.message;
+    EXPECT_EQ(before, fake.folder.read("out/Gig/Gig.ardour"));
+    EXPECT_EQ((json{{"restored", {{"number", 1}, {"time", timeText(syncTime)}}},
+                    {"kept", {{"number", 1}, {"time", timeText(fake.wallTime)}}}}),
+              printedJson());
+}
+
+TEST_F(RestoreCommandTest, ACopyIsChosenByItsNumberOrItsTime) {
+    const auto session = makeSession(band);
+    const std::string before = fake.folder.read("out/Gig/Gig.ardour");
+    sync(session, {mono("Snare", 1, 2)});
+    const std::string first = timeText(fake.wallTime);
+    const std::string between = fake.folder.read("out/Gig/Gig.ardour");
+    sync(session, {mono("Tom", 2, 3)});
+
+    EXPECT_EQ(status::done, run({"restore", session, "--number", "2"}).status);
+    EXPECT_EQ(before, fake.folder.read("out/Gig/Gig.ardour"));
+    outcome.reset();
+    EXPECT_EQ(status::done, run({"restore", session, "--number", "2"}).status) << "they moved on by one";
+    EXPECT_EQ(between, fake.folder.read("out/Gig/Gig.ardour"));
+    outcome.reset();
+    EXPECT_EQ(status::done, run({"restore", session, "--at", first}).status);
+    EXPECT_EQ(before, fake.folder.read("out/Gig/Gig.ardour"));
+}
+
+TEST_F(RestoreCommandTest, ACopyThatIsNotThereIsWrongUsage) {
+    const auto session = makeSession(band);
+    sync(session, band);
+    for (const std::vector<std::string> &which :
+         {std::vector<std::string>{"--number", "2"}, {"--number", "0"}, {"--at", "2026-01-31"}}) {
+        outcome.reset();
+        const Outcome outcome = run({"restore", session, which[0], which[1]});
+        EXPECT_EQ(status::wrongUsage, outcome.status);
+        EXPECT_EQ("There is no such copy of " + session + ".", outcome.message);
+    }
+    outcome.reset();
+    EXPECT_EQ(status::wrongUsage, run({"restore", session, "--number", "x"}).status);
+    outcome.reset();
+    EXPECT_EQ(status::wrongUsage, run({"restore", session, "--number", "1", "--at", "x"}).status);
+}
+
+TEST_F(RestoreCommandTest, IsRefusedWhileLiveTraxRuns) {
+    const auto session = makeSession(band);
+    sync(session, {mono("Snare", 1, 2)});
+    const std::string before = fake.folder.read("out/Gig/Gig.ardour");
+    startLiveTrax();
+    const Outcome outcome = run({"restore", session});
+    EXPECT_EQ(status::refused, outcome.status);
+    EXPECT_EQ("LiveTrax is running. Quit it and try again.", outcome.message);
+    EXPECT_EQ(before, fake.folder.read("out/Gig/Gig.ardour"));
+}
+
+TEST_F(RestoreCommandTest, RecordingsMadeSinceThenAreDiscardedOnlyWhenTold) {
+    const auto session = makeSession(band);
+    sync(session, {mono("Snare", 1, 2)});
+    std::string text = fake.folder.read("out/Gig/Gig.ardour");
+    text.insert(text.find("<Regions"), "<Sources><Source id='9' name='Snare-1.wav'/></Sources>");
+    text.erase(text.find("<Sources/>"), 10);
+    fake.folder.write("out/Gig/Gig.ardour", text);
+    const Outcome outcome = run({"restore", session});
+    EXPECT_EQ(status::refused, outcome.status);
+    EXPECT_EQ("1 recording was made since then.", outcome.message);
+    this->outcome.reset();
+    EXPECT_EQ(status::done, run({"restore", session, "--discard-recordings"}).status);
+}
+
 // plan
+
+TEST_F(PlanCommandTest, SaysWhenNothingWouldChange) {
+    const auto session = makeSession(band);
+    run({"plan", session, "--from", patchFile(band)});
+    EXPECT_EQ("Nothing would change.\n", output.printed);
+}
+
+TEST_F(PlanCommandTest, SaysWhatElseIsToBeKnown) {
+    const auto session = makeSession({mono("Kick/In", 0, 1)});
+    fake.folder.write("out/Gig/Gig.pending", "");
+    const std::string recovery = "LiveTrax was not closed properly while recording. Open the session in "
+                                 "LiveTrax once, then press SYNC LV1 again.";
+    run({"plan", session, "--from", patchFile({mono("Kick/In", 0, 1)})});
+    EXPECT_EQ("Nothing would change.\n" + recovery + "\n“Kick/In” would be called “Kick_In” in LiveTrax.\n",
+              output.printed);
+    output.printed.clear();
+    outcome.reset();
+    run({"plan", session, "--from", patchFile({}), "--json"});
+    EXPECT_EQ((json{"There are no channels: every track would go.", recovery}), printedJson()["warnings"]);
+}
 
 TEST_F(PlanCommandTest, ShowsEachDecisionAndTouchesNothing) {
     const auto session = makeSession(band);
@@ -233,10 +401,10 @@ TEST_F(PlanCommandTest, ShowsEachDecisionAndTouchesNothing) {
                                  patchFile({mono("Kick", 0, 1), mono("Snare", 1, 2), mono("Lead", 3, 3)})});
     EXPECT_EQ(status::done, outcome.status) << outcome.message;
     EXPECT_EQ(json::parse(R"({"tracks":[
-        {"action":"keep","name":"Kick","input":0,"stereo":false,"was":{}},
-        {"action":"add","name":"Snare","input":1,"stereo":false,"was":{}},
-        {"action":"change","name":"Lead","input":3,"stereo":false,"was":{"name":"Voice"}},
-        {"action":"remove","name":"OH","input":6,"stereo":true,"was":{}}],
+        {"action":"keep","name":"Kick","input":0,"stereo":false,"takes":0,"was":{}},
+        {"action":"add","name":"Snare","input":1,"stereo":false,"takes":0,"was":{}},
+        {"action":"change","name":"Lead","input":3,"stereo":false,"takes":0,"was":{"name":"Voice"}},
+        {"action":"remove","name":"OH","input":6,"stereo":true,"takes":0,"was":{}}],
         "adjusted":2,"added":1,"removed":1})"),
               printedJson());
     EXPECT_EQ(before, fake.folder.read("out/Gig/Gig.ardour"));
@@ -253,6 +421,27 @@ TEST_F(PlanCommandTest, PeopleGetATable) {
               "remove  Voice    4\n"
               "2 adjusted, 0 added, 1 removed\n",
               output.printed);
+}
+
+TEST_F(PlanCommandTest, MarksRecordingsThatWouldGoAndTracksThatWouldBeArmed) {
+    const auto session = makeSession({mono("Kick", 0, 1), mono("Vox", 1, 2)});
+    std::string text = fake.folder.read("out/Gig/Gig.ardour");
+    const std::size_t playlist = text.rfind("/>", text.find("</Playlists>"));
+    text.replace(playlist, 2, "><Region id='901'/><Region id='902'/></Playlist>");
+    const std::size_t armed = text.find("value=\"1\"", text.find("name=\"rec-enable\""));
+    text.replace(armed, 9, "value=\"0\"");
+    fake.folder.write("out/Gig/Gig.ardour", text);
+    run({"plan", session, "--from", patchFile({mono("Kick", 0, 1)})});
+    EXPECT_EQ("ACTION  TRACK  INPUT  BEFORE\n"
+              "change  Kick   1      not armed\n"
+              "remove  Vox    2      holds 2 recordings\n"
+              "1 adjusted, 0 added, 1 removed\n",
+              output.printed);
+    output.printed.clear();
+    outcome.reset();
+    run({"plan", session, "--json", "--from", patchFile({mono("Kick", 0, 1)})});
+    EXPECT_EQ((json{{"armed", false}}), printedJson()["tracks"][0]["was"]);
+    EXPECT_EQ(2, printedJson()["tracks"][1]["takes"]);
 }
 
 TEST_F(PlanCommandTest, WorksWhileLiveTraxRuns) {

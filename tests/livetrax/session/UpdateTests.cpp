@@ -426,13 +426,19 @@ TEST_F(Update, TheModeOfTheSessionFileStays) {
     EXPECT_EQ(std::filesystem::status(file).permissions(), static_cast<std::filesystem::perms>(0640));
 }
 
-TEST_F(Update, NothingButTheSessionItsBackupAndTheUserDefaultChanges) {
+TEST_F(Update, NothingButTheSessionItsBackupTheHistoryAndTheUserDefaultChanges) {
     platform.writeSession(sessionText({track("A", 1, 1, 0)}));
     platform.folder.write("Shows/Gig/interchange/Gig/audiofiles/A-1.wav", "audio");
     platform.folder.write("Shows/Gig/Other.ardour", "another snapshot");
     auto before = platform.files();
     update({channel("B", 0)});
+    EXPECT_GT(
+        std::filesystem::remove_all(platform.folder / "home/Library/Application Support/Corvane/History"),
+        0U);
     auto after = platform.files();
+    for (const char *folder :
+         {"home/Library", "home/Library/Application Support", "home/Library/Application Support/Corvane"})
+        EXPECT_EQ(after.erase(folder), 1U);
     EXPECT_EQ(after.erase("Shows/Gig/backup"), 1U);
     EXPECT_EQ(after.erase("Shows/Gig/backup/" + platform.backups().at(0)), 1U);
     before.erase("Shows/Gig/Gig.ardour");

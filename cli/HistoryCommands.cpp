@@ -1,0 +1,117 @@
+#include "cli/Json.h"
+#include "cli/SessionCommand.h"
+#include "cli/Table.h"
+#include "livetrax/session/History.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace corvane::cli {
+
+namespace {
+
+const char *beforeText(const HistoryNote &note) {
+    return note.before == HistoryNote::Before::sync ? "sync" : "restore";
+}
+
+Json place(const HistoryCopy &copy) {
+    return {{"number", copy.number}, {"time", timeText(copy.time)}};
+}
+
+class HistoryCommand : public Command {
+public:
+    explicit HistoryCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+
+private:
+    void start() override {
+        const auto copies = History(surroundings.platform).copies(*surroundings.options.session);
+        surroundings.output.print(surroundings.options.json ? document(json(copies)) : text(copies));
+        end();
+    }
+
+    static Json json(const std::vector<HistoryCopy> &copies) {
+        Json list = Json::array();
+        for (const HistoryCopy &copy : copies) {
+            Json object = place(copy);
+            object.update(Json{{"bytes", copy.bytes},
+                               {"tracks", copy.note.tracks},
+                               {"before", beforeText(copy.note)},
+                               {"adjusted", copy.note.result.updated},
+                               {"added", copy.note.result.added},
+                               {"removed", copy.note.removed}});
+            list.push_back(object);
+        }
+        return {{"copies", list}};
+    }
+
+    static std::string text(const std::vector<HistoryCopy> &copies) {
+        if (copies.empty())
+            return "No copies are kept of this session.\n";
+        std::vector<std::vector<std::string>> rows{{"COPY", "TIME", "TRACKS", "BEFORE", "WHICH"}};
+        for (const HistoryCopy &copy : copies)
+            rows.push_back({std::to_string(copy.number), timeText(copy.time),
+                            std::to_string(copy.note.tracks), beforeText(copy.note), changes(copy.note)});
+        return table(rows);
+    }
+
+    /// "adjusted 3, added 1, removed OH, Vox"
+    static std::string changes(const HistoryNote &note) {
+        std::string removed;
+        for (const std::string &name : note.removed)
+            removed += (removed.empty() ? ", removed " : ", ") + name;
+        return "adjusted " + std::to_string(note.result.updated) + ", added " +
+               std::to_string(note.result.added) + removed;
+    }
+
+    Surroundings surroundings;
+};
+
+class RestoreCommand : public Command {
+public:
+    explicit RestoreCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+
+private:
+    void start() override {
+        refuseWhileLiveTraxRuns(surroundings.platform);
+        const Options &options = surroundings.options;
+        const History history(surroundings.platform);
+        const HistoryCopy restored = chosen(history.copies(*options.session));
+        const HistoryCopy kept = history.restore(*options.session, restored, {options.discardRecordings});
+        surroundings.output.print(options.json
+                                      ? document({{"restored", place(restored)}, {"kept", place(kept)}})
+                                      : text(restored, kept));
+        end();
+    }
+
+    HistoryCopy chosen(const std::vector<HistoryCopy> &copies) const {
+        const Options &options = surroundings.options;
+        const auto found = std::find_if(copies.begin(), copies.end(), [&](const HistoryCopy &copy) {
+            return options.copyTime ? timeText(copy.time) == *options.copyTime
+                                    : copy.number == options.copyNumber.value_or(1);
+        });
+        if (found == copies.end())
+            throw CommandFailure(status::wrongUsage,
+                                 "There is no such copy of " + options.session->string() + ".");
+        return *found;
+    }
+
+    static std::string text(const HistoryCopy &restored, const HistoryCopy &kept) {
+        return "Restored the copy of " + timeText(restored.time) + ". What was there before is copy " +
+               std::to_string(kept.number) + " now.\n";
+    }
+
+    Surroundings surroundings;
+};
+
+} // namespace
+
+std::shared_ptr<Command> makeHistoryCommand(const Surroundings &surroundings) {
+    return std::make_shared<HistoryCommand>(surroundings);
+}
+
+std::shared_ptr<Command> makeRestoreCommand(const Surroundings &surroundings) {
+    return std::make_shared<RestoreCommand>(surroundings);
+}
+
+} // namespace corvane::cli

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "livetrax/session/History.h"
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+// How the history lies on disk: a folder for each session with a "session.json" that says which session it
+// belongs to, and for each copy a session file and a JSON file beside it. Internal to livetrax/session.
+
+namespace corvane::session {
+
+/// The folder in which a session's copies are; none when it has none yet. `newBackup` is a backup that the
+/// session holds for so short a time that no folder can know it.
+std::optional<std::filesystem::path> historyFolder(const std::filesystem::path &top,
+                                                   const std::filesystem::path &sessionURL,
+                                                   const std::string &newBackup = {});
+
+/// The same, made where it is missing, and told where the session is now. Throws FileError.
+std::filesystem::path claimHistoryFolder(const std::filesystem::path &top,
+                                         const std::filesystem::path &sessionURL,
+                                         const std::string &newBackup);
+
+/// The copies in a session's folder, newest first.
+std::vector<HistoryCopy> copiesIn(const std::filesystem::path &folder);
+
+/// Copies a session's file into a folder, flushed to disk. Throws FileError, and then leaves nothing there.
+std::filesystem::path addCopy(const std::filesystem::path &folder, const std::filesystem::path &sessionFile,
+                              const HistoryNote &note, std::chrono::system_clock::time_point now);
+
+/// Takes a copy away. Never throws.
+void removeCopy(const std::filesystem::path &file);
+
+/// Takes the copies of all sessions away that need not be kept. Never throws.
+void pruneHistory(const std::filesystem::path &top, std::chrono::system_clock::time_point now);
+
+} // namespace corvane::session
