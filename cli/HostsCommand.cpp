@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::chrono::milliseconds defaultListening = 3s;
+constexpr std::chrono::milliseconds defaultListeningTimeout = 3s;
 
 /// Listens both ways and connects to nobody.
 class HostsCommand : public Command, public ServiceBrowserDelegate {
@@ -60,7 +60,7 @@ private:
         multicast->start();
         browser->search(LV1Client::serviceType, LV1Client::serviceDomain);
         surroundings.output.progress("Listening for LV1 hosts…");
-        platform.main.after(surroundings.options.duration.value_or(defaultListening),
+        platform.main.after(surroundings.options.duration.value_or(defaultListeningTimeout),
                             weakly(std::weak_ptr(self), [](HostsCommand &command) {
                                 command.guarded([&] { command.report(); });
                             }));

@@ -12,9 +12,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto silenceAfterPatch = 300ms;
+constexpr auto silenceTimeout = 300ms;
 /// A console that never falls silent (somebody plays with its colours) is not waited for longer than this.
-constexpr auto longestSettling = 5s;
+constexpr auto settlingTimeout = 5s;
 
 } // namespace
 
@@ -80,7 +80,7 @@ void PatchReader::happened(const LV1LinkEvent &event) {
     if (const auto *patch = std::get_if<lv1::Patch>(&event)) {
         channels = *patch->channels;
         if (!std::exchange(patchCame, true))
-            latestEnd = platform.main.now() + longestSettling;
+            latestEnd = platform.main.now() + settlingTimeout;
     } else if (const auto *colours = std::get_if<lv1::Colours>(&event)) {
         channels = *colours->channels;
     }
@@ -92,7 +92,7 @@ void PatchReader::waitForSilence() {
     if (!patchCame)
         return;
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(latestEnd - platform.main.now());
-    finishAfter(std::clamp<std::chrono::milliseconds>(left, 0ms, silenceAfterPatch));
+    finishAfter(std::clamp<std::chrono::milliseconds>(left, 0ms, silenceTimeout));
 }
 
 void PatchReader::finishAfter(std::chrono::milliseconds delay) {

@@ -17,13 +17,13 @@ namespace {
 
 /// Hosts answer within 120 ms of being asked, each in its own time: a burst has ended when nothing new has
 /// come for so long, or when it has lasted long enough.
-constexpr std::chrono::milliseconds burstGap = 150ms;
-constexpr std::chrono::milliseconds longestBurst = 500ms;
+constexpr std::chrono::milliseconds burstGapTimeout = 150ms;
+constexpr std::chrono::milliseconds burstTimeout = 500ms;
 
 /// How long to wait before looking for a missing daemon again: doubled each time. Then it is waited for,
 /// where the system tells when it comes, and asked.
-constexpr std::chrono::milliseconds shortestPause = 1s;
-constexpr std::chrono::milliseconds longestPause = 30s;
+constexpr std::chrono::milliseconds shortestRetryDelay = 1s;
+constexpr std::chrono::milliseconds longestRetryDelay = 30s;
 
 /// A query costs a thread and several descriptors in the daemon's library; a network full of services
 /// must not use them up. Those beyond wait in line, within their own time.
@@ -124,7 +124,7 @@ private:
     DelayedTask burstEnd;
     DelayedTask retry;
     std::unique_ptr<DNSServiceQuery> waiting; ///< for the daemon
-    std::chrono::milliseconds pause = shortestPause;
+    std::chrono::milliseconds pause = shortestRetryDelay;
     // In the order in which they were asked for:
     Resolutions queued;    ///< for their turn
     Resolutions asked;     ///< of the daemon
@@ -141,7 +141,7 @@ void DNSServiceBrowser::Search::begin(const std::string &newType, const std::str
     stop();
     type = newType;
     domain = newDomain;
-    pause = shortestPause;
+    pause = shortestRetryDelay;
     browse();
 }
 
@@ -176,7 +176,7 @@ void DNSServiceBrowser::Search::handle(const DNSServiceEvent &event) {
     switch (event.kind) {
     case DNSServiceEvent::Kind::started:
         obstacle.reset();
-        pause = shortestPause;
+        pause = shortestRetryDelay;
         while (!suspended.empty())
             move(suspended.begin(), queued);
         return askInTurn();
@@ -205,9 +205,9 @@ void DNSServiceBrowser::Search::added(const std::string &name) {
         burstBegan = main.now();
     burst.push_back(entry.service);
     const auto left =
-        std::chrono::duration_cast<std::chrono::milliseconds>(burstBegan + longestBurst - main.now());
+        std::chrono::duration_cast<std::chrono::milliseconds>(burstBegan + burstTimeout - main.now());
     burstEnd.cancel();
-    burstEnd = main.after(std::min(burstGap, left),
+    burstEnd = main.after(std::min(burstGapTimeout, left),
                           weakly(weak_from_this(), [](Search &search) { search.reportBurst(); }));
 }
 
@@ -242,7 +242,7 @@ void DNSServiceBrowser::Search::failed(int error) {
         while (!line->empty())
             move(line->begin(), suspended);
     retry = main.after(pause, weakly(weak_from_this(), [](Search &search) { search.awaitDaemon(); }));
-    pause = std::min(2 * pause, longestPause);
+    pause = std::min(2 * pause, longestRetryDelay);
 }
 
 void DNSServiceBrowser::Search::resolve(const std::shared_ptr<Service> &service,
