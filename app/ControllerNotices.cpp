@@ -2,6 +2,7 @@
 
 #include "app/BridgeController.h"
 #include "app/PlanText.h"
+#include "base/Quotation.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "patch/PatchConflicts.h"
 #include "patch/PatchDifference.h"
@@ -36,6 +37,15 @@ SessionDifference difference(const UpdatePlan &plan) {
     return found;
 }
 
+/// The tracks that go although they hold recordings.
+std::vector<std::string> removedWithTakes(const UpdatePlan &plan) {
+    std::vector<std::string> names;
+    for (const TrackDecision &track : plan.tracks)
+        if (track.action == TrackDecision::Action::remove && track.takes > 0)
+            names.push_back(quotation(track.name));
+    return names;
+}
+
 } // namespace
 
 // The buttons
@@ -67,6 +77,8 @@ void BridgeController::linkIs(ButtonFacts::Link state) {
     using Link = ButtonFacts::Link;
     const bool lost = state == Link::lost && buttons.link != Link::lost;
     buttons.link = state;
+    // Else the system may slow a hidden window down, and a marker would be late.
+    state == Link::up ? platform.activity->begin() : platform.activity->end();
     if (lost && runningLiveTrax()) // markers are missing from now on
         view.requestAttention();
     showNotices();
@@ -83,6 +95,7 @@ void BridgeController::showChanges(const Channels &list) {
 void BridgeController::sessionUpdated(const std::optional<UpdatePlan> &plan) {
     ++updatesDone;
     buttons.comparison = ButtonFacts::Comparison::sync;
+    told.removedWithTakes = plan ? removedWithTakes(*plan) : std::vector<std::string>();
     updateLines = plan ? planLines(*plan) : std::vector<std::string>();
 }
 
@@ -156,6 +169,8 @@ NoticeFacts BridgeController::knownFacts() const {
         const bool differs = current->signature && currentPatch && *current->signature != *currentPatch;
         if (differs && current->plan && !hasChanges())
             facts.difference = difference(*current->plan);
+        if (hasChanges() && current->plan)
+            facts.atRisk = removedWithTakes(*current->plan);
     }
     return facts;
 }

@@ -117,10 +117,12 @@ TEST_F(ControllerNoticesTest, ALostLinkIsSaidAndReconnectsWithoutUpdating) {
     runLiveTrax();
     controller->client->onEndpoints({{"FOH", "10.0.0.1", 50000, "aa"}});
     consoleSendsPatch(movedKeys());
+    EXPECT_TRUE(fakes.activity->isGoingOn);
     controller->client->onConnectionState(false);
     controller->client->onConnectionState(false);
     EXPECT_EQ(text(), "The console is not connected. Choose it again in LV1 HOST, or:");
     EXPECT_EQ(view.attentionRequests, 1);
+    EXPECT_FALSE(fakes.activity->isGoingOn);
     controller->noticeAction();
     fakes.clock->run();
     EXPECT_THAT(fakes.network->streams, SizeIs(1));
