@@ -111,7 +111,7 @@ TEST_F(MainWindowTest, KeepsTheStatedMargins) {
 }
 
 TEST_F(MainWindowTest, ARehearsalSaysSoUnderTheTitleAlone) {
-    MainWindow rehearsing(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
+    MainWindow rehearsing(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     const auto its = BridgeController::make(fakes.platform, rehearsing);
     rehearsing.setController(its);
     its->applicationDidFinishLaunching();

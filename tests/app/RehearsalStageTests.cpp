@@ -79,7 +79,7 @@ TEST_F(RehearsalStageTest, ARecorderThatDoesNotEndIsForced) {
 }
 
 TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
-    MainWindow window(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
+    MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     RehearsalStage stage(fakes.platform, builtPrograms());
     buildRehearsalMenu(window, stage);
     ASSERT_EQ(window.menuBar()->actions().size(), 1);
@@ -88,7 +88,7 @@ TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
 }
 
 TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {
-    MainWindow window(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
+    MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     RehearsalStage stage(fakes.platform, builtPrograms());
     buildRehearsalMenu(window, stage);
     const QMenu *menu = window.menuBar()->actions().front()->menu();
@@ -100,7 +100,7 @@ TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {
         EXPECT_FALSE(item->isEnabled()) << item->text().toStdString();
     stage.tellConsole("next"); // to nobody
 
-    MainWindow late(*fakes.resources, QStringLiteral("/tmp/rehearsal"));
+    MainWindow late(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     buildRehearsalMenu(late, stage);
     EXPECT_EQ(late.menuBar()->actions().front()->menu()->actions().size(), 7);
 }

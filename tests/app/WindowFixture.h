@@ -47,7 +47,7 @@ protected:
     }
 
     FakePlatform fakes;
-    MainWindow window{*fakes.resources};
+    MainWindow window{fakes.platform.resources};
     std::shared_ptr<BridgeController> controller = BridgeController::make(fakes.platform, window);
 };
 
