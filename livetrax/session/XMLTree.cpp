@@ -1,16 +1,19 @@
 #include "livetrax/session/XMLTree.h"
 
-#include "base/Preconditions.h"
 #include "base/XMLCharacters.h"
+#include "livetrax/session/TextPieces.h"
 #include "platform/files/Files.h"
-#include "platform/queues/Alongside.h"
+#include "platform/memory/CurrentArena.h"
 
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlsave.h>
 
 #include <climits>
+#include <cstdint>
 #include <cstring>
+#include <exception>
+#include <functional>
 #include <new>
 #include <utility>
 
@@ -41,14 +44,60 @@ std::string_view view(const xmlChar *text) {
     return text == nullptr ? std::string_view() : chars(text);
 }
 
+// Nearly all the time that the library takes with the usual allocator goes into getting blocks, giving them
+// back and making pages for them: a document has an arena. Not where the sanitizer looks at each block, and
+// not on macOS: there the library is the system's own, and its frameworks have used it in this process before
+// us.
+#if defined(__SANITIZE_ADDRESS__) || defined(__APPLE__)
+constexpr bool documentsHaveArenas = false;
+#elif defined(__has_feature)
+constexpr bool documentsHaveArenas = !__has_feature(address_sanitizer);
+#else
+constexpr bool documentsHaveArenas = true;
+#endif
+
+/// The arena that a document owns, none where it has none.
+Arena *arenaOf(const xmlDoc *document) {
+    return static_cast<Arena *>(document->_private);
+}
+
+/// While it lives, what the library allocates on this thread belongs to a document. Nothing of the library's
+/// own may be among it: it is initialised before, and its memory of the last error is cleared at the end.
+class AllocatingFor {
+public:
+    explicit AllocatingFor(Arena *arena) : current(arena) {}
+    explicit AllocatingFor(const xmlNode *node) : AllocatingFor(arenaOf(node->doc)) {}
+    ~AllocatingFor() { xmlResetLastError(); }
+
+private:
+    CurrentArena current;
+};
+
 /// The library's own initialisation is not safe on two threads at once; the language's is. What the library
 /// reports to nobody in particular, on bytes that are not in the encoding they claim, say, it would print: it
 /// is told on each thread not to. The reasons that are for people come with the XMLError.
 void initialiseLibrary() {
-    static const bool initialised = (xmlInitParser(), true);
+    static const bool initialised = [] {
+        if (documentsHaveArenas)
+            xmlMemSetup(CurrentArena::release, CurrentArena::allocate, CurrentArena::resize,
+                        CurrentArena::duplicate);
+        xmlInitParser();
+        return true;
+    }();
     static_cast<void>(initialised);
     thread_local const bool silent = (xmlSetStructuredErrorFunc(nullptr, [](void *, xmlErrorPtr) {}), true);
     static_cast<void>(silent);
+}
+
+/// What `make` makes, in an arena that the document owns from then on.
+template <class Make>
+xmlDocPtr madeInArena(Make make) {
+    initialiseLibrary();
+    std::unique_ptr<Arena> arena(documentsHaveArenas ? new Arena : nullptr);
+    const AllocatingFor document(arena.get());
+    const xmlDocPtr made = make();
+    made->_private = arena.release();
+    return made;
 }
 
 template <class Pointer>
@@ -144,7 +193,6 @@ void unlink(xmlNodePtr node) {
 class Parser {
 public:
     Parser() {
-        initialiseLibrary();
         context.reset(required(xmlNewParserCtxt()));
         context->_private = this;
         events().serror = note;
@@ -154,17 +202,21 @@ public:
 
     xmlSAXHandler &events() { return *context->sax; }
 
-    xmlDocPtr read(std::string_view text, const std::string &origin, int options) {
-        if (text.size() > INT_MAX)
-            throw XMLError(origin + " is too large to be read as XML.");
+    /// Throws XMLError, and what `next` throws.
+    xmlDocPtr read(NextPiece next, const std::string &origin, int options) {
+        nextPiece = std::move(next);
         const xmlDocPtr document =
-            xmlCtxtReadMemory(context.get(), text.empty() ? "" : text.data(), static_cast<int>(text.size()),
-                              nullptr, nullptr, options);
-        if (document == nullptr && tooDeep)
+            xmlCtxtReadIO(context.get(), take, nullptr, this, nullptr, nullptr, options);
+        if (document != nullptr && !failure && total <= INT_MAX)
+            return document;
+        xmlFreeDoc(document);
+        if (failure)
+            std::rethrow_exception(failure);
+        if (total > INT_MAX)
+            throw XMLError(origin + " is too large to be read as XML.");
+        if (tooDeep)
             throw XMLError(origin + " is nested too deeply to be read.");
-        if (document == nullptr)
-            throw XMLError(origin + " is not well-formed XML (" + obstacle + ").");
-        return document;
+        throw XMLError(origin + " is not well-formed XML (" + complaint + ").");
     }
 
 private:
@@ -172,29 +224,68 @@ private:
         void operator()(xmlParserCtxtPtr context) const { xmlFreeParserCtxt(context); }
     };
 
+    /// Called by the library, which knows no exceptions: -1 stops it. It holds no more of the text than a
+    /// window.
+    static int take(void *parser, char *to, int room) noexcept {
+        return static_cast<Parser *>(parser)->take(to, static_cast<std::size_t>(room));
+    }
+
+    int take(char *to, std::size_t room) noexcept {
+        try {
+            if (rest.empty())
+                rest = nextPiece();
+        } catch (...) {
+            failure = std::current_exception();
+            return -1;
+        }
+        const std::size_t count = rest.copy(to, room);
+        rest.remove_prefix(count);
+        total += count;
+        return total > INT_MAX ? -1 : static_cast<int>(count);
+    }
+
     /// Called by the library with its context.
     static void note(void *context, xmlErrorPtr error) noexcept {
-        std::string &obstacle =
-            static_cast<Parser *>(static_cast<xmlParserCtxtPtr>(context)->_private)->obstacle;
-        if (error->level != XML_ERR_FATAL || !obstacle.empty())
+        auto &parser = *static_cast<Parser *>(static_cast<xmlParserCtxtPtr>(context)->_private);
+        if (error->level != XML_ERR_FATAL || !parser.complaint.empty())
             return;
         // The library's advice is for programmers.
-        static_cast<Parser *>(static_cast<xmlParserCtxtPtr>(context)->_private)->tooDeep =
-            view(xml(error->message)).starts_with("Excessive depth");
+        parser.tooDeep = view(xml(error->message)).starts_with("Excessive depth");
         std::string reason = error->message == nullptr ? "unknown reason" : holdableByXML(error->message);
         while (!reason.empty() && (reason.back() == '\n' || reason.back() == ' '))
             reason.pop_back();
-        obstacle = "line " + std::to_string(error->line) + ": " + reason;
+        parser.complaint = "line " + std::to_string(error->line) + ": " + reason;
     }
 
     std::unique_ptr<xmlParserCtxt, Free> context;
-    std::string obstacle;
+    NextPiece nextPiece;
+    std::string_view rest;
+    std::size_t total = 0;
+    std::exception_ptr failure;
+    std::string complaint;
     bool tooDeep = false;
 };
 
+/// Each node has a word for the application's use.
+void numberElements(xmlDocPtr document) {
+    const xmlNodePtr root = xmlDocGetRootElement(document);
+    std::uintptr_t number = 0;
+    for (xmlNodePtr node = root; node != nullptr; node = following(node, root))
+        node->_private = reinterpret_cast<void *>(++number);
+}
+
+xmlDocPtr readInArena(const NextPiece &next, const std::string &origin, XMLDocument::Blanks blanks) {
+    const int options = READING | (blanks == XMLDocument::Blanks::drop ? XML_PARSE_NOBLANKS : 0);
+    const xmlDocPtr document = madeInArena([&] { return Parser().read(next, origin, options); });
+    if (blanks == XMLDocument::Blanks::keep)
+        numberElements(document);
+    return document;
+}
+
 /// Reads a text through without building its tree: the events that make nodes are left out, those that
 /// remember entities stay, because references to them are checked.
-void checkWellFormed(std::string_view text, const std::string &origin) {
+void checkWellFormed(const NextPiece &next, const std::string &origin) {
+    initialiseLibrary();
     Parser parser;
     xmlSAXHandler &events = parser.events();
     events.startElementNs = nullptr;
@@ -205,28 +296,38 @@ void checkWellFormed(std::string_view text, const std::string &origin) {
     events.comment = nullptr;
     events.processingInstruction = nullptr;
     events.reference = nullptr;
-    xmlFreeDoc(parser.read(text, origin, READING));
+    xmlFreeDoc(parser.read(next, origin, READING));
 }
 
-/// Called by the library, which knows no exceptions: -1 stops it.
-int appendTo(void *text, const char *bytes, int count) {
-    try {
-        static_cast<std::string *>(text)->append(bytes, static_cast<std::size_t>(count));
-        return count;
-    } catch (const std::exception &) {
-        return -1;
+/// Takes a document's text, piece by piece.
+struct Output {
+    std::function<void(std::string_view)> put;
+    std::exception_ptr failure;
+
+    /// Called by the library, which knows no exceptions: -1 stops it.
+    static int take(void *output, const char *bytes, int count) noexcept {
+        auto &self = *static_cast<Output *>(output);
+        try {
+            self.put({bytes, static_cast<std::size_t>(count)});
+            return count;
+        } catch (...) {
+            self.failure = std::current_exception();
+            return -1;
+        }
     }
-}
+};
 
-std::string serialise(xmlDocPtr document) {
-    std::string text;
+/// Throws XMLError, and what `put` throws.
+void serialise(xmlDocPtr document, std::function<void(std::string_view)> put) {
+    Output output{std::move(put), {}};
     const xmlSaveCtxtPtr context =
-        required(xmlSaveToIO(appendTo, nullptr, &text, "UTF-8", XML_SAVE_FORMAT | XML_SAVE_AS_XML));
+        required(xmlSaveToIO(Output::take, nullptr, &output, "UTF-8", XML_SAVE_FORMAT | XML_SAVE_AS_XML));
     const bool saved = xmlSaveDoc(context, document) >= 0;
     const bool closed = xmlSaveClose(context) >= 0;
+    if (output.failure)
+        std::rethrow_exception(output.failure);
     if (!saved || !closed)
         throw XMLError("The XML document cannot be written.");
-    return text;
 }
 
 } // namespace
@@ -257,6 +358,7 @@ std::string XMLAttribute::value() const {
 
 void XMLAttribute::setValue(std::string_view value) {
     const xmlAttrPtr node = XMLHandles::node(*this);
+    const AllocatingFor document(node->parent);
     required(xmlSetNsProp(node->parent, node->ns, node->name, xml(holdableByXML(value).c_str())));
 }
 
@@ -277,6 +379,10 @@ bool XMLElement::hasName(std::string_view wanted) const {
 XMLElement XMLElement::parent() const {
     const xmlNodePtr above = node == nullptr ? nullptr : XMLHandles::node(*this)->parent;
     return XMLHandles::element(above != nullptr && above->type == XML_ELEMENT_NODE ? above : nullptr);
+}
+
+std::size_t XMLElement::numberAsRead() const {
+    return node == nullptr ? 0 : reinterpret_cast<std::uintptr_t>(XMLHandles::node(*this)->_private);
 }
 
 XMLElement XMLElement::firstChild() const {
@@ -346,6 +452,7 @@ bool XMLElement::attributeIs(const char *name, std::string_view value) const {
 }
 
 void XMLElement::setAttribute(const char *name, std::string_view value) {
+    const AllocatingFor document(XMLHandles::node(*this));
     required(xmlSetNsProp(XMLHandles::node(*this), nullptr, xml(name), xml(holdableByXML(value).c_str())));
 }
 
@@ -355,12 +462,16 @@ void XMLElement::setExistingAttribute(const char *name, std::string_view value) 
 }
 
 void XMLElement::removeAttribute(const char *name) {
-    if (const XMLAttribute found = findAttribute(name))
-        xmlRemoveProp(XMLHandles::node(found));
+    const XMLAttribute found = findAttribute(name);
+    if (!found)
+        return;
+    const AllocatingFor document(XMLHandles::node(*this));
+    xmlRemoveProp(XMLHandles::node(found));
 }
 
 XMLElement XMLElement::append(const char *name) {
     const xmlNodePtr parent = XMLHandles::node(*this);
+    const AllocatingFor document(parent);
     const xmlNodePtr child = required(xmlNewDocNode(parent->doc, nullptr, xml(name), nullptr));
     link(parent, child);
     return XMLHandles::element(child);
@@ -368,6 +479,7 @@ XMLElement XMLElement::append(const char *name) {
 
 XMLElement XMLElement::appendCopy(XMLElement source) {
     const xmlNodePtr parent = XMLHandles::node(*this);
+    const AllocatingFor document(parent);
     const xmlNodePtr copy = required(xmlDocCopyNode(XMLHandles::node(source), parent->doc, 1));
     link(parent, copy);
     return XMLHandles::element(copy);
@@ -378,12 +490,14 @@ XMLElement XMLElement::append(XMLFragment fragment) {
     // A node's texts belong to its document: only a copy can go into another one.
     if (XMLHandles::node(fragment.element())->doc != parent->doc)
         return appendCopy(fragment.element());
+    const AllocatingFor document(parent);
     const XMLElement child = fragment.release();
     link(parent, XMLHandles::node(child));
     return child;
 }
 
 XMLFragment XMLElement::detach() {
+    const AllocatingFor document(XMLHandles::node(*this));
     unlink(XMLHandles::node(*this));
     return XMLFragment(*this);
 }
@@ -400,8 +514,10 @@ XMLFragment &XMLFragment::operator=(XMLFragment &&other) noexcept {
 }
 
 XMLFragment::~XMLFragment() {
-    if (owned)
-        xmlFreeNode(XMLHandles::node(owned));
+    if (!owned)
+        return;
+    const AllocatingFor document(XMLHandles::node(owned));
+    xmlFreeNode(XMLHandles::node(owned));
 }
 
 XMLElement XMLFragment::release() {
@@ -411,25 +527,28 @@ XMLElement XMLFragment::release() {
 // XMLDocument
 
 void XMLDocument::Free::operator()(void *document) const {
-    xmlFreeDoc(static_cast<xmlDocPtr>(document));
+    const auto tree = static_cast<xmlDocPtr>(document);
+    if (documentsHaveArenas)
+        delete arenaOf(tree); // and the tree with it
+    else
+        xmlFreeDoc(tree);
 }
 
 XMLDocument XMLDocument::load(const std::filesystem::path &path, Blanks blanks) {
-    const Bytes bytes = readFile(path);
-    return parse({reinterpret_cast<const char *>(bytes.data()), bytes.size()}, path.string(), blanks);
+    const FileHandle file = FileHandle::openForReading(path);
+    return XMLDocument(readInArena(piecesOf(file), path.string(), blanks));
 }
 
 XMLDocument XMLDocument::parse(std::string_view text, const std::string &origin, Blanks blanks) {
-    const int options = READING | (blanks == Blanks::drop ? XML_PARSE_NOBLANKS : 0);
-    return XMLDocument(Parser().read(text, origin, options));
+    return XMLDocument(readInArena(piecesOf(text), origin, blanks));
 }
 
 XMLDocument XMLDocument::create(const char *rootName) {
-    initialiseLibrary();
-    XMLDocument made(required(xmlNewDoc(xml("1.0"))));
-    const auto document = static_cast<xmlDocPtr>(made.document.get());
-    xmlDocSetRootElement(document, required(xmlNewDocNode(document, nullptr, xml(rootName), nullptr)));
-    return made;
+    return XMLDocument(madeInArena([&] {
+        const xmlDocPtr document = required(xmlNewDoc(xml("1.0")));
+        xmlDocSetRootElement(document, required(xmlNewDocNode(document, nullptr, xml(rootName), nullptr)));
+        return document;
+    }));
 }
 
 XMLElement XMLDocument::root() const {
@@ -437,16 +556,23 @@ XMLElement XMLDocument::root() const {
 }
 
 std::string XMLDocument::serialised() const {
-    return serialise(static_cast<xmlDocPtr>(document.get()));
+    std::string text;
+    serialise(static_cast<xmlDocPtr>(document.get()), [&](std::string_view piece) { text += piece; });
+    return text;
 }
 
 void XMLDocument::writeAtomically(const std::filesystem::path &path) && {
     XMLDocument tree = std::move(*this);
-    const std::string text = tree.serialised();
-    // Read back while the tree is taken down and the disk is busy; the old file stays until both are done.
-    Alongside readBack([&] { checkWellFormed(text, "The text for " + path.string()); });
-    tree.document.reset();
-    replaceFileAtomically(path, text, [&] { readBack.join(); });
+    const auto writeAndLetGo = [&](const FileHandle &file) {
+        PieceWriter writer(file);
+        serialise(static_cast<xmlDocPtr>(tree.document.get()),
+                  [&](std::string_view piece) { writer.write(piece); });
+        writer.finish();
+        tree.document.reset();
+    };
+    replaceFileAtomically(path, writeAndLetGo, [&](const FileHandle &file) {
+        checkWellFormed(piecesFromBeginning(file), "The text for " + path.string());
+    });
 }
 
 } // namespace corvane

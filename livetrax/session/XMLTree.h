@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <initializer_list>
 #include <iterator>
@@ -108,6 +109,9 @@ public:
     bool hasName(std::string_view wanted) const;
     /// The element it stands in; none for a root and for a detached element.
     XMLElement parent() const;
+    /// Its place among the elements as they were read, counted from 1 in document order; 0 when it was added
+    /// since, or when blanks were dropped on reading.
+    std::size_t numberAsRead() const;
 
     /// The first child element, the first of a name, or the first of a name whose attribute has a value.
     XMLElement firstChild() const;

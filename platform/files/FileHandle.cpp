@@ -7,18 +7,47 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace corvane {
+namespace {
 
-FileHandle FileHandle::openForAppending(const std::filesystem::path &path) {
+FileHandle opened(const std::filesystem::path &path, int flags, const char *what) {
+    constexpr mode_t mode = 0666;
     int descriptor = -1;
     do {
-        descriptor = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, 0666);
+        descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode);
     } while (descriptor < 0 && errno == EINTR);
     if (descriptor < 0)
-        throw FileError::cannot("written", path, errno);
+        throw FileError::cannot(what, path, errno);
     return FileHandle(descriptor, path);
+}
+
+template <class Read>
+std::size_t readRetrying(const std::filesystem::path &path, Read read) {
+    for (;;) {
+        const ssize_t count = read();
+        if (count >= 0)
+            return static_cast<std::size_t>(count);
+        if (errno != EINTR)
+            throw FileError::cannot("read", path, errno);
+    }
+}
+
+} // namespace
+
+FileHandle FileHandle::openForAppending(const std::filesystem::path &path) {
+    return opened(path, O_WRONLY | O_APPEND | O_CREAT, "written");
+}
+
+FileHandle FileHandle::openForReading(const std::filesystem::path &path) {
+    // Without waiting for somebody to write into what may be a named pipe.
+    FileHandle file = opened(path, O_RDONLY | O_NONBLOCK, "read");
+    struct stat status {};
+    if (::fstat(file.descriptor, &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))
+        throw FileError("The file “" + path.string() + "” could not be read: It is not an ordinary file.");
+    return file;
 }
 
 FileHandle::FileHandle(int descriptor, std::filesystem::path path)
@@ -46,6 +75,14 @@ void FileHandle::write(std::string_view text) const {
         else if (errno != EINTR)
             throw FileError::cannot("written", path, errno);
     }
+}
+
+std::size_t FileHandle::read(char *to, std::size_t room) const {
+    return readRetrying(path, [&] { return ::read(descriptor, to, room); });
+}
+
+std::size_t FileHandle::readAt(std::uint64_t offset, char *to, std::size_t room) const {
+    return readRetrying(path, [&] { return ::pread(descriptor, to, room, static_cast<off_t>(offset)); });
 }
 
 void FileHandle::flush() const {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string_view>
 
@@ -10,6 +12,8 @@ class FileHandle {
 public:
     /// Opens (creating it if missing) for appending. Throws FileError.
     static FileHandle openForAppending(const std::filesystem::path &path);
+    /// Opens what is there. Throws FileError.
+    static FileHandle openForReading(const std::filesystem::path &path);
 
     /// Takes a descriptor over; `path` only serves the texts of errors.
     explicit FileHandle(int descriptor, std::filesystem::path path = {});
@@ -19,6 +23,10 @@ public:
 
     /// Writes all of it. Throws FileError.
     void write(std::string_view text) const;
+    /// Reads on, up to `room` bytes; 0 at the end of the file. Throws FileError.
+    std::size_t read(char *to, std::size_t room) const;
+    /// The same at an offset, without moving the place to read and write at.
+    std::size_t readAt(std::uint64_t offset, char *to, std::size_t room) const;
     /// Waits until what was written is on disk. Throws FileError.
     void flush() const;
     /// Closes it now, to learn of errors that only closing brings to light. Throws FileError.

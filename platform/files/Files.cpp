@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <future>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -97,10 +98,7 @@ public:
             throw FileError::cannot("written", destination, errno);
     }
 
-    void finish() {
-        handle.flush();
-        handle.close();
-    }
+    void close() { handle.close(); }
 
     void replaceDestination() {
         if (::rename(path.c_str(), destination.c_str()) != 0)
@@ -136,7 +134,7 @@ private:
             // Short and without the destination's name, which may already be as long as a name can be.
             path = folderOf(destination) /
                    (".corvane-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
-            const int descriptor = openRetrying(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+            const int descriptor = openRetrying(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
             if (descriptor >= 0)
                 return FileHandle(descriptor, destination);
             error = errno;
@@ -153,29 +151,14 @@ private:
 
 /// Reads on from a descriptor, piece by piece, to the end of the file.
 template <class Take>
-void readAll(const FileHandle &file, const Path &path, Take take) {
+void readAll(const FileHandle &file, Take take) {
     std::array<char, 65536> buffer;
     for (;;) {
-        const ssize_t count = ::read(file.fileDescriptor(), buffer.data(), buffer.size());
+        const std::size_t count = file.read(buffer.data(), buffer.size());
         if (count == 0)
             return;
-        if (count > 0)
-            take(std::string_view(buffer.data(), static_cast<std::size_t>(count)));
-        else if (errno != EINTR)
-            throw FileError::cannot("read", path, errno);
+        take(std::string_view(buffer.data(), count));
     }
-}
-
-FileHandle openForReading(const Path &path) {
-    // Without waiting for somebody to write into what may be a named pipe.
-    const int descriptor = openRetrying(path, O_RDONLY | O_NONBLOCK);
-    if (descriptor < 0)
-        throw FileError::cannot("read", path, errno);
-    FileHandle file(descriptor, path);
-    struct stat status {};
-    if (::fstat(descriptor, &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))
-        throw FileError("The file “" + path.string() + "” could not be read: It is not an ordinary file.");
-    return file;
 }
 
 } // namespace
@@ -186,18 +169,21 @@ FileError FileError::cannot(const std::string &what, const Path &path, int error
 }
 
 Bytes readFile(const Path &path) {
-    const FileHandle file = openForReading(path);
+    const FileHandle file = FileHandle::openForReading(path);
     Bytes bytes;
     struct stat status {};
     if (::fstat(file.fileDescriptor(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0)
         bytes.reserve(static_cast<std::size_t>(status.st_size));
-    readAll(file, path,
-            [&](std::string_view piece) { bytes.insert(bytes.end(), piece.begin(), piece.end()); });
+    readAll(file, [&](std::string_view piece) { bytes.insert(bytes.end(), piece.begin(), piece.end()); });
     return bytes;
 }
 
-void replaceFileAtomically(const Path &path, std::string_view bytes,
-                           const std::function<void()> &beforeReplacing) {
+void replaceFileAtomically(const Path &path, std::string_view bytes) {
+    replaceFileAtomically(path, [&](const FileHandle &file) { file.write(bytes); }, {});
+}
+
+void replaceFileAtomically(const Path &path, const std::function<void(const FileHandle &file)> &write,
+                           const std::function<void(const FileHandle &file)> &check) {
     const Path destination = followingLinks(path);
     const auto old = statusOf(destination);
     if (old && S_ISDIR(old->st_mode))
@@ -207,15 +193,20 @@ void replaceFileAtomically(const Path &path, std::string_view bytes,
     TemporaryFile temporary(destination, old ? 0600 : 0666);
     if (old)
         temporary.takeAfter(*old);
-    temporary.file().write(bytes);
-    temporary.finish();
-    if (beforeReplacing)
-        beforeReplacing();
+    write(temporary.file());
+    // Where no thread can be had it is done when its end is waited for.
+    std::future<void> checked;
+    if (check)
+        checked = std::async([&] { check(temporary.file()); });
+    temporary.file().flush();
+    if (checked.valid())
+        checked.get();
+    temporary.close();
     temporary.replaceDestination();
 }
 
 void copyFile(const Path &from, const Path &to) {
-    const FileHandle source = openForReading(from);
+    const FileHandle source = FileHandle::openForReading(from);
     struct stat status {};
     if (::fstat(source.fileDescriptor(), &status) != 0)
         throw FileError::cannot("read", from, errno);
@@ -223,10 +214,11 @@ void copyFile(const Path &from, const Path &to) {
         throw FileError::cannot("read", from, EISDIR);
     // Complete before it bears its name: a copy that was cut short must not pass for the file.
     TemporaryFile temporary(to, 0600);
-    readAll(source, from, [&](std::string_view piece) { temporary.file().write(piece); });
+    readAll(source, [&](std::string_view piece) { temporary.file().write(piece); });
     if (::fchmod(temporary.file().fileDescriptor(), status.st_mode & 0777U) != 0)
         throw FileError::cannot("written", to, errno);
-    temporary.finish();
+    temporary.file().flush();
+    temporary.close();
     temporary.becomeDestination();
 }
 

@@ -10,6 +10,8 @@
 
 namespace corvane {
 
+class FileHandle;
+
 /// A file operation that failed. The text names the file and the system's reason, for the user to read.
 class FileError : public std::runtime_error {
 public:
@@ -24,11 +26,15 @@ Bytes readFile(const std::filesystem::path &path);
 
 /// Puts `bytes` in place of the file in one step: a temporary file in the same folder, flushed to disk,
 /// renamed over it, the folder flushed. Mode and owner of an existing file are kept (the owner as far as the
-/// system lets us), a link is followed to the file it names. `beforeReplacing` is called once the temporary
-/// file is complete on disk; what it throws is passed on. Throws FileError. After any throw the old file
+/// system lets us), a link is followed to the file it names. Throws FileError. After any throw the old file
 /// stands as it was and no temporary file is left.
-void replaceFileAtomically(const std::filesystem::path &path, std::string_view bytes,
-                           const std::function<void()> &beforeReplacing = {});
+void replaceFileAtomically(const std::filesystem::path &path, std::string_view bytes);
+
+/// The same with what `write` writes to the temporary file. `check` then reads that file (by offset) on a
+/// thread of its own while it is flushed; what either throws is passed on.
+void replaceFileAtomically(const std::filesystem::path &path,
+                           const std::function<void(const FileHandle &file)> &write,
+                           const std::function<void(const FileHandle &file)> &check);
 
 /// Copies a file to a place where none is yet, flushed to disk. Throws FileError, and then nothing is left
 /// there.

@@ -365,6 +365,57 @@ TEST(XMLTree, AMalformedFileIsNamedInTheError) {
     }
 }
 
+/// What the library remembers of an error, and what it has yet to give back, must not lie in a document's
+/// memory.
+TEST(XMLTree, NothingOfADocumentIsNeededWhenItIsGone) {
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_THROW(parsed("<S><A a='&undefined;'/>"), XMLError);
+        EXPECT_THROW(parsed(std::string(100'000, '<')), XMLError);
+        XMLDocument document = parsed("<S><A a='&amp;&#65;'/><B/></S>");
+        for (int i = 0; i < 1'000; ++i)
+            document.root().append("C").setAttribute("c", std::string(static_cast<std::size_t>(i), 'x'));
+        const XMLFragment detached = document.root().firstChild("B").detach();
+        document.root().appendCopy(detached.element());
+        document.root().firstChild("A").removeAttribute("a");
+        EXPECT_THAT(document.serialised(), HasSubstr("<A/>"));
+    }
+}
+
+TEST(XMLTree, DocumentsAreMadeChangedAndDroppedOnAnyThread) {
+    std::vector<std::thread> threads;
+    std::vector<std::string> texts(4);
+    std::vector<XMLDocument> documents;
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        documents.push_back(parsed("<S/>"));
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        threads.emplace_back([&, i] {
+            const XMLDocument document = std::move(documents[i]);
+            const XMLDocument base = parsed("<S><A a='1'><B/></A></S>");
+            for (int copy = 0; copy < 200; ++copy)
+                document.root()
+                    .appendCopy(base.root().firstChild("A"))
+                    .setAttribute("a", std::to_string(copy));
+            texts[i] = document.serialised();
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_THAT(texts[0], HasSubstr("<A a=\"199\">"));
+    EXPECT_THAT(texts, ::testing::Each(texts[0]));
+}
+
+TEST(XMLTree, ATextLongerThanAnyWindowIsReadWhole) {
+    std::string text = DECLARATION + "<S>\n";
+    for (int i = 0; i < 20'000; ++i)
+        text += "  <A name=\"Batería " + std::to_string(i) + "\"/>\n";
+    text += "</S>\n";
+    const TemporaryFolder folder;
+    const auto path = folder.write("Gig.ardour", text);
+    XMLDocument::load(path).writeAtomically(path);
+    EXPECT_EQ(folder.read("Gig.ardour"), text);
+    EXPECT_EQ(parsed(text).serialised(), text);
+    EXPECT_THROW(parsed(text.substr(0, text.size() - 5)), XMLError);
+}
+
 TEST(XMLTree, ANewDocumentIsBuiltFromNothing) {
     const XMLDocument document = XMLDocument::create("LuaHooks");
     document.root().append("ActionHooks").append("LuaCallback").setAttribute("name", "My Hook");

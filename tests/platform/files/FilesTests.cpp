@@ -66,11 +66,48 @@ TEST(Files, AReplacedFileHoldsTheNewBytesAndNothingElseIsLeft) {
 TEST(Files, AFileIsReplacedOnlyAfterTheCallersLastLookWhichMayStillRefuse) {
     const TemporaryFolder folder;
     const fs::path file = folder.write("Show.ardour", "old");
-    EXPECT_EQ(errorOf([&] { replaceFileAtomically(file, "new", [] { throw FileError("no"); }); }), "no");
+    const auto writeNew = [](const FileHandle &handle) { handle.write("new"); };
+    EXPECT_EQ(errorOf([&] {
+                  replaceFileAtomically(file, writeNew, [](const FileHandle &) { throw FileError("no"); });
+              }),
+              "no");
     EXPECT_EQ(textOf(file), "old");
     EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
-    replaceFileAtomically(file, "new", [&] { EXPECT_EQ(textOf(file), "old"); });
+    replaceFileAtomically(file, writeNew, [&](const FileHandle &) { EXPECT_EQ(textOf(file), "old"); });
     EXPECT_EQ(textOf(file), "new");
+}
+
+TEST(Files, WhatTheCallerLooksAtLastIsWhatWasWritten) {
+    const TemporaryFolder folder;
+    const fs::path file = folder.path() / "Show.ardour";
+    std::string seen(8, '-');
+    const auto write = [](const FileHandle &handle) {
+        handle.write("ab");
+        handle.write("cdef");
+    };
+    replaceFileAtomically(file, write, [&](const FileHandle &handle) {
+        EXPECT_EQ(handle.readAt(2, seen.data(), 3), 3U);
+        EXPECT_EQ(handle.readAt(5, seen.data() + 3, 5), 1U);
+        EXPECT_EQ(handle.readAt(6, seen.data() + 4, 4), 0U);
+    });
+    EXPECT_EQ(seen, "cdef----");
+    EXPECT_EQ(textOf(file), "abcdef");
+}
+
+TEST(Files, AFileThatCannotBeWrittenWholeIsNotPutInPlace) {
+    const TemporaryFolder folder;
+    const fs::path file = folder.write("Show.ardour", "old");
+    bool looked = false;
+    const auto write = [](const FileHandle &handle) {
+        handle.write("half");
+        throw FileError("no more");
+    };
+    EXPECT_EQ(
+        errorOf([&] { replaceFileAtomically(file, write, [&](const FileHandle &) { looked = true; }); }),
+        "no more");
+    EXPECT_FALSE(looked);
+    EXPECT_EQ(textOf(file), "old");
+    EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
 }
 
 TEST(Files, AFileThatIsNotThereYetIsCreatedAsTheUsersUmaskSays) {

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "platform/files/FileHandle.h"
+
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace corvane {
+
+/// Gives the next piece of a text, valid until the next is asked for; an empty one at the end.
+using NextPiece = std::function<std::string_view()>;
+
+/// A text that is there already, in one piece.
+NextPiece piecesOf(std::string_view text);
+
+/// What a file holds from where it stands on. Throws FileError, as the next does.
+NextPiece piecesOf(const FileHandle &file);
+
+/// What a file holds from its beginning, whatever else happens to it meanwhile.
+NextPiece piecesFromBeginning(const FileHandle &file);
+
+/// Writes a text that comes in small pieces in larger ones. Throws FileError.
+class PieceWriter {
+public:
+    explicit PieceWriter(const FileHandle &file);
+    void write(std::string_view piece);
+    /// What has not been written yet. Called once, at the end.
+    void finish() { file.write(buffer); }
+
+private:
+    const FileHandle &file;
+    std::string buffer;
+};
+
+} // namespace corvane
