@@ -1,6 +1,7 @@
 #include "fuzz/Fuzzing.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
+#include "livetrax/session/XMLTextEdits.h"
 #include "platform/files/Files.h"
 #include "tests/fakes/FakeSystem.h"
 
@@ -54,11 +55,59 @@ bool isSurfaceOn(XMLElement root) {
            (surface.attributeIs("session-state", "1") && surface.attribute("active").value_or("1") == "1");
 }
 
+/// Whether every line of `before` that no edit can be in stands in `after`, in the same order. Nothing is
+/// said of what stands behind a quote that its line leaves open.
+bool keepsOtherLines(std::string_view before, std::string_view after) {
+    const auto isEdited = [](std::string_view line) {
+        for (const char *mark : {"Config", "Option", "Protocol", "osc", "=", "'", "\""})
+            if (line.find(mark) != std::string_view::npos)
+                return true;
+        return false;
+    };
+    std::size_t found = 0;
+    for (std::size_t at = 0; at < before.size();) {
+        const std::size_t end = std::min(before.find('\n', at), before.size());
+        const std::string_view line = before.substr(at, end - at);
+        at = end + 1;
+        for (const char quote : {'"', '\''})
+            if (std::count(line.begin(), line.end(), quote) % 2 != 0)
+                return true;
+        if (isEdited(line) || line.empty())
+            continue;
+        found = after.find(line, found);
+        if (found == std::string_view::npos)
+            return false;
+        found += line.size();
+    }
+    return true;
+}
+
+/// The same edits made in a tree and in its text read the same, and the text keeps what is not edited.
+void edits(const std::string &text) {
+    const auto document = readable(text);
+    if (!document)
+        return;
+    const auto original = document->serialised();
+    require(textWithEdits(text, *document).value_or(text) == text,
+            "a text without edits is the text that was read");
+    LiveTraxGenerator::enableOSC(document->root());
+    const auto edited = textWithEdits(text, *document);
+    if (!edited)
+        return;
+    const auto again = readable(*edited);
+    require(again && again->serialised() == document->serialised(),
+            "an edited text reads as the edited tree");
+    require(original != document->serialised() || *edited == text,
+            "a tree that has not changed changes no text");
+    require(keepsOtherLines(text, *edited), "what is not edited keeps its bytes");
+}
+
 /// LiveTrax's configuration: refused and untouched, or switched on with a copy of what was there. A second
 /// time changes nothing.
 void configuration(Home &home, const std::string &text) {
     std::filesystem::remove(home.file("config.corvane-backup"));
     home.write("config", text);
+    edits(text);
     const auto switchOn = [&] { LiveTraxGenerator::ensureOSCEnabled(*home.fake.folders, home.target); };
     try {
         switchOn();

@@ -1,6 +1,7 @@
 #include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
+#include "livetrax/session/XMLTextEdits.h"
 #include "platform/files/Files.h"
 
 #include <algorithm>
@@ -22,9 +23,13 @@ constexpr std::array oldScripts = {"corvane_sync.lua", "corvane_probe.lua"};
 constexpr std::array oldExchangeFiles = {"live-sync.tsv", "live-sync.result"};
 constexpr std::array<std::string_view, 3> oldHooks = {"Corvane Sync", "Corvane Tick", "Corvane Probe"};
 
+std::string textOf(const Path &file) {
+    const Bytes bytes = readFile(file);
+    return {bytes.begin(), bytes.end()};
+}
+
 /// Whether all that a text lacks to be a document is its root element: there is a prolog, and it is in order.
-bool lacksOnlyRoot(const Bytes &bytes) {
-    std::string text(bytes.begin(), bytes.end());
+bool lacksOnlyRoot(const std::string &text) {
     if (trimmed(text).empty())
         return false;
     try {
@@ -35,15 +40,24 @@ bool lacksOnlyRoot(const Bytes &bytes) {
     }
 }
 
-XMLDocument loadConfiguration(const Path &file) {
+XMLDocument parseConfiguration(const std::string &text, const Path &file) {
     // Blanks are kept: the user's own lines stay as they are.
     try {
-        return XMLDocument::load(file, XMLDocument::Blanks::keep);
+        return XMLDocument::parse(text, file.string(), XMLDocument::Blanks::keep);
     } catch (const XMLError &) {
-        if (lacksOnlyRoot(readFile(file)))
+        if (lacksOnlyRoot(text))
             throw GeneratorError::invalidTemplate();
         throw;
     }
+}
+
+/// Puts an edited document in place of the file that it was read from: as the file's own text with the edits,
+/// so that all else stays byte for byte; where that cannot be, as the library writes it.
+void writeEdited(const Path &file, const std::string &text, XMLDocument document) {
+    if (const auto edited = textWithEdits(text, document))
+        replaceFileAtomically(file, *edited);
+    else
+        std::move(document).writeAtomically(file);
 }
 
 void removeIgnoringErrors(const Path &file) {
@@ -58,7 +72,8 @@ bool isOldHook(XMLElement callback) {
 
 /// Takes the old hooks out of LiveTrax's list; a list without any is not written.
 void stripOldHooks(const Path &file) {
-    XMLDocument document = XMLDocument::load(file, XMLDocument::Blanks::keep);
+    const std::string text = textOf(file);
+    XMLDocument document = XMLDocument::parse(text, file.string(), XMLDocument::Blanks::keep);
     bool changed = false;
     for (XMLElement callback : document.root().firstChild("ActionHooks").children("LuaCallback")) {
         if (isOldHook(callback)) {
@@ -67,7 +82,7 @@ void stripOldHooks(const Path &file) {
         }
     }
     if (changed)
-        std::move(document).writeAtomically(file);
+        writeEdited(file, text, std::move(document));
 }
 
 } // namespace
@@ -100,12 +115,13 @@ void LiveTraxGenerator::ensureOSCEnabled(const StandardFolders &folders, const T
     const Path file = preferences / "config";
     if (!fileExists(file))
         return; // LiveTrax was never started by this user
-    XMLDocument document = loadConfiguration(file);
+    const std::string text = textOf(file);
+    XMLDocument document = parseConfiguration(text, file);
     enableOSC(document.root());
     const Path backup = preferences / "config.corvane-backup";
     if (!fileExists(backup))
         copyFile(file, backup);
-    std::move(document).writeAtomically(file);
+    writeEdited(file, text, std::move(document));
 }
 
 void LiveTraxGenerator::removeUnusedSyncHook(const StandardFolders &folders, const Target &target) {

@@ -158,7 +158,7 @@ const std::string configAfter = head + R"xml(<!DOCTYPE Ardour [
 
   <Config>
     <Option name="hide-dummy-backend" value="0"/>
-    <Option name="osc-port" value="3819"/>
+    <Option name="osc-port"   value='3819'/>
     <Option name="use-osc" value="1"/>
 
   </Config>
@@ -173,6 +173,41 @@ TEST_F(ConfigurationTest, EverythingButTheSettingsStaysAsItWas) {
     write("config", configBefore);
     ensure();
     EXPECT_EQ(read("config"), configAfter);
+}
+
+/// Every form in which a document may write what it says.
+TEST_F(ConfigurationTest, WhatIsNotEditedKeepsItsBytes) {
+    const auto configuration = [](const std::string &port, const std::string &added,
+                                  const std::string &active) {
+        return "\xEF\xBB\xBF<?xml  version='1.0' standalone=\"yes\" ?>\r\n<!DOCTYPE Ardour [ <!-- <Config> "
+               "--> "
+               "<!ENTITY a '<Config/>'>\r\n<!ATTLIST Option d CDATA \"'>\"><?pi <Config ?>]>\r\n<Ardour  a = "
+               "'b'\r\n\t"
+               "c=\"&#233;&#xE9;\xC3\xA9&quot;'\" >\r\n<!-- <Config> --><?pi "
+               "<Config>?><![CDATA[<Config>]]>&a;"
+               "x &gt; y > z<x:Config xmlns:x=\"urn:x\"><x:Option/></x:Config ><Empty></Empty ><Empty />\r\n"
+               "\t<Config  >\r\n\t\t<Option\n name = '" +
+               port + "' x:y='1' xmlns:x='urn:x' value\t=\t\"" + port + "\"  />\r\n" + added +
+               "\t</Config >\r\n<ControlProtocols>" + "<Protocol active='" + active +
+               "' name='Open Sound Control (OSC)' /></ControlProtocols>\r\n</Ardour>\r\n"
+               "<!-- after -->\r\n";
+    };
+    const auto named = [](std::string text) {
+        return text.replace(text.find("name = '"), 8 + 4, "name = 'osc-port");
+    };
+    const auto switchedOn = [](std::string text) {
+        const std::string last = "name='Open Sound Control (OSC)'";
+        return text.insert(text.rfind(last) + last.size(), " session-state=\"1\"");
+    };
+    write("config", named(configuration("8000", "", "0")));
+    ensure();
+    EXPECT_EQ(
+        read("config"),
+        switchedOn(named(configuration("3819", "\t\t<Option name=\"use-osc\" value=\"1\"/>\r\n", "1"))));
+    ensure();
+    EXPECT_EQ(
+        read("config"),
+        switchedOn(named(configuration("3819", "\t\t<Option name=\"use-osc\" value=\"1\"/>\r\n", "1"))));
 }
 
 TEST_F(ConfigurationTest, TheBackupHoldsTheBytesFromBeforeTheFirstEdit) {
@@ -293,7 +328,7 @@ TEST_F(ConfigurationTest, OldHooksAreTakenOutAndTheOthersStayAsTheyWere) {
     EXPECT_EQ(read("ui_scripts"), head + R"xml(<UIScripts version="1">
 
   <ActionHooks>
-    <LuaCallback name="My Hook" lua="b"/>
+    <LuaCallback name="My Hook"   lua="b"/>
     <!-- kept -->
     <LuaCallback lua="d"/>
     <LuaCallback name="corvane probe"/>
