@@ -3,7 +3,6 @@
 #include "base/UTF8.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <vector>
 
 namespace corvane {
@@ -342,8 +341,7 @@ bool claimsAnotherEncoding(std::string_view text) {
 } // namespace
 
 std::optional<std::string> textWithEdits(std::string_view text, const XMLDocument &edited) {
-    const auto *const bytes = reinterpret_cast<const std::uint8_t *>(text.data());
-    if (claimsAnotherEncoding(text) || !isStrictUTF8(bytes, text.size()))
+    if (claimsAnotherEncoding(text) || !isValidUTF8(text))
         return std::nullopt;
     constexpr auto keep = XMLDocument::Blanks::keep;
     try {
