@@ -67,7 +67,11 @@ TEST_F(NoticeEndToEnd, CreateWithoutANameSaysWhyNothingHappens) {
 TEST_F(NoticeEndToEnd, ASessionThatIsGoneIsMissed) {
     CORVANE_ENTER_PRIVATE_NETWORK();
     openSession();
-    std::filesystem::rename(it->session(), *it->platform->folders->music() / "Elsewhere");
+    it->controller->fieldsEdited(); // has the disk asked
+    QTest::qWait(500);              // until the session has been seen
+    it->liveTrax()->forceTerminate();
+    std::filesystem::rename(it->session(), *it->platform->folders.music() / "Elsewhere");
+    it->controller->fieldsEdited();
     ASSERT_TRUE(tells(" is not at ")) << notice();
     EXPECT_THAT(notice(), HasSubstr("LV1 Session"));
     EXPECT_EQ(action(), "Choose…");
