@@ -21,6 +21,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <utility>
 
 namespace corvane {
 
@@ -76,8 +77,8 @@ QFrame *separator() {
 
 } // namespace
 
-MainWindow::MainWindow(const BundleResources &resources, const QString &rehearsalFolder)
-    : resources(resources), rehearsalFolder(rehearsalFolder) {
+MainWindow::MainWindow(BundleResources resources, const QString &rehearsalFolder)
+    : resources(std::move(resources)), rehearsalFolder(rehearsalFolder) {
     makeControls();
     nameControls();
 }

@@ -33,7 +33,7 @@ class PushButton;
 class MainWindow : public QMainWindow, public BridgeView {
 public:
     /// `rehearsalFolder`: set in a rehearsal, which the window then says.
-    explicit MainWindow(const BundleResources &resources, const QString &rehearsalFolder = {});
+    explicit MainWindow(BundleResources resources, const QString &rehearsalFolder = {});
     ~MainWindow() override;
 
     /// Who is told what the user does. Set before the window is built.
@@ -114,7 +114,7 @@ private:
             action(*strong);
     }
 
-    const BundleResources &resources;
+    BundleResources resources;
     QString rehearsalFolder;
     std::weak_ptr<BridgeController> controller;
     std::optional<QIcon> loadedBrandIcon;
