@@ -6,6 +6,7 @@
 #include "app/QtMainQueue.h"
 #include "app/RehearsalStage.h"
 #include "app/ShutdownSignals.h"
+#include "livetrax/LiveTraxSurface.h"
 #include "platform/files/StandardFolders.h"
 #include "platform/rehearsal/Rehearsal.h"
 
@@ -28,7 +29,7 @@ constexpr int inTheWay = 3;
 
 /// Runs the application until the user, the system or a signal ends it. The members of this list are made in
 /// order and go in the opposite one.
-int runApplication(QApplication &application, const std::optional<Path> &rehearsal) {
+int runApplication(QApplication &application, const std::optional<Path> &rehearsal, MarkerStyle style) {
     look::apply(application);
     prepareDesktop();
     // What is under way may be finished first; who asks twice does not want to wait for it.
@@ -40,7 +41,8 @@ int runApplication(QApplication &application, const std::optional<Path> &rehears
     });
     const Path programs = programPath().parent_path();
     QtMainQueue main;
-    const auto platform = makePlatform(main, {rehearsal});
+    const auto platform =
+        makePlatform(main, {rehearsal, {liveTraxSurface::ports.begin(), liveTraxSurface::ports.end()}});
     std::unique_ptr<RehearsalStage> stage;
     if (rehearsal) {
         RehearsalStage::furnish(platform->folders.applications.parent_path(), programs);
@@ -49,6 +51,7 @@ int runApplication(QApplication &application, const std::optional<Path> &rehears
     MainWindow window(platform->resources,
                       rehearsal ? QString::fromStdString(rehearsal->string()) : QString());
     const auto controller = BridgeController::make(*platform, window);
+    controller->liveTraxOSC->markerStyle = style;
     window.setController(controller);
 
     QObject::connect(&application, &QApplication::aboutToQuit, &window,
@@ -81,6 +84,14 @@ int main(int argumentCount, char **arguments) {
                     "Try everything without console and recorder, in FOLDER or one of its own")
         ->expected(0, 1)
         ->option_text("[FOLDER]");
+    std::string markers;
+    options
+        .add_option(
+            "--markers", markers,
+            "How scenes are marked: classic (the default) or named, which names them while recording too")
+        ->envname(markerStyleVariable)
+        ->check(CLI::IsMember({classicMarkers, namedMarkers}))
+        ->option_text("classic|named");
     options.set_version_flag("--version", CORVANE_VERSION);
     std::optional<QApplication> application;
     try {
@@ -95,7 +106,7 @@ int main(int argumentCount, char **arguments) {
         return options.exit(ending) == 0 ? 0 : wrongUsage;
     }
     try {
-        return runApplication(*application, rehearsalFolder(options, folder));
+        return runApplication(*application, rehearsalFolder(options, folder), markerStyle(markers));
     } catch (const PortInUse &error) {
         std::cerr << error.what() << std::endl;
         return inTheWay;

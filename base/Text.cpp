@@ -115,6 +115,17 @@ std::string withoutControls(std::string_view text, std::string_view kept) {
     return shown;
 }
 
+void appendCell(std::string &to, const std::string &text) {
+    if (text.find_first_of(",\"\r\n") == std::string::npos) {
+        to += text;
+        return;
+    }
+    to += '"';
+    for (const char c : text)
+        to.append(c == '"' ? 2 : 1, c);
+    to += '"';
+}
+
 bool equalIgnoringCase(std::string_view text, std::string_view word) {
     while (!text.empty() && !word.empty()) {
         const LeadingCharacter next = leadingCharacter(text);

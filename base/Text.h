@@ -26,6 +26,10 @@ std::optional<std::uint16_t> portNumber(std::string_view text);
 /// must neither break lines nor steer a terminal.
 std::string withoutControls(std::string_view text, std::string_view kept = {});
 
+/// Appends a cell of a comma-separated table: a text with commas, quotes or line breaks in quotes, its own
+/// quotes doubled.
+void appendCell(std::string &to, const std::string &text);
+
 /// Whether the text is that word, which is ASCII, but for the case of letters, in every locale.
 bool equalIgnoringCase(std::string_view text, std::string_view word);
 

@@ -80,7 +80,10 @@ CLI::Validator oneOf(const std::vector<std::string> &words) {
 }
 
 Format formatOf(const std::string &word) {
-    return word == "json" ? Format::json : word == "csv" ? Format::csv : Format::table;
+    static const std::map<std::string, Format> formats{
+        {"json", Format::json}, {"csv", Format::csv}, {"labels", Format::labels}};
+    const auto found = formats.find(word);
+    return found == formats.end() ? Format::table : found->second;
 }
 
 class Parser {
@@ -92,6 +95,7 @@ public:
 private:
     CLI::App *add(Verb verb, const char *name, const char *description);
     void addJson(CLI::App *command);
+    void addFormat(CLI::App *command, const char *description, const std::vector<std::string> &formats);
     void addHost(CLI::App *command);
     void addSource(CLI::App *command);
     void addDuration(CLI::App *command, const char *description);
@@ -130,6 +134,12 @@ CLI::App *Parser::add(Verb verb, const char *name, const char *description) {
 
 void Parser::addJson(CLI::App *command) {
     command->add_flag("--json", values.json, "Print one JSON document");
+}
+
+void Parser::addFormat(CLI::App *command, const char *description, const std::vector<std::string> &formats) {
+    command->add_option("--format", values.format, description)->type_name("FORMAT")->check(oneOf(formats));
+    addJson(command);
+    command->get_option("--json")->excludes("--format");
 }
 
 void Parser::addHost(CLI::App *command) {
@@ -178,16 +188,20 @@ void Parser::addListening() {
     patch->add_option("--save", values.saveTo, "Keep it as a patch file as well")
         ->type_name("FILE")
         ->check(notEmpty());
-    patch->add_option("--format", values.format, "table, json or csv")
-        ->type_name("FORMAT")
-        ->check(oneOf({"table", "json", "csv"}));
-    addJson(patch);
-    patch->get_option("--json")->excludes("--format");
+    addFormat(patch, "table, json or csv", {"table", "json", "csv"});
 
     auto *watch = add(Verb::watch, "watch", "Print what the console says, one JSON object a line");
     addHost(watch);
     addDuration(watch, "How long to watch; else until interrupted");
     addJson(watch);
+
+    auto *scenes = add(Verb::scenes, "scenes", "List the scenes that the console recalls, with their times");
+    addHost(scenes);
+    addDuration(scenes, "How long to listen; else until interrupted");
+    scenes->add_option("--save", values.saveTo, "Write the list to a file as well, comma-separated")
+        ->type_name("FILE")
+        ->check(notEmpty());
+    addJson(scenes);
 }
 
 void Parser::addSessions() {
@@ -256,6 +270,10 @@ void Parser::addRecorder() {
         ->check(oneOf({classicMarkers, namedMarkers}));
     addConfirm(marker);
     addJson(marker);
+
+    auto *markers = add(Verb::markers, "markers", "List the markers of a session");
+    addSession(markers, true);
+    addFormat(markers, "table, csv, json or labels", {"table", "csv", "json", "labels"});
 }
 
 Options Parser::options(const std::filesystem::path &currentFolder) const {

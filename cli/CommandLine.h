@@ -25,9 +25,11 @@ enum class Verb {
     restore,
     transport,
     save,
-    marker
+    marker,
+    markers,
+    scenes
 };
-enum class Format { table, json, csv };
+enum class Format { table, json, csv, labels };
 
 /// Where the channels of a command come from: a patch file, a host that is named, or, when neither is given,
 /// the host that is found.
@@ -46,7 +48,7 @@ struct Options {
     /// `--for`
     std::optional<std::chrono::milliseconds> duration;
     Format format = Format::table;
-    /// `--save`: where the patch file goes.
+    /// `--save`: where the patch file or the list of scenes goes.
     std::optional<std::filesystem::path> saveTo;
     bool launch = false;
     /// `--allow-empty`: no channels are a patch like any other.

@@ -28,6 +28,10 @@ std::shared_ptr<Command> makeCommand(const Surroundings &surroundings) {
         return makeSaveCommand(surroundings);
     case Verb::marker:
         return makeMarkerCommand(surroundings);
+    case Verb::markers:
+        return makeMarkersCommand(surroundings);
+    case Verb::scenes:
+        return makeScenesCommand(surroundings);
     }
     return nullptr;
 }

@@ -32,5 +32,7 @@ std::shared_ptr<Command> makeRestoreCommand(const Surroundings &surroundings);
 std::shared_ptr<Command> makeTransportCommand(const Surroundings &surroundings);
 std::shared_ptr<Command> makeSaveCommand(const Surroundings &surroundings);
 std::shared_ptr<Command> makeMarkerCommand(const Surroundings &surroundings);
+std::shared_ptr<Command> makeMarkersCommand(const Surroundings &surroundings);
+std::shared_ptr<Command> makeScenesCommand(const Surroundings &surroundings);
 
 } // namespace corvane::cli

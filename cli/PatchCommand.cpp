@@ -74,6 +74,8 @@ private:
         case Format::csv:
             surroundings.output.print(patchTable(channels));
             break;
+        case Format::labels:
+            break; // of markers alone
         }
         end();
     }

@@ -3,6 +3,7 @@
 #include "cli/CommandLine.h"
 #include "cli/Commands.h"
 #include "cli/Output.h"
+#include "livetrax/LiveTraxSurface.h"
 #include "platform/Platform.h"
 #include "platform/queues/AsioMainQueue.h"
 #include "platform/rehearsal/Rehearsal.h"
@@ -18,7 +19,8 @@ namespace {
 
 /// Runs the command; whatever happens, it has been shut down when this returns.
 Outcome perform(const Options &options, AsioMainQueue &main, Output &output) {
-    const auto platform = makePlatform(main, {options.rehearsal});
+    const auto platform = makePlatform(
+        main, {options.rehearsal, {liveTraxSurface::ports.begin(), liveTraxSurface::ports.end()}});
     const auto command = makeCommand({*platform, output, options});
     Outcome outcome;
     command->onEnd = [&](Outcome how) {
@@ -28,7 +30,8 @@ Outcome perform(const Options &options, AsioMainQueue &main, Output &output) {
     main.onInterruption([&](int) {
         if (std::exchange(command->onEnd, nullptr)) {
             // Watching until interrupted is the ordinary way to watch.
-            outcome = {status::interrupted, options.verb == Verb::watch ? "" : "Interrupted."};
+            const bool watches = options.verb == Verb::watch || options.verb == Verb::scenes;
+            outcome = {status::interrupted, watches ? "" : "Interrupted."};
             main.quit();
         }
     });

@@ -1,10 +1,14 @@
 #include "cli/Commands.h"
 #include "cli/Json.h"
 #include "livetrax/remote/LiveTraxOSC.h"
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "livetrax/session/Markers.h"
+#include "platform/files/Files.h"
 
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace corvane::cli {
 
@@ -119,7 +123,21 @@ class MarkerCommand : public SendingCommand {
 
     void send(LiveTraxOSC &liveTrax, LiveTraxOSC::SendCompletion done) override {
         liveTrax.markerStyle = surroundings.options.markerStyle;
+        liveTrax.setSessionMarkers(namesInSession());
         liveTrax.addSceneMarker(surroundings.options.name, std::move(done));
+    }
+
+    /// None when there is no session, or none that can be read: the marker matters more.
+    std::vector<std::string> namesInSession() const {
+        const Platform &platform = surroundings.platform;
+        try {
+            if (const auto session =
+                    LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders))
+                return readMarkNames(*session);
+        } catch (const FileError &) {
+        } catch (const XMLError &) {
+        }
+        return {};
     }
 };
 

@@ -40,4 +40,16 @@ std::string table(std::vector<std::vector<std::string>> rows) {
     return text;
 }
 
+std::string commaSeparated(const std::vector<std::vector<std::string>> &rows) {
+    std::string text;
+    for (const auto &row : rows) {
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            text += column == 0 ? "" : ",";
+            appendCell(text, row[column]);
+        }
+        text += "\n";
+    }
+    return text;
+}
+
 } // namespace corvane::cli

@@ -1,5 +1,7 @@
 #include "patch/PatchDocument.h"
 
+#include "base/Text.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -158,18 +160,6 @@ void appendQuoted(std::string &to, const std::string &text) {
 /// colour is a number with a fraction, even at 0 and 1.
 std::string decimal(float value) {
     return Reals(value).dump();
-}
-
-/// Appends a text; one with commas, quotes or line breaks in quotes, its own quotes doubled.
-void appendCell(std::string &to, const std::string &text) {
-    if (text.find_first_of(",\"\r\n") == std::string::npos) {
-        to += text;
-        return;
-    }
-    to += '"';
-    for (const char c : text)
-        to.append(c == '"' ? 2 : 1, c);
-    to += '"';
 }
 
 const char *truth(bool value) {

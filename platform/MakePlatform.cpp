@@ -40,8 +40,9 @@ std::unique_ptr<Platform> makeSystem(SerialQueue &main, PosixMulticast::Reach re
     return platform;
 }
 
-std::unique_ptr<Platform> makeRehearsal(SerialQueue &main, const std::filesystem::path &folder) {
-    auto rehearsal = std::make_unique<Rehearsal>(folder, isUDPPortHeldByParticipants);
+std::unique_ptr<Platform> makeRehearsal(SerialQueue &main, const PlatformOptions &options) {
+    auto rehearsal =
+        std::make_unique<Rehearsal>(*options.rehearsal, options.rehearsalPorts, isUDPPortHeldByParticipants);
     auto platform = makeSystem(main, PosixMulticast::Reach::loopbackOnly);
     platform->makeServiceBrowser = [] { return std::make_unique<SilentServiceBrowser>(); };
     // Of the real world only what has nothing to do with LiveTrax or the user is left.
@@ -58,7 +59,7 @@ std::unique_ptr<Platform> makeRehearsal(SerialQueue &main, const std::filesystem
 } // namespace
 
 std::unique_ptr<Platform> makePlatform(SerialQueue &main, const PlatformOptions &options) {
-    return options.rehearsal ? makeRehearsal(main, *options.rehearsal)
+    return options.rehearsal ? makeRehearsal(main, options)
                              : makeSystem(main, PosixMulticast::Reach::network);
 }
 

@@ -12,10 +12,12 @@
 #include "platform/rehearsal/Rehearsal.h"
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace corvane {
 
@@ -46,6 +48,8 @@ struct Platform {
 struct PlatformOptions {
     /// The folder of a rehearsal; none for the real world.
     std::optional<std::filesystem::path> rehearsal;
+    /// The UDP ports that the rehearsal needs for itself.
+    std::vector<std::uint16_t> rehearsalPorts{};
 };
 
 /// The platform of the system this was built for. `main` is the queue of the main thread. Throws FileError

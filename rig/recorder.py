@@ -28,7 +28,7 @@ CONFIG = """<?xml version="1.0" encoding="UTF-8"?>
   <Extra>
     <AudioMIDISetup>
       <EngineStates>
-        <State backend="None (Dummy)" driver="Normal Speed" device="{device}" input-device="" output-device="" sample-rate="48000" buffer-size="1024" n-periods="0" input-latency="0" output-latency="0" lm-input="" lm-output="" active="1" use-buffered-io="0" midi-option="1 in, 1 out, Silence" lru="1">
+        <State backend="None (Dummy)" driver="Normal Speed" device="{device}" input-device="" output-device="" sample-rate="48000" buffer-size="{block}" n-periods="0" input-latency="0" output-latency="0" lm-input="" lm-output="" active="1" use-buffered-io="0" midi-option="1 in, 1 out, Silence" lru="1">
           <MIDIDevices/>
         </State>
       </EngineStates>
@@ -41,7 +41,7 @@ CONFIG = """<?xml version="1.0" encoding="UTF-8"?>
 """
 
 
-def prepareHome(device="Silence", surfaceOn=False):
+def prepareHome(device="Silence", surfaceOn=False, block=1024):
     """The preferences of someone who has started the recorder before: no first-run questions, the dummy device."""
     PREFERENCES.mkdir(parents=True, exist_ok=True)
     settings = HOME / ".config"
@@ -50,12 +50,12 @@ def prepareHome(device="Silence", surfaceOn=False):
         (settings / "ardour8").symlink_to(PREFERENCES)
     (PREFERENCES / ".a8").touch()
     (PREFERENCES / "instant.xml").write_text("<instant><no-memory-warning/></instant>\n")
-    (PREFERENCES / "config").write_text(CONFIG.format(device=device, osc=int(surfaceOn)))
+    (PREFERENCES / "config").write_text(CONFIG.format(device=device, osc=int(surfaceOn), block=block))
 
 
 def useJack():
     """The preferences of someone who records through a JACK server; the engine takes what ports the server has."""
-    text = CONFIG.format(device="Silence", osc=0)
+    text = CONFIG.format(device="Silence", osc=0, block=1024)
     dummy = 'backend="None (Dummy)" driver="Normal Speed" device="Silence"'
     (PREFERENCES / "config").write_text(text.replace(dummy, 'backend="JACK/Pipewire" driver="" device=""'))
 

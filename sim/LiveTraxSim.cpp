@@ -1,5 +1,6 @@
 #include "sim/LiveTraxSim.h"
 
+#include "livetrax/LiveTraxSurface.h"
 #include "osc/OSCCodec.h"
 #include "platform/files/Files.h"
 
@@ -12,9 +13,13 @@
 namespace corvane {
 namespace {
 
-constexpr std::uint16_t surfacePort = 3819;
-/// Replies go here at the sender's address, whatever port the question came from.
-constexpr std::uint16_t replyPort = 8000;
+/// Audio is processed in blocks, and the playhead moves on by whole ones.
+constexpr std::chrono::milliseconds block{20};
+
+/// The text that a message holds; null when it holds none.
+const std::string *nameIn(const OSCMessage &message) {
+    return message.values.empty() ? nullptr : std::get_if<std::string>(&message.values.front());
+}
 
 LiveTraxSimSession openedOrMade(const LiveTraxCommandLine &line, const std::filesystem::path &preferences) {
     return line.templateName ? LiveTraxSimSession::create(line.folder, preferences, *line.templateName)
@@ -43,6 +48,7 @@ std::filesystem::path liveTraxPreferences(const std::filesystem::path &home,
 LiveTraxSim::LiveTraxSim(const LiveTraxCommandLine &commandLine, const LiveTraxBehaviour &behaviour,
                          const std::filesystem::path &preferences, SerialQueue &queue, Log log)
     : behaviour(behaviour), queue(queue), log(std::move(log)), started(queue.now()),
+      rolling(behaviour.rolling), armed(behaviour.armed), recording(behaviour.recording),
       session(openedOrMade(commandLine, preferences)) {
     prependToRecent(preferences, commandLine.folder);
     this->log((commandLine.templateName ? "created " : "opened ") + commandLine.folder.string());
@@ -52,41 +58,60 @@ void LiveTraxSim::openSurface(const std::shared_ptr<AsioContext> &context) {
     if (behaviour.deaf)
         return;
     surface = std::make_unique<SurfaceSocket>(
-        context, queue, surfacePort, [this](const Bytes &datagram, const std::string &sender) {
+        context, queue, liveTraxSurface::port, [this](const Bytes &datagram, const std::string &sender) {
             const auto message = OSCCodec::parse(datagram);
             if (!message)
                 return log("not an OSC message: " + std::to_string(datagram.size()) + " bytes");
             if (const auto reply = handle(*message))
-                surface->send(encoded(*reply), sender, replyPort);
+                surface->send(encoded(*reply), sender, liveTraxSurface::replyPort);
         });
     log("OSC on port " + std::to_string(surface->port()));
 }
 
 std::optional<OSCMessage> LiveTraxSim::handle(const OSCMessage &message) {
-    if (message.address == "/transport_speed")
-        return OSCMessage{message.address, {behaviour.rolling ? 1.0F : 0.0F}};
-    if (message.address == "/record_enabled")
-        return OSCMessage{message.address, {behaviour.armed ? 1 : 0}};
-    if (message.address == "/is_recording")
-        return OSCMessage{message.address, {behaviour.recording ? 1 : 0}};
-    if (message.address == "/save_state") {
+    if (message.address == liveTraxSurface::transportSpeed)
+        return OSCMessage{message.address, {rolling ? 1.0F : 0.0F}};
+    if (message.address == liveTraxSurface::recordEnabled)
+        return OSCMessage{message.address, {armed ? 1 : 0}};
+    if (message.address == liveTraxSurface::isRecording)
+        return OSCMessage{message.address, {recording ? 1 : 0}};
+    if (message.address == liveTraxSurface::saveState)
         save();
-    } else if (message.address == "/add_marker") {
-        session.addMarker(playhead());
-        log("marker");
-    } else if (message.address == "/marker") {
-        const auto *name =
-            message.values.empty() ? nullptr : std::get_if<std::string>(&message.values.front());
-        if (name == nullptr) {
-            log("/marker without a name");
-        } else {
-            session.nameMarker(*name);
-            log("marker is called " + *name);
-        }
-    } else {
+    else if (message.address == liveTraxSurface::addMarker)
+        addMarker(message);
+    else if (message.address == liveTraxSurface::marker)
+        nameMarker(message);
+    else
         log("unknown: " + message.address);
-    }
     return std::nullopt;
+}
+
+void LiveTraxSim::addMarker(const OSCMessage &message) {
+    const std::string *name = nameIn(message);
+    session.addMarker(playhead(), name != nullptr ? *name : "");
+    log("marker");
+    if (name != nullptr)
+        log("marker is called " + *name);
+}
+
+void LiveTraxSim::nameMarker(const OSCMessage &message) {
+    const std::string *name = nameIn(message);
+    if (name == nullptr)
+        return log("/marker without a name");
+    if (const auto place = session.markerAt(*name)) {
+        log("goes to the marker " + *name);
+        return goTo(*place);
+    }
+    if (session.nameMarker(playhead(), *name))
+        log("marker is called " + *name);
+    else
+        log("no marker under the playhead to be called " + *name);
+}
+
+/// The transport stops there; as with older engines, a recording ends with it.
+void LiveTraxSim::goTo(double seconds) {
+    rolling = recording = armed = false;
+    standsAt = seconds;
 }
 
 void LiveTraxSim::save() {
@@ -101,7 +126,8 @@ void LiveTraxSim::save() {
 }
 
 double LiveTraxSim::playhead() const {
-    return behaviour.rolling ? std::chrono::duration<double>(queue.now() - started).count() : 0;
+    const auto blocks = (queue.now() - started) / block;
+    return rolling ? std::chrono::duration<double>(blocks * block).count() : standsAt;
 }
 
 void LiveTraxSim::terminate(std::function<void()> quit) {

@@ -22,7 +22,9 @@ class AsioContext;
 std::filesystem::path liveTraxPreferences(const std::filesystem::path &home,
                                           const std::filesystem::path &program);
 
-/// A stand-in for LiveTrax: it makes or opens a session, is driven over OSC and keeps markers. It records
+/// A stand-in for LiveTrax: it makes or opens a session, is driven over OSC and keeps markers, by the rules
+/// of the recorder's engine: the name of a marker that exists is a place to go to, and another names the
+/// marker that stands exactly under the playhead, which moves on while the transport rolls. It records
 /// nothing. Used on one queue.
 class LiveTraxSim {
 public:
@@ -42,13 +44,21 @@ public:
     void terminate(std::function<void()> quit);
 
 private:
+    /// In seconds from the session's start.
     double playhead() const;
     void save();
+    void addMarker(const OSCMessage &message);
+    void nameMarker(const OSCMessage &message);
+    void goTo(double seconds);
 
     const LiveTraxBehaviour behaviour;
     SerialQueue &queue;
     Log log;
     const SerialQueue::Clock::time_point started;
+    double standsAt = 0; ///< the playhead while the transport does not roll, in seconds
+    bool rolling;
+    bool armed;
+    bool recording;
     LiveTraxSimSession session;
     std::unique_ptr<SurfaceSocket> surface;
     bool quitting = false;

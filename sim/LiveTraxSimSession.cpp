@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <utility>
+#include <vector>
 
 namespace corvane {
 namespace {
@@ -13,7 +14,7 @@ namespace {
 using Path = std::filesystem::path;
 
 /// The recorder counts time in ticks of which so many make a second, at any sample rate.
-constexpr double ticksPerSecond = 508032000;
+constexpr double ticksPerSecond = 282240000;
 constexpr std::size_t recentSessions = 10;
 
 std::string textOf(const Path &file) {
@@ -38,22 +39,31 @@ std::string nextIdentifier(XMLElement session) {
     return std::to_string(number);
 }
 
-/// Returns its id.
-std::string appendMark(XMLElement session, const std::string &name, double seconds) {
+std::string position(double seconds) {
+    return "a" + std::to_string(std::llround(seconds * ticksPerSecond));
+}
+
+/// The marks whose attribute has that value.
+std::vector<XMLElement> marksWhere(XMLElement session, const char *attribute, const std::string &value) {
+    std::vector<XMLElement> found;
+    for (const XMLElement location : session.firstChild("Locations").children("Location"))
+        if (location.attributeIs("flags", "IsMark") && location.attributeIs(attribute, value))
+            found.push_back(location);
+    return found;
+}
+
+void appendMark(XMLElement session, const std::string &name, double seconds) {
     XMLElement locations = session.firstChild("Locations");
     if (!locations)
         locations = session.append("Locations");
-    const std::string position = "a" + std::to_string(std::llround(seconds * ticksPerSecond));
     XMLElement location = locations.append("Location");
-    std::string identifier = nextIdentifier(session);
-    location.setAttribute("id", identifier);
+    location.setAttribute("id", nextIdentifier(session));
     location.setAttribute("name", name);
-    location.setAttribute("start", position);
-    location.setAttribute("end", position);
+    location.setAttribute("start", position(seconds));
+    location.setAttribute("end", position(seconds));
     location.setAttribute("flags", "IsMark");
     location.setAttribute("locked", "0");
     location.setAttribute("position-lock-style", "AudioTime");
-    return identifier;
 }
 
 } // namespace
@@ -86,32 +96,34 @@ LiveTraxSimSession LiveTraxSimSession::open(const Path &folder) {
     return {file, std::move(text)};
 }
 
-void LiveTraxSimSession::addMarker(double seconds) {
-    markers.push_back({"mark" + std::to_string(++marks), seconds});
+void LiveTraxSimSession::addMarker(double seconds, const std::string &name) {
+    const std::string own = "mark" + std::to_string(++marks);
+    const XMLDocument document = XMLDocument::parse(text, file.string());
+    appendMark(document.root(), name.empty() ? own : name, seconds);
+    text = document.serialised();
 }
 
-void LiveTraxSimSession::nameMarker(const std::string &name) {
-    if (!markers.empty()) {
-        markers.back().name = name;
-    } else if (lastSaved) {
-        const XMLDocument document = XMLDocument::parse(text, file.string());
-        if (XMLElement mark =
-                document.root().firstChild("Locations").firstChild("Location", "id", *lastSaved))
-            mark.setAttribute("name", name);
-        text = document.serialised();
-    }
+std::optional<double> LiveTraxSimSession::markerAt(const std::string &name) const {
+    const XMLDocument document = XMLDocument::parse(text, file.string());
+    const auto found = marksWhere(document.root(), "name", name);
+    if (found.empty())
+        return std::nullopt;
+    const auto ticks = unsignedInteger(found.front().attribute("start").value_or("a").substr(1));
+    return static_cast<double>(ticks.value_or(0)) / ticksPerSecond;
+}
+
+bool LiveTraxSimSession::nameMarker(double seconds, const std::string &name) {
+    const XMLDocument document = XMLDocument::parse(text, file.string());
+    auto found = marksWhere(document.root(), "start", position(seconds));
+    if (found.empty())
+        return false;
+    found.back().setAttribute("name", name);
+    text = document.serialised();
+    return true;
 }
 
 void LiveTraxSimSession::save() {
-    XMLDocument document = XMLDocument::parse(text, file.string());
-    auto last = lastSaved;
-    for (const Marker &marker : markers)
-        last = appendMark(document.root(), marker.name, marker.seconds);
-    std::string saved = document.serialised();
-    std::move(document).writeAtomically(file);
-    text = std::move(saved);
-    lastSaved = std::move(last);
-    markers.clear();
+    XMLDocument::parse(text, file.string()).writeAtomically(file);
 }
 
 void prependToRecent(const Path &preferences, const Path &folder) {

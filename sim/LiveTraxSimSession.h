@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace corvane {
 
@@ -22,10 +22,12 @@ public:
     /// The file inside `folder` that bears its name.
     static std::filesystem::path sessionFile(const std::filesystem::path &folder);
 
-    /// Drops a marker that is called "mark" and the next free number; `seconds` from the session's start.
-    void addMarker(double seconds);
-    /// Names the marker that was dropped last, saved or not; without one it changes nothing.
-    void nameMarker(const std::string &name);
+    /// Drops a marker; `seconds` from the session's start. Without a name it is called "mark" and a number.
+    void addMarker(double seconds, const std::string &name = {});
+    /// Where the first marker of that name stands, in seconds.
+    std::optional<double> markerAt(const std::string &name) const;
+    /// Names the marker that stands exactly there, the last of several; tells whether one does.
+    bool nameMarker(double seconds, const std::string &name);
     /// Rewrites the session file in one step. Throws FileError and XMLError.
     void save();
 
@@ -33,15 +35,9 @@ private:
     LiveTraxSimSession(std::filesystem::path file, std::string text)
         : file(std::move(file)), text(std::move(text)) {}
 
-    struct Marker {
-        std::string name;
-        double seconds;
-    };
     std::filesystem::path file;
-    std::string text;            ///< the session as it was saved last, or its last marker named since
-    std::vector<Marker> markers; ///< dropped since, in order
-    std::uint64_t marks = 0;     ///< dropped since the start
-    std::optional<std::string> lastSaved; ///< the id of the marker dropped last, once it is saved
+    std::string text;        ///< the session as a save would write it
+    std::uint64_t marks = 0; ///< dropped since the start
 };
 
 /// Puts a session at the top of LiveTrax's list of recent sessions, the file "recent" in the preferences

@@ -1,7 +1,7 @@
 #include "livetrax/remote/LiveTraxOSC.h"
 
 #include "base/Text.h"
-#include "livetrax/remote/LiveTraxSurface.h"
+#include "livetrax/LiveTraxSurface.h"
 #include "osc/OSCCodec.h"
 #include "platform/net/PortInUse.h"
 
@@ -379,7 +379,15 @@ void LiveTraxOSC::send(const std::string &address, const std::vector<OSCValue> &
 }
 
 void LiveTraxOSC::save(SendCompletion completion) {
-    send(liveTraxSurface::saveState, {}, std::move(completion));
+    send(liveTraxSurface::saveState, {},
+         [this, completion = std::move(completion)](const SendReport &report) {
+             const auto alive = owner;
+             // A copy: what is called may be the end of the client.
+             if (const auto tell = onSave; tell && report.problem.empty())
+                 tell();
+             if (completion && alive->client != nullptr)
+                 completion(report);
+         });
 }
 
 void LiveTraxOSC::setSessionMarkers(const std::vector<std::string> &names) {

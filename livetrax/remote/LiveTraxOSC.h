@@ -26,8 +26,8 @@ struct SendReport {
     bool operator==(const SendReport &) const = default;
 };
 
-/// Drives a running LiveTrax through its OSC surface (LiveTraxSurface.h). The public operations are called on
-/// the main queue and completions run there; everything else happens on the given queue,
+/// Drives a running LiveTrax through its OSC surface (livetrax/LiveTraxSurface.h). The public operations are
+/// called on the main queue and completions run there; everything else happens on the given queue,
 /// "Corvane.LiveTraxOSC". Once the client is gone, none of its pending work does anything and no completion
 /// runs.
 class LiveTraxOSC {
@@ -74,6 +74,8 @@ public:
 
     /// Told why the connection failed: the error, in the generic category, and a sentence for people.
     std::function<void(const std::error_code &error, const std::string &reason)> onFailure;
+    /// Told that LiveTrax was asked to save, and did not refuse.
+    std::function<void()> onSave;
     /// Told of a marker that did not reach LiveTrax, by its trimmed name, and of why: "UDP port 8000 is in
     /// use by another program.", "LiveTrax does not answer." or the like. Before the marker's completion.
     std::function<void(const std::string &name, const std::string &reason)> onMarkerLost;

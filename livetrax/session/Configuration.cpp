@@ -1,4 +1,5 @@
 #include "base/Text.h"
+#include "livetrax/LiveTraxSurface.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
 #include "livetrax/session/XMLTextEdits.h"
@@ -7,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <string>
 #include <string_view>
 #include <system_error>
 
@@ -16,7 +18,6 @@ namespace {
 using Path = std::filesystem::path;
 
 constexpr const char *oscSurface = "Open Sound Control (OSC)";
-constexpr const char *oscPort = "3819";
 
 // What earlier versions installed in LiveTrax.
 constexpr std::array oldScripts = {"corvane_sync.lua", "corvane_probe.lua"};
@@ -100,7 +101,7 @@ void LiveTraxGenerator::setConfigOption(const std::string &name, const std::stri
 
 void LiveTraxGenerator::enableOSC(XMLElement root) {
     if (const XMLElement config = root.firstChild("Config")) {
-        setConfigOption("osc-port", oscPort, config);
+        setConfigOption("osc-port", std::to_string(liveTraxSurface::port), config);
         setConfigOption("use-osc", "1", config);
     }
     XMLElement surface = root.firstChild("ControlProtocols").firstChild("Protocol", "name", oscSurface);

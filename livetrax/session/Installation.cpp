@@ -105,6 +105,13 @@ bool LiveTraxGenerator::hasRecoveryData(const Path &sessionURL) {
     return fileExists(appending(sessionURL, lastPathComponent(sessionURL) + ".pending"));
 }
 
+std::optional<Path> LiveTraxGenerator::knownSessionURL(const UserDefaults &defaults,
+                                                       const StandardFolders &folders) {
+    if (const auto stored = defaults.string(lastSessionKey))
+        return Path(*stored);
+    return mostRecentSessionURL(folders);
+}
+
 Path LiveTraxGenerator::sessionFile(const Path &sessionURL) {
     return appending(sessionURL, lastPathComponent(sessionURL) + ".ardour");
 }

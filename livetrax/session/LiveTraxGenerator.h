@@ -41,6 +41,9 @@ public:
     static std::shared_ptr<RunningApplication> runningApplication(const RecorderSystem &system);
     /// The folder of the session that LiveTrax had open last and that still exists.
     static std::optional<Path> mostRecentSessionURL(const StandardFolders &folders);
+    /// The session that Corvane works on until told otherwise: the one it created or updated last, else the
+    /// one that LiveTrax had open last.
+    static std::optional<Path> knownSessionURL(const UserDefaults &defaults, const StandardFolders &folders);
     /// The session file of a session folder: "Show/Show.ardour".
     static Path sessionFile(const Path &sessionURL);
     /// Whether LiveTrax ended while it recorded into a session, and was not opened on it since.

@@ -5,7 +5,7 @@ _corvanectl() {
     local host="--host --port" source="--host --port --from" common="--rehearse --help"
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        mapfile -t COMPREPLY < <(compgen -W "hosts patch watch create sync plan signature history restore transport save marker
+        mapfile -t COMPREPLY < <(compgen -W "hosts patch watch create sync plan signature history restore transport save marker markers scenes
             --help --version" -- "$current")
         return
     fi
@@ -21,7 +21,11 @@ _corvanectl() {
         return
         ;;
     --format)
-        mapfile -t COMPREPLY < <(compgen -W "table json csv" -- "$current")
+        mapfile -t COMPREPLY < <(compgen -W "table json csv $([ "$command" != markers ] || echo labels)" -- "$current")
+        return
+        ;;
+    --style)
+        mapfile -t COMPREPLY < <(compgen -W "classic named" -- "$current")
         return
         ;;
     --host)
@@ -40,13 +44,17 @@ _corvanectl() {
     plan) options="$source --json" ;;
     signature) options="--from --json" ;;
     restore) options="--number --at --discard-recordings --json" ;;
+    save) options="--confirm --json" ;;
+    marker) options="--style --confirm --json" ;;
+    markers) options="--format --json" ;;
+    scenes) options="$host --for --save --json" ;;
     *) options="--json" ;;
     esac
     case $current in
     -*) mapfile -t COMPREPLY < <(compgen -W "$options $common" -- "$current") ;;
     *)
         case $command in
-        sync | plan | signature | history | restore)
+        sync | plan | signature | history | restore | markers)
             mapfile -t COMPREPLY < <(compgen -d -- "$current")
             compopt -o filenames
             ;;

@@ -15,9 +15,6 @@
 namespace corvane {
 namespace {
 
-constexpr std::uint16_t liveTraxPort = 3819;
-constexpr std::uint16_t replyPort = 8000;
-
 std::filesystem::path madeRoot(const std::filesystem::path &folder) {
     createFolders(folder);
     std::error_code error;
@@ -29,11 +26,12 @@ std::filesystem::path madeRoot(const std::filesystem::path &folder) {
 
 } // namespace
 
-Rehearsal::Rehearsal(const std::filesystem::path &folder, const HeldByParticipants &heldByParticipants)
+Rehearsal::Rehearsal(const std::filesystem::path &folder, const std::vector<std::uint16_t> &ports,
+                     const HeldByParticipants &heldByParticipants)
     : folder(madeRoot(folder)), participation(FileHandle::openForAppending(participantsFile())) {
     createFolders(folders().home);
     createFolders(folders().applications);
-    for (const std::uint16_t port : {liveTraxPort, replyPort})
+    for (const std::uint16_t port : ports)
         if (isUDPPortInUse(port) && !heldByParticipants(port, *this))
             throw PortInUse(port);
 }

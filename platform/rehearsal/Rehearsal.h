@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <vector>
 
 namespace corvane {
 
@@ -18,9 +19,10 @@ public:
     /// have its file open.
     using HeldByParticipants = std::function<bool(std::uint16_t port, const Rehearsal &rehearsal)>;
 
-    /// Makes the folders that are missing. Throws FileError, and PortInUse when LiveTrax's OSC port or the
-    /// port of its replies is held by somebody else's program.
-    Rehearsal(const std::filesystem::path &folder, const HeldByParticipants &heldByParticipants);
+    /// Makes the folders that are missing. Throws FileError, and PortInUse when one of the ports that the
+    /// rehearsal needs for itself is held by somebody else's program.
+    Rehearsal(const std::filesystem::path &folder, const std::vector<std::uint16_t> &ports,
+              const HeldByParticipants &heldByParticipants);
 
     const std::filesystem::path &root() const { return folder; }
     StandardFolders folders() const;

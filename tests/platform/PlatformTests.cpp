@@ -31,7 +31,7 @@ protected:
     ManualQueue main{clock, "main"};
 
     std::unique_ptr<Platform> rehearse(const std::string &name = "rehearsal") {
-        return makePlatform(main, {folder / name});
+        return makePlatform(main, {folder / name, {3819, 8000}});
     }
 };
 

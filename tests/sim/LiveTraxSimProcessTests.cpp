@@ -162,15 +162,24 @@ TEST_F(LiveTraxSimProcess, IsDrivenByTheClient) {
     main.run();
     EXPECT_EQ(answer, (TransportState{1, true, true}));
 
-    SendReport sent;
-    client.addSceneMarker(" Chorus ", [&](const SendReport &report) {
-        sent = report;
-        client.save([&](const SendReport &) { main.quit(); });
-    });
-    main.run();
-    EXPECT_EQ(sent, (SendReport{{"/add_marker", "/marker"}, ""}));
+    const auto mark = [&](const std::string &name) {
+        SendReport sent;
+        client.addSceneMarker(name, [&](const SendReport &report) {
+            sent = report;
+            main.quit();
+        });
+        main.run();
+        return sent;
+    };
+    EXPECT_EQ(mark(" Chorus "), (SendReport{{"/add_marker", "/marker"}, ""}));
+    EXPECT_EQ(mark("Chorus"), (SendReport{{"/add_marker"}, ""}));
+    client.markerStyle = MarkerStyle::named;
+    EXPECT_EQ(mark("Verse"), (SendReport{{"/add_marker"}, ""}));
+    client.save();
     ASSERT_TRUE(sim.prints("saved")) << sim.printed();
-    EXPECT_EQ(markers(), Lines{"Chorus"});
+    // The first name came when the playhead had moved on.
+    EXPECT_EQ(markers(), (Lines{"mark1", "Chorus", "Verse"}));
+    EXPECT_EQ(sim.printed().find("goes to"), std::string::npos);
 }
 
 TEST_F(LiveTraxSimProcess, OpensASessionAsTheProgramItIsNamedAfter) {

@@ -197,7 +197,7 @@ TEST_F(LiveTraxSimTest, MarkersAreInTheSessionOnceSaved) {
     sim.handle({"/add_marker", {}});
     EXPECT_TRUE(markersInFile().empty());
     EXPECT_FALSE(sim.handle({"/save_state", {}}));
-    EXPECT_EQ(markersInFile(), (Lines{"Verse <2> at a1016064000", "mark2 at a1270080000"}));
+    EXPECT_EQ(markersInFile(), (Lines{"Verse <2> at a564480000", "mark2 at a705600000"}));
     sim.handle({"/add_marker", {}});
     sim.handle({"/save_state", {}});
     EXPECT_EQ(markersInFile().size(), 3U);
@@ -217,6 +217,46 @@ TEST_F(LiveTraxSimTest, AMarkerThatWasSavedBeforeItsNameCameStillGetsIt) {
     sim.handle({"/add_marker", {}});
     sim.handle({"/save_state", {}});
     EXPECT_EQ(markersInFile(), (Lines{"Encore at a0", "mark2 at a0"}));
+}
+
+TEST_F(LiveTraxSimTest, ANameThatComesWhenThePlayheadHasMovedOnNamesNothing) {
+    auto sim = start(making(), "recording");
+    clock->advance(2s);
+    sim.handle({"/add_marker", {}});
+    clock->advance(90ms);
+    sim.handle({"/marker", {V("Verse")}});
+    EXPECT_EQ(log.back(), "no marker under the playhead to be called Verse");
+    sim.handle({"/save_state", {}});
+    EXPECT_EQ(markersInFile(), (Lines{"mark1 at a564480000"}));
+    EXPECT_EQ(sim.handle({"/is_recording", {}})->values, std::vector<V>{1});
+}
+
+TEST_F(LiveTraxSimTest, AMarkerThatIsDroppedWithItsNameHasItWhateverTheTransportDoes) {
+    for (const char *words : {"", "rolling", "recording"}) {
+        std::filesystem::remove_all(show);
+        auto sim = start(making(), words);
+        for (int i = 0; i < 2; ++i)
+            EXPECT_FALSE(sim.handle({"/add_marker", {V("Größe")}}));
+        sim.handle({"/save_state", {}});
+        EXPECT_EQ(markersInFile(), (Lines{"Größe at a0", "Größe at a0"})) << words;
+    }
+}
+
+TEST_F(LiveTraxSimTest, TheNameOfAMarkerThatExistsIsAPlaceToGoToAndEndsARecording) {
+    home.write("shows/Friday/Friday.ardour",
+               "<Session><Locations><Location id=\"1\" name=\"Solo\" "
+               "start=\"a282240000\" end=\"a282240000\" flags=\"IsMark\"/></Locations></Session>");
+    auto sim = start(opening(), "recording");
+    clock->advance(5s);
+    sim.handle({"/add_marker", {}});
+    sim.handle({"/marker", {V("Solo")}});
+    EXPECT_EQ(log.back(), "goes to the marker Solo");
+    EXPECT_EQ(sim.handle({"/transport_speed", {}})->values, std::vector<V>{0.0F});
+    EXPECT_EQ(sim.handle({"/record_enabled", {}})->values, std::vector<V>{0});
+    EXPECT_EQ(sim.handle({"/is_recording", {}})->values, std::vector<V>{0});
+    sim.handle({"/add_marker", {V("here")}});
+    sim.handle({"/save_state", {}});
+    EXPECT_EQ(markersInFile(), (Lines{"Solo at a282240000", "mark1 at a1411200000", "here at a282240000"}));
 }
 
 TEST_F(LiveTraxSimTest, ANameWithoutAMarkerOrAMarkerWithoutANameChangesNothing) {

@@ -16,6 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+const std::vector<std::uint16_t> needed{3819, 8000};
+
 bool participantsHoldEverything(std::uint16_t /*port*/, const Rehearsal & /*rehearsal*/) {
     return true;
 }
@@ -44,12 +46,12 @@ public:
 
 TEST(Rehearsal, MakesTheFoldersThatAreMissing) {
     const TemporaryFolder folder;
-    const Rehearsal rehearsal(folder / "a/rehearsal/", participantsHoldEverything);
+    const Rehearsal rehearsal(folder / "a/rehearsal/", needed, participantsHoldEverything);
     EXPECT_EQ(rehearsal.root(), folder / "a/rehearsal");
     EXPECT_TRUE(fs::is_directory(folder / "a/rehearsal/home"));
     EXPECT_TRUE(fs::is_directory(folder / "a/rehearsal/Applications"));
     EXPECT_EQ(rehearsal.folders().home, folder / "a/rehearsal/home");
-    const Rehearsal again(folder / "a/rehearsal", participantsHoldEverything);
+    const Rehearsal again(folder / "a/rehearsal", needed, participantsHoldEverything);
     EXPECT_EQ(again.root(), rehearsal.root());
 }
 
@@ -57,14 +59,14 @@ TEST(Rehearsal, ItsFolderIsKnownWithoutLinks) {
     const TemporaryFolder folder;
     fs::create_directory(folder / "real");
     fs::create_directory_symlink("real", folder / "link");
-    EXPECT_EQ(Rehearsal(folder / "link", participantsHoldEverything).root(), folder / "real");
+    EXPECT_EQ(Rehearsal(folder / "link", needed, participantsHoldEverything).root(), folder / "real");
 }
 
 TEST(Rehearsal, AFolderThatCannotBeMadeIsAnError) {
     const TemporaryFolder folder;
     folder.write("file", "");
-    EXPECT_THROW(Rehearsal(folder / "file", participantsHoldEverything), FileError);
-    EXPECT_THROW(Rehearsal(folder / "file/x", participantsHoldEverything), FileError);
+    EXPECT_THROW(Rehearsal(folder / "file", needed, participantsHoldEverything), FileError);
+    EXPECT_THROW(Rehearsal(folder / "file/x", needed, participantsHoldEverything), FileError);
 }
 
 TEST(Rehearsal, SaysWhichPortIsInTheWay) {
@@ -92,7 +94,7 @@ TEST(UDPPortHolders, APortThatIsOfferedForSharingIsInUseAsWell) {
 TEST(UDPPortHolders, AProgramWithTheRehearsalsFileOpenTakesPart) {
     const TemporaryFolder folder;
     const BoundSocket holder;
-    const Rehearsal rehearsal(folder / "one", participantsHoldEverything);
+    const Rehearsal rehearsal(folder / "one", needed, participantsHoldEverything);
     EXPECT_TRUE(isUDPPortHeldByParticipants(holder.port, rehearsal)); // this very program
 }
 
@@ -103,7 +105,7 @@ TEST(UDPPortHolders, AProgramOfAnotherRehearsalDoesNot) {
     ASSERT_EQ(::pipe2(ready, O_CLOEXEC), 0);
     const pid_t child = ::fork();
     if (child == 0) {
-        const Rehearsal first(folder / "first", participantsHoldEverything);
+        const Rehearsal first(folder / "first", needed, participantsHoldEverything);
         const BoundSocket holder;
         [[maybe_unused]] const auto told = ::write(ready[1], &holder.port, sizeof holder.port);
         ::alarm(30);
@@ -113,10 +115,10 @@ TEST(UDPPortHolders, AProgramOfAnotherRehearsalDoesNot) {
     std::uint16_t port = 0;
     ASSERT_EQ(::read(ready[0], &port, sizeof port), static_cast<ssize_t>(sizeof port));
     {
-        const Rehearsal first(folder / "first", participantsHoldEverything);
+        const Rehearsal first(folder / "first", needed, participantsHoldEverything);
         EXPECT_TRUE(isUDPPortHeldByParticipants(port, first));
     }
-    const Rehearsal second(folder / "second", participantsHoldEverything);
+    const Rehearsal second(folder / "second", needed, participantsHoldEverything);
     EXPECT_FALSE(isUDPPortHeldByParticipants(port, second));
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
@@ -130,13 +132,13 @@ TEST(UDPPortHolders, APortOfBothFamiliesIsSeen) {
     if (!holder.good)
         GTEST_SKIP() << "no IPv6 here";
     EXPECT_TRUE(isUDPPortInUse(holder.port));
-    const Rehearsal rehearsal(folder.path(), participantsHoldEverything);
+    const Rehearsal rehearsal(folder.path(), needed, participantsHoldEverything);
     EXPECT_TRUE(isUDPPortHeldByParticipants(holder.port, rehearsal));
 }
 
 TEST(UDPPortHolders, NobodysPortIsNotHeldByParticipants) {
     const TemporaryFolder folder;
-    const Rehearsal rehearsal(folder.path(), participantsHoldEverything);
+    const Rehearsal rehearsal(folder.path(), needed, participantsHoldEverything);
     std::uint16_t port = 0;
     {
         const BoundSocket holder;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 /// LiveTrax's OSC surface as it is known from outside: where it listens, where it answers, what it
@@ -9,6 +10,8 @@ namespace corvane::liveTraxSurface {
 inline constexpr const char *host = "127.0.0.1";
 inline constexpr std::uint16_t port = 3819;      ///< LiveTrax listens here
 inline constexpr std::uint16_t replyPort = 8000; ///< LiveTrax answers to this port, whoever asked
+/// What a rehearsal needs for itself.
+inline constexpr std::array<std::uint16_t, 2> ports{port, replyPort};
 
 inline constexpr const char *transportSpeed =
     "/transport_speed";                                         ///< asked without a value, answered with one

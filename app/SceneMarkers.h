@@ -1,0 +1,45 @@
+#pragma once
+
+#include "livetrax/remote/LiveTraxOSC.h"
+#include "livetrax/remote/SceneRecall.h"
+#include "platform/Platform.h"
+
+#include <cstddef>
+#include <deque>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace corvane {
+
+/// The scenes that the console recalls and the markers that come of them: decides, keeps the last recalls,
+/// and tells LiveTraxOSC which names the session's markers have. Used on the main queue; sessions are read on
+/// a queue of its own, since a long one takes its time.
+class SceneMarkers : public std::enable_shared_from_this<SceneMarkers> {
+public:
+    /// Recalls that are kept for whoever looks for them later.
+    static constexpr std::size_t recallsKept = 20;
+
+    /// `platform` outlives it.
+    SceneMarkers(Platform &platform, std::shared_ptr<LiveTraxOSC> liveTrax);
+
+    /// Reads the names of the markers of the session that LiveTrax works on now, and, when this program has
+    /// it saved, again.
+    void sessionIs(const std::optional<std::filesystem::path> &session);
+    /// Decides what becomes of a recall, and has LiveTrax add the marker.
+    SceneRecall recalled(const std::string &scene, const SceneContext &context);
+    /// The last recalls in words, one a line, the latest first; empty before there was one.
+    std::string recallsText() const;
+
+private:
+    void read();
+
+    Platform &platform;
+    std::shared_ptr<LiveTraxOSC> liveTrax;
+    std::shared_ptr<SerialQueue> queue;
+    std::optional<std::filesystem::path> session;
+    std::deque<SceneRecall> recalls; ///< the latest first
+};
+
+} // namespace corvane
