@@ -37,15 +37,14 @@ BridgeController::BridgeController(Platform &platform, BridgeView &view)
     : client(LV1Client::make(platform)),
       liveTraxOSC(std::make_shared<LiveTraxOSC>(platform.main, platform.queues->make("Corvane.LiveTraxOSC"),
                                                 *platform.network)),
-      platform(platform), view(view), sessionReader(platform) {}
+      sceneMarkers(std::make_shared<SceneMarkers>(platform, liveTraxOSC)), platform(platform), view(view),
+      sessionReader(platform) {}
 
 void BridgeController::applicationDidFinishLaunching() {
     view.useBrandIcon();
     view.buildMainMenu();
-    if (const auto stored = platform.defaults->string(LiveTraxGenerator::lastSessionKey))
-        activeSessionURL = Path(*stored);
-    else
-        activeSessionURL = LiveTraxGenerator::mostRecentSessionURL(platform.folders);
+    activeSessionURL = LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders);
+    sceneMarkers->sessionIs(activeSessionURL);
     buildUI();
     wireClient();
     startBridgeServices();
@@ -210,24 +209,20 @@ void BridgeController::acceptPatch(const Channels &list, const std::string &sign
 
 void BridgeController::sceneChanged(const std::string &name) {
     view.setSceneLabel("Scene: " + name);
-    const bool marked = deservesMarker(name);
+    const SceneContext context{lastScene, activeSessionURL.has_value(),
+                               [this] { return runningLiveTrax() != nullptr; }};
     lastScene = name;
-    if (!marked)
-        return;
-    liveTraxOSC->addSceneMarker(name, [weak = weak_from_this()](const SendReport &report) {
-        const auto controller = weak.lock();
-        if (!controller || !report.problem.empty())
-            return;
-        controller->told.lostMarker.reset();
-        controller->showNotices();
-    });
-    showStatus("Scene marker added: " + name);
-}
-
-/// The first scene after launch is only remembered: it was recalled before anyone recorded.
-bool BridgeController::deservesMarker(const std::string &name) const {
-    return !trimmed(name).empty() && !equalIgnoringCase(name, "No Scene") && lastScene &&
-           *lastScene != name && activeSessionURL && runningLiveTrax();
+    const SceneRecall recall =
+        sceneMarkers->recalled(name, context, [weak = weak_from_this()](const SendReport &report) {
+            const auto controller = weak.lock();
+            if (!controller || !report.problem.empty())
+                return;
+            controller->told.lostMarker.reset();
+            controller->showNotices();
+        });
+    view.setSceneDetail(sceneMarkers->recallsText());
+    if (recall.marked)
+        showStatus("Scene marker added: " + name);
 }
 
 void BridgeController::connectSelected() {

@@ -2,6 +2,7 @@
 
 #include "app/BridgeView.h"
 #include "app/ButtonMeaning.h"
+#include "app/SceneMarkers.h"
 #include "app/SessionReader.h"
 #include "livetrax/remote/LiveTraxOSC.h"
 #include "lv1/LV1Client.h"
@@ -115,6 +116,7 @@ public:
     std::optional<std::string> currentPatch; ///< signature of the console's latest patch
     std::optional<Path> activeSessionURL;    ///< the session folder that the application works on
     std::optional<std::string> lastScene;
+    std::shared_ptr<SceneMarkers> sceneMarkers;
     std::size_t updatesDone = 0; ///< sessions rewritten since the start
 
 private:
@@ -133,7 +135,6 @@ private:
     void patchChanged(const Channels &list);
     void sceneChanged(const std::string &name);
 
-    bool deservesMarker(const std::string &name) const;
     void recolourSnapshot(const Channels &list);
     /// The place of the chosen host among the endpoints, else among the services; none for a text that is no
     /// host.

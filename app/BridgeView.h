@@ -44,6 +44,8 @@ public:
     /// A longer explanation of the status, one thing a line; empty when there is none.
     virtual void setStatusDetail(const std::string &text) = 0;
     virtual void setSceneLabel(const std::string &text) = 0;
+    /// The scenes recalled last, one a line.
+    virtual void setSceneDetail(const std::string &text) = 0;
     /// Empties the host menu and refills it.
     virtual void setDevicePopup(const std::vector<std::string> &titles) = 0;
     /// The selected position in the host menu; negative when nothing is selected.

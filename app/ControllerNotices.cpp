@@ -212,6 +212,7 @@ void BridgeController::noticeAction() {
     switch (notice->kind) {
     case Notice::Kind::otherSession:
         activeSessionURL = facts.lastOpened;
+        sceneMarkers->sessionIs(activeSessionURL);
         askAboutSessions();
         showNotices();
         break;
@@ -249,6 +250,7 @@ void BridgeController::chooseSession() {
             return;
         }
         controller->activeSessionURL = *folder;
+        controller->sceneMarkers->sessionIs(controller->activeSessionURL);
         controller->sessionIsAwaited = false;
         controller->askAboutSessions();
         controller->showNotices();

@@ -52,6 +52,7 @@ public:
     void setStatusLabel(const std::string &text) override;
     void setStatusDetail(const std::string &text) override;
     void setSceneLabel(const std::string &text) override;
+    void setSceneDetail(const std::string &text) override;
     void setDevicePopup(const std::vector<std::string> &titles) override;
     int selectedDevice() const override;
     void setConnectButton(const ButtonLook &look, const std::string &meaning) override;

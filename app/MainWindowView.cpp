@@ -54,6 +54,10 @@ void MainWindow::setSceneLabel(const std::string &text) {
     scene->setText(QString::fromStdString(text));
 }
 
+void MainWindow::setSceneDetail(const std::string &text) {
+    scene->setDetail(QString::fromStdString(text));
+}
+
 void MainWindow::setDevicePopup(const std::vector<std::string> &titles) {
     devicePopup->refill(titles);
     if (titles.empty())

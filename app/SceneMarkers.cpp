@@ -1,5 +1,6 @@
 #include "app/SceneMarkers.h"
 
+#include "base/Text.h"
 #include "livetrax/session/Markers.h"
 
 #include <chrono>
@@ -13,6 +14,18 @@ namespace {
 
 /// LiveTrax writes a session within milliseconds; a long one takes a little more.
 constexpr std::chrono::seconds savingTimeout{1};
+/// Bytes of a scene's name that are listed.
+constexpr std::size_t nameListed = 120;
+
+/// The name on one line, and not a longer one than a tooltip takes.
+std::string listed(const std::string &scene) {
+    if (scene.size() <= nameListed)
+        return withoutControls(scene);
+    std::size_t end = nameListed;
+    while (end > 0 && (static_cast<unsigned char>(scene[end]) & 0xC0U) == 0x80U)
+        --end;
+    return withoutControls(scene.substr(0, end)) + "…";
+}
 
 } // namespace
 
@@ -47,20 +60,21 @@ void SceneMarkers::read() {
     });
 }
 
-SceneRecall SceneMarkers::recalled(const std::string &scene, const SceneContext &context) {
-    const SceneRecall decided = recall(scene, context, platform.clock->now());
+SceneRecall SceneMarkers::recalled(const std::string &scene, const SceneContext &context,
+                                   LiveTraxOSC::SendCompletion sent) {
+    const SceneRecall decided = recall(scene, context, platform.clock());
     recalls.push_front(decided);
     if (recalls.size() > recallsKept)
         recalls.pop_back();
     if (decided.marked)
-        liveTrax->addSceneMarker(scene);
+        liveTrax->addSceneMarker(scene, std::move(sent));
     return decided;
 }
 
 std::string SceneMarkers::recallsText() const {
     std::string text;
     for (const SceneRecall &recall : recalls)
-        text += (text.empty() ? "" : "\n") + timeOfDay(recall.time) + "  " + recall.scene + "  " +
+        text += (text.empty() ? "" : "\n") + timeOfDay(recall.time) + "  " + listed(recall.scene) + "  " +
                 (recall.marked ? "marked" : "not marked: " + recall.reason);
     return text;
 }

@@ -27,8 +27,9 @@ public:
     /// Reads the names of the markers of the session that LiveTrax works on now, and, when this program has
     /// it saved, again.
     void sessionIs(const std::optional<std::filesystem::path> &session);
-    /// Decides what becomes of a recall, and has LiveTrax add the marker.
-    SceneRecall recalled(const std::string &scene, const SceneContext &context);
+    /// Decides what becomes of a recall, and has LiveTrax add the marker; `sent` is told what became of that.
+    SceneRecall recalled(const std::string &scene, const SceneContext &context,
+                         LiveTraxOSC::SendCompletion sent = {});
     /// The last recalls in words, one a line, the latest first; empty before there was one.
     std::string recallsText() const;
 

@@ -43,6 +43,7 @@ void BridgeController::createSession() {
         const Path session = LiveTraxGenerator::generate(platform, name, folder, from);
         activeSessionURL = session;
         sessionIsAwaited = true;
+        sceneMarkers->sessionIs(activeSessionURL);
         platform.defaults->set(LiveTraxGenerator::lastSessionKey, session.string());
         const auto target = LiveTraxGenerator::target(platform.folders);
         showStatus("Template created. Opening " + (target ? target->displayName : "LiveTrax") + "…");
@@ -83,6 +84,7 @@ void BridgeController::updateActiveSession(const Channels &withChannels, const s
         return;
     }
     activeSessionURL = session;
+    sceneMarkers->sessionIs(activeSessionURL);
     if (runningLiveTrax())
         std::make_shared<SessionUpdate>(*this, platform, view, *session, withChannels, signature)->confirm();
     else

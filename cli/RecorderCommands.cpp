@@ -131,8 +131,7 @@ class MarkerCommand : public SendingCommand {
     std::vector<std::string> namesInSession() const {
         const Platform &platform = surroundings.platform;
         try {
-            if (const auto session =
-                    LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders))
+            if (const auto session = LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders))
                 return readMarkNames(*session);
         } catch (const FileError &) {
         } catch (const XMLError &) {

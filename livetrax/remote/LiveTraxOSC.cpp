@@ -50,6 +50,10 @@ std::optional<bool> boolFrom(const OSCValue &value) {
         value);
 }
 
+/// Names that were marked are remembered up to so many bytes, so that a console cannot fill the memory with
+/// them. Beyond that every name may be one of them.
+constexpr std::size_t bytesRemembered = 1'000'000;
+
 std::set<std::string> trimmedAll(const std::vector<std::string> &names) {
     std::set<std::string> all;
     for (const auto &name : names)
@@ -84,7 +88,8 @@ struct Delivery {
 /// What belongs to the main queue. Work that is handed to the main queue holds it weakly: it tells whether
 /// the client still exists.
 struct LiveTraxOSC::Owner {
-    LiveTraxOSC *client; ///< null once it is gone
+    LiveTraxOSC *client;         ///< null once it is gone
+    std::size_t markedBytes = 0; ///< in the names that were marked
     /// Numbers the queries, so that an answer on its way to the main queue when the next query is made is
     /// dropped.
     std::uint64_t latestQuery = 0;
@@ -395,7 +400,8 @@ void LiveTraxOSC::setSessionMarkers(const std::vector<std::string> &names) {
 }
 
 bool LiveTraxOSC::mayExist(const std::string &name) const {
-    return sessionMarkers.contains(name) || marked.contains(name) || isLiveTraxsOwnName(name);
+    return owner->markedBytes >= bytesRemembered || sessionMarkers.contains(name) || marked.contains(name) ||
+           isLiveTraxsOwnName(name);
 }
 
 void LiveTraxOSC::addSceneMarker(const std::string &name, SendCompletion completion) {
@@ -403,7 +409,8 @@ void LiveTraxOSC::addSceneMarker(const std::string &name, SendCompletion complet
     if (text.empty())
         return onMain(std::move(completion))({});
     const MarkerStyle style = mayExist(text) ? MarkerStyle::named : markerStyle;
-    marked.insert(text);
+    if (owner->markedBytes < bytesRemembered && marked.insert(text).second)
+        owner->markedBytes += text.size();
     auto done = onMain([this, text, completion = std::move(completion)](const SendReport &report) {
         const auto alive = owner;
         // A copy: what is called may be the end of the client.

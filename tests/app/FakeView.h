@@ -19,6 +19,7 @@ public:
     void setStatusLabel(const std::string &text) override { statusLabel.push_back(text); }
     void setStatusDetail(const std::string &text) override { statusDetail = text; }
     void setSceneLabel(const std::string &text) override { sceneLabel = text; }
+    void setSceneDetail(const std::string &text) override { sceneDetail = text; }
     void setDevicePopup(const std::vector<std::string> &titles) override {
         devicePopup = titles;
         selected = titles.empty() ? -1 : 0;
@@ -67,6 +68,7 @@ public:
     std::vector<std::string> statusLabel{"Starting…"}; ///< every text it has shown
     std::string statusDetail;
     std::string sceneLabel = "Scene: —";
+    std::string sceneDetail;
     std::vector<std::string> devicePopup{"Buscando en la red SoundGrid…"};
     int selected = 0;
     std::optional<ButtonLook> connectButton;

@@ -1,3 +1,5 @@
+#include "base/Text.h"
+#include "livetrax/remote/SceneRecall.h"
 #include "tests/app/ControllerFixture.h"
 
 #include <gmock/gmock.h>
@@ -120,6 +122,62 @@ TEST_F(SceneTest, LiveTraxOneDoesAsWell) {
     runLiveTrax("1");
     recall("Verse");
     EXPECT_THAT(sentToLiveTrax(), SizeIs(2));
+}
+
+/// A session in which these names are marks.
+std::string sessionWith(const std::vector<std::string> &names) {
+    std::string locations;
+    for (const auto &name : names)
+        locations += "<Location name=\"" + name + "\" start=\"a0\" flags=\"IsMark\"/>";
+    return "<Session sample-rate=\"48000\"><Locations>" + locations + "</Locations></Session>";
+}
+
+TEST_F(SceneTest, ScenesABAGoNowhere) {
+    record();
+    for (const char *name : {"A", "B", "A"})
+        recall(name);
+    EXPECT_THAT(sentToLiveTrax(),
+                ElementsAre("/add_marker", "/marker", "/add_marker", "/marker", "/add_marker"));
+}
+
+TEST_F(SceneTest, AMarkerThatTheSessionHasIsNotGoneTo) {
+    fakes.folder.write("Sessions/Show/Show.ardour", sessionWith({"Solo"}));
+    fakes.defaults->values["CorvaneLastSession"] = (fakes.folder / "Sessions/Show").string();
+    runLiveTrax();
+    launch();
+    recall("Intro");
+    recall("Solo");
+    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker"));
+    EXPECT_EQ(view.status(), "Scene marker added: Solo");
+}
+
+TEST_F(SceneTest, TheSessionIsReadAgainAfterEachSaveThatWasAskedFor) {
+    const auto file = fakes.folder.write("Sessions/Show/Show.ardour", sessionWith({}));
+    fakes.defaults->values["CorvaneLastSession"] = (fakes.folder / "Sessions/Show").string();
+    runLiveTrax();
+    launch();
+    recall("Intro");
+    fakes.folder.write("Sessions/Show/Show.ardour", sessionWith({"Made by hand"}));
+    controller->liveTraxOSC->save();
+    fakes.clock->advance(std::chrono::seconds(2));
+    recall("Made by hand");
+    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/save_state", "/add_marker"));
+}
+
+TEST_F(SceneTest, TheSceneExplainsTheLastTwentyRecallsTheLatestFirst) {
+    record();
+    EXPECT_EQ(view.sceneDetail, timeOfDay(fakeWallTime) + "  Intro  not marked: first");
+    for (int number = 1; number <= 25; ++number)
+        recall("Scene " + std::to_string(number));
+    recall("no scene");
+    const auto lines = nonEmptyLines(view.sceneDetail);
+    ASSERT_THAT(lines, SizeIs(20));
+    EXPECT_THAT(lines.front(), testing::EndsWith("  no scene  not marked: no scene"));
+    EXPECT_THAT(lines[1], testing::EndsWith("  Scene 25  marked"));
+    EXPECT_THAT(lines.back(), testing::EndsWith("  Scene 7  marked"));
+    recall(std::string(119, 'x') + "ñ\nlong");
+    EXPECT_THAT(nonEmptyLines(view.sceneDetail).front(),
+                testing::EndsWith("  " + std::string(119, 'x') + "…  marked"));
 }
 
 } // namespace

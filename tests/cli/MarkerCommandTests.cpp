@@ -102,7 +102,7 @@ protected:
     }
     void recall(const std::string &name) { deliver("/Notify/Scene/Name", {name}); }
 
-    const std::string time = timeOfDay(FakeWallClock().time);
+    const std::string time = timeOfDay(fakeWallTime);
 };
 
 TEST_F(ScenesCommandTest, TellsEveryRecallAndWhatTheWindowWouldHaveDone) {

@@ -30,6 +30,7 @@ public:
     void setStatusLabel(const std::string &text) override { onStatusLabel(text); }
     void setStatusDetail(const std::string &text) override { detail = text; }
     void setSceneLabel(const std::string &text) override { onSceneLabel(text); }
+    void setSceneDetail(const std::string &) override {}
     void setDevicePopup(const std::vector<std::string> &titles) override { devices = titles.size(); }
     int selectedDevice() const override { return devices == 0 ? -1 : 0; }
     void setConnectButton(const ButtonLook &look, const std::string &) override {

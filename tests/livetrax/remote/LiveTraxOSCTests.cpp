@@ -350,6 +350,15 @@ TEST_F(LiveTraxOSCTest, AnotherSessionsNamesTakeTheirPlaceAndWhatWasMarkedStays)
               (Addresses{"/add_marker", "/marker Solo", "/add_marker", "/add_marker Solo", "/marker Verse"}));
 }
 
+TEST_F(LiveTraxOSCTest, NamesThatAreTooManyToRememberAreNeverLocatedTo) {
+    openReady();
+    client->addSceneMarker(std::string(1'000'000, 'x'));
+    advance(1s);
+    client->addSceneMarker("new");
+    advance(1s);
+    EXPECT_EQ(markerMessages(connection()).back(), "/add_marker new");
+}
+
 TEST_F(LiveTraxOSCTest, ASceneThatIsCalledAsLiveTraxCallsMarkersIsNeverLocatedTo) {
     openReady();
     for (const char *name : {"mark1", "mark", "mark 1", "marked"}) {
