@@ -30,7 +30,7 @@ TEST(HomeFolder, TheUserDatabaseNamesItWhereTheEnvironmentDoesNot) {
 
 TEST(Rehearsal, ItsFoldersStandForAWholeMachine) {
     const TemporaryFolder folder;
-    const Rehearsal rehearsal(folder.path(), [](auto, const auto &) { return true; });
+    const Rehearsal rehearsal(folder.path(), {}, [](auto, const auto &) { return true; });
     const StandardFolders folders = rehearsal.folders();
     EXPECT_EQ(folders.home, folder / "home");
     EXPECT_EQ(folders.applications, folder / "Applications");
