@@ -9,6 +9,7 @@
 #include <libxml/tree.h>
 #include <libxml/xmlsave.h>
 
+#include <bit>
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -271,7 +272,7 @@ void numberElements(xmlDocPtr document) {
     const xmlNodePtr root = xmlDocGetRootElement(document);
     std::uintptr_t number = 0;
     for (xmlNodePtr node = root; node != nullptr; node = following(node, root))
-        node->_private = reinterpret_cast<void *>(++number);
+        node->_private = std::bit_cast<void *>(++number);
 }
 
 xmlDocPtr readInArena(const NextPiece &next, const std::string &origin, XMLDocument::Blanks blanks) {
@@ -382,7 +383,7 @@ XMLElement XMLElement::parent() const {
 }
 
 std::size_t XMLElement::numberAsRead() const {
-    return node == nullptr ? 0 : reinterpret_cast<std::uintptr_t>(XMLHandles::node(*this)->_private);
+    return node == nullptr ? 0 : std::bit_cast<std::uintptr_t>(XMLHandles::node(*this)->_private);
 }
 
 XMLElement XMLElement::firstChild() const {

@@ -18,7 +18,7 @@ struct Arena::Piece {
 namespace {
 
 constexpr std::size_t alignment = 8;
-constexpr std::size_t pieceUnit = 256 * 1024; // a multiple of every system's pages
+constexpr std::size_t pieceUnit = 262'144; // a multiple of every system's pages
 constexpr std::size_t largestBlock = std::numeric_limits<std::size_t>::max() / 4;
 
 constexpr std::size_t roundedUp(std::size_t size, std::size_t unit) {
@@ -38,7 +38,7 @@ void *takePages(std::size_t size) {
 #ifdef MADV_HUGEPAGE
     // Each page is a fault and a look-up: one of 2 MB stands for 512. A system without them says so, no
     // matter.
-    constexpr std::size_t worthwhile = 4 * 1024 * 1024;
+    constexpr std::size_t worthwhile = 4'194'304;
     if (size >= worthwhile)
         ::madvise(pages, size, MADV_HUGEPAGE);
 #endif
