@@ -297,10 +297,13 @@ void LiveTraxOSC::Surface::sent(const DeliveryPointer &delivery, const std::stri
                                 SendResult result) {
     if (result == SendResult::leftAfterRefusal)
         refused();
-    if (result == SendResult::lost)
-        delivery->incomplete = true;
-    else
+    if (result != SendResult::lost) {
         delivery->report.addresses.push_back(address);
+    } else {
+        delivery->incomplete = true;
+        if (delivery->report.problem.empty())
+            delivery->report.problem = reason; // the next connection has another story
+    }
     if (--delivery->undecided > 0)
         return;
     if (delivery->incomplete || !delivery->report.problem.empty())
@@ -324,13 +327,9 @@ void LiveTraxOSC::Surface::finish(const DeliveryPointer &delivery) {
     if (std::erase(deliveries, delivery) == 0)
         return; // it was refused before its time was up
     SendReport &report = delivery->report;
-    if (delivery->incomplete && report.problem.empty()) {
-        if (!reason.empty())
-            report.problem = reason;
-        else
-            report.problem = report.addresses.empty() ? "Nothing could be sent to LiveTrax."
-                                                      : "Not all could be sent to LiveTrax.";
-    }
+    if (delivery->incomplete && report.problem.empty())
+        report.problem = report.addresses.empty() ? "Nothing could be sent to LiveTrax."
+                                                  : "Not all could be sent to LiveTrax.";
     delivery->done(report);
 }
 

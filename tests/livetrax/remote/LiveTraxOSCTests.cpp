@@ -285,6 +285,18 @@ TEST_F(LiveTraxOSCTest, AMarkersNameOpensTheConnectionAnewWhenTheFirstHalfLostIt
     EXPECT_EQ(reports, (std::vector<SendReport>{{{"/add_marker", "/marker"}, "LiveTrax does not answer."}}));
 }
 
+TEST_F(LiveTraxOSCTest, AFirstHalfThatIsLostToARefusalIsARefusalWhateverBecomesOfTheSecond) {
+    network.datagramsBecomeReady = true;
+    std::vector<SendReport> reports;
+    client->addSceneMarker("Verse 2", [&](const SendReport &report) { reports.push_back(report); });
+    advance(39ms);
+    // The refusal of something else is known before the message is known to have left.
+    connection().breakOff(std::errc::connection_refused);
+    connection().result = SendResult::lost;
+    advance(1s);
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{"/marker"}, "LiveTrax does not answer."}}));
+}
+
 TEST_F(LiveTraxOSCTest, TheNamedWayIsOneMessage) {
     openReady();
     client->markerStyle = MarkerStyle::named;
