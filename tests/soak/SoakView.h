@@ -34,8 +34,10 @@ public:
     void setDevicePopup(const std::vector<std::string> &titles) override { devices = titles.size(); }
     int selectedDevice() const override { return devices == 0 ? -1 : 0; }
     void setConnectButton(const ButtonLook &look, const std::string &) override {
+        const bool isNews = !(look == button); // what it says in words may change without its colour
         button = look;
-        onConnectButton(look);
+        if (isNews)
+            onConnectButton(look);
     }
     std::string sessionName() const override { return "Soak"; }
     std::string outputPath() const override { return path; }
