@@ -62,7 +62,7 @@ void SceneMarkers::read() {
 
 SceneRecall SceneMarkers::recalled(const std::string &scene, const SceneContext &context,
                                    LiveTraxOSC::SendCompletion sent) {
-    const SceneRecall decided = recall(scene, context, platform.clock());
+    SceneRecall decided = recall(scene, context, platform.clock());
     recalls.push_front(decided);
     if (recalls.size() > recallsKept)
         recalls.pop_back();

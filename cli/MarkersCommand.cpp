@@ -61,7 +61,8 @@ std::string labels(const SessionMarkers &session) {
     std::string text;
     for (const SessionMarker &marker : session.markers) {
         const std::string at = inSeconds(marker.samples, session.rate);
-        text += at + "\t" + at + "\t" + withoutControls(marker.name) + "\n";
+        text.append(at).append("\t").append(at).append("\t");
+        text.append(withoutControls(marker.name)).append("\n");
     }
     return text;
 }
