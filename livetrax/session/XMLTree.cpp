@@ -49,7 +49,7 @@ std::string_view view(const xmlChar *text) {
 // back and making pages for them: a document has an arena. Not where the sanitizer looks at each block, and
 // not on macOS: there the library is the system's own, and its frameworks have used it in this process before
 // us.
-#if defined(__SANITIZE_ADDRESS__) || defined(__APPLE__)
+#if defined(__SANITIZE_ADDRESS__) || !defined(CORVANE_DOCUMENT_ARENAS)
 constexpr bool documentsHaveArenas = false;
 #elif defined(__has_feature)
 constexpr bool documentsHaveArenas = !__has_feature(address_sanitizer);

@@ -31,6 +31,7 @@ const std::string SESSION = "Shows/Gig/Gig.ardour";
 const std::string OLDER_BACKUP = "Shows/Gig/backup/Corvane pre-sync 2025-01-01_10-00-00-000.ardour";
 const std::string NEW_BACKUP = "Shows/Gig/backup/Corvane pre-sync 2026-01-31_18-04-05-250.ardour";
 const std::string DEFAULTS = "home/.config/corvane/defaults.json";
+const std::string HISTORY = "home/Library/Application Support/Corvane/History/";
 
 std::string contentOf(const Path &file) {
     std::ifstream stream(file, std::ios::binary);
@@ -170,6 +171,18 @@ void expectNothingLost(const Outcome &run, const Files &before, const Files &aft
         << left[DEFAULTS];
     left.erase(DEFAULTS);
     left.erase(DEFAULTS + ".lock");
+
+    // The history holds the session as it was, whole, before the session is replaced.
+    bool kept = false;
+    for (auto file = left.begin(); file != left.end();) {
+        const bool inHistory = file->first.starts_with(HISTORY) && after.count(file->first) != 0;
+        if (inHistory && file->first.ends_with(".ardour")) {
+            EXPECT_EQ(file->second, before.at(SESSION)) << "the copy is not whole";
+            kept = true;
+        }
+        file = inHistory ? left.erase(file) : std::next(file);
+    }
+    EXPECT_TRUE(kept || !updated) << "the session was replaced without a copy in the history";
 
     for (const auto &[name, content] : left) {
         const bool temporary = Path(name).filename().string().starts_with(".corvane-");

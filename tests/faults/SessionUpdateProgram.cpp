@@ -14,6 +14,7 @@ int main(int, char **arguments) {
     const std::filesystem::path folder = arguments[1];
     ManualQueue main(std::make_shared<ManualClock>(), "main");
     Platform platform{main};
+    platform.folders = {folder / "home", folder / "Applications", {}};
     platform.resources =
         FakeBundleResources{{{"LiveTraxSeed.template", folder / "resources/LiveTraxSeed.template"}}};
     platform.applications = std::make_unique<FakeRunningApplications>();
