@@ -300,7 +300,9 @@ TEST_F(Generation, ANameThatIsNoFoldersNameIsRefusedBeforeAnythingIsWritten) {
     };
     const auto before = platform.files();
     for (const auto &[name, text] : names)
-        EXPECT_EQ(errorOf([&] { generate({channel("Kick", 0)}, name); })->errorDescription(), text) << name;
+        EXPECT_EQ(errorOf([&, called = name] { generate({channel("Kick", 0)}, called); })->errorDescription(),
+                  text)
+            << name;
     EXPECT_EQ(platform.files(), before);
     for (const std::string &name :
          {std::string(200, 'x'), " " + std::string(200, 'y') + " ", std::string("...")})
