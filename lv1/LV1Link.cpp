@@ -116,13 +116,11 @@ void LV1Link::goOn() {
         unhandled.pop_back();
         handle(std::move(message));
     }
-    if (!unhandled.empty()) {
-        state = State::waiting;
-    } else if (!ending.empty()) {
+    if (unhandled.empty() && !ending.empty()) {
         state = State::ended;
         for (auto &event : std::exchange(ending, {}))
             tell(std::move(event));
-    } else if (mustWait()) {
+    } else if (!unhandled.empty() || mustWait()) {
         state = State::waiting;
     } else {
         state = State::reading;

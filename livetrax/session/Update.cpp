@@ -12,7 +12,7 @@ using Path = std::filesystem::path;
 
 /// The file of a session that is there.
 Path existingFile(const Path &sessionURL) {
-    const Path file = LiveTraxGenerator::sessionFile(sessionURL);
+    Path file = LiveTraxGenerator::sessionFile(sessionURL);
     if (!fileExists(file))
         throw GeneratorError::sessionMissing(file.string());
     return file;

@@ -44,8 +44,9 @@ std::optional<Path> musicFolderIn(const Path &home) {
 BundleResources resourcesIn(std::vector<Path> folders) {
     return [folders = std::move(folders)](const std::string &name,
                                           const std::string &extension) -> std::optional<Path> {
+        const std::string fileName = std::string(name).append(".").append(extension);
         for (const Path &folder : folders) {
-            Path file = appending(folder, name + "." + extension);
+            Path file = appending(folder, fileName);
             if (fileExists(file))
                 return file;
         }
