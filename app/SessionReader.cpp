@@ -1,6 +1,7 @@
 #include "app/SessionReader.h"
 
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "patch/FiniteColours.h"
 
 #include <exception>
 #include <system_error>
@@ -76,7 +77,8 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
     if (!answer.signature || !isWanted())
         return;
     try {
-        answer.plan = LiveTraxGenerator::plan(system, *question.session, question.channels);
+        answer.plan =
+            LiveTraxGenerator::plan(system, *question.session, withFiniteColours(question.channels));
     } catch (const std::exception &) {
         // What is wrong is said when the session is to be updated.
     }

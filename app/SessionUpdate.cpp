@@ -2,6 +2,7 @@
 
 #include "app/BridgeController.h"
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "patch/FiniteColours.h"
 
 #include <cmath>
 #include <exception>
@@ -129,7 +130,7 @@ void SessionUpdate::rewrite() {
     }
     const auto plan = planned();
     try {
-        const UpdateResult result = LiveTraxGenerator::update(platform, session, channels);
+        const UpdateResult result = LiveTraxGenerator::update(platform, session, withFiniteColours(channels));
         controller.sessionUpdated(plan);
         controller.acceptPatch(channels, signature);
         show(summary(result));
@@ -147,7 +148,7 @@ void SessionUpdate::rewrite() {
 /// What the update is about to change; why one would be refused is the update's to say.
 std::optional<UpdatePlan> SessionUpdate::planned() const {
     try {
-        return LiveTraxGenerator::plan(platform, session, channels);
+        return LiveTraxGenerator::plan(platform, session, withFiniteColours(channels));
     } catch (const std::exception &) {
         return std::nullopt;
     }

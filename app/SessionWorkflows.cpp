@@ -4,6 +4,7 @@
 #include "app/SessionUpdate.h"
 #include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "patch/FiniteColours.h"
 
 #include <algorithm>
 #include <exception>
@@ -40,7 +41,7 @@ void BridgeController::createSession() {
         const Path folder = folderToSaveIn();
         if (trimmed(view.outputPath()).empty())
             view.setOutputPath(folder.string());
-        const Path session = LiveTraxGenerator::generate(platform, name, folder, from);
+        const Path session = LiveTraxGenerator::generate(platform, name, folder, withFiniteColours(from));
         activeSessionURL = session;
         sessionIsAwaited = true;
         sceneMarkers->sessionIs(activeSessionURL);
