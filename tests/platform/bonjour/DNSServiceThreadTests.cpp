@@ -120,6 +120,7 @@ TEST_F(BonjourDaemon, AServiceThatIsWithdrawnAndComesBackIsFoundAnew) {
     ASSERT_TRUE(bonjour.publish("LV1 One", 5000));
     ASSERT_TRUE(runUntilWord("resolved LV1 One console.local. 5000")) << words();
     bonjour.withdraw("LV1 One");
+    ASSERT_TRUE(runUntilWord("removed LV1 One")) << words();
     ASSERT_TRUE(bonjour.publish("LV1 Two", 5001));
     ASSERT_TRUE(runUntilWord("resolved LV1 Two console.local. 5001")) << words();
     EXPECT_EQ(count("removed LV1 One"), 1) << words();
