@@ -1,15 +1,20 @@
 #include "app/AboutText.h"
 #include "app/Dialogs.h"
 #include "app/Look.h"
+#include "app/PushButton.h"
 
 #include <QApplication>
 #include <QDialog>
+#include <QFontDatabase>
 #include <QLabel>
+#include <QPlainTextEdit>
 #include <QVBoxLayout>
 
 namespace corvane {
 
 namespace {
+
+constexpr QSize noticesSize{760, 520};
 
 QLabel *centred(const QString &text, const QFont &font, const QColor &color) {
     auto *label = new QLabel(text);
@@ -22,9 +27,24 @@ QLabel *centred(const QString &text, const QFont &font, const QColor &color) {
     return label;
 }
 
+void openNotices(QWidget *parent, const QString &text) {
+    auto *window = new QDialog(parent);
+    window->setObjectName(QStringLiteral("notices"));
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    window->setWindowTitle(QStringLiteral("Licences"));
+    auto *view = new QPlainTextEdit(text);
+    view->setReadOnly(true);
+    view->setLineWrapMode(QPlainTextEdit::NoWrap);
+    view->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    view->setAccessibleName(window->windowTitle());
+    (new QVBoxLayout(window))->addWidget(view);
+    window->resize(noticesSize);
+    window->show();
+}
+
 } // namespace
 
-void openAbout(QWidget *parent, const QIcon &icon) {
+void openAbout(QWidget *parent, const QIcon &icon, const QString &notices) {
     const QString name = QStringLiteral("about");
     if (auto *open = parent->findChild<QDialog *>(name)) {
         open->raise();
@@ -51,6 +71,13 @@ void openAbout(QWidget *parent, const QIcon &icon) {
     rows->addSpacing(6);
     rows->addWidget(
         centred(QString::fromUtf8(aboutCredits), look::font(11), look::grey(look::secondaryGrey)));
+    if (!notices.isEmpty()) {
+        auto *button = new PushButton(QStringLiteral("Licences"));
+        button->setObjectName(QStringLiteral("licences"));
+        QObject::connect(button, &QPushButton::clicked, panel,
+                         [panel, notices] { openNotices(panel, notices); });
+        rows->addWidget(button, 0, Qt::AlignHCenter);
+    }
     rows->setSizeConstraint(QLayout::SetFixedSize);
     panel->show();
 }

@@ -15,6 +15,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QFile>
 #include <QLineEdit>
 #include <QResizeEvent>
 #include <QStyle>
@@ -216,7 +217,11 @@ void MainWindow::chooseFolder(std::function<void(std::optional<std::filesystem::
 }
 
 void MainWindow::showAbout() {
-    openAbout(this, applicationIcon());
+    QFile notices;
+    if (const auto path = resources("ThirdPartyNotices", "txt"))
+        notices.setFileName(QString::fromStdString(path->string()));
+    openAbout(this, applicationIcon(),
+              notices.open(QIODevice::ReadOnly) ? QString::fromUtf8(notices.readAll()) : QString());
 }
 
 } // namespace corvane

@@ -17,7 +17,7 @@ configure_file(${PROJECT_SOURCE_DIR}/packaging/macos/Info.plist.in ${PROJECT_BIN
 install(FILES ${PROJECT_BINARY_DIR}/Info.plist DESTINATION ${bundle_contents} ${only_when_asked})
 install(FILES ${PROJECT_SOURCE_DIR}/packaging/macos/PkgInfo DESTINATION ${bundle_contents} ${only_when_asked})
 install(FILES ${PROJECT_SOURCE_DIR}/resources/LiveTraxSeed.template ${PROJECT_SOURCE_DIR}/resources/AppIcon.png
-    ${PROJECT_SOURCE_DIR}/NOTICE DESTINATION ${bundle_contents}/Resources ${only_when_asked})
+    ${PROJECT_SOURCE_DIR}/resources/ThirdPartyNotices.txt ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${bundle_contents}/Resources ${only_when_asked})
 
 # corvanectl and the stand-ins beside the window: that is where each looks for the others.
 foreach(program corvane corvanectl lv1-console-sim livetrax-sim)

@@ -16,7 +16,7 @@ else()
     install(FILES ${packaging}/linux/corvanectl.1 ${packaging}/linux/corvane.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
     install(FILES ${packaging}/linux/corvanectl.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME corvanectl)
-    install(FILES ${PROJECT_SOURCE_DIR}/NOTICE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/corvane RENAME copyright)
+    install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/corvane RENAME copyright)
     if(CORVANE_WINDOW)
         install(FILES ${packaging}/linux/app.corvane.Corvane.desktop
             DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)

@@ -1,6 +1,7 @@
 #include "tests/app/WindowFixture.h"
 
 #include "app/Look.h"
+#include "tests/support/BuiltFiles.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -12,6 +13,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QScreen>
 #include <QSettings>
@@ -507,6 +509,20 @@ TEST_F(MainWindowTest, AboutNamesProgramVersionAndCredits) {
     EXPECT_TRUE(texts.join('\n').contains("ONLINE INTEGRATION FOR EMOTION LV1 + LIVETRAX\n\n"));
     controller->showAbout();
     EXPECT_EQ(window.findChildren<QDialog *>("about").size(), 1);
+}
+
+TEST_F(MainWindowTest, AboutShowsTheLicencesOfWhatTheProgramIsMadeOf) {
+    fakes.resources->files["ThirdPartyNotices.txt"] = seedTemplate().parent_path() / "ThirdPartyNotices.txt";
+    launch();
+    controller->showAbout();
+    auto *button = window.findChild<QAbstractButton *>("licences");
+    ASSERT_NE(button, nullptr);
+    button->click();
+    const auto *notices = window.findChild<QPlainTextEdit *>();
+    ASSERT_NE(notices, nullptr);
+    for (const char *named : {"CLI11", "Asio", "nlohmann-json", "Qt 6", "libxml2", "Avahi"})
+        EXPECT_TRUE(notices->toPlainText().contains(named)) << named;
+    EXPECT_TRUE(notices->isReadOnly());
 }
 
 TEST_F(MainWindowTest, TheMenuHoldsItsItemsInOrder) {

@@ -27,7 +27,8 @@ def check_layout():
     found = {os.path.relpath(os.path.join(folder, name), contents)
              for folder, _, names in os.walk(contents) for name in names}
     expected = {"Info.plist", "PkgInfo", "MacOS/corvanectl", "MacOS/livetrax-sim", "MacOS/lv1-console-sim",
-                "Resources/LiveTraxSeed.template", "Resources/AppIcon.png", "Resources/NOTICE"}
+                "Resources/LiveTraxSeed.template", "Resources/AppIcon.png", "Resources/LICENSE",
+                "Resources/ThirdPartyNotices.txt"}
     if window == "ON":
         expected.add("MacOS/corvane")
     if icon == "ON":
