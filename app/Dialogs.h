@@ -26,8 +26,8 @@ void openLines(QWidget *parent, const std::string &title, const std::vector<std:
 void openFolderChooser(QWidget *parent, const std::filesystem::path &current,
                        std::function<void(std::optional<std::filesystem::path>)> chosen);
 
-/// The About panel: the system's own where it has one. A second call brings the open one to the front. `notices` is
-/// what the licences of others' work ask to be told.
+/// The About panel: the system's own where it has one. A second call brings the open one to the front.
+/// `notices` is what the licences of others' work ask to be told.
 void openAbout(QWidget *parent, const QIcon &icon, const QString &notices);
 
 } // namespace corvane
