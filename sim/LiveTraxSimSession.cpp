@@ -15,6 +15,8 @@ using Path = std::filesystem::path;
 
 /// The recorder counts time in ticks of which so many make a second, at any sample rate.
 constexpr double ticksPerSecond = 282240000;
+/// Of the device that nobody hears: a template has none, a session has its device's.
+constexpr auto sampleRate = "48000";
 constexpr std::size_t recentSessions = 10;
 
 std::string textOf(const Path &file) {
@@ -81,6 +83,7 @@ LiveTraxSimSession LiveTraxSimSession::create(const Path &folder, const Path &pr
     const Path source = appending(templates, templateName + ".template");
     const XMLDocument document = XMLDocument::load(source);
     document.root().setAttribute("name", lastPathComponent(folder));
+    document.root().setAttribute("sample-rate", sampleRate);
 
     createFolders(folder);
     createSubfolders(folder);

@@ -20,7 +20,7 @@ using Path = std::filesystem::path;
 using Lines = std::vector<std::string>;
 
 const std::string templateText = R"(<?xml version="1.0" encoding="UTF-8"?>
-<Session version="7002" name="Seed" sample-rate="48000" id-counter="302">
+<Session version="7002" name="Seed" id-counter="302">
   <Config>
     <Option name="osc-port" value="3819"/>
   </Config>
@@ -121,10 +121,11 @@ struct LiveTraxSimTest : testing::Test {
     Lines log;
 };
 
-TEST_F(LiveTraxSimTest, MakesTheSessionFromTheUserTemplateWithItsFolders) {
+TEST_F(LiveTraxSimTest, MakesTheSessionFromTheUserTemplateWithItsFoldersAndItsDevicesRate) {
     start(making());
     std::string expected = templateText;
     expected.replace(expected.find("Seed"), 4, "Friday");
+    expected.insert(expected.find(">\n  <Config>"), R"( sample-rate="48000")");
     EXPECT_EQ(sessionText(), expected);
     for (const char *name : {"interchange/Friday/audiofiles", "interchange/Friday/midifiles", "analysis",
                              "dead", "export", "externals", "peaks", "plugins"})
