@@ -74,6 +74,7 @@ void openAbout(QWidget *parent, const QIcon &icon, const QString &notices) {
     if (!notices.isEmpty()) {
         auto *button = new PushButton(QStringLiteral("Licences"));
         button->setObjectName(QStringLiteral("licences"));
+        button->setAutoDefault(false);
         QObject::connect(button, &QPushButton::clicked, panel,
                          [panel, notices] { openNotices(panel, notices); });
         rows->addWidget(button, 0, Qt::AlignHCenter);
