@@ -58,6 +58,10 @@ RehearsalStage::Path RehearsalStage::defaultFolder() {
 void RehearsalStage::furnish(const Path &folder, const Path &programs) {
     createFolders(folder / "home/Music"); // where sessions are saved unless another folder is chosen
     const Path original = programs / recorderProgram;
+    if (!fileExists(original))
+        throw FileError("A rehearsal needs the stand-ins, which are in a package of their own on Debian "
+                        "(corvane-rehearsal): " +
+                        original.string() + " is not there.");
     const Path place = folder / "Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3";
     createFolders(place.parent_path());
     if (isCurrent(place, original))

@@ -1,6 +1,7 @@
 #include "app/RehearsalStage.h"
 
 #include "app/MainWindow.h"
+#include "platform/files/Files.h"
 #include "tests/fakes/FakeSystem.h"
 #include "tests/support/BuiltFiles.h"
 
@@ -47,7 +48,8 @@ TEST_F(RehearsalStageTest, ReplacesTheStandInByANewerOneAlone) {
 }
 
 TEST_F(RehearsalStageTest, WithoutTheStandInsItSaysWhatIsMissing) {
-    EXPECT_THROW(furnish(), std::exception);
+    EXPECT_THAT([this] { furnish(); },
+                testing::ThrowsMessage<FileError>(testing::HasSubstr("corvane-rehearsal")));
     EXPECT_THROW(RehearsalStage(fakes.platform, fakes.folder.path() / "programs"), std::exception);
 }
 
