@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ifaddrs.h>
+#include <sys/socket.h>
 
 namespace corvane {
 
