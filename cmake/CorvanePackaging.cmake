@@ -2,38 +2,32 @@
 
 set(packaging ${PROJECT_SOURCE_DIR}/packaging)
 
+include(CorvaneMacBundle) # elsewhere only made when asked for: its layout is checked here
 if(APPLE)
-    include(CorvaneMacBundle)
-    set(CPACK_GENERATOR DragNDrop)
-    set(CPACK_DMG_VOLUME_NAME Corvane)
-    set(CPACK_COMPONENTS_ALL bundle)
-    set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE) # or each component's name would be added
-    set(CPACK_PACKAGE_FILE_NAME Corvane-${PROJECT_VERSION})
-    set(CPACK_DMG_DISABLE_APPLICATIONS_SYMLINK OFF)
-else()
-    include(GNUInstallDirs)
-    include(CorvaneMacBundle) # only made when asked for: its layout is checked here
-    function(install_manuals component)
-        list(TRANSFORM ARGN PREPEND ${packaging}/linux/)
-        install(FILES ${ARGN} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
-    endfunction()
-    install_manuals(cli corvanectl.1)
-    install_manuals(rehearsal lv1-console-sim.1 livetrax-sim.1)
-    install(FILES ${packaging}/linux/corvanectl.bash
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME corvanectl COMPONENT cli)
-    if(CORVANE_WINDOW)
-        install_manuals(window corvane.1)
-        install(FILES ${packaging}/linux/app.corvane.Corvane.desktop
-            DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT window)
-        install(FILES ${packaging}/linux/app.corvane.Corvane.metainfo.xml
-            DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT window)
-        install(FILES ${PROJECT_SOURCE_DIR}/resources/AppIcon.png RENAME app.corvane.Corvane.png
-            DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/512x512/apps COMPONENT window)
-        install(FILES ${PROJECT_SOURCE_DIR}/resources/AppIcon.svg RENAME app.corvane.Corvane.svg
-            DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT window)
-    endif()
-    include(CorvaneDebianPackages)
+    return() # packaging/macos/make-image makes the disk image
 endif()
+
+include(GNUInstallDirs)
+function(install_manuals component)
+    list(TRANSFORM ARGN PREPEND ${packaging}/linux/)
+    install(FILES ${ARGN} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
+endfunction()
+install_manuals(cli corvanectl.1)
+install_manuals(rehearsal lv1-console-sim.1 livetrax-sim.1)
+install(FILES ${packaging}/linux/corvanectl.bash
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME corvanectl COMPONENT cli)
+if(CORVANE_WINDOW)
+    install_manuals(window corvane.1)
+    install(FILES ${packaging}/linux/app.corvane.Corvane.desktop
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT window)
+    install(FILES ${packaging}/linux/app.corvane.Corvane.metainfo.xml
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT window)
+    install(FILES ${PROJECT_SOURCE_DIR}/resources/AppIcon.png RENAME app.corvane.Corvane.png
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/512x512/apps COMPONENT window)
+    install(FILES ${PROJECT_SOURCE_DIR}/resources/AppIcon.svg RENAME app.corvane.Corvane.svg
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT window)
+endif()
+include(CorvaneDebianPackages)
 
 set(CPACK_PACKAGE_NAME corvane)
 set(CPACK_PACKAGE_VENDOR "The Corvane project")

@@ -28,7 +28,10 @@ def check_layout():
              for folder, _, names in os.walk(contents) for name in names}
     expected = {"Info.plist", "PkgInfo", "MacOS/corvanectl", "MacOS/livetrax-sim", "MacOS/lv1-console-sim",
                 "Resources/LiveTraxSeed.template", "Resources/AppIcon.png", "Resources/LICENSE",
-                "Resources/ThirdPartyNotices.txt"}
+                "Resources/ThirdPartyNotices.txt", "Resources/completions/corvanectl.bash",
+                "Resources/completions/_corvanectl"}
+    for program in ("corvane", "corvanectl", "lv1-console-sim", "livetrax-sim"):
+        expected.add(f"Resources/man/man1/{program}.1")
     if window == "ON":
         expected.add("MacOS/corvane")
     if icon == "ON":
@@ -60,6 +63,8 @@ def check_properties():
         parts = properties.get(key, "").split(".")
         assert 1 <= len(parts) <= 3 and all(part.isdigit() for part in parts), f"{key}: {properties.get(key)!r}"
     assert len(properties.get("NSLocalNetworkUsageDescription", "")) > 20
+    assert properties.get("NSHumanReadableCopyright", "").startswith("Copyright (c) "), "without its copyright"
+    assert properties["LSMinimumSystemVersion"] == "13.0", properties["LSMinimumSystemVersion"]
     assert not any("@" in value for value in properties.values() if isinstance(value, str)), properties
     with open(inside("PkgInfo"), "rb") as file:
         assert file.read() == b"APPL????"
@@ -141,11 +146,13 @@ def with_value(key, value):
 
 def check_the_checks():
     for key in ("CFBundleIdentifier", "CFBundleExecutable", "CFBundleIconFile", "CFBundleVersion", "NSBonjourServices",
-                "NSLocalNetworkUsageDescription", "NSHighResolutionCapable", "LSMinimumSystemVersion"):
+                "NSLocalNetworkUsageDescription", "NSHighResolutionCapable", "LSMinimumSystemVersion",
+                "NSHumanReadableCopyright"):
         must_refuse(check_properties, f"without {key}", "Info.plist", without_key(key))
     for key, value in (("CFBundleVersion", "1.0 beta"), ("CFBundleName", "@PROJECT_NAME@"),
                        ("LSApplicationCategoryType", "@CATEGORY@"), ("NSBonjourServices", ["_http._tcp"]),
-                       ("NSLocalNetworkUsageDescription", "why"), ("NSRequiresAquaSystemAppearance", True)):
+                       ("NSLocalNetworkUsageDescription", "why"), ("NSRequiresAquaSystemAppearance", True),
+                       ("LSMinimumSystemVersion", "12.0")):
         must_refuse(check_properties, f"{key} is {value!r}", "Info.plist", with_value(key, value))
     must_refuse(check_properties, "a torn property list", "Info.plist", lambda whole: whole[:len(whole) // 2])
     must_refuse(check_properties, "another kind of package", "PkgInfo", lambda whole: b"FMWK????")
