@@ -134,6 +134,9 @@ struct LiveTraxOSC::Surface : std::enable_shared_from_this<Surface> {
     std::shared_ptr<DatagramConnection> connection; ///< absent until opened, and after failure or closing
     std::string reason;                             ///< why the last connection failed; empty once one is up
     std::vector<DeliveryPointer> deliveries;        ///< that are under way, in order
+    /// Names whose "/marker" is still to be sent. Another marker of such a name comes after it: met by one
+    /// that bears the name, it would be a place to go to.
+    std::set<std::string> toBeNamed;
     std::optional<float> speed;
     std::optional<bool> recordEnabled;
     std::optional<bool> isRecording;
@@ -334,11 +337,20 @@ void LiveTraxOSC::Surface::finish(const DeliveryPointer &delivery) {
 }
 
 void LiveTraxOSC::Surface::addMarker(const std::string &name, MarkerStyle style, SendCompletion completion) {
+    if (style == MarkerStyle::named && toBeNamed.contains(name)) {
+        auto again = [name, style, completion = std::move(completion)](Surface &alive) mutable {
+            alive.addMarker(name, style, std::move(completion));
+        };
+        queue->after(markerNameDelay, weakly(weak_from_this(), std::move(again)));
+        return;
+    }
     if (style == MarkerStyle::named)
         return send(liveTraxSurface::addMarker, {name}, beginDelivery(1, std::move(completion)));
     const auto delivery = beginDelivery(2, std::move(completion));
     send(liveTraxSurface::addMarker, {}, delivery);
+    toBeNamed.insert(name);
     queue->after(markerNameDelay, weakly(weak_from_this(), [name, delivery](Surface &alive) {
+                     alive.toBeNamed.erase(name);
                      alive.send(liveTraxSurface::marker, {name}, delivery);
                  }));
 }

@@ -60,8 +60,9 @@ public:
     void save(SendCompletion completion = {});
     /// Drops a marker of that name, trimmed, at the playhead: in the classic way "/add_marker", then 90 ms
     /// later "/marker" with the name. Where a marker of that name may exist, "/marker" would move the
-    /// playhead and can end a recording: such a name is always sent in the named way. A blank name sends
-    /// nothing. `completion`, when given, runs as that of `send`.
+    /// playhead and can end a recording: such a name is always sent in the named way, up to 90 ms later when
+    /// one in the classic way is still waiting for that name. A blank name sends nothing. `completion`, when
+    /// given, runs as that of `send`.
     void addSceneMarker(const std::string &name, SendCompletion completion = {});
 
     /// How markers are made whose names are new.

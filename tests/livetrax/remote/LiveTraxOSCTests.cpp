@@ -333,9 +333,25 @@ TEST_F(LiveTraxOSCTest, ANameThatWasMarkedBeforeIsNeverLocatedTo) {
 TEST_F(LiveTraxOSCTest, AMarkerThatIsStillOnItsWayCountsAsMarked) {
     openReady();
     client->addSceneMarker("A");
+    advance(100ms); // its name is on its way
     client->addSceneMarker("A");
     advance(1s);
-    EXPECT_EQ(markerMessages(connection()), (Addresses{"/add_marker", "/add_marker A", "/marker A"}));
+    EXPECT_EQ(markerMessages(connection()), (Addresses{"/add_marker", "/marker A", "/add_marker A"}));
+}
+
+TEST_F(LiveTraxOSCTest, ANameIsNeverLocatedToByItsOwnMarkerThatComesTooSoon) {
+    openReady();
+    for (const char *name : {"A", "B", "A", "A"}) {
+        client->addSceneMarker(name);
+        advance(20ms);
+    }
+    advance(1s);
+    EXPECT_EQ(sentOn(connection()), (Sent{{40, {"/add_marker", {}}},
+                                          {60, {"/add_marker", {}}},
+                                          {130, {"/marker", {V("A")}}},
+                                          {150, {"/marker", {V("B")}}},
+                                          {170, {"/add_marker", {V("A")}}},
+                                          {190, {"/add_marker", {V("A")}}}}));
 }
 
 TEST_F(LiveTraxOSCTest, ANameThatTheSessionHasIsNeverLocatedTo) {
