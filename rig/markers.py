@@ -17,6 +17,15 @@ ROUNDS = 8
 UNDISTURBED = "undisturbed"
 HERE = ("first here", "second here")  # two of the classic way at one place keep their names apart
 Row = namedtuple("Row", "block transport way named disturbed again")
+ALL, NOT_ALL = "all named", "not all named"
+JUMPED = "playhead jumped"
+# By way and transport: whether new names are there, and what a name that exists does.
+EXPECTED = {
+    ("classic", "standing"): (ALL, JUMPED),
+    ("classic", "playing"): (NOT_ALL, "transport 1, record 0 became 0, 0"),
+    ("classic", "recording"): (NOT_ALL, UNDISTURBED),
+    **{("named", transport): (ALL, UNDISTURBED) for transport in STATES},
+}
 NAMING_DELAY = 0.09  # Corvane's, between the two messages of the classic way
 
 
@@ -107,7 +116,12 @@ def moved(before, after, wanted):
     if before[:2] != after[:2]:
         return f"transport {before[0]:g}, record {before[1]} became {after[0]:g}, {after[1]}"
     jumped = after[2] != before[2] if wanted == "standing" else after[2] < before[2]
-    return "playhead jumped" if jumped else UNDISTURBED
+    return JUMPED if jumped else UNDISTURBED
+
+
+def outcome(row):
+    """A row in the words of EXPECTED."""
+    return ALL if row.named == ROUNDS else NOT_ALL, "disturbed by new names" if row.disturbed else row.again
 
 
 def measure(block):

@@ -349,8 +349,7 @@ def scenesAgainWhileRecording():
 def markersAtBlockSizes():
     for block in markers.BLOCKS:
         for row in markers.measure(block):
-            if row.way == "named":
-                report.equal(f"named at {block}, {row.transport}", (row.named, row.again), (markers.ROUNDS, markers.UNDISTURBED))
+            report.equal(f"{block}, {row.transport}, {row.way}", markers.outcome(row), markers.EXPECTED[row.way, row.transport])
 
 
 @scenario("The window: a console found, a session created, a change applied, a scene marked")
