@@ -17,7 +17,7 @@ namespace corvane {
 namespace {
 
 /// How often the disk is asked without an occasion: a volume may fill up or be taken away at any time.
-constexpr std::chrono::seconds askInterval{15};
+constexpr std::chrono::seconds refreshDelay{15};
 
 std::size_t inputsOf(const std::vector<LV1Channel> &channels) {
     std::size_t inputs = 0;
@@ -109,7 +109,7 @@ void BridgeController::sessionOpened(const Path &session) {
 
 void BridgeController::askNowAndThen() {
     askAboutSessions();
-    platform.main.after(askInterval, weakly(weak_from_this(), [](BridgeController &controller) {
+    platform.main.after(refreshDelay, weakly(weak_from_this(), [](BridgeController &controller) {
                             controller.askNowAndThen();
                         }));
 }

@@ -42,7 +42,7 @@ constexpr int fieldsWidth = 500;
 constexpr int fieldHeight = 26;
 
 /// A search for consoles that takes longer than this deserves advice.
-constexpr std::chrono::seconds longSearch{15};
+constexpr std::chrono::seconds searchHintDelay{15};
 
 constexpr auto waitingForSync = "PATCH LV1 · waiting for sync  ▸";
 constexpr auto searchingItem = "Buscando en la red SoundGrid…";
@@ -316,7 +316,7 @@ void MainWindow::connectControls() {
     searchTimer.setParent(this); // to be found by it, as the next one
     searchTimer.setObjectName(QStringLiteral("searchTimer"));
     searchTimer.setSingleShot(true);
-    searchTimer.start(longSearch);
+    searchTimer.start(searchHintDelay);
     connect(&searchTimer, &QTimer::timeout, this, [this] {
         searchLasts = true;
         showMostImportant();

@@ -56,7 +56,7 @@ void QtMainQueue::timerEvent(QTimerEvent *event) {
         QObject::timerEvent(event);
         return;
     }
-    const Clock::time_point end = now() + turnLength;
+    const Clock::time_point end = now() + turnTimeout;
     while (!tasks.empty() && now() < end) {
         const Task task = std::move(tasks.front());
         tasks.pop_front();

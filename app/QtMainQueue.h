@@ -17,7 +17,7 @@ namespace corvane {
 class QtMainQueue : public QObject, public SerialQueue {
 public:
     /// How long the tasks of one turn may take before the window has its turn; a single task runs to its end.
-    static constexpr std::chrono::milliseconds turnLength{4};
+    static constexpr std::chrono::milliseconds turnTimeout{4};
 
     const std::string &label() const override { return name; }
     void post(Task task) override;

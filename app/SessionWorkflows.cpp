@@ -16,7 +16,7 @@ namespace corvane {
 
 namespace {
 
-constexpr std::chrono::milliseconds waitInterval{200};
+constexpr std::chrono::milliseconds lookDelay{200};
 
 constexpr auto cancelledText = "Sync cancelled.";
 constexpr auto finishingText = "Finishing the update…";
@@ -150,11 +150,11 @@ void BridgeController::waitUntil(int attempts, Condition condition, Completion c
         completion(condition());
         return;
     }
-    platform.main.after(waitInterval, weakly(weak_from_this(), [attempts, condition = std::move(condition),
-                                                                completion = std::move(completion)](
-                                                                   BridgeController &controller) {
-                            controller.waitUntil(attempts - 1, condition, completion);
-                        }));
+    platform.main.after(lookDelay, weakly(weak_from_this(),
+                                          [attempts, condition = std::move(condition),
+                                           completion = std::move(completion)](BridgeController &controller) {
+                                              controller.waitUntil(attempts - 1, condition, completion);
+                                          }));
 }
 
 std::optional<std::filesystem::file_time_type> BridgeController::modificationDate(const Path &file) {

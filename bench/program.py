@@ -23,7 +23,7 @@ import sys
 import tempfile
 import time
 
-PATIENCE = 30  # seconds, for anything to happen
+TIMEOUT = 30  # seconds, for anything to happen
 
 BUS = "/run/dbus/system_bus_socket"
 BUS_CONFIGURATION = f"""<busconfig><type>system</type><listen>unix:path={BUS}</listen><auth>EXTERNAL</auth>
@@ -87,7 +87,7 @@ class Display:
         """Returns when the next window is mapped, and when it was first drawn into after that."""
         window = mapped = None
         drawings = {}
-        end = time.monotonic() + PATIENCE
+        end = time.monotonic() + TIMEOUT
         while select.select([self.socket], [], [], max(0, end - time.monotonic()))[0]:
             event = self.read(32)
             now = time.monotonic()
@@ -139,7 +139,7 @@ class Bench:
 
     def stop(self, child):
         child.send_signal(signal.SIGTERM)
-        status = child.wait(PATIENCE)
+        status = child.wait(TIMEOUT)
         self.children.remove(child)
         return status
 
@@ -204,7 +204,7 @@ class Bench:
 
 
 def eventually(condition):
-    end = time.monotonic() + PATIENCE
+    end = time.monotonic() + TIMEOUT
     while not condition():
         if time.monotonic() > end:
             raise RuntimeError("something that was started does not come up")

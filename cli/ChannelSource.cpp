@@ -10,13 +10,13 @@ namespace corvane::cli {
 
 void ChannelSource::obtain(std::function<void(const Channels &)> onChannels,
                            std::function<void(const Outcome &)> onFailure) {
-    const auto &source = surroundings.options.source;
+    const auto &source = context.options.source;
     if (source.file) {
         onChannels(readPatchFile(*source.file));
         return;
     }
-    reader = std::make_shared<PatchReader>(surroundings.platform, surroundings.output, source,
-                                           PatchReader::defaultTimeout);
+    reader =
+        std::make_shared<PatchReader>(context.platform, context.output, source, PatchReader::defaultTimeout);
     reader->onPatch = [take = std::move(onChannels)](const Channels &channels) {
         take(withFiniteColours(channels));
     };

@@ -15,7 +15,7 @@ class ChannelSource {
 public:
     using Channels = std::vector<LV1Channel>;
 
-    explicit ChannelSource(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit ChannelSource(const CommandContext &context) : context(context) {}
 
     /// Calls one of the two, once, unless it is stopped before. Throws CommandFailure for a patch file that
     /// cannot be used.
@@ -24,7 +24,7 @@ public:
     void stop();
 
 private:
-    Surroundings surroundings;
+    CommandContext context;
     std::shared_ptr<PatchReader> reader;
 };
 

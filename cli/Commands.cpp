@@ -2,36 +2,36 @@
 
 namespace corvane::cli {
 
-std::shared_ptr<Command> makeCommand(const Surroundings &surroundings) {
-    switch (surroundings.options.verb) {
+std::shared_ptr<Command> makeCommand(const CommandContext &context) {
+    switch (context.options.verb) {
     case Verb::hosts:
-        return makeHostsCommand(surroundings);
+        return makeHostsCommand(context);
     case Verb::patch:
-        return makePatchCommand(surroundings);
+        return makePatchCommand(context);
     case Verb::watch:
-        return makeWatchCommand(surroundings);
+        return makeWatchCommand(context);
     case Verb::create:
-        return makeCreateCommand(surroundings);
+        return makeCreateCommand(context);
     case Verb::sync:
-        return makeSyncCommand(surroundings);
+        return makeSyncCommand(context);
     case Verb::plan:
-        return makePlanCommand(surroundings);
+        return makePlanCommand(context);
     case Verb::signature:
-        return makeSignatureCommand(surroundings);
+        return makeSignatureCommand(context);
     case Verb::history:
-        return makeHistoryCommand(surroundings);
+        return makeHistoryCommand(context);
     case Verb::restore:
-        return makeRestoreCommand(surroundings);
+        return makeRestoreCommand(context);
     case Verb::transport:
-        return makeTransportCommand(surroundings);
+        return makeTransportCommand(context);
     case Verb::save:
-        return makeSaveCommand(surroundings);
+        return makeSaveCommand(context);
     case Verb::marker:
-        return makeMarkerCommand(surroundings);
+        return makeMarkerCommand(context);
     case Verb::markers:
-        return makeMarkersCommand(surroundings);
+        return makeMarkersCommand(context);
     case Verb::scenes:
-        return makeScenesCommand(surroundings);
+        return makeScenesCommand(context);
     }
     return nullptr;
 }

@@ -10,29 +10,29 @@
 namespace corvane::cli {
 
 /// What a command works with. Everything outlives the command.
-struct Surroundings {
+struct CommandContext {
     Platform &platform;
     Output &output;
     const Options &options;
 };
 
 /// The command that the options ask for.
-std::shared_ptr<Command> makeCommand(const Surroundings &surroundings);
+std::shared_ptr<Command> makeCommand(const CommandContext &context);
 
 // One for each verb; those of one family stand in one source file.
-std::shared_ptr<Command> makeHostsCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makePatchCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeWatchCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeCreateCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeSyncCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makePlanCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeSignatureCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeHistoryCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeRestoreCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeTransportCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeSaveCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeMarkerCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeMarkersCommand(const Surroundings &surroundings);
-std::shared_ptr<Command> makeScenesCommand(const Surroundings &surroundings);
+std::shared_ptr<Command> makeHostsCommand(const CommandContext &context);
+std::shared_ptr<Command> makePatchCommand(const CommandContext &context);
+std::shared_ptr<Command> makeWatchCommand(const CommandContext &context);
+std::shared_ptr<Command> makeCreateCommand(const CommandContext &context);
+std::shared_ptr<Command> makeSyncCommand(const CommandContext &context);
+std::shared_ptr<Command> makePlanCommand(const CommandContext &context);
+std::shared_ptr<Command> makeSignatureCommand(const CommandContext &context);
+std::shared_ptr<Command> makeHistoryCommand(const CommandContext &context);
+std::shared_ptr<Command> makeRestoreCommand(const CommandContext &context);
+std::shared_ptr<Command> makeTransportCommand(const CommandContext &context);
+std::shared_ptr<Command> makeSaveCommand(const CommandContext &context);
+std::shared_ptr<Command> makeMarkerCommand(const CommandContext &context);
+std::shared_ptr<Command> makeMarkersCommand(const CommandContext &context);
+std::shared_ptr<Command> makeScenesCommand(const CommandContext &context);
 
 } // namespace corvane::cli

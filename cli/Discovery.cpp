@@ -2,12 +2,12 @@
 
 namespace corvane::cli {
 
-std::string discoveryObstacles(const LV1MulticastDiscovery &multicast, const ServiceBrowser &browser) {
+std::string discoveryErrors(const LV1MulticastDiscovery &multicast, const ServiceBrowser &browser) {
     std::string lines;
-    if (!multicast.obstacle().empty())
-        lines += "Multicast: " + multicast.obstacle();
-    if (const auto obstacle = browser.obstacle())
-        lines += (lines.empty() ? "Bonjour: " : "\nBonjour: ") + *obstacle;
+    if (!multicast.error().empty())
+        lines += "Multicast: " + multicast.error();
+    if (const auto error = browser.error())
+        lines += (lines.empty() ? "Bonjour: " : "\nBonjour: ") + *error;
     return lines;
 }
 

@@ -8,7 +8,7 @@
 namespace corvane::cli {
 
 /// What keeps hosts from being heard, one line for each of the two ways; empty when nothing does.
-std::string discoveryObstacles(const LV1MulticastDiscovery &multicast, const ServiceBrowser &browser);
+std::string discoveryErrors(const LV1MulticastDiscovery &multicast, const ServiceBrowser &browser);
 
 /// Connects to the host that is named, else begins to search.
 void beginConnecting(LV1Client &client, const ChannelSourceOptions &source);

@@ -21,12 +21,12 @@ Json place(const HistoryCopy &copy) {
 
 class HistoryCommand : public Command {
 public:
-    explicit HistoryCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit HistoryCommand(const CommandContext &context) : context(context) {}
 
 private:
     void start() override {
-        const auto copies = History(surroundings.platform).copies(*surroundings.options.session);
-        surroundings.output.print(surroundings.options.json ? document(json(copies)) : text(copies));
+        const auto copies = History(context.platform).copies(*context.options.session);
+        context.output.print(context.options.json ? document(json(copies)) : text(copies));
         end();
     }
 
@@ -64,28 +64,27 @@ private:
                std::to_string(note.result.added) + removed;
     }
 
-    Surroundings surroundings;
+    CommandContext context;
 };
 
 class RestoreCommand : public Command {
 public:
-    explicit RestoreCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit RestoreCommand(const CommandContext &context) : context(context) {}
 
 private:
     void start() override {
-        refuseWhileLiveTraxRuns(surroundings.platform);
-        const Options &options = surroundings.options;
-        const History history(surroundings.platform);
+        refuseWhileLiveTraxRuns(context.platform);
+        const Options &options = context.options;
+        const History history(context.platform);
         const HistoryCopy restored = chosen(history.copies(*options.session));
         const HistoryCopy kept = history.restore(*options.session, restored, {options.discardRecordings});
-        surroundings.output.print(options.json
-                                      ? document({{"restored", place(restored)}, {"kept", place(kept)}})
-                                      : text(restored, kept));
+        context.output.print(options.json ? document({{"restored", place(restored)}, {"kept", place(kept)}})
+                                          : text(restored, kept));
         end();
     }
 
     HistoryCopy chosen(const std::vector<HistoryCopy> &copies) const {
-        const Options &options = surroundings.options;
+        const Options &options = context.options;
         const auto found = std::find_if(copies.begin(), copies.end(), [&](const HistoryCopy &copy) {
             return options.copyTime ? timeText(copy.time) == *options.copyTime
                                     : copy.number == options.copyNumber.value_or(1);
@@ -101,17 +100,17 @@ private:
                std::to_string(kept.number) + " now.\n";
     }
 
-    Surroundings surroundings;
+    CommandContext context;
 };
 
 } // namespace
 
-std::shared_ptr<Command> makeHistoryCommand(const Surroundings &surroundings) {
-    return std::make_shared<HistoryCommand>(surroundings);
+std::shared_ptr<Command> makeHistoryCommand(const CommandContext &context) {
+    return std::make_shared<HistoryCommand>(context);
 }
 
-std::shared_ptr<Command> makeRestoreCommand(const Surroundings &surroundings) {
-    return std::make_shared<RestoreCommand>(surroundings);
+std::shared_ptr<Command> makeRestoreCommand(const CommandContext &context) {
+    return std::make_shared<RestoreCommand>(context);
 }
 
 } // namespace corvane::cli

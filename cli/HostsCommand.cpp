@@ -18,7 +18,7 @@ constexpr std::chrono::milliseconds defaultListeningTimeout = 3s;
 /// Listens both ways and connects to nobody.
 class HostsCommand : public Command, public ServiceBrowserDelegate {
 public:
-    explicit HostsCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit HostsCommand(const CommandContext &context) : context(context) {}
 
     void stop() override {
         if (browser)
@@ -47,7 +47,7 @@ private:
     };
 
     void start() override {
-        Platform &platform = surroundings.platform;
+        Platform &platform = context.platform;
         const auto self = std::static_pointer_cast<HostsCommand>(shared_from_this());
         multicast = std::make_shared<LV1MulticastDiscovery>(
             platform.main, platform.queues->make("Corvane.Discovery"), *platform.multicast);
@@ -59,8 +59,8 @@ private:
         browser->setDelegate(self);
         multicast->start();
         browser->search(LV1Client::serviceType, LV1Client::serviceDomain);
-        surroundings.output.progress("Listening for LV1 hosts…");
-        platform.main.after(surroundings.options.duration.value_or(defaultListeningTimeout),
+        context.output.progress("Listening for LV1 hosts…");
+        platform.main.after(context.options.duration.value_or(defaultListeningTimeout),
                             weakly(std::weak_ptr(self), [](HostsCommand &command) {
                                 command.guarded([&] { command.report(); });
                             }));
@@ -76,10 +76,10 @@ private:
 
     void report() {
         if (hosts.empty()) {
-            const auto obstacles = discoveryObstacles(*multicast, *browser);
-            throw CommandFailure(status::noAnswer, obstacles.empty() ? "No LV1 host was heard." : obstacles);
+            const auto errors = discoveryErrors(*multicast, *browser);
+            throw CommandFailure(status::noAnswer, errors.empty() ? "No LV1 host was heard." : errors);
         }
-        surroundings.output.print(surroundings.options.json ? json() : text());
+        context.output.print(context.options.json ? json() : text());
         end();
     }
 
@@ -120,7 +120,7 @@ private:
         return table(rows);
     }
 
-    Surroundings surroundings;
+    CommandContext context;
     std::shared_ptr<LV1MulticastDiscovery> multicast;
     std::unique_ptr<ServiceBrowser> browser;
     std::vector<Host> hosts; ///< in order of arrival
@@ -128,8 +128,8 @@ private:
 
 } // namespace
 
-std::shared_ptr<Command> makeHostsCommand(const Surroundings &surroundings) {
-    return std::make_shared<HostsCommand>(surroundings);
+std::shared_ptr<Command> makeHostsCommand(const CommandContext &context) {
+    return std::make_shared<HostsCommand>(context);
 }
 
 } // namespace corvane::cli

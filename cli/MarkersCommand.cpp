@@ -84,16 +84,16 @@ std::string textOf(const SessionMarkers &session, Format format) {
 /// Prints the markers of a session.
 class MarkersCommand : public Command {
 public:
-    explicit MarkersCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit MarkersCommand(const CommandContext &context) : context(context) {}
 
 private:
     void start() override {
-        surroundings.output.print(textOf(markers(), surroundings.options.format));
+        context.output.print(textOf(markers(), context.options.format));
         end();
     }
 
     SessionMarkers markers() const {
-        const auto &session = *surroundings.options.session;
+        const auto &session = *context.options.session;
         const std::string unreadable = "The session at " + session.string() + " cannot be read.";
         try {
             return readMarkers(session);
@@ -104,13 +104,13 @@ private:
         }
     }
 
-    Surroundings surroundings;
+    CommandContext context;
 };
 
 } // namespace
 
-std::shared_ptr<Command> makeMarkersCommand(const Surroundings &surroundings) {
-    return std::make_shared<MarkersCommand>(surroundings);
+std::shared_ptr<Command> makeMarkersCommand(const CommandContext &context) {
+    return std::make_shared<MarkersCommand>(context);
 }
 
 } // namespace corvane::cli

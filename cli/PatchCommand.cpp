@@ -40,7 +40,7 @@ std::string patchText(const std::vector<LV1Channel> &channels) {
 
 class PatchCommand : public Command {
 public:
-    explicit PatchCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit PatchCommand(const CommandContext &context) : context(context) {}
 
     void stop() override {
         if (reader)
@@ -50,8 +50,8 @@ public:
 
 private:
     void start() override {
-        const Options &options = surroundings.options;
-        reader = std::make_shared<PatchReader>(surroundings.platform, surroundings.output, options.source,
+        const Options &options = context.options;
+        reader = std::make_shared<PatchReader>(context.platform, context.output, options.source,
                                                options.duration.value_or(PatchReader::defaultTimeout));
         reader->onFailure = [this](const Outcome &outcome) { end(outcome); };
         reader->onPatch = [this](const std::vector<LV1Channel> &channels) {
@@ -61,18 +61,18 @@ private:
     }
 
     void report(const std::vector<LV1Channel> &channels) {
-        const Options &options = surroundings.options;
+        const Options &options = context.options;
         if (options.saveTo)
             replaceFileAtomically(*options.saveTo, patchDocument(withFiniteColours(channels)));
         switch (options.format) {
         case Format::table:
-            surroundings.output.print(patchText(channels));
+            context.output.print(patchText(channels));
             break;
         case Format::json:
-            surroundings.output.print(patchDocument(channels));
+            context.output.print(patchDocument(channels));
             break;
         case Format::csv:
-            surroundings.output.print(patchTable(channels));
+            context.output.print(patchTable(channels));
             break;
         case Format::labels:
             break; // of markers alone
@@ -80,14 +80,14 @@ private:
         end();
     }
 
-    Surroundings surroundings;
+    CommandContext context;
     std::shared_ptr<PatchReader> reader;
 };
 
 } // namespace
 
-std::shared_ptr<Command> makePatchCommand(const Surroundings &surroundings) {
-    return std::make_shared<PatchCommand>(surroundings);
+std::shared_ptr<Command> makePatchCommand(const CommandContext &context) {
+    return std::make_shared<PatchCommand>(context);
 }
 
 } // namespace corvane::cli

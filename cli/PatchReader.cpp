@@ -105,9 +105,9 @@ void PatchReader::giveUp() {
     if (patchCame)
         return; // only the silence is still waited for
     const bool heardNothing = client && !source.host && client->endpoints.empty() && client->services.empty();
-    const auto obstacles = heardNothing ? discoveryObstacles(*client->multicast, *client->browser) : "";
-    if (!obstacles.empty())
-        fail(obstacles);
+    const auto errors = heardNothing ? discoveryErrors(*client->multicast, *client->browser) : "";
+    if (!errors.empty())
+        fail(errors);
     else if (!lastStatus.empty())
         fail(lastStatus);
     else // a host that was named and does not even refuse

@@ -47,8 +47,8 @@ Outcome runCommand(const Options &options) {
     AsioMainQueue main;
     try {
         return perform(options, main, output);
-    } catch (const PortInUse &obstacle) {
-        return {status::noAnswer, obstacle.what()};
+    } catch (const PortInUse &error) {
+        return {status::noAnswer, error.what()};
     } catch (const std::exception &error) {
         return {status::refused, error.what()};
     }

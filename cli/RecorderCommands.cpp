@@ -17,7 +17,7 @@ namespace {
 /// What the commands that speak to a running LiveTrax have in common.
 class RecorderCommand : public Command {
 public:
-    explicit RecorderCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit RecorderCommand(const CommandContext &context) : context(context) {}
 
     void stop() override {
         if (osc)
@@ -30,7 +30,7 @@ protected:
     virtual void speak(LiveTraxOSC &liveTrax) = 0;
 
     void start() override {
-        Platform &platform = surroundings.platform;
+        Platform &platform = context.platform;
         osc = std::make_unique<LiveTraxOSC>(platform.main, platform.queues->make("Corvane.LiveTraxOSC"),
                                             *platform.network);
         osc->onFailure = [this](const std::error_code &error, const std::string &reason) {
@@ -41,7 +41,7 @@ protected:
         speak(*osc);
     }
 
-    Surroundings surroundings;
+    CommandContext context;
 
 private:
     std::unique_ptr<LiveTraxOSC> osc;
@@ -58,15 +58,15 @@ class TransportCommand : public RecorderCommand {
     void report(const std::optional<TransportState> &state) {
         if (!state)
             throw CommandFailure(status::noAnswer, LiveTraxOSC::noAnswer);
-        if (surroundings.options.json) {
-            surroundings.output.print(document({{"speed", state->speed},
-                                                {"recordEnabled", state->recordEnabled},
-                                                {"isRecording", state->isRecording}}));
+        if (context.options.json) {
+            context.output.print(document({{"speed", state->speed},
+                                           {"recordEnabled", state->recordEnabled},
+                                           {"isRecording", state->isRecording}}));
         } else {
             const auto yesOrNo = [](bool value) { return value ? "yes" : "no"; };
-            surroundings.output.print("speed          " + number(state->speed) + "\nrecord enabled " +
-                                      yesOrNo(state->recordEnabled) + "\nrecording      " +
-                                      yesOrNo(state->isRecording) + "\n");
+            context.output.print("speed          " + number(state->speed) + "\nrecord enabled " +
+                                 yesOrNo(state->recordEnabled) + "\nrecording      " +
+                                 yesOrNo(state->isRecording) + "\n");
         }
         end();
     }
@@ -83,7 +83,7 @@ protected:
 
 private:
     void speak(LiveTraxOSC &liveTrax) override {
-        if (!surroundings.options.confirm)
+        if (!context.options.confirm)
             return sendAndReport(liveTrax);
         liveTrax.queryTransport([this, &liveTrax](const std::optional<TransportState> &state) {
             guarded([&] {
@@ -104,8 +104,7 @@ private:
         std::string text = "Sent:";
         for (const auto &address : sent.addresses)
             text += " " + address;
-        surroundings.output.print(surroundings.options.json ? document({{"sent", sent.addresses}})
-                                                            : text + "\n");
+        context.output.print(context.options.json ? document({{"sent", sent.addresses}}) : text + "\n");
         end();
     }
 };
@@ -122,14 +121,14 @@ class MarkerCommand : public SendingCommand {
     using SendingCommand::SendingCommand;
 
     void send(LiveTraxOSC &liveTrax, LiveTraxOSC::SendCompletion done) override {
-        liveTrax.markerStyle = surroundings.options.markerStyle;
+        liveTrax.markerStyle = context.options.markerStyle;
         liveTrax.setSessionMarkers(namesInSession());
-        liveTrax.addSceneMarker(surroundings.options.name, std::move(done));
+        liveTrax.addSceneMarker(context.options.name, std::move(done));
     }
 
     /// None when there is no session, or none that can be read: the marker matters more.
     std::vector<std::string> namesInSession() const {
-        const Platform &platform = surroundings.platform;
+        const Platform &platform = context.platform;
         try {
             if (const auto session = LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders))
                 return readMarkNames(*session);
@@ -142,16 +141,16 @@ class MarkerCommand : public SendingCommand {
 
 } // namespace
 
-std::shared_ptr<Command> makeTransportCommand(const Surroundings &surroundings) {
-    return std::make_shared<TransportCommand>(surroundings);
+std::shared_ptr<Command> makeTransportCommand(const CommandContext &context) {
+    return std::make_shared<TransportCommand>(context);
 }
 
-std::shared_ptr<Command> makeSaveCommand(const Surroundings &surroundings) {
-    return std::make_shared<SaveCommand>(surroundings);
+std::shared_ptr<Command> makeSaveCommand(const CommandContext &context) {
+    return std::make_shared<SaveCommand>(context);
 }
 
-std::shared_ptr<Command> makeMarkerCommand(const Surroundings &surroundings) {
-    return std::make_shared<MarkerCommand>(surroundings);
+std::shared_ptr<Command> makeMarkerCommand(const CommandContext &context) {
+    return std::make_shared<MarkerCommand>(context);
 }
 
 } // namespace corvane::cli

@@ -23,7 +23,7 @@ namespace {
 /// The paper that people keep: every scene that the console recalls, with its time. Marks nothing itself.
 class ScenesCommand : public Command {
 public:
-    explicit ScenesCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit ScenesCommand(const CommandContext &context) : context(context) {}
 
     void stop() override {
         if (const auto leaving = std::exchange(client, nullptr))
@@ -32,15 +32,15 @@ public:
 
 private:
     void start() override {
-        if (surroundings.options.saveTo)
-            openFile(*surroundings.options.saveTo);
-        client = LV1Client::make(surroundings.platform);
+        if (context.options.saveTo)
+            openFile(*context.options.saveTo);
+        client = LV1Client::make(context.platform);
         const auto self = std::static_pointer_cast<ScenesCommand>(shared_from_this());
         wire(self);
-        if (const auto duration = surroundings.options.duration)
-            surroundings.platform.main.after(
+        if (const auto duration = context.options.duration)
+            context.platform.main.after(
                 *duration, weakly(std::weak_ptr(self), [](ScenesCommand &command) { command.end(); }));
-        beginConnecting(*client, surroundings.options.source);
+        beginConnecting(*client, context.options.source);
     }
 
     void wire(const std::weak_ptr<ScenesCommand> &self) {
@@ -61,7 +61,7 @@ private:
             });
     }
 
-    void show(const std::string &status) { surroundings.output.progress(status); }
+    void show(const std::string &status) { context.output.progress(status); }
 
     /// What is there already is kept: it may be the first half of the evening.
     void openFile(const std::filesystem::path &path) {
@@ -72,16 +72,16 @@ private:
     }
 
     void recalled(const std::string &name) {
-        const Platform &platform = surroundings.platform;
-        const SceneContext context{
+        const Platform &platform = context.platform;
+        const SceneContext situation{
             lastScene, LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders).has_value(),
             [&] { return LiveTraxGenerator::runningApplication(platform) != nullptr; }};
         lastScene = name;
-        const SceneRecall scene = recall(name, context, platform.clock());
+        const SceneRecall scene = recall(name, situation, platform.clock());
         if (file)
             file->write(commaSeparated(
                 {{timeOfDay(scene.time), scene.scene, scene.marked ? "true" : "false", scene.reason}}));
-        surroundings.output.print(surroundings.options.json ? line(json(scene)) + "\n" : text(scene));
+        context.output.print(context.options.json ? line(json(scene)) + "\n" : text(scene));
     }
 
     static Json json(const SceneRecall &scene) {
@@ -96,7 +96,7 @@ private:
         return table({{timeOfDay(scene.time), scene.scene, decision}});
     }
 
-    Surroundings surroundings;
+    CommandContext context;
     std::shared_ptr<LV1Client> client;
     std::optional<std::string> lastScene;
     std::optional<FileHandle> file;
@@ -104,8 +104,8 @@ private:
 
 } // namespace
 
-std::shared_ptr<Command> makeScenesCommand(const Surroundings &surroundings) {
-    return std::make_shared<ScenesCommand>(surroundings);
+std::shared_ptr<Command> makeScenesCommand(const CommandContext &context) {
+    return std::make_shared<ScenesCommand>(context);
 }
 
 } // namespace corvane::cli

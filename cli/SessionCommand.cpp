@@ -17,7 +17,7 @@ void SessionCommand::stop() {
 
 void SessionCommand::start() {
     prepare();
-    source = std::make_unique<ChannelSource>(surroundings);
+    source = std::make_unique<ChannelSource>(context);
     source->obtain(
         [this](const Channels &channels) {
             guarded([&] {

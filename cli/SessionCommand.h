@@ -14,7 +14,7 @@ void refuseWhileLiveTraxRuns(const Platform &platform);
 /// channels, then the work.
 class SessionCommand : public Command {
 public:
-    explicit SessionCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit SessionCommand(const CommandContext &context) : context(context) {}
 
     void stop() override;
 
@@ -27,7 +27,7 @@ protected:
     /// The command itself. Its return is the command's end, and throwing its failure.
     virtual void work(const Channels &channels) = 0;
 
-    Surroundings surroundings;
+    CommandContext context;
 
 private:
     std::unique_ptr<ChannelSource> source;

@@ -49,13 +49,13 @@ class CreateCommand : public SessionCommand {
     using SessionCommand::SessionCommand;
 
     void prepare() override {
-        if (surroundings.options.launch)
-            refuseWhileLiveTraxRuns(surroundings.platform);
+        if (context.options.launch)
+            refuseWhileLiveTraxRuns(context.platform);
     }
 
     void work(const Channels &channels) override {
-        const Platform &platform = surroundings.platform;
-        const Options &options = surroundings.options;
+        const Platform &platform = context.platform;
+        const Options &options = context.options;
         prepare(); // LiveTrax may have been started while the console was asked
         if (channels.empty())
             throw nothingToRecord();
@@ -69,37 +69,36 @@ class CreateCommand : public SessionCommand {
     }
 
     void report(const std::filesystem::path &session) {
-        const Platform &platform = surroundings.platform;
+        const Platform &platform = context.platform;
         const auto installed = LiveTraxGenerator::target(platform.folders);
-        const auto written = installed ? LiveTraxGenerator::userTemplate(platform.folders, *installed,
-                                                                         surroundings.options.name)
-                                       : std::filesystem::path();
-        surroundings.output.print(
-            surroundings.options.json
-                ? document({{"session", session.string()}, {"template", written.string()}})
-                : "session  " + session.string() + "\ntemplate " + written.string() + "\n");
+        const auto written =
+            installed ? LiveTraxGenerator::userTemplate(platform.folders, *installed, context.options.name)
+                      : std::filesystem::path();
+        context.output.print(context.options.json
+                                 ? document({{"session", session.string()}, {"template", written.string()}})
+                                 : "session  " + session.string() + "\ntemplate " + written.string() + "\n");
     }
 };
 
 class SyncCommand : public SessionCommand {
     using SessionCommand::SessionCommand;
 
-    void prepare() override { refuseWhileLiveTraxRuns(surroundings.platform); }
+    void prepare() override { refuseWhileLiveTraxRuns(context.platform); }
 
     void work(const Channels &channels) override {
         prepare(); // LiveTrax may have been started while the console was asked
-        const Options &options = surroundings.options;
+        const Options &options = context.options;
         if (channels.empty() && !options.allowEmpty)
             throw nothingToRecord();
         const UpdateResult result = telling(channels, [&] {
-            return LiveTraxGenerator::update(surroundings.platform, *options.session, channels);
+            return LiveTraxGenerator::update(context.platform, *options.session, channels);
         });
         if (options.launch)
-            LiveTraxGenerator::launchExisting(surroundings.platform, *options.session, channels);
-        surroundings.output.print(options.json ? document({{"adjusted", result.updated},
-                                                           {"added", result.added},
-                                                           {"removed", result.removed}})
-                                               : text(result));
+            LiveTraxGenerator::launchExisting(context.platform, *options.session, channels);
+        context.output.print(options.json ? document({{"adjusted", result.updated},
+                                                      {"added", result.added},
+                                                      {"removed", result.removed}})
+                                          : text(result));
     }
 
     static std::string text(const UpdateResult &result) {
@@ -113,11 +112,10 @@ class PlanCommand : public SessionCommand {
 
     void work(const Channels &channels) override {
         const auto plan = telling(channels, [&] {
-            return LiveTraxGenerator::plan(surroundings.platform, *surroundings.options.session, channels);
+            return LiveTraxGenerator::plan(context.platform, *context.options.session, channels);
         });
         const auto warnings = warningsOf(plan, channels);
-        surroundings.output.print(surroundings.options.json ? document(json(plan, warnings))
-                                                            : text(plan, warnings));
+        context.output.print(context.options.json ? document(json(plan, warnings)) : text(plan, warnings));
     }
 
     /// What is to be known besides the tracks, one sentence each.
@@ -233,17 +231,17 @@ class PlanCommand : public SessionCommand {
 
 class SignatureCommand : public Command {
 public:
-    explicit SignatureCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit SignatureCommand(const CommandContext &context) : context(context) {}
 
 private:
     void start() override {
         const std::string text = signature();
-        surroundings.output.print(surroundings.options.json ? document({{"signature", text}}) : text + "\n");
+        context.output.print(context.options.json ? document({{"signature", text}}) : text + "\n");
         end();
     }
 
     std::string signature() const {
-        const Options &options = surroundings.options;
+        const Options &options = context.options;
         if (options.source.file)
             return LiveTraxGenerator::patchSignature(readPatchFile(*options.source.file));
         if (auto text = LiveTraxGenerator::sessionPatchSignature(*options.session))
@@ -252,25 +250,25 @@ private:
                              "The session at " + options.session->string() + " cannot be read.");
     }
 
-    Surroundings surroundings;
+    CommandContext context;
 };
 
 } // namespace
 
-std::shared_ptr<Command> makeCreateCommand(const Surroundings &surroundings) {
-    return std::make_shared<CreateCommand>(surroundings);
+std::shared_ptr<Command> makeCreateCommand(const CommandContext &context) {
+    return std::make_shared<CreateCommand>(context);
 }
 
-std::shared_ptr<Command> makeSyncCommand(const Surroundings &surroundings) {
-    return std::make_shared<SyncCommand>(surroundings);
+std::shared_ptr<Command> makeSyncCommand(const CommandContext &context) {
+    return std::make_shared<SyncCommand>(context);
 }
 
-std::shared_ptr<Command> makePlanCommand(const Surroundings &surroundings) {
-    return std::make_shared<PlanCommand>(surroundings);
+std::shared_ptr<Command> makePlanCommand(const CommandContext &context) {
+    return std::make_shared<PlanCommand>(context);
 }
 
-std::shared_ptr<Command> makeSignatureCommand(const Surroundings &surroundings) {
-    return std::make_shared<SignatureCommand>(surroundings);
+std::shared_ptr<Command> makeSignatureCommand(const CommandContext &context) {
+    return std::make_shared<SignatureCommand>(context);
 }
 
 } // namespace corvane::cli

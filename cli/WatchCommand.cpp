@@ -15,7 +15,7 @@ namespace {
 /// Prints every callback of the console client, one JSON object a line.
 class WatchCommand : public Command {
 public:
-    explicit WatchCommand(const Surroundings &surroundings) : surroundings(surroundings) {}
+    explicit WatchCommand(const CommandContext &context) : context(context) {}
 
     void stop() override {
         if (const auto leaving = std::exchange(client, nullptr))
@@ -24,14 +24,14 @@ public:
 
 private:
     void start() override {
-        client = LV1Client::make(surroundings.platform);
+        client = LV1Client::make(context.platform);
         wireConsole();
         wireDiscovery();
         const auto self = std::static_pointer_cast<WatchCommand>(shared_from_this());
-        if (const auto duration = surroundings.options.duration)
-            surroundings.platform.main.after(
+        if (const auto duration = context.options.duration)
+            context.platform.main.after(
                 *duration, weakly(std::weak_ptr(self), [](WatchCommand &command) { command.end(); }));
-        beginConnecting(*client, surroundings.options.source);
+        beginConnecting(*client, context.options.source);
     }
 
     /// A callback that does nothing once the command has been stopped.
@@ -82,16 +82,16 @@ private:
     }
 
     void status(const std::string &text) { print(line({{"event", "status"}, {"text", text}})); }
-    void print(const std::string &text) { surroundings.output.print(text + "\n"); }
+    void print(const std::string &text) { context.output.print(text + "\n"); }
 
-    Surroundings surroundings;
+    CommandContext context;
     std::shared_ptr<LV1Client> client;
 };
 
 } // namespace
 
-std::shared_ptr<Command> makeWatchCommand(const Surroundings &surroundings) {
-    return std::make_shared<WatchCommand>(surroundings);
+std::shared_ptr<Command> makeWatchCommand(const CommandContext &context) {
+    return std::make_shared<WatchCommand>(context);
 }
 
 } // namespace corvane::cli

@@ -44,7 +44,7 @@ void LV1MulticastDiscovery::start() {
     };
     auto opened = listening.open(group, groupPort, longestDatagram, queue, heard);
     socket = std::move(opened.socket);
-    obstacleText = std::move(opened.obstacle);
+    errorText = std::move(opened.error);
 }
 
 void LV1MulticastDiscovery::count(std::function<void(const LV1Counters::Announcements &)> told) const {

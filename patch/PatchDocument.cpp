@@ -123,7 +123,7 @@ LV1Channel channel(const json &object, std::size_t number) {
     };
     try {
         const json followed = json::parse(text, follow);
-    } catch (const json::exception &) { // as before
+    } catch (const json::exception &) { // it is known to be refused; what counts is where
     }
     throw PatchDocumentError((channels > 0 ? "channel " + std::to_string(channels) + ": " : "") + "\"" +
                              field + "\" is too large a number");

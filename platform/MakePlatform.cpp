@@ -18,7 +18,7 @@ public:
     void setDelegate(std::weak_ptr<ServiceBrowserDelegate> /*delegate*/) override {}
     void search(const std::string & /*type*/, const std::string & /*domain*/) override {}
     void stop() override {}
-    std::optional<std::string> obstacle() const override { return std::nullopt; }
+    std::optional<std::string> error() const override { return std::nullopt; }
 };
 
 std::unique_ptr<Platform> makeSystem(SerialQueue &main, PosixMulticast::Reach reach) {

@@ -37,10 +37,10 @@ constexpr std::chrono::milliseconds refreshTimeout = 5s;
 constexpr int unknownError = -65537; // kDNSServiceErr_Unknown: what the Linux library says without a daemon
 constexpr int serviceNotRunning = -65563; // kDNSServiceErr_ServiceNotRunning
 
-std::string obstacleText(int error) {
-    if (error == unknownError || error == serviceNotRunning)
+std::string errorText(int code) {
+    if (code == unknownError || code == serviceNotRunning)
         return "The DNS-SD daemon is not running.";
-    return "The DNS-SD daemon cannot be used (error " + std::to_string(error) + ").";
+    return "The DNS-SD daemon cannot be used (error " + std::to_string(code) + ").";
 }
 
 } // namespace
@@ -79,7 +79,7 @@ public:
     void resolve(const std::shared_ptr<Service> &service, std::chrono::milliseconds timeout, bool isQuiet);
 
     std::weak_ptr<ServiceBrowserDelegate> delegate;
-    std::optional<std::string> obstacle;
+    std::optional<std::string> error;
 
 private:
     struct Known {
@@ -101,7 +101,7 @@ private:
     void handle(const DNSServiceEvent &event);
     void added(const std::string &name);
     void removed(const std::string &name);
-    void failed(int error);
+    void failed(int code);
     void reportBurst();
     void askInTurn();
     void ask(Resolution &resolution);
@@ -158,7 +158,7 @@ void DNSServiceBrowser::Search::stop() {
     resolutions.clear();
     for (auto *line : {&queued, &asked, &suspended})
         line->clear();
-    obstacle.reset();
+    error.reset();
 }
 
 void DNSServiceBrowser::Search::browse() {
@@ -175,7 +175,7 @@ void DNSServiceBrowser::Search::awaitDaemon() {
 void DNSServiceBrowser::Search::handle(const DNSServiceEvent &event) {
     switch (event.kind) {
     case DNSServiceEvent::Kind::started:
-        obstacle.reset();
+        error.reset();
         pause = shortestRetryDelay;
         while (!suspended.empty())
             move(suspended.begin(), queued);
@@ -233,9 +233,9 @@ void DNSServiceBrowser::Search::reportBurst() {
             listener->didFind(found[i], i + 1 < found.size());
 }
 
-void DNSServiceBrowser::Search::failed(int error) {
+void DNSServiceBrowser::Search::failed(int code) {
     browsing.reset();
-    obstacle = obstacleText(error);
+    error = errorText(code);
     for (auto &[name, entry] : known)
         entry.presence = 0;
     for (auto *line : {&asked, &queued})
@@ -353,8 +353,8 @@ void DNSServiceBrowser::stop() {
     current->stop();
 }
 
-std::optional<std::string> DNSServiceBrowser::obstacle() const {
-    return current->obstacle;
+std::optional<std::string> DNSServiceBrowser::error() const {
+    return current->error;
 }
 
 } // namespace corvane

@@ -22,7 +22,7 @@ public:
     void setDelegate(std::weak_ptr<ServiceBrowserDelegate> delegate) override;
     void search(const std::string &type, const std::string &domain) override;
     void stop() override;
-    std::optional<std::string> obstacle() const override;
+    std::optional<std::string> error() const override;
 
 private:
     class Service;

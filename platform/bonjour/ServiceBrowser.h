@@ -47,7 +47,7 @@ public:
     virtual void search(const std::string &type, const std::string &domain) = 0;
     virtual void stop() = 0;
     /// Why nothing can be found at the moment, in a few words; none while the search is working.
-    virtual std::optional<std::string> obstacle() const = 0;
+    virtual std::optional<std::string> error() const = 0;
 };
 
 } // namespace corvane

@@ -25,9 +25,9 @@ constexpr std::size_t datagramLimit = 65'536;
 
 /// Owned by the connection's queue: every member function runs there. Completions of the socket come on the
 /// loop's threads and only post to the queue.
-class AsioDatagramConnection::Link : public std::enable_shared_from_this<Link> {
+class AsioDatagramConnection::Impl : public std::enable_shared_from_this<Impl> {
 public:
-    Link(std::shared_ptr<AsioContext> context, HostResolver resolver, DatagramEnds ends,
+    Impl(std::shared_ptr<AsioContext> context, HostResolver resolver, DatagramEnds ends,
          std::shared_ptr<SerialQueue> queue)
         : context(std::move(context)), resolver(std::move(resolver)), ends(std::move(ends)),
           queue(std::move(queue)), socket(this->context->loop()) {}
@@ -50,7 +50,7 @@ private:
 
     template <class Step>
     auto onQueue(Step step);
-    void resolve(const std::string &host, std::function<void(Link &, const Addresses &)> next);
+    void resolve(const std::string &host, std::function<void(Impl &, const Addresses &)> next);
     void open(const Addresses &remote, const Addresses &local);
     std::error_code openOne(const udp::endpoint &remote, const udp::endpoint &local);
     void write();
@@ -81,28 +81,28 @@ std::error_code generic(const asio::error_code &error) {
     return {error.value(), std::generic_category()};
 }
 
-/// `step` as a socket's completion: runs on the queue, with the link held until then.
+/// `step` as a socket's completion: runs on the queue, with the connection's state held until then.
 template <class Step>
-auto AsioDatagramConnection::Link::onQueue(Step step) {
+auto AsioDatagramConnection::Impl::onQueue(Step step) {
     return [self = shared_from_this(), step](auto... results) {
         self->queue->post([self, step, results...] { ((*self).*step)(results...); });
     };
 }
 
-void AsioDatagramConnection::Link::start(ConnectionStateHandler handler) {
+void AsioDatagramConnection::Impl::start(ConnectionStateHandler handler) {
     if (life.state() == ConnectionState::cancelled)
         return handler(ConnectionState::cancelled, {});
     life.setHandler(std::move(handler));
     life.enter(ConnectionState::preparing);
-    resolve(ends.remoteHost, [](Link &self, const Addresses &remote) {
+    resolve(ends.remoteHost, [](Impl &self, const Addresses &remote) {
         self.resolve(self.ends.localHost,
-                     [remote](Link &link, const Addresses &local) { link.open(remote, local); });
+                     [remote](Impl &impl, const Addresses &local) { impl.open(remote, local); });
     });
 }
 
 /// Goes on with the addresses of `host`, or fails.
-void AsioDatagramConnection::Link::resolve(const std::string &host,
-                                           std::function<void(Link &, const Addresses &)> next) {
+void AsioDatagramConnection::Impl::resolve(const std::string &host,
+                                           std::function<void(Impl &, const Addresses &)> next) {
     resolver.resolve(host, [weakSelf = weak_from_this(), next = std::move(next)](HostAddresses found) {
         const auto self = weakSelf.lock();
         if (!self)
@@ -116,7 +116,7 @@ void AsioDatagramConnection::Link::resolve(const std::string &host,
     });
 }
 
-void AsioDatagramConnection::Link::open(const Addresses &remote, const Addresses &local) {
+void AsioDatagramConnection::Impl::open(const Addresses &remote, const Addresses &local) {
     std::error_code error = std::make_error_code(std::errc::address_family_not_supported);
     for (const auto &from : local) {
         for (const auto &to : remote) {
@@ -134,7 +134,7 @@ void AsioDatagramConnection::Link::open(const Addresses &remote, const Addresses
 }
 
 /// What is in the way, or nothing.
-std::error_code AsioDatagramConnection::Link::openOne(const udp::endpoint &remote,
+std::error_code AsioDatagramConnection::Impl::openOne(const udp::endpoint &remote,
                                                       const udp::endpoint &local) {
     asio::error_code error;
     socket.close(error);
@@ -152,7 +152,7 @@ std::error_code AsioDatagramConnection::Link::openOne(const udp::endpoint &remot
     return error ? generic(error) : std::error_code();
 }
 
-void AsioDatagramConnection::Link::send(Bytes datagram, SentHandler sent) {
+void AsioDatagramConnection::Impl::send(Bytes datagram, SentHandler sent) {
     if (!life.isUsable()) {
         if (sent)
             sent(SendResult::lost);
@@ -162,15 +162,15 @@ void AsioDatagramConnection::Link::send(Bytes datagram, SentHandler sent) {
     write();
 }
 
-void AsioDatagramConnection::Link::write() {
+void AsioDatagramConnection::Impl::write() {
     if (!life.isReady() || writing || outgoing.empty())
         return;
     writing = true;
     context->whileOpen(
-        [&] { socket.async_send(asio::buffer(outgoing.front().datagram), onQueue(&Link::wrote)); });
+        [&] { socket.async_send(asio::buffer(outgoing.front().datagram), onQueue(&Impl::wrote)); });
 }
 
-void AsioDatagramConnection::Link::wrote(const asio::error_code &error, std::size_t) {
+void AsioDatagramConnection::Impl::wrote(const asio::error_code &error, std::size_t) {
     writing = false;
     if (!life.isReady())
         return;
@@ -188,7 +188,7 @@ void AsioDatagramConnection::Link::wrote(const asio::error_code &error, std::siz
     write();
 }
 
-void AsioDatagramConnection::Link::receiveMessage(ReceiveHandler handler) {
+void AsioDatagramConnection::Impl::receiveMessage(ReceiveHandler handler) {
     if (pending)
         preconditionFailure("a second receive on a datagram connection");
     if (life.isBeingCancelled() || life.state() == ConnectionState::cancelled)
@@ -199,15 +199,15 @@ void AsioDatagramConnection::Link::receiveMessage(ReceiveHandler handler) {
     read();
 }
 
-void AsioDatagramConnection::Link::read() {
+void AsioDatagramConnection::Impl::read() {
     if (!life.isReady() || reading || !pending)
         return;
     reading = true;
     incoming.resize(datagramLimit);
-    context->whileOpen([&] { socket.async_receive(asio::buffer(incoming), onQueue(&Link::haveRead)); });
+    context->whileOpen([&] { socket.async_receive(asio::buffer(incoming), onQueue(&Impl::haveRead)); });
 }
 
-void AsioDatagramConnection::Link::haveRead(const asio::error_code &error, std::size_t count) {
+void AsioDatagramConnection::Impl::haveRead(const asio::error_code &error, std::size_t count) {
     reading = false;
     if (!life.isReady())
         return;
@@ -219,11 +219,11 @@ void AsioDatagramConnection::Link::haveRead(const asio::error_code &error, std::
     done({Bytes(incoming.begin(), incoming.begin() + static_cast<std::ptrdiff_t>(count)), std::nullopt});
 }
 
-void AsioDatagramConnection::Link::fail(const std::error_code &error) {
+void AsioDatagramConnection::Impl::fail(const std::error_code &error) {
     fail(error, error.message());
 }
 
-void AsioDatagramConnection::Link::fail(const std::error_code &error, const std::string &text) {
+void AsioDatagramConnection::Impl::fail(const std::error_code &error, const std::string &text) {
     if (!life.isUsable())
         return;
     failure = error;
@@ -233,14 +233,14 @@ void AsioDatagramConnection::Link::fail(const std::error_code &error, const std:
     loseOutgoing();
 }
 
-void AsioDatagramConnection::Link::finishCancelling() {
+void AsioDatagramConnection::Impl::finishCancelling() {
     release();
     pending = nullptr;
     loseOutgoing();
     life.enterCancelled();
 }
 
-void AsioDatagramConnection::Link::abandon() {
+void AsioDatagramConnection::Impl::abandon() {
     release();
     pending = nullptr;
     outgoing.clear();
@@ -248,12 +248,12 @@ void AsioDatagramConnection::Link::abandon() {
 }
 
 /// Closes the socket, so that its port is free before anybody is told.
-void AsioDatagramConnection::Link::release() {
+void AsioDatagramConnection::Impl::release() {
     asio::error_code ignored;
     socket.close(ignored);
 }
 
-void AsioDatagramConnection::Link::loseOutgoing() {
+void AsioDatagramConnection::Impl::loseOutgoing() {
     for (const auto &lost : std::exchange(outgoing, {}))
         if (lost.sent)
             lost.sent(SendResult::lost);
@@ -262,38 +262,38 @@ void AsioDatagramConnection::Link::loseOutgoing() {
 AsioDatagramConnection::AsioDatagramConnection(std::shared_ptr<AsioContext> context, HostResolver resolver,
                                                DatagramEnds ends, std::shared_ptr<SerialQueue> queue)
     : queue(std::move(queue)),
-      link(std::make_shared<Link>(std::move(context), std::move(resolver), std::move(ends), this->queue)) {}
+      impl(std::make_shared<Impl>(std::move(context), std::move(resolver), std::move(ends), this->queue)) {}
 
 AsioDatagramConnection::~AsioDatagramConnection() {
-    queue->post([link = link] { link->abandon(); });
+    queue->post([impl = impl] { impl->abandon(); });
 }
 
 void AsioDatagramConnection::start(ConnectionStateHandler handler) {
-    queue->post([link = link, handler = std::move(handler)] { link->start(handler); });
+    queue->post([impl = impl, handler = std::move(handler)] { impl->start(handler); });
 }
 
 ConnectionState AsioDatagramConnection::state() const {
-    return link->life.state();
+    return impl->life.state();
 }
 
 std::error_code AsioDatagramConnection::failure() const {
-    return link->failure;
+    return impl->failure;
 }
 
 void AsioDatagramConnection::send(Bytes datagram, SentHandler sent) {
-    queue->post([link = link, datagram = std::move(datagram), sent = std::move(sent)]() mutable {
-        link->send(std::move(datagram), std::move(sent));
+    queue->post([impl = impl, datagram = std::move(datagram), sent = std::move(sent)]() mutable {
+        impl->send(std::move(datagram), std::move(sent));
     });
 }
 
 void AsioDatagramConnection::receiveMessage(ReceiveHandler handler) {
     queue->post(
-        [link = link, handler = std::move(handler)]() mutable { link->receiveMessage(std::move(handler)); });
+        [impl = impl, handler = std::move(handler)]() mutable { impl->receiveMessage(std::move(handler)); });
 }
 
 void AsioDatagramConnection::cancel() {
-    link->life.announceCancellation();
-    queue->post([link = link] { link->finishCancelling(); });
+    impl->life.announceCancellation();
+    queue->post([impl = impl] { impl->finishCancelling(); });
 }
 
 } // namespace corvane

@@ -35,9 +35,9 @@ public:
     void cancel() override;
 
 private:
-    class Link;
+    class Impl;
     std::shared_ptr<SerialQueue> queue;
-    std::shared_ptr<Link> link;
+    std::shared_ptr<Impl> impl;
 };
 
 } // namespace corvane

@@ -32,9 +32,9 @@ constexpr std::size_t outgoingLimit = 16'777'216;
 
 /// Owned by the connection's queue: every member function runs there. Completions of the sockets come on the
 /// loop's threads and only post to the queue.
-class AsioStreamConnection::Link : public std::enable_shared_from_this<Link> {
+class AsioStreamConnection::Impl : public std::enable_shared_from_this<Impl> {
 public:
-    Link(std::shared_ptr<AsioContext> context, HostResolver resolver, std::string host, std::uint16_t port,
+    Impl(std::shared_ptr<AsioContext> context, HostResolver resolver, std::string host, std::uint16_t port,
          std::shared_ptr<SerialQueue> queue)
         : context(std::move(context)), resolver(std::move(resolver)), host(std::move(host)), port(port),
           queue(std::move(queue)), socket(this->context->loop()) {}
@@ -94,15 +94,15 @@ private:
     std::string breakage;        ///< what broke the connection
 };
 
-/// `step` as a socket's completion: runs on the queue, with the link held until then.
+/// `step` as a socket's completion: runs on the queue, with the connection's state held until then.
 template <class Step>
-auto AsioStreamConnection::Link::onQueue(Step step) {
+auto AsioStreamConnection::Impl::onQueue(Step step) {
     return [self = shared_from_this(), step](auto... results) {
         self->queue->post([self, step, results...] { ((*self).*step)(results...); });
     };
 }
 
-void AsioStreamConnection::Link::start(ConnectionStateHandler handler) {
+void AsioStreamConnection::Impl::start(ConnectionStateHandler handler) {
     if (life.state() == ConnectionState::cancelled)
         return handler(ConnectionState::cancelled, {});
     life.setHandler(std::move(handler));
@@ -119,7 +119,7 @@ void AsioStreamConnection::Link::start(ConnectionStateHandler handler) {
     });
 }
 
-void AsioStreamConnection::Link::connectToNext(const std::string &lastError) {
+void AsioStreamConnection::Impl::connectToNext(const std::string &lastError) {
     if (!life.isUsable())
         return;
     if (untried.empty())
@@ -137,21 +137,21 @@ void AsioStreamConnection::Link::connectToNext(const std::string &lastError) {
         ::close(descriptor);
         return connectToNext(error.message());
     }
-    context->whileOpen([&] { socket.async_connect(endpoint, onQueue(&Link::connected)); });
+    context->whileOpen([&] { socket.async_connect(endpoint, onQueue(&Impl::connected)); });
     limitAttempt();
 }
 
 /// The last address has all the time that noticing a silent peer takes.
-void AsioStreamConnection::Link::limitAttempt() {
+void AsioStreamConnection::Impl::limitAttempt() {
     if (untried.empty())
         return;
-    attemptEnd = queue->after(addressTimeout, weakly(weak_from_this(), [](Link &link) {
+    attemptEnd = queue->after(addressTimeout, weakly(weak_from_this(), [](Impl &impl) {
                                   asio::error_code ignored;
-                                  link.socket.cancel(ignored); // completes the attempt, with an error
+                                  impl.socket.cancel(ignored); // completes the attempt, with an error
                               }));
 }
 
-void AsioStreamConnection::Link::connected(const asio::error_code &error) {
+void AsioStreamConnection::Impl::connected(const asio::error_code &error) {
     attemptEnd.cancel();
     if (!life.isUsable())
         return;
@@ -169,7 +169,7 @@ void AsioStreamConnection::Link::connected(const asio::error_code &error) {
     read();
 }
 
-void AsioStreamConnection::Link::send(Bytes message) {
+void AsioStreamConnection::Impl::send(Bytes message) {
     if (!life.isUsable() || !isWritable || message.empty())
         return;
     outgoingSize += message.size();
@@ -179,15 +179,15 @@ void AsioStreamConnection::Link::send(Bytes message) {
     write();
 }
 
-void AsioStreamConnection::Link::write() {
+void AsioStreamConnection::Impl::write() {
     if (!life.isReady() || writing || outgoing.empty())
         return;
     writing = true;
     context->whileOpen(
-        [&] { socket.async_write_some(asio::buffer(outgoing.front()) + written, onQueue(&Link::wrote)); });
+        [&] { socket.async_write_some(asio::buffer(outgoing.front()) + written, onQueue(&Impl::wrote)); });
 }
 
-void AsioStreamConnection::Link::wrote(const asio::error_code &error, std::size_t count) {
+void AsioStreamConnection::Impl::wrote(const asio::error_code &error, std::size_t count) {
     writing = false;
     if (!life.isReady())
         return;
@@ -206,7 +206,7 @@ void AsioStreamConnection::Link::wrote(const asio::error_code &error, std::size_
     write();
 }
 
-void AsioStreamConnection::Link::receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) {
+void AsioStreamConnection::Impl::receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) {
     if (pending)
         preconditionFailure("a second receive on a stream connection");
     if (life.isBeingCancelled() || life.state() == ConnectionState::cancelled)
@@ -219,17 +219,17 @@ void AsioStreamConnection::Link::receive(std::size_t minimum, std::size_t maximu
     read();
 }
 
-void AsioStreamConnection::Link::read() {
+void AsioStreamConnection::Impl::read() {
     if (!life.isReady() || reading || !pending)
         return;
     reading = true;
     incoming.resize(readSize);
     const auto size = std::min(readSize, pending->maximum - pending->data.size());
     context->whileOpen(
-        [&] { socket.async_read_some(asio::buffer(incoming, size), onQueue(&Link::haveRead)); });
+        [&] { socket.async_read_some(asio::buffer(incoming, size), onQueue(&Impl::haveRead)); });
 }
 
-void AsioStreamConnection::Link::haveRead(const asio::error_code &error, std::size_t count) {
+void AsioStreamConnection::Impl::haveRead(const asio::error_code &error, std::size_t count) {
     reading = false;
     if (!life.isReady())
         return;
@@ -244,7 +244,7 @@ void AsioStreamConnection::Link::haveRead(const asio::error_code &error, std::si
     read();
 }
 
-void AsioStreamConnection::Link::complete(bool peerClosed, std::optional<std::string> error) {
+void AsioStreamConnection::Impl::complete(bool peerClosed, std::optional<std::string> error) {
     auto done = std::move(*pending);
     pending.reset();
     done.handler({std::move(done.data), peerClosed, std::move(error)});
@@ -252,7 +252,7 @@ void AsioStreamConnection::Link::complete(bool peerClosed, std::optional<std::st
 
 /// Nothing can be sent any more. What the peer sent before is still delivered; the end of the stream then
 /// tells what has happened.
-void AsioStreamConnection::Link::breakOff(const asio::error_code &error) {
+void AsioStreamConnection::Impl::breakOff(const asio::error_code &error) {
     outgoing.clear();
     outgoingSize = written = 0;
     isWritable = false;
@@ -268,7 +268,7 @@ void AsioStreamConnection::Link::breakOff(const asio::error_code &error) {
 
 /// Reading has come to the end of the stream. The system tells of a reset only once, to whichever of reading
 /// and writing comes first; the other one finds an end that looks like a peer's close.
-void AsioStreamConnection::Link::end() {
+void AsioStreamConnection::Impl::end() {
     asio::error_code disconnected;
     socket.remote_endpoint(disconnected);
     endAwaitsWrite = writing && disconnected;
@@ -281,13 +281,13 @@ void AsioStreamConnection::Link::end() {
 }
 
 /// The end of the stream in both directions: the pending receive is told first, then the state changes.
-void AsioStreamConnection::Link::sever(const std::string &error) {
+void AsioStreamConnection::Impl::sever(const std::string &error) {
     if (pending)
         complete(false, error);
     fail(error);
 }
 
-void AsioStreamConnection::Link::fail(const std::string &error) {
+void AsioStreamConnection::Impl::fail(const std::string &error) {
     if (!life.isUsable())
         return;
     breakage = error;
@@ -295,19 +295,19 @@ void AsioStreamConnection::Link::fail(const std::string &error) {
     life.enter(ConnectionState::failed, error);
 }
 
-void AsioStreamConnection::Link::finishCancelling() {
+void AsioStreamConnection::Impl::finishCancelling() {
     release();
     pending.reset();
     life.enterCancelled();
 }
 
-void AsioStreamConnection::Link::abandon() {
+void AsioStreamConnection::Impl::abandon() {
     release();
     pending.reset();
     life.end();
 }
 
-void AsioStreamConnection::Link::release() {
+void AsioStreamConnection::Impl::release() {
     asio::error_code ignored;
     attemptEnd.cancel();
     socket.close(ignored);
@@ -318,34 +318,34 @@ void AsioStreamConnection::Link::release() {
 AsioStreamConnection::AsioStreamConnection(std::shared_ptr<AsioContext> context, HostResolver resolver,
                                            std::string host, std::uint16_t port,
                                            std::shared_ptr<SerialQueue> queue)
-    : queue(std::move(queue)), link(std::make_shared<Link>(std::move(context), std::move(resolver),
+    : queue(std::move(queue)), impl(std::make_shared<Impl>(std::move(context), std::move(resolver),
                                                            std::move(host), port, this->queue)) {}
 
 AsioStreamConnection::~AsioStreamConnection() {
-    queue->post([link = link] { link->abandon(); });
+    queue->post([impl = impl] { impl->abandon(); });
 }
 
 void AsioStreamConnection::start(ConnectionStateHandler handler) {
-    queue->post([link = link, handler = std::move(handler)] { link->start(handler); });
+    queue->post([impl = impl, handler = std::move(handler)] { impl->start(handler); });
 }
 
 void AsioStreamConnection::send(Bytes message) {
-    queue->post([link = link, message = std::move(message)]() mutable { link->send(std::move(message)); });
+    queue->post([impl = impl, message = std::move(message)]() mutable { impl->send(std::move(message)); });
 }
 
 void AsioStreamConnection::receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) {
-    queue->post([link = link, minimum, maximum, handler = std::move(handler)]() mutable {
-        link->receive(minimum, maximum, std::move(handler));
+    queue->post([impl = impl, minimum, maximum, handler = std::move(handler)]() mutable {
+        impl->receive(minimum, maximum, std::move(handler));
     });
 }
 
 std::string AsioStreamConnection::peerAddress() const {
-    return link->peerAddress();
+    return impl->peerAddress();
 }
 
 void AsioStreamConnection::cancel() {
-    link->life.announceCancellation();
-    queue->post([link = link] { link->finishCancelling(); });
+    impl->life.announceCancellation();
+    queue->post([impl = impl] { impl->finishCancelling(); });
 }
 
 } // namespace corvane

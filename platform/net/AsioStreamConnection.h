@@ -10,8 +10,8 @@ namespace corvane {
 
 class AsioContext;
 
-/// A TCP connection. All of its state is a Link that lives on the connection's queue; operations in flight
-/// hold the link, never this object, so that letting go of this object is possible at any moment.
+/// A TCP connection. All of its state is an Impl that lives on the connection's queue; operations in flight
+/// hold that, never this object, so that letting go of this object is possible at any moment.
 class AsioStreamConnection final : public StreamConnection {
 public:
     AsioStreamConnection(std::shared_ptr<AsioContext> context, HostResolver resolver, std::string host,
@@ -25,9 +25,9 @@ public:
     std::string peerAddress() const override;
 
 private:
-    class Link;
+    class Impl;
     std::shared_ptr<SerialQueue> queue;
-    std::shared_ptr<Link> link;
+    std::shared_ptr<Impl> impl;
 };
 
 } // namespace corvane

@@ -25,7 +25,7 @@ class MulticastListening {
 public:
     struct Opened {
         std::unique_ptr<MulticastSocket> socket; ///< none when it cannot be opened
-        std::string obstacle; ///< what is in the way, also of single interfaces; else empty
+        std::string error;                       ///< what went wrong, also with single interfaces; else empty
     };
     /// Called on the queue with each datagram, cut to the capacity asked for.
     using DatagramHandler = std::function<void(const Bytes &datagram)>;

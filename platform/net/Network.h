@@ -54,7 +54,8 @@ enum class SendResult {
     lost,
 };
 
-/// One UDP socket that is bound to a local address and speaks to one peer. Queues and threads as above.
+/// One UDP socket that is bound to a local address and speaks to one peer. Queues and threads as with a
+/// `StreamConnection`.
 class DatagramConnection {
 public:
     struct Received {

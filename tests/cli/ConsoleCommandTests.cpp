@@ -72,9 +72,9 @@ TEST_F(HostsCommandTest, ListensAsLongAsItIsTold) {
 }
 
 TEST_F(HostsCommandTest, SaysWhichWayIsUnavailableWhenNothingIsHeard) {
-    fake.multicast->obstacle = "UDP port 13337 is in use by another program.";
+    fake.multicast->error = "UDP port 13337 is in use by another program.";
     begin({"hosts"});
-    fake.browser->obstacleText = "no Bonjour daemon";
+    fake.browser->errorText = "no Bonjour daemon";
     fake.clock->advance(3s);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::noAnswer, outcome->status);
@@ -91,9 +91,9 @@ TEST_F(HostsCommandTest, NothingHeardAndNothingInTheWayIsNoAnswer) {
     EXPECT_EQ("No LV1 host was heard.", outcome->message);
 }
 
-TEST_F(HostsCommandTest, AnObstacleDoesNotMatterOnceAHostWasHeard) {
+TEST_F(HostsCommandTest, AnErrorDoesNotMatterOnceAHostWasHeard) {
     begin({"hosts", "--json"});
-    fake.browser->obstacleText = "no Bonjour daemon";
+    fake.browser->errorText = "no Bonjour daemon";
     announce("FOH", "10.0.0.1", 5000);
     fake.clock->advance(3s);
     EXPECT_EQ(status::done, outcome->status);
@@ -408,7 +408,7 @@ TEST_F(PatchCommandTest, WithoutAnyHostTheLastStatusIsTheMessage) {
 }
 
 TEST_F(PatchCommandTest, WithoutAnyHostWhatIsInTheWayComesFirst) {
-    fake.multicast->obstacle = "UDP port 13337 is in use by another program.";
+    fake.multicast->error = "UDP port 13337 is in use by another program.";
     begin({"patch"});
     fake.clock->advance(10s);
     ASSERT_TRUE(ended());

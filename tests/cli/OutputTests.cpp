@@ -28,10 +28,10 @@ public:
 
     /// What has been shown, as it was sent, once it has come up to `end`, or all that came.
     std::string shownUpTo(const std::string &end) const {
-        constexpr int patienceInMilliseconds = 10'000;
+        constexpr int readTimeoutInMilliseconds = 10'000;
         std::string text;
         pollfd wanted{screen.get(), POLLIN, 0};
-        while (text.find(end) == std::string::npos && ::poll(&wanted, 1, patienceInMilliseconds) == 1) {
+        while (text.find(end) == std::string::npos && ::poll(&wanted, 1, readTimeoutInMilliseconds) == 1) {
             char piece[256];
             const auto count = ::read(screen.get(), piece, sizeof piece);
             if (count <= 0)

@@ -75,8 +75,8 @@ MulticastListening::Opened FakeMulticastListening::open(const std::string &newGr
                                                         DatagramHandler handler) {
     group = newGroup;
     port = newPort;
-    if (!obstacle.empty())
-        return {nullptr, obstacle};
+    if (!error.empty())
+        return {nullptr, error};
     ++opened;
     auto listener = std::make_shared<Listener>(Listener{capacity, std::move(queue), std::move(handler)});
     listeners.push_back(listener);

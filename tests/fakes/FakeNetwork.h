@@ -183,7 +183,7 @@ public:
     std::size_t openSockets() const;
 
     /// When set, the next `open` gives no socket and says this.
-    std::string obstacle;
+    std::string error;
     std::string group;
     std::uint16_t port = 0;
     std::size_t opened = 0;
@@ -224,7 +224,7 @@ public:
     }
     void search(const std::string &type, const std::string &domain) override;
     void stop() override;
-    std::optional<std::string> obstacle() const override { return obstacleText; }
+    std::optional<std::string> error() const override { return errorText; }
 
     std::shared_ptr<FakeNetService> find(const std::string &name, bool moreComing = false);
     void resolve(FakeNetService &service, const std::string &host, int port);
@@ -235,7 +235,7 @@ public:
     int searches = 0;
     std::string type;
     std::string domain;
-    std::optional<std::string> obstacleText;
+    std::optional<std::string> errorText;
     std::function<void()> onSearch; ///< called at the moment of it
     std::function<void()> onStop;   ///< called at the moment of it
 

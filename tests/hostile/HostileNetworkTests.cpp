@@ -46,7 +46,7 @@ TEST_F(HostileNetwork, AnAnnouncementPortThatIsTakenLeavesTheRestAtWork) {
     address.sin_port = htons(announcementPort);
     ASSERT_EQ(::bind(taken.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
     client->startDiscovery();
-    EXPECT_EQ(client->multicast->obstacle(), "UDP port 13337 is in use by another program.");
+    EXPECT_EQ(client->multicast->error(), "UDP port 13337 is in use by another program.");
     runFor(50ms);
     EXPECT_THAT(diary, ElementsAre("Buscando LV1 V17…"));
     EXPECT_TRUE(stillWorks());

@@ -250,10 +250,10 @@ TEST_F(LV1Discovery, AListenerThatOutlivesItsClientTellsNobody) {
 }
 
 TEST_F(LV1Discovery, WithoutASocketNothingIsHeardAndBonjourGoesOn) {
-    fake.multicast->obstacle = "UDP port 13337 is in use by another program.";
+    fake.multicast->error = "UDP port 13337 is in use by another program.";
     client->startDiscovery();
     EXPECT_THAT(takeDiary(), ElementsAre("Buscando LV1 V17…"));
-    EXPECT_EQ(client->multicast->obstacle(), "UDP port 13337 is in use by another program.");
+    EXPECT_EQ(client->multicast->error(), "UDP port 13337 is in use by another program.");
     fake.browser->find("Bonjour", false);
     EXPECT_THAT(takeDiary(), ElementsAre("<services> Bonjour"));
 }

@@ -64,7 +64,7 @@ TEST_F(LV1RealDiscovery, AConsoleThatAnnouncesItselfToTheGroupIsConnectedToo) {
     announcedConsole("FOH", "multicast");
     client->startDiscovery();
     EXPECT_TRUE(comes([&] { return !scenes.empty(); }));
-    EXPECT_EQ(client->multicast->obstacle(), "");
+    EXPECT_EQ(client->multicast->error(), "");
 }
 
 TEST_F(LV1RealDiscovery, OfTwoConsolesTheFirstIsKept) {

@@ -65,8 +65,8 @@ protected:
     std::string refusal() {
         try {
             rehearse();
-        } catch (const PortInUse &obstacle) {
-            return obstacle.what();
+        } catch (const PortInUse &error) {
+            return error.what();
         }
         return "none";
     }
@@ -154,7 +154,7 @@ TEST_F(RehearsalPlatformTest, BonjourIsOff) {
     const auto platform = rehearse();
     const auto browser = platform->makeServiceBrowser();
     browser->search("_waveslv113._tcp.", "local.");
-    EXPECT_EQ(browser->obstacle(), std::nullopt);
+    EXPECT_EQ(browser->error(), std::nullopt);
 }
 
 } // namespace

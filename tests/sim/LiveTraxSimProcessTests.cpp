@@ -152,7 +152,7 @@ TEST_F(LiveTraxSimProcess, IsDrivenByTheClient) {
     AsioRuntime runtime;
     AsioNetwork network(runtime);
     LiveTraxOSC client(main, runtime.make("Corvane.LiveTraxOSC"), network);
-    const auto tooLate = main.after(patience, [&] { main.quit(); });
+    const auto tooLate = main.after(testTimeout, [&] { main.quit(); });
 
     std::optional<TransportState> answer;
     client.queryTransport([&](std::optional<TransportState> state) {

@@ -15,8 +15,8 @@ namespace {
 using Path = std::filesystem::path;
 
 /// How long a recorder may take to save and to end before it counts as stuck, in seconds.
-constexpr double patienceWithSaving = 20;
-constexpr double patienceWithEnding = 30;
+constexpr double savingTimeout = 20;
+constexpr double endingTimeout = 30;
 
 Path installedIn(const Platform &platform) {
     return platform.folders.applications / "LiveTrax3.app/Contents/MacOS/LiveTrax3";
@@ -75,7 +75,7 @@ void Recorder::restart(bool byForce, const std::function<void()> &save, std::fun
 }
 
 void Recorder::goOn(Time now) {
-    if (step == Step::saving && (savesHeard > savesBefore || now > since + patienceWithSaving)) {
+    if (step == Step::saving && (savesHeard > savesBefore || now > since + savingTimeout)) {
         if (savesHeard == savesBefore)
             faults.emplace_back("the recorder did not save");
         account.recorderLeaves(now);
@@ -88,7 +88,7 @@ void Recorder::goOn(Time now) {
         since = now;
     } else if (step == Step::ending) {
         if (leaving && !leaving->isTerminated()) {
-            if (now > since + patienceWithEnding) {
+            if (now > since + endingTimeout) {
                 faults.emplace_back("the recorder did not end");
                 since = now;
                 leaving->forceTerminate();

@@ -17,10 +17,10 @@ constexpr auto tickInterval = 5ms;
 constexpr double betweenScenes = 0.15;
 constexpr double betweenSyncs = 4;
 constexpr double betweenPresses = 2;
-constexpr double patienceWithMarker = 1.5;
-constexpr double patienceWithScene = 30;
-constexpr double patienceWithSync = 90;
-constexpr double patienceWithPhase = 180;
+constexpr double markerTimeout = 1.5;
+constexpr double sceneTimeout = 30;
+constexpr double syncTimeout = 90;
+constexpr double phaseTimeout = 180;
 
 } // namespace
 
@@ -30,15 +30,15 @@ void Show::tick() {
     recorder.follow(time);
     recorder.goOn(time);
     checkLastScene();
-    if (awaited && linkUp && time > recalledAt + patienceWithScene) {
+    if (awaited && linkUp && time > recalledAt + sceneTimeout) {
         fault("a recalled scene was not shown: " + *awaited);
         awaited.reset();
     }
-    if (syncing && time > lastPress + patienceWithSync) {
+    if (syncing && time > lastPress + syncTimeout) {
         fault("a sync does not end");
         syncing = false;
     }
-    if (phase != Phase::playing && time > phaseBegan + patienceWithPhase) {
+    if (phase != Phase::playing && time > phaseBegan + phaseTimeout) {
         fault("stuck in phase " + std::to_string(static_cast<int>(phase)));
         enter(Phase::done);
     }
@@ -122,7 +122,7 @@ void Show::recallScene() {
     const double time = now();
     if (awaited || time < recalledAt + betweenScenes)
         return;
-    if (account.isLastOutstanding() && account.isRecorderThere() && time < recalledAt + patienceWithMarker)
+    if (account.isLastOutstanding() && account.isRecorderThere() && time < recalledAt + markerTimeout)
         return;
     const int recalls = oneIn(50) ? 3 : 1;
     for (int i = 0; i < recalls; ++i) {
@@ -204,7 +204,7 @@ void Show::settle() {
             pressSync();
         keepLink();
         if (linkUp && !awaited && !isAmber() && isRecorderFree() && view.table == desk.channels() &&
-            time > recalledAt + 2 * patienceWithMarker && time > linkChanged + 1) {
+            time > recalledAt + 2 * markerTimeout && time > linkChanged + 1) {
             savesBefore = recorder.saves();
             controller->liveTraxOSC->save();
             enter(Phase::saving);

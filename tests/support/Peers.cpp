@@ -77,7 +77,7 @@ void StreamPeer::write(const Bytes &bytes) const {
 
 Bytes StreamPeer::read(std::size_t count) const {
     Bytes bytes;
-    while (bytes.size() < count && awaitReadable(socket, patience)) {
+    while (bytes.size() < count && awaitReadable(socket, testTimeout)) {
         Bytes part(count - bytes.size());
         const auto got = ::recv(socket.get(), part.data(), part.size(), 0);
         if (got <= 0)
@@ -89,7 +89,7 @@ Bytes StreamPeer::read(std::size_t count) const {
 
 bool StreamPeer::awaitEnd() const {
     Bytes part(65'536);
-    while (awaitReadable(socket, patience))
+    while (awaitReadable(socket, testTimeout))
         if (::recv(socket.get(), part.data(), part.size(), 0) <= 0)
             return true;
     return false;
@@ -114,7 +114,7 @@ std::uint16_t StreamListener::port() const {
 }
 
 StreamPeer StreamListener::accept() const {
-    if (!awaitReadable(socket, patience))
+    if (!awaitReadable(socket, testTimeout))
         return StreamPeer(Descriptor());
     Descriptor accepted(::accept(socket.get(), nullptr, nullptr));
     ::fcntl(accepted.get(), F_SETFD, FD_CLOEXEC);
@@ -141,7 +141,7 @@ std::uint16_t DatagramPeer::port() const {
 }
 
 Bytes DatagramPeer::receive(std::uint16_t *sender) const {
-    if (!awaitReadable(socket, patience))
+    if (!awaitReadable(socket, testTimeout))
         return {};
     Bytes datagram(65'536);
     sockaddr_in from{};

@@ -12,7 +12,7 @@
 namespace corvane {
 
 /// How long a test waits for something real to happen before it fails.
-constexpr std::chrono::seconds patience{20};
+constexpr std::chrono::seconds testTimeout{20};
 
 /// Things that happen on other threads, written down and waited for.
 template <class Event>
@@ -33,7 +33,7 @@ public:
     template <class Condition>
     bool await(Condition condition) const {
         std::unique_lock lock(mutex);
-        return changed.wait_for(lock, patience, [&] { return condition(events); });
+        return changed.wait_for(lock, testTimeout, [&] { return condition(events); });
     }
 
     bool awaitCount(std::size_t count) const {

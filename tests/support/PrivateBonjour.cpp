@@ -69,7 +69,7 @@ bool isInstalled(const std::string &program) {
 /// Looks again and again whether something real has happened, with an end.
 template <class Condition>
 bool poll(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
+    const auto deadline = std::chrono::steady_clock::now() + testTimeout;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline)
             return false;

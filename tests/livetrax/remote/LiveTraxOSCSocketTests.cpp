@@ -50,7 +50,7 @@ struct LiveTraxOSCSockets : testing::Test {
     /// Runs the main queue until `main.quit()`; fails the test when that does not come in good time.
     void runMain() {
         bool tooLate = false;
-        const auto limit = main.after(patience, [&] {
+        const auto limit = main.after(testTimeout, [&] {
             tooLate = true;
             main.quit();
         });

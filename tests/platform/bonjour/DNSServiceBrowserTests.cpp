@@ -150,7 +150,7 @@ protected:
 TEST_F(DNSServiceSearch, AsksForTheTypeInTheDomain) {
     search();
     EXPECT_EQ(daemon->browsed, (Words{"_waveslv113._tcp. local."}));
-    EXPECT_EQ(browser->obstacle(), std::nullopt);
+    EXPECT_EQ(browser->error(), std::nullopt);
 }
 
 TEST_F(DNSServiceSearch, ReportsASoleServiceWithNothingMoreComing) {
@@ -332,10 +332,10 @@ TEST_F(DNSServiceSearch, OnlyEightQueriesRunAtOnceAndTheOthersWaitWithinTheirTim
     EXPECT_TRUE(daemon->resolving.empty());
 }
 
-TEST_F(DNSServiceSearch, AMissingDaemonIsAnObstacleAndIsAskedAgainMoreAndMoreSeldom) {
+TEST_F(DNSServiceSearch, AMissingDaemonIsAnErrorAndIsAskedAgainMoreAndMoreSeldom) {
     search();
     daemon->say(Kind::failed, {}, -65537);
-    EXPECT_EQ(browser->obstacle(), "The DNS-SD daemon is not running.");
+    EXPECT_EQ(browser->error(), "The DNS-SD daemon is not running.");
     EXPECT_FALSE(daemon->browsing);
     std::vector<long> pauses;
     for (int i = 0; i < 7; ++i) {
@@ -363,7 +363,7 @@ TEST_F(DNSServiceSearch, AMissingDaemonIsWaitedForAsleepWhereItsComingIsTold) {
     EXPECT_FALSE(daemon->waiting);
     EXPECT_EQ(daemon->browsed.size(), 2u);
     daemon->say(Kind::started);
-    EXPECT_EQ(browser->obstacle(), std::nullopt);
+    EXPECT_EQ(browser->error(), std::nullopt);
 }
 
 TEST_F(DNSServiceSearch, ADaemonThatIsThereAndRefusesIsAskedMoreAndMoreSeldom) {
@@ -392,18 +392,18 @@ TEST_F(DNSServiceSearch, StoppedItWaitsForNoDaemon) {
 TEST_F(DNSServiceSearch, OtherErrorsAreNamedByTheirNumber) {
     search();
     daemon->say(Kind::failed, {}, -65555);
-    EXPECT_EQ(browser->obstacle(), "The DNS-SD daemon cannot be used (error -65555).");
+    EXPECT_EQ(browser->error(), "The DNS-SD daemon cannot be used (error -65555).");
     browser->stop();
-    EXPECT_EQ(browser->obstacle(), std::nullopt);
+    EXPECT_EQ(browser->error(), std::nullopt);
 }
 
 TEST_F(DNSServiceSearch, ADaemonThatDiesAndComesBackRepeatsNothing) {
     find({"A", "B"});
     daemon->say(Kind::failed, {}, -65537);
-    EXPECT_TRUE(browser->obstacle().has_value());
+    EXPECT_TRUE(browser->error().has_value());
     clock->advance(1s);
     daemon->say(Kind::started);
-    EXPECT_EQ(browser->obstacle(), std::nullopt);
+    EXPECT_EQ(browser->error(), std::nullopt);
     daemon->say(Kind::added, "B");
     daemon->say(Kind::added, "C");
     daemon->say(Kind::added, "A");

@@ -55,7 +55,7 @@ protected:
 
     /// Runs the main queue until `condition` holds.
     bool runUntil(const std::function<bool()> &condition) {
-        const auto deadline = main.now() + patience + patience;
+        const auto deadline = main.now() + testTimeout + testTimeout;
         bool isMet = false;
         std::function<void()> look = [&] {
             isMet = condition();
@@ -97,7 +97,7 @@ TEST_F(BonjourDaemon, FindsAndResolvesAServiceThatIsThereAlready) {
     search();
     ASSERT_TRUE(runUntilWord("resolved LV1 One console.local. 5000")) << words();
     EXPECT_EQ(findings->words.front(), "found LV1 One");
-    EXPECT_EQ(browser->obstacle(), std::nullopt);
+    EXPECT_EQ(browser->error(), std::nullopt);
 }
 
 TEST_F(BonjourDaemon, FindsTwoServicesOnceEachAndTheFirstSaysThatMoreIsComing) {
@@ -130,14 +130,14 @@ TEST_F(BonjourDaemon, AServiceThatIsWithdrawnAndComesBackIsFoundAnew) {
     EXPECT_EQ(findings->services.front()->port(), 5000) << "the old record is nobody's any more";
 }
 
-TEST_F(BonjourDaemon, AMissingDaemonIsAnObstacleUntilItIsThere) {
+TEST_F(BonjourDaemon, AMissingDaemonIsAnErrorUntilItIsThere) {
     search();
-    ASSERT_TRUE(runUntil([&] { return browser->obstacle().has_value(); }));
-    EXPECT_EQ(browser->obstacle(), "The DNS-SD daemon is not running.");
+    ASSERT_TRUE(runUntil([&] { return browser->error().has_value(); }));
+    EXPECT_EQ(browser->error(), "The DNS-SD daemon is not running.");
     ASSERT_TRUE(bonjour.startBus() && bonjour.startDaemon());
     ASSERT_TRUE(bonjour.publish("LV1 One", 5000));
     ASSERT_TRUE(runUntilWord("resolved LV1 One console.local. 5000")) << words();
-    EXPECT_EQ(browser->obstacle(), std::nullopt);
+    EXPECT_EQ(browser->error(), std::nullopt);
 }
 
 TEST_F(BonjourDaemon, IsWaitedForUntilItComes) {
@@ -196,12 +196,12 @@ TEST_F(BonjourDaemon, ADaemonThatIsKilledAndComesBackRepeatsNothingAndFindsWhatI
     search();
     ASSERT_TRUE(runUntilWord("resolved LV1 One console.local. 5000")) << words();
     bonjour.killDaemon();
-    ASSERT_TRUE(runUntil([&] { return browser->obstacle().has_value(); }));
+    ASSERT_TRUE(runUntil([&] { return browser->error().has_value(); }));
     ASSERT_TRUE(bonjour.startDaemon());
     ASSERT_TRUE(bonjour.publish("LV1 One", 5000));
     ASSERT_TRUE(bonjour.publish("LV1 Two", 5001));
     ASSERT_TRUE(runUntilWord("resolved LV1 Two console.local. 5001")) << words();
-    EXPECT_EQ(browser->obstacle(), std::nullopt);
+    EXPECT_EQ(browser->error(), std::nullopt);
     EXPECT_EQ(findings->services.size(), 2u) << words();
 }
 
@@ -274,13 +274,13 @@ TEST_F(BonjourDaemon, CannotBeUsedWithoutAThreadAndIsTriedAgain) {
         runFor(1ms);
         EXPECT_EQ(told, (std::vector<std::string>{"browsing -65539", "unresolved", "asked again"}));
         search();
-        EXPECT_TRUE(runUntil([&] { return browser->obstacle().has_value(); }));
-        EXPECT_EQ(browser->obstacle(), "The DNS-SD daemon cannot be used (error -65539).");
+        EXPECT_TRUE(runUntil([&] { return browser->error().has_value(); }));
+        EXPECT_EQ(browser->error(), "The DNS-SD daemon cannot be used (error -65539).");
     }
     ASSERT_TRUE(bonjour.startBus() && bonjour.startDaemon());
     ASSERT_TRUE(bonjour.publish("LV1 One", 5000));
     EXPECT_TRUE(runUntilWord("resolved LV1 One console.local. 5000")) << words();
-    EXPECT_EQ(browser->obstacle(), std::nullopt);
+    EXPECT_EQ(browser->error(), std::nullopt);
 }
 
 #endif
@@ -338,7 +338,7 @@ TEST_F(BonjourDaemon, ADaemonThatDoesNotAnswerHoldsUpNeitherTheMainQueueNorTheEn
 TEST_F(BonjourDaemon, SaysNothingOnStandardError) {
     testing::internal::CaptureStderr();
     search();
-    EXPECT_TRUE(runUntil([&] { return browser->obstacle().has_value(); }));
+    EXPECT_TRUE(runUntil([&] { return browser->error().has_value(); }));
     const bool isStarted = bonjour.startBus() && bonjour.startDaemon();
     ASSERT_TRUE(bonjour.publish("LV1 One", 5000));
     EXPECT_TRUE(isStarted && runUntilWord("resolved LV1 One console.local. 5000")) << words();

@@ -28,7 +28,7 @@ protected:
     void settle() {
         std::promise<void> done;
         queue->post([&] { done.set_value(); });
-        ASSERT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+        ASSERT_EQ(done.get_future().wait_for(testTimeout), std::future_status::ready);
     }
 
     std::shared_ptr<ConnectionJournal> journal = std::make_shared<ConnectionJournal>();

@@ -265,7 +265,7 @@ TEST_F(AsioStream, ItMayBeLetGoOfInsideItsOwnHandlers) {
         connection.reset();
         gone.set_value();
     });
-    ASSERT_EQ(gone.get_future().wait_for(patience), std::future_status::ready);
+    ASSERT_EQ(gone.get_future().wait_for(testTimeout), std::future_status::ready);
     EXPECT_TRUE(listener.accept().awaitEnd());
 }
 

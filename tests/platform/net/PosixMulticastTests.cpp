@@ -57,13 +57,13 @@ public:
         opened = multicast.open(group, port, capacity, queue, [heard = heard](const Bytes &datagram) {
             heard->add(std::string(datagram.begin(), datagram.end()));
         });
-        return opened.obstacle;
+        return opened.error;
     }
 
     void settle() {
         std::promise<void> done;
         queue->post([&] { done.set_value(); });
-        ASSERT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+        ASSERT_EQ(done.get_future().wait_for(testTimeout), std::future_status::ready);
     }
 
     std::shared_ptr<Journal<std::string>> heard = std::make_shared<Journal<std::string>>();
@@ -146,7 +146,7 @@ TEST(PosixMulticast, SaysThatNoInterfaceSupportsMulticastAndListensAllTheSame) {
     EXPECT_TRUE(listener.opened.socket);
 }
 
-TEST(PosixMulticast, SeveralAddressesOfOneInterfaceAreNoObstacle) {
+TEST(PosixMulticast, SeveralAddressesOfOneInterfaceAreNoError) {
     CORVANE_ENTER_PRIVATE_NETWORK();
     std::string reason;
     const auto neighbour = PrivateNetwork::Neighbour::join(reason);
@@ -279,7 +279,7 @@ TEST(PosixMulticast, MayBeLetGoOfInsideItsHandlerAndAfterTheRuntime) {
             });
             sendTo("127.0.0.1", bytes("now"));
         });
-        ASSERT_EQ(gone.get_future().wait_for(patience), std::future_status::ready);
+        ASSERT_EQ(gone.get_future().wait_for(testTimeout), std::future_status::ready);
         survivor = multicast.open(group, port, capacity, queue, [](const Bytes &) {});
     }
     sendTo("127.0.0.1", bytes("late"));

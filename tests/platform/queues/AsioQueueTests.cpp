@@ -82,7 +82,7 @@ TEST(AsioQueue, RunsTasksOneAtATimeInTheOrderOfPosting) {
     for (int i = 0; i < 10000; ++i)
         queue->post([&, i] { seen.push_back(i); });
     queue->post([&] { done.set_value(); });
-    ASSERT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+    ASSERT_EQ(done.get_future().wait_for(testTimeout), std::future_status::ready);
     ASSERT_EQ(seen.size(), 10000u);
     EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
 }
@@ -107,7 +107,7 @@ TEST(AsioQueue, QueuesDoNotWaitForEachOther) {
     std::promise<void> passed;
     slow->post([gate = release.get_future().share()] { gate.wait(); });
     quick->post([&] { passed.set_value(); });
-    EXPECT_EQ(passed.get_future().wait_for(patience), std::future_status::ready);
+    EXPECT_EQ(passed.get_future().wait_for(testTimeout), std::future_status::ready);
     release.set_value();
 }
 
@@ -118,7 +118,7 @@ TEST(AsioQueue, RunsADelayedTaskNotBeforeItsTime) {
     std::promise<SerialQueue::Clock::time_point> ran;
     queue->after(30ms, [&] { ran.set_value(queue->now()); });
     auto future = ran.get_future();
-    ASSERT_EQ(future.wait_for(patience), std::future_status::ready);
+    ASSERT_EQ(future.wait_for(testTimeout), std::future_status::ready);
     EXPECT_GE(future.get() - start, 30ms);
 }
 
@@ -135,7 +135,7 @@ TEST(AsioQueue, KeepsTheOrderOfDelayedTasksThatAreDueTogetherOnSeveralThreads) {
         }
         queue->after(30ms, [&] { done.set_value(); });
     });
-    ASSERT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+    ASSERT_EQ(done.get_future().wait_for(testTimeout), std::future_status::ready);
     EXPECT_EQ(seen.size(), 3333u);
     EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
 }
@@ -171,7 +171,7 @@ TEST(AsioQueue, ATaskThatIsCancelledOnItsQueueNeverRunsHoweverDueItIs) {
     ASSERT_TRUE(journal.awaitCount(200));
     std::promise<void> done;
     queue->after(20ms, [&] { done.set_value(); });
-    ASSERT_EQ(done.get_future().wait_for(patience), std::future_status::ready);
+    ASSERT_EQ(done.get_future().wait_for(testTimeout), std::future_status::ready);
     EXPECT_EQ(wrong, 0);
 }
 
@@ -199,7 +199,7 @@ TEST(AsioQueue, ACancelledTaskIsLetGoOfWithoutWaitingForItsTime) {
                               held.get(), [held](std::promise<void> *p) { p->set_value(); })] {});
     held.reset();
     task.cancel();
-    EXPECT_EQ(released.wait_for(patience), std::future_status::ready);
+    EXPECT_EQ(released.wait_for(testTimeout), std::future_status::ready);
 }
 
 TEST(AsioRuntime, RunsNothingOnceItIsGone) {
