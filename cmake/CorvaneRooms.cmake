@@ -72,12 +72,16 @@ function(corvane_program name)
 endfunction()
 
 # corvane_test(NAME SOURCES ... DEPENDS ... [TIMEOUT seconds] [RESOURCE_LOCK name] [LABELS ...])
-# One GoogleTest program whose every test is a test of ctest, in a process of its own. Of those that name the same lock
+# One GoogleTest program whose every test is a test of ctest, in a process of its own; a sanitizer has five times as
+# long. Of those that name the same lock
 # one runs at a time.
 function(corvane_test name)
     cmake_parse_arguments(TEST "" "TIMEOUT;RESOURCE_LOCK" "SOURCES;DEPENDS;LABELS" ${ARGN})
     if(NOT TEST_TIMEOUT)
         set(TEST_TIMEOUT 60)
+    endif()
+    if(CORVANE_SANITIZE) # ten times as slow, and a program's memory may be many times as large
+        math(EXPR TEST_TIMEOUT "${TEST_TIMEOUT} * 5")
     endif()
     set(lock)
     if(TEST_RESOURCE_LOCK)
