@@ -97,7 +97,13 @@ private:
                                        std::string_view value) const {
         if (isPortName(element, attribute))
             return renamedPort(value);
-        if (meansSomethingElse(element, attribute) || isNumberOrSwitch(value))
+        if (meansSomethingElse(element, attribute))
+            return std::nullopt;
+        // A track may be called "1". The recorder finds an IO's ports by the IO's name: without it the track
+        // records silence.
+        if (isOwnerName(element, attribute) && value == old)
+            return now;
+        if (isNumberOrSwitch(value))
             return std::nullopt;
         return given ? renamedEverywhere(value) : renamedOwner(element, attribute, value);
     }
@@ -105,6 +111,10 @@ private:
     static bool isPortName(XMLElement element, std::string_view attribute) {
         const bool isConnection = element.hasName("Connection") || element.hasName("ExtConnection");
         return (element.hasName("Port") && attribute == "name") || (isConnection && attribute == "other");
+    }
+
+    static bool isOwnerName(XMLElement element, std::string_view attribute) {
+        return attribute == "name" && (element.hasName("IO") || element.hasName("Processor"));
     }
 
     static bool meansSomethingElse(XMLElement element, std::string_view attribute) {
@@ -130,12 +140,10 @@ private:
         return changed;
     }
 
-    /// Names of IOs and processors, alone or behind a prefix such as "recorder:".
+    /// Names of IOs and processors behind a prefix such as "recorder:".
     std::optional<std::string> renamedOwner(XMLElement element, std::string_view attribute,
                                             std::string_view value) const {
-        if (attribute != "name" || !(element.hasName("IO") || element.hasName("Processor")))
-            return std::nullopt;
-        if (value != old && !value.ends_with(":" + old) && !value.ends_with("-" + old))
+        if (!isOwnerName(element, attribute) || !(value.ends_with(":" + old) || value.ends_with("-" + old)))
             return std::nullopt;
         return std::string(value.substr(0, value.size() - old.size())) + now;
     }

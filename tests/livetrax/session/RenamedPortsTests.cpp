@@ -51,15 +51,30 @@ TEST(RenamedPorts, AUsersNameChangesOnlyWhatIsNamedAfterThePorts) {
             << name;
 }
 
-TEST(RenamedPorts, AValueThatIsANumberOrASwitchAsAWholeStays) {
-    for (const std::string name : {"1", "0", "-1", "1.5", "1e3", ".5", "yes", "no", "true", "false"})
-        EXPECT_EQ(renamed(recordedTrack(name, name, name), "Audio 4"),
-                  asText(recordedTrack(name, "Audio 4", "Audio 4")))
-            << name;
-    for (const std::string name : {"1 2", "1e", ".", "-", "e5", "1-", "Yes", "1.2.3"})
+TEST(RenamedPorts, ATrackThatIsCalledByANumberOrASwitchIsRenamedLikeAnyOther) {
+    // With the IO's old name the recorder does not find its ports, and the track records silence.
+    for (const std::string name : {"1", "0", "-1", "1.5", "1e3", ".5", "yes", "no", "true", "false", "1 2",
+                                   "1e", ".", "-", "e5", "1-", "Yes", "1.2.3"})
         EXPECT_EQ(renamed(recordedTrack(name, name, name), "Audio 4"),
                   asText(recordedTrack("Audio 4", "Audio 4", "Audio 4")))
             << name;
+}
+
+TEST(RenamedPorts, AValueThatIsANumberOrASwitchAsAWholeStays) {
+    const auto route = [](const std::string &own, const std::string &note) {
+        std::string text = "<Route name=\"" + own + "\"><IO name=\"" + own + "\"><Port name=\"" + own +
+                           "/audio_in 1\"/></IO><Processor name=\"-" + own + "\"><Note text=\"";
+        return text + note + "\" gain=\"" + note + "\"/></Processor></Route>";
+    };
+    for (const std::string name : {"1", "0", "1.5", "1e3", ".5", "yes", "no", "true", "false"}) {
+        std::string expected = route("Audio 4", name);
+        expected.replace(expected.find("Audio 4"), 7, name); // the route's own name is another matter
+        if (name != "yes" && name != "no" && name != "true" && name != "false")
+            expected.replace(expected.find("-Audio 4"), 8,
+                             "-" + name); // a number as a whole, and not the name
+        EXPECT_EQ(renamed(route(name, name), "Audio 4", {name}), asText(expected)) << name;
+        EXPECT_EQ(renamed(route(name, name), "Audio 4"), asText(expected)) << name;
+    }
 }
 
 TEST(RenamedPorts, OnlyTheWholeOwnerOfAPortIsRenamed) {
