@@ -1,12 +1,10 @@
 #include "livetrax/session/Backups.h"
 
+#include "livetrax/session/CalendarTime.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
 #include "platform/files/Files.h"
 
-#include <array>
-#include <cstdio>
-#include <ctime>
 #include <exception>
 #include <string>
 #include <string_view>
@@ -24,17 +22,8 @@ constexpr std::string_view BACKUP_EXTENSION = ".ardour";
 
 /// Local time to the millisecond, as "2024-05-01_20-15-03-250".
 std::string timestamp(Time time) {
-    using std::chrono::milliseconds;
-    const auto whole = std::chrono::floor<std::chrono::seconds>(time);
-    const auto fraction = std::chrono::duration_cast<milliseconds>(time - whole).count();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(whole);
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    std::array<char, 64> date{};
-    std::strftime(date.data(), date.size(), "%Y-%m-%d_%H-%M-%S", &local);
-    std::array<char, 80> text{};
-    std::snprintf(text.data(), text.size(), "%s-%03d", date.data(), static_cast<int>(fraction));
-    return text.data();
+    const auto local = session::CalendarTime::local(time);
+    return local.text("%Y-%m-%d_%H-%M-%S-") + local.milliseconds();
 }
 
 /// Whether two paths lead to one folder; where the system cannot tell, whether they are written alike.

@@ -1,5 +1,6 @@
 #include "livetrax/session/History.h"
 
+#include "livetrax/session/CalendarTime.h"
 #include "livetrax/session/HistoryFolder.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
@@ -7,10 +8,6 @@
 #include "platform/files/Files.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <ctime>
 #include <map>
 #include <set>
 #include <string_view>
@@ -106,19 +103,8 @@ std::optional<XMLDocument> loadPresent(const Path &file, bool mayBeTorn) {
 } // namespace
 
 std::string timeText(Time time) {
-    using std::chrono::milliseconds;
-    const auto whole = std::chrono::floor<std::chrono::seconds>(time);
-    const auto fraction = std::chrono::duration_cast<milliseconds>(time - whole).count();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(whole);
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    std::array<char, 64> date{};
-    std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &local);
-    const long minutes = std::labs(local.tm_gmtoff) / 60;
-    std::array<char, 128> text{};
-    std::snprintf(text.data(), text.size(), "%s.%03d%c%02ld:%02ld", date.data(), static_cast<int>(fraction),
-                  local.tm_gmtoff < 0 ? '-' : '+', minutes / 60, minutes % 60);
-    return text.data();
+    const auto local = session::CalendarTime::local(time);
+    return local.text("%Y-%m-%dT%H:%M:%S.") + local.milliseconds() + local.zone();
 }
 
 History::History(const RecorderSystem &system)

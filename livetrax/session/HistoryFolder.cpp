@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "livetrax/session/Backups.h"
+#include "livetrax/session/CalendarTime.h"
 #include "livetrax/session/LiveTraxPaths.h"
 #include "platform/files/Files.h"
 
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <ctime>
 #include <exception>
 #include <system_error>
 #include <utility>
@@ -160,18 +160,10 @@ Path newFolder(const Path &top, const Path &sessionURL) {
 /// "000012 2026-01-31T18-04-05-250Z": the order in which copies were made, whatever the clock said, and its
 /// time.
 std::string copyName(std::uint64_t sequence, Time time) {
-    using std::chrono::milliseconds;
-    const auto whole = std::chrono::floor<std::chrono::seconds>(time);
-    const auto fraction = std::chrono::duration_cast<milliseconds>(time - whole).count();
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(whole);
-    std::tm utc{};
-    gmtime_r(&seconds, &utc);
-    std::array<char, 64> date{};
-    std::strftime(date.data(), date.size(), "%Y-%m-%dT%H-%M-%S", &utc);
-    std::array<char, 112> name{};
-    std::snprintf(name.data(), name.size(), "%06llu %s-%03dZ", static_cast<unsigned long long>(sequence),
-                  date.data(), static_cast<int>(fraction));
-    return name.data();
+    const auto utc = CalendarTime::utc(time);
+    std::array<char, 32> number{};
+    std::snprintf(number.data(), number.size(), "%06llu", static_cast<unsigned long long>(sequence));
+    return number.data() + utc.text(" %Y-%m-%dT%H-%M-%S-") + utc.milliseconds() + "Z";
 }
 
 /// The time in such a name, behind its blank: "2026-01-31T18-04-05-250Z".

@@ -1,10 +1,8 @@
+#include "livetrax/session/CalendarTime.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
 #include "platform/files/Files.h"
 
-#include <array>
-#include <chrono>
-#include <ctime>
 #include <utility>
 
 namespace corvane {
@@ -12,17 +10,6 @@ namespace {
 
 using Path = std::filesystem::path;
 using Arguments = std::vector<std::string>;
-
-/// "2026-01-31T18:04:05Z"
-std::string isoTime(std::chrono::system_clock::time_point time) {
-    const std::time_t seconds =
-        std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
-    std::tm utc{};
-    ::gmtime_r(&seconds, &utc);
-    std::array<char, 64> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc);
-    return {text.data(), length};
-}
 
 /// The six variables by which LiveTrax finds its own parts.
 std::vector<std::pair<std::string, std::string>> environmentFor(const Target &target,
@@ -65,7 +52,8 @@ FileHandle LiveTraxGenerator::liveTraxLogHandle(const RecorderSystem &system) {
     const Path support = supportFolder(system.folders);
     createFolders(support);
     FileHandle log = FileHandle::openForAppending(support / "livetrax.log");
-    log.write("\n--- LiveTrax " + isoTime(system.clock()) + " ---\n");
+    log.write("\n--- LiveTrax " + session::CalendarTime::utc(system.clock()).text("%Y-%m-%dT%H:%M:%SZ") +
+              " ---\n");
     return log;
 }
 

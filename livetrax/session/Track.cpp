@@ -82,9 +82,7 @@ std::int64_t DirectOut::width() const {
     return LiveTraxGenerator::playbackWidth(processor);
 }
 
-void DirectOut::configure(const std::string &channelName, std::int64_t firstChannel) {
-    std::string name = channelName;
-    std::replace(name.begin(), name.end(), ':', '-');
+void DirectOut::configure(const std::string &name, std::int64_t firstChannel) {
     processor.setExistingAttribute("bitslot", std::to_string(firstChannel));
     IO output = IO::outputOf(processor);
     if (!output)

@@ -93,8 +93,8 @@ public:
     std::optional<std::int64_t> firstPlaybackChannel() const;
     /// How many playback channels it takes, at least 1.
     std::int64_t width() const;
-    /// Fills a model's direct out for a channel; a slot that is not there is not added. The recorder cannot
-    /// hold ":" in an IO's name and would not find it again: it is written as "-".
+    /// Fills a model's direct out for a channel; a slot that is not there is not added. `name` is one that
+    /// the recorder can hold (directOutName).
     void configure(const std::string &name, std::int64_t firstChannel);
     void setSlot(std::int64_t slot) { processor.setAttribute("bitslot", std::to_string(slot)); }
     /// Moves it to the run of playback channels that begins with `slot`, also one that had no slot so far.
