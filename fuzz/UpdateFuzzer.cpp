@@ -25,6 +25,9 @@ using Channels = std::vector<LV1Channel>;
 constexpr std::array<const char *, 12> names = {
     "Kick", "Snare", "kick", "",          " Kick ", "Master", "Corvane Preserved Kick",
     "a/b",  "<&\">", "\x01", "N\xC3\xB1", "183"};
+/// What people call tracks, and what stands by chance in much else of a session.
+constexpr std::array<const char *, 14> usersNames = {
+    "L", "R", "A", "i", "1", "in", "Input", "Audio", "Meter", "rec", "Track", "Vox 2", "Audio 1", "yes"};
 /// Far from where sums of two of them would overflow, which stops the program on purpose.
 constexpr std::array<const char *, 14> values = {"",
                                                  "0",
@@ -50,6 +53,38 @@ Channels channelsOf(Choices &choices) {
         channels.emplace_back(name, stereo, "SoundGrid 1", input, "Mixer_Ch", 1);
     }
     return channels;
+}
+
+std::string_view ownerOf(std::string_view port) {
+    return port.substr(0, std::min(port.rfind('/'), port.size()));
+}
+
+/// Renames a route as the recorder does for its user: the ports, what is called by them, and the other ends.
+void renameInRecorder(XMLElement root, XMLElement route, const std::string &name) {
+    const std::string old = session::Track(route).engineNamespace();
+    const auto rename = [&](XMLElement element, const char *attribute) {
+        const auto value = element.attribute(attribute);
+        if (value && ownerOf(*value) == old)
+            element.setAttribute(attribute, name + value->substr(old.size()));
+    };
+    for (const XMLElement element : root.descendants({"Connection", "ExtConnection"}))
+        rename(element, "other");
+    for (const XMLElement port : route.descendants({"Port"}))
+        rename(port, "name");
+    for (XMLElement element : route.descendants({"IO", "Processor"}))
+        if (element.attributeIs("name", old))
+            element.setAttribute("name", name);
+}
+
+void renameSome(XMLElement root, Choices &choices) {
+    const auto routes = root.firstChild("Routes").descendants({"Route"});
+    for (auto renames = choices.below(4); renames > 0 && !routes.empty(); --renames) {
+        const std::string name = usersNames[choices.below(usersNames.size())];
+        const XMLElement route = routes[choices.below(routes.size())];
+        if (std::none_of(routes.begin(), routes.end(),
+                         [&](XMLElement each) { return session::Track(each).engineNamespace() == name; }))
+            renameInRecorder(root, route, name);
+    }
 }
 
 /// Changes the session as a person, another version or a broken disk might.
@@ -90,9 +125,10 @@ bool holds(const List &list, std::string_view text) {
 /// What an update looks at and edits, and little beside: with all that a recorder keeps, nearly every
 /// disturbance would miss, and each would take ten times as long.
 bool matters(XMLElement element) {
-    constexpr std::array<std::string_view, 10> always = {
-        "Config",   "ControlProtocols", "Routes", "Route", "Playlists",
-        "Playlist", "PresentationInfo", "IO",     "Port",  "ExtConnection"};
+    constexpr std::array<std::string_view, 11> always = {
+        "Config",    "ControlProtocols", "Routes",           "Route",
+        "Playlists", "Playlist",         "PresentationInfo", "IO",
+        "Port",      "Connection",       "ExtConnection"};
     constexpr std::array<std::string_view, 4> named = {"rec-enable", "osc-port", "auto-play",
                                                        "Open Sound Control (OSC)"};
     return holds(always, element.name()) || element.hasAttribute("role") ||
@@ -100,10 +136,10 @@ bool matters(XMLElement element) {
 }
 
 bool matters(XMLAttribute attribute) {
-    constexpr std::array<std::string_view, 15> always = {
-        "id",    "name",          "role",      "bitslot", "direction",      "flags",
-        "order", "color",         "value",     "active",  "audio-playlist", "orig-track-id",
-        "other", "session-state", "id-counter"};
+    constexpr std::array<std::string_view, 16> always = {
+        "id",    "name",          "role",       "bitslot", "direction",      "flags",
+        "order", "color",         "value",      "active",  "audio-playlist", "orig-track-id",
+        "other", "session-state", "id-counter", "for"};
     return holds(always, attribute.name());
 }
 
@@ -235,6 +271,9 @@ public:
         for (const auto &[route, playlist] : playlistOf)
             require(after.flags.count(route) == 0 || after.playlists.count(playlist) != 0,
                     "a route keeps its playlist");
+        for (const std::string &route : calledAsPorts)
+            require(after.flags.count(route) == 0 || after.calledAsPorts.count(route) != 0,
+                    "an IO is called as its ports are, or the recorder does not find them");
         if (isAmbiguous)
             return;
         for (const auto &[from, to] : after.connections)
@@ -245,6 +284,19 @@ private:
     Inventory(XMLElement root, const Inventory & /*before*/) { note(root); }
 
     static std::string markOf(XMLElement element) { return element.attribute("mark").value_or(""); }
+
+    /// Whether all inputs and outputs of a route bear the name that owns its ports.
+    static bool isCalledAsPorts(XMLElement route) {
+        const std::string owner = session::Track(route).engineNamespace();
+        for (const XMLElement io : route.children("IO")) {
+            if (!io.attributeIs("name", owner))
+                return false;
+            for (const XMLElement port : io.children("Port"))
+                if (ownerOf(port.attribute("name").value_or("")) != owner)
+                    return false;
+        }
+        return true;
+    }
 
     std::vector<std::string> flagsBefore(const std::string &route) const {
         const auto found = flags.find(route);
@@ -281,6 +333,8 @@ private:
     void noteRoute(XMLElement route) {
         if (markOf(route).empty())
             return;
+        if (isCalledAsPorts(route))
+            calledAsPorts.insert(markOf(route));
         auto &all = flags[markOf(route)];
         for (const XMLElement shown : route.children("PresentationInfo"))
             all.push_back(shown.attribute("flags").value_or("none"));
@@ -297,6 +351,7 @@ private:
     std::size_t marks = 0;
     std::map<std::string, std::vector<std::string>> flags; ///< by the marks of routes
     std::map<std::string, std::string> playlistOf;         ///< by the marks of routes
+    std::set<std::string> calledAsPorts;                   ///< marks of routes
     std::set<std::string> playlists;
     std::map<std::string, std::string> byId;
     std::map<std::string, std::string> byName;
@@ -345,6 +400,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     static Engine engine;
     Choices choices(data, size);
     const auto session = engine.session(channelsOf(choices));
+    renameSome(session.root(), choices);
     disturb(session.root(), choices);
     const auto channels = channelsOf(choices);
 
