@@ -90,9 +90,9 @@ class Console:
 class Window:
     """The real program with its window, used with mouse and keyboard."""
 
-    # The middle of a button, from the window's right edge and from its top (or, below nought, its bottom).
-    SYNC = (71, 167)
-    CREATE = (124, -33)
+    # The buttons by their colours: where they stand is the window's business.
+    SYNC = (242, 166, 13)  # amber: there is something to do
+    CREATE = (224, 10, 10)
 
     def __init__(self):
         self.process = subprocess.Popen([BIN / "corvane"], env=recorder.environment(), stdin=subprocess.DEVNULL)
@@ -107,17 +107,21 @@ class Window:
         self.process.wait()
 
     def windows(self):
-        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(self.process.pid), "--name", "."],
+        found = subprocess.run(["xdotool", "search", "--all", "--onlyvisible", "--pid", str(self.process.pid), "--name", "."],
                                capture_output=True, text=True)
         return sorted(found.stdout.split(), key=int)
 
     def click(self, button):
+        """Clicks a button once it shows that colour."""
+        subprocess.run(["xdotool", "windowraise", self.main], check=True)
+        recorder.waitFor(lambda: self.place(button), 20, f"a button of the colour {button}")
+        x, y = self.place(button)
+        subprocess.run(["xdotool", "mousemove", str(x), str(y), "click", "1"], check=True)
+
+    def place(self, button):
         shape = subprocess.run(["xdotool", "getwindowgeometry", "--shell", self.main], capture_output=True, text=True).stdout
-        size = dict(line.split("=") for line in shape.split())
-        right, down = button
-        x, y = int(size["WIDTH"]) - right, down if down > 0 else int(size["HEIGHT"]) + down
-        subprocess.run(["xdotool", "windowraise", self.main, "mousemove", "--window", self.main, str(x), str(y), "click", "1"],
-                       check=True)
+        at = {key: int(value) for key, value in (line.split("=") for line in shape.split())}
+        return recorder.Display.current.middleOf(button, at["X"], at["Y"], at["WIDTH"], at["HEIGHT"])
 
     def alert(self):
         """The alert that stands before the window."""
@@ -137,22 +141,35 @@ class Window:
         recorder.waitFor(answered, 20, "the end of the question")
 
 
-class Jack:
-    """A JACK server with many ports on no hardware, and the base template that fits it."""
+class Template:
+    """Another base template for a while, made by the tool that users have."""
 
-    TEMPLATE = BIN.parent / "share/corvane/LiveTraxSeed.template"
+    FILE = BIN.parent / "share/corvane/LiveTraxSeed.template"
+
+    def __init__(self, *options):
+        self.options = options
+
+    def __enter__(self):
+        self.before = self.FILE.read_bytes()
+        subprocess.run(["/src/resources/make-template", *self.options, "--output", self.FILE], check=True)
+        return self
+
+    def __exit__(self, *reason):
+        self.FILE.write_bytes(self.before)
+
+
+class Jack:
+    """A JACK server with many ports on no hardware."""
 
     def __init__(self, ports):
         self.ports = str(ports)
 
     def __enter__(self):
-        self.before = self.TEMPLATE.read_bytes()
-        subprocess.run(["/src/resources/make-template", "--backend-id", recorder.JACK, "--output", self.TEMPLATE], check=True)
         command = ["jackd", "-r", "--no-mlock", "-d", "dummy", "-r", "48000", "-p", "2048", "-C", self.ports, "-P", self.ports]
         self.server = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        recorder.waitFor(lambda: any(Path("/dev/shm").glob("jack_sem.*_system")), 30, "the JACK server")
         return self
 
     def __exit__(self, *reason):
         self.server.terminate()
         self.server.wait()
-        self.TEMPLATE.write_bytes(self.before)

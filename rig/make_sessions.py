@@ -2,34 +2,31 @@
 
 import os
 import shutil
-import subprocess
 import sys
 import time
 from pathlib import Path
 
+import headless
 import osc
 import recorder
 
 SESSIONS = recorder.HOME / "Sessions"
 LOG = recorder.HOME / "recorder.log"
+SILENCE = "Silence"
 
 
-def script(name):
+def script(name, **device):
     """Runs one of the scripts in the engine's scripting host."""
-    settings = recorder.environment() | {"ARDOUR_BACKEND_PATH": str(recorder.APP / "lib/backends")}
-    lua = Path(__file__).parent / "sessions" / (name + ".lua")
-    host = subprocess.run(["ardour8-lua", lua], env=settings, stdin=subprocess.DEVNULL, capture_output=True, text=True)
-    if "finished" not in host.stdout:
-        sys.exit(f"{lua} failed:\n{host.stdout}{host.stderr}")
+    headless.run((Path(__file__).parent / "sessions" / (name + ".lua")).read_text(), **device)
 
 
 def sessionFile(name):
     return SESSIONS / name / (name + ".ardour")
 
 
-def soundcheck():
+def soundcheck(device):
     """A session made from a user template and saved, nothing else."""
-    script("Band")
+    script("Band", device=device)
     template = recorder.PREFERENCES / "templates/Band"
     template.mkdir(parents=True)
     shutil.move(sessionFile("Band"), template / "Band.template")
@@ -40,8 +37,9 @@ def soundcheck():
     recorder.quit()
 
 
-def jazzClub():
-    script("JazzClub")
+def jazzClub(device=recorder.TONES):
+    """A session with a bit of everything and a take, as somebody made it in the recorder."""
+    script("JazzClub", device=device)
     recorder.start([SESSIONS / "Jazz Club"], LOG)
     recorder.waitUntilReady()
     osc.send("/add_marker")
@@ -59,10 +57,10 @@ def jazzClub():
 
 def main():
     os.chdir(recorder.HOME)
-    recorder.prepareHome(surfaceOn=True)
+    recorder.prepareHome(SILENCE, surfaceOn=True)
     with recorder.Display():
         for make in soundcheck, jazzClub:
-            make()
+            make(SILENCE)
     for name in "Soundcheck", "Jazz Club":
         target = Path(sys.argv[1]) / name
         target.mkdir(parents=True, exist_ok=True)

@@ -128,7 +128,7 @@ def measure(block):
     folder = recorder.HOME / f"Markers {block}"
     shutil.copytree(SOURCE, folder)
     (folder / (SOURCE.name + ".ardour")).rename(folder / (folder.name + ".ardour"))
-    recorder.prepareHome(surfaceOn=True, block=block)
+    recorder.prepareHome("Silence", surfaceOn=True, block=block)
     recorder.start([folder], recorder.HOME / f"recorder-{block}.log")
     recorder.waitUntilReady()
     rows, place = {}, 0

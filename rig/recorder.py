@@ -15,8 +15,11 @@ HOME = Path(os.environ["HOME"])
 APP = Path("/Applications/LiveTrax3.app/Contents")
 PROGRAM = APP / "MacOS/LiveTrax3"
 PREFERENCES = HOME / "Library/Preferences/LiveTrax3"
+TONES = "Sine Wave 1K, 1/3 Oct"  # a device that plays a tone of its own into each input
+LOOPBACK = "Loopback"  # a device that plays into its inputs what its outputs get
 JACK = "JACK"  # how connections made over JACK are marked in a session
 AUDIO_SETUP = "Audio/MIDI Setup"
+CRASH_RECOVERY = "Crash Recovery"
 DEVICE_PORTS = 8  # what the engine's dummy device offers for recording, and for playing
 
 CONFIG = """<?xml version="1.0" encoding="UTF-8"?>
@@ -41,8 +44,13 @@ CONFIG = """<?xml version="1.0" encoding="UTF-8"?>
 """
 
 
-def prepareHome(device="Silence", surfaceOn=False, block=1024):
-    """The preferences of someone who has started the recorder before: no first-run questions, the dummy device."""
+def deviceId(device):
+    """How connections made on a device of the dummy backend are marked in a session."""
+    return f"Dummy;Normal Speed;{device}"
+
+
+def prepareHome(device=TONES, surfaceOn=False, block=1024):
+    """The preferences of someone who has started the recorder before: no first-run questions, a dummy device."""
     PREFERENCES.mkdir(parents=True, exist_ok=True)
     settings = HOME / ".config"
     settings.mkdir(exist_ok=True)
@@ -115,6 +123,21 @@ def confirmAudioSetup(seconds=30):
         return not question
 
     waitFor(pressedStart, seconds, "the start of the audio device")
+
+
+def confirmRecovery(seconds=60):
+    """Presses "Recover" in the window in which the recorder asks after a crash."""
+    waitFor(lambda: window(CRASH_RECOVERY), seconds, "the question for the recovery")
+    time.sleep(0.5)
+
+    def pressedRecover():
+        question = window(CRASH_RECOVERY)
+        if question:
+            subprocess.run(["xdotool", "windowfocus", question, "key", "Return"], capture_output=True)
+            time.sleep(0.5)
+        return not question
+
+    waitFor(pressedRecover, seconds, "the recovery")
 
 
 def isReady():
@@ -199,34 +222,48 @@ class Display:
     def __enter__(self):
         self.folder = tempfile.mkdtemp()
         reading, writing = os.pipe()
+        # Without -noreset the server starts afresh when its last client has gone, and refuses the next one meanwhile.
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(writing), "-fbdir", self.folder, "-screen", "0", "1600x1000x24", "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(writing), "-fbdir", self.folder, "-screen", "0", "1600x1000x24", "-nolisten", "tcp",
+             "-noreset"],
             pass_fds=[writing], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(writing)
         with os.fdopen(reading) as number:
             os.environ["DISPLAY"] = ":" + number.readline().strip()
+        Display.current = self
         return self
 
     def __exit__(self, *reason):
         self.server.terminate()
         self.server.wait()
 
-    def keepPicture(self, path):
-        """The screen buffer is an X window dump of 32-bit pixels; a PNG is its rows, compressed."""
+    def pixels(self):
+        """The screen as rows of red, green and blue. The screen buffer is an X window dump of 32-bit pixels."""
         dump = (Path(self.folder) / "Xvfb_screen0").read_bytes()
         header = struct.unpack(">20I", dump[:80])
         width, height, rowBytes = header[4], header[5], header[12]
         start = header[0] + header[19] * 12
-        rows = bytearray()
         for y in range(height):
             row = dump[start + y * rowBytes :][: width * 4]
             pixels = bytearray(width * 3)
             pixels[0::3], pixels[1::3], pixels[2::3] = row[2::4], row[1::4], row[0::4]
-            rows += b"\0" + pixels
+            yield pixels
+
+    def middleOf(self, colour, left, top, width, height):
+        """The middle of what has a colour within a rectangle of the screen; none when nothing has it."""
+        wanted, found = bytes(colour), []
+        for y, row in enumerate(self.pixels()):
+            if top <= y < top + height:
+                found += [(x, y) for x in range(left, left + width) if row[3 * x : 3 * x + 3] == wanted]
+        return tuple(sorted(each[axis] for each in found)[len(found) // 2] for axis in (0, 1)) if found else None
+
+    def keepPicture(self, path):
+        """A PNG is the rows, compressed."""
+        rows = list(self.pixels())
 
         def chunk(kind, data):
             return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
         Path(path).write_bytes(
-            b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0))
-            + chunk(b"IDAT", zlib.compress(bytes(rows))) + chunk(b"IEND", b""))
+            b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", len(rows[0]) // 3, len(rows), 8, 2, 0, 0, 0))
+            + chunk(b"IDAT", zlib.compress(b"".join(b"\0" + row for row in rows))) + chunk(b"IEND", b""))

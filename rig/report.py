@@ -1,10 +1,11 @@
-"""Counts what held and what did not, and says which."""
+"""Counts what held and what did not, and says which; and what was not looked at."""
 
 
 class Report:
     def __init__(self):
         self.passed = 0
         self.failed = 0
+        self.open = []
 
     def title(self, text):
         print(f"\n{text}", flush=True)
@@ -23,8 +24,22 @@ class Report:
             return self.check(what, True)
         return self.check(what, False, f"\n        got      {got!r}\n        expected {expected!r}")
 
+    def cannotProve(self, what):
+        """Something that this machine could not show; it is listed at the end."""
+        self.open.append(what)
+        print(f"  open  {what}", flush=True)
+
+    def notRun(self, titles):
+        self.open += [f"not run: {title}" for title in titles]
+
+    def unproven(self, facts):
+        self.open += facts
+
     def summary(self):
-        print(f"\n{self.passed} passed, {self.failed} failed", flush=True)
+        print("\nNot proved by this run:")
+        for what in self.open:
+            print(f"  - {what}")
+        print(f"\n{self.passed} passed, {self.failed} failed, {len(self.open)} not proved", flush=True)
         return 1 if self.failed else 0
 
 

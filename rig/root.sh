@@ -10,16 +10,20 @@ rigCache=${RIG_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/corvane-rig}
 # What a run leaves behind for the curious: pictures of the screen and the home folders of scenarios that failed.
 rigOutput=$rigCache/output-$(echo "$rigSource" | sha256sum | cut -c1-12)
 
-# A skip is said aloud and is not a failure: the machine cannot, whatever the product does.
+# What this machine cannot run proves nothing: a failure, unless whoever started it accepts that.
 rigSkip() {
-    echo "rig: skipped: $*"
-    exit 0
+    if [ -n "${RIG_MAY_SKIP:-}" ]; then
+        echo "rig: skipped: $*"
+        exit 0
+    fi
+    echo "rig: nothing is proved: $*; RIG_MAY_SKIP=1 accepts that" >&2
+    exit 1
 }
 
 # Goes on as root where that needs no password. Usage: rigCheckMachine "$0" "$@"
 rigCheckMachine() {
     if [ "$(id -u)" != 0 ] && sudo -n true 2>/dev/null; then
-        exec sudo RIG_CACHE="$rigCache" "$@"
+        exec sudo RIG_CACHE="$rigCache" RIG_MAY_SKIP="${RIG_MAY_SKIP:-}" "$@"
     fi
     [ "$(id -u)" = 0 ] || rigSkip "only root can make and enter a Debian system (try: sudo rig/run)"
     command -v debootstrap >/dev/null || rigSkip "debootstrap is not installed"
@@ -46,7 +50,19 @@ rigMakeRoot() {
         mv "$new" "$rigRoot"
         find "$rigCache" -mindepth 1 -maxdepth 1 -name 'root-*' ! -path "$rigRoot" -exec rm -rf --one-file-system {} +
     fi
+    rigMakeEngine
     flock -u 8
+}
+
+# A copy of the system's engine that keeps direct outs when it loads a session, as LiveTrax does and the package does not.
+rigMakeEngine() {
+    rigEngine=$rigCache/libardour-$(basename "$rigRoot")-$(sha256sum "$rigFolder/patch-engine" | cut -c1-12)
+    if [ ! -f "$rigEngine" ]; then
+        "$rigFolder/patch-engine" --quiet --root "$rigRoot" --output "$rigCache/new-engine" ||
+            { echo "rig: the installed engine is none that can be made to keep direct outs" >&2; exit 1; }
+        rm -f "$rigCache"/libardour-*
+        mv "$rigCache/new-engine" "$rigEngine"
+    fi
 }
 
 rigEmptyOutput() {
@@ -56,15 +72,16 @@ rigEmptyOutput() {
 }
 
 # Runs a command inside, as the user "engineer", in namespaces of its own: no network but an own loopback, a fresh home, the
-# source tree read-only at /src, a build folder that is kept at /build. Whatever is still running at the end goes with it.
+# source tree read-only at /src, a build folder that is kept at /build, the engine with direct outs in place of the packaged
+# one. Whatever is still running at the end goes with it.
 rigEnter() {
     local build
     build=$rigCache/build-$(echo "$rigSource" | sha256sum | cut -c1-12)
     mkdir -p "$build" "$rigCache/ccache"
     chown 1000:1000 "$build" "$rigCache/ccache"
     unshare --mount --net --uts --ipc --pid --fork --kill-child bash -ec '
-        root=$0 source=$1 build=$2 ccache=$3 output=$4
-        shift 4
+        root=$0 source=$1 build=$2 ccache=$3 output=$4 engine=$5
+        shift 5
         hostname studio
         ip link set lo up
         ip link set lo multicast on
@@ -78,10 +95,11 @@ rigEnter() {
         mount --bind "$build" "$root/build"
         mount --bind "$ccache" "$root/run/ccache"
         mount --bind "$output" "$root/run/output"
+        mount --bind "$engine" "$(readlink -f "$root/usr/lib/ardour8/libardour.so.3")"
         mount --bind "$source" "$root/src"
         mount -o remount,bind,ro "$root/src"
         exec chroot "$root" setpriv --reuid 1000 --regid 1000 --clear-groups env -i \
             HOME=/home/engineer USER=engineer LANG=C.UTF-8 TZ=UTC0 PATH=/usr/local/bin:/usr/bin:/bin \
             CCACHE_DIR=/run/ccache PYTHONDONTWRITEBYTECODE=1 "$@"' \
-        "$rigRoot" "$rigSource" "$build" "$rigCache/ccache" "$rigOutput" "$@"
+        "$rigRoot" "$rigSource" "$build" "$rigCache/ccache" "$rigOutput" "$rigEngine" "$@"
 }

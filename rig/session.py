@@ -2,8 +2,39 @@
 
 import xml.etree.ElementTree as ET
 from collections import Counter
+from glob import escape as escaped
 
-DEVICE = "Dummy;Normal Speed;Silence"
+import audio
+import recorder
+
+DEVICE = recorder.deviceId(recorder.TONES)
+
+
+def isAudioTrack(route):
+    return "AudioTrack" in route.find("PresentationInfo").get("flags", "")
+
+
+def namespace(route):
+    """What the names of a route's own ports begin with."""
+    ports = [p.get("name", "") for io in route.findall("IO") for p in io.findall("Port")]
+    return next((name.split("/audio_")[0] for name in ports if "/audio_" in name), route.get("name"))
+
+
+class DirectOut:
+    """A route's own way to the playback channels."""
+
+    def __init__(self, processor, device):
+        self.processor = processor
+        self.name = processor.get("name")
+        io = next((io for io in processor.findall("IO") if io.get("direction") == "Output"), None)
+        ports = [] if io is None else io.findall("Port")
+        self.io = None if io is None else io.get("name")
+        self.ports = [port.get("name") for port in ports]
+        self.playbacks = [connections(port, device) for port in ports]
+
+
+def directOuts(route, device):
+    return [DirectOut(p, device) for p in route.findall("Processor") if p.get("role") == "DirectOuts"]
 
 
 class Track:
@@ -13,6 +44,7 @@ class Track:
         self.route = route
         self.id = route.get("id")
         self.name = route.get("name")
+        self.namespace = namespace(route)
         info = route.find("PresentationInfo")
         self.order = int(info.get("order"))
         self.color = int(info.get("color"))
@@ -21,6 +53,7 @@ class Track:
         ports = next(io for io in route.findall("IO") if io.get("direction") == "Input").findall("Port")
         self.width = len(ports)
         self.captures = [sorted(connections(port, device)) for port in ports]
+        self.directOuts = directOuts(route, device)
         self.playlist = next((p for p in playlists if p.get("id") == route.get("audio-playlist")), None)
 
     def regions(self):
@@ -39,12 +72,31 @@ class Session:
         self.root = ET.parse(path).getroot()
         self.playlists = self.root.find("Playlists").findall("Playlist")
         routes = self.root.find("Routes").findall("Route")
-        audio = [r for r in routes if "AudioTrack" in r.find("PresentationInfo").get("flags", "")]
-        self.tracks = sorted((Track(r, self.playlists, device) for r in audio), key=lambda t: t.order)
-        self.buses = [r for r in routes if r not in audio]
+        self.device = device
+        self.tracks = sorted((Track(r, self.playlists, device) for r in routes if isAudioTrack(r)), key=lambda t: t.order)
+        self.buses = [r for r in routes if not isAudioTrack(r)]
 
     def track(self, name):
         return next((t for t in self.tracks if t.name == name), None)
+
+    def bus(self, name):
+        return next((b for b in self.buses if b.get("name") == name), None)
+
+    def takes(self, name):
+        """What is in a track's takes, read from their files: for each region, which inputs' tones each of its files holds.
+        None in place of a file that is not there."""
+        return [self.content(region) for region in self.track(name).playlist.findall("Region")]
+
+    def content(self, region):
+        names, found = self.sources(), []
+        for channel in range(int(region.get("channels", "1"))):
+            file = next(self.path.parent.glob(f"interchange/*/audiofiles/{escaped(names[region.get(f'source-{channel}')])}"), None)
+            found.append(file and sorted(audio.inputs(file)))
+        return found
+
+    def files(self):
+        """How many sound files lie in the session's folder."""
+        return len(list(self.path.parent.glob("interchange/*/audiofiles/*.wav")))
 
     def markers(self):
         marks = [m for m in self.root.find("Locations") if "IsMark" in m.get("flags", "")]
@@ -52,6 +104,10 @@ class Session:
 
     def sources(self):
         return {s.get("id"): s.get("name") for s in self.root.find("Sources").findall("Source")}
+
+    def playlistIds(self):
+        """Of those in use and of those that no track uses any more."""
+        return [p.get("id") for part in ("Playlists", "UnusedPlaylists") for p in self.root.iterfind(f"{part}/Playlist")]
 
     def idCounter(self):
         return int(self.root.get("id-counter"))

@@ -1,5 +1,4 @@
 -- Writes a session with a bit of everything: mono and stereo tracks, a bus with a plug-in, sends, automation, a group.
-dofile("/src/rig/sessions/Engine.lua")
 
 local session = newSession("Jazz Club")
 local kick = addTrack(session, "Kick", 1)
@@ -38,4 +37,4 @@ end
 local group = session:new_route_group("Vocals")
 group:add(singer)
 
-finish(session)
+finish()
