@@ -27,8 +27,10 @@ def createFromConsole():
 
 
 def livesInTheRecorder(path, what, was, now):
-    """What the recorder itself changes between two of its saves: the numbering of clip columns, and where a fader that
-    follows its automation happens to stand."""
+    """What the recorder itself changes between two of its saves: the numbering of clip columns, where a fader that follows
+    its automation happens to stand, and by which name a processor calls the IO that it plays into."""
+    if what == "@output":
+        return path.count("/") == 2 and now.startswith("Audio ")
     return "TriggerBox" in path and what == "@order" or "gaincontrol" in path and what == "@value"
 
 
