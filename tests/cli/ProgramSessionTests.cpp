@@ -36,7 +36,7 @@ TEST_F(SessionProgramTest, AnEveningFromTheConsoleToAnUpdatedSession) {
         run(Arguments{"create", "Friday Night", "--in", sessions + "/", "--launch", "--json"} +
             console.address());
     expectDone(created);
-    EXPECT_EQ(session, created.json()["session"]);
+    EXPECT_EQ(json(session), created.json()["session"]);
     EXPECT_TRUE(std::filesystem::exists(created.json()["template"].get<std::string>()));
     ASSERT_TRUE(liveTraxAnswers());
     EXPECT_TRUE(std::filesystem::exists(session + "/Friday Night.ardour"));
