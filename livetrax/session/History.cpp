@@ -140,14 +140,15 @@ HistoryCopy History::restore(const Path &sessionURL, const HistoryCopy &copy,
             throw GeneratorError::recordingsMade(recordings);
         note = restoreNote(now->root(), then.root());
     }
-    around(sessionURL, note, std::nullopt, [&] { replaceFileAtomically(file, text); });
-    return copies(sessionURL).front();
+    const Path kept = around(sessionURL, note, std::nullopt, [&] { replaceFileAtomically(file, text); });
+    return session::copiesIn(kept.parent_path()).front();
 }
 
-void History::around(const Path &sessionURL, const HistoryNote &note,
-                     const std::optional<std::string> &backup, const std::function<void()> &change) const {
+History::Path History::around(const Path &sessionURL, const HistoryNote &note,
+                              const std::optional<std::string> &backup,
+                              const std::function<void()> &change) const {
     const Path folder = session::claimHistoryFolder(top, sessionURL, backup.value_or(""));
-    const Path kept = session::addCopy(folder, LiveTraxGenerator::sessionFile(sessionURL), note, clock());
+    Path kept = session::addCopy(folder, LiveTraxGenerator::sessionFile(sessionURL), note, clock());
     try {
         change();
     } catch (...) {
@@ -155,6 +156,7 @@ void History::around(const Path &sessionURL, const HistoryNote &note,
         throw;
     }
     session::pruneHistory(top, clock());
+    return kept;
 }
 
 } // namespace corvane

@@ -66,10 +66,10 @@ public:
     HistoryCopy restore(const Path &sessionURL, const HistoryCopy &copy, const RestoreOptions &options) const;
 
     /// Keeps a copy of the session's file, then runs `change`, which rewrites it. When that throws, the copy
-    /// goes again; else old copies go that need not be kept. `backup` is the name of the copy in the
-    /// session's own backup folder, by which the session is known again. Throws FileError when no copy can be
-    /// made; `change` is not called then.
-    void around(const Path &sessionURL, const HistoryNote &note, const std::optional<std::string> &backup,
+    /// goes again; else old copies go that need not be kept, and the new one is returned. `backup` is the
+    /// name of the copy in the session's own backup folder, by which the session is known again. Throws
+    /// FileError when no copy can be made; `change` is not called then.
+    Path around(const Path &sessionURL, const HistoryNote &note, const std::optional<std::string> &backup,
                 const std::function<void()> &change) const;
 
 private:

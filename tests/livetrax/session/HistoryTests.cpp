@@ -226,6 +226,18 @@ TEST_F(HistoryRestore, PutsTheFileBackByteForByteAndKeepsWhatWasThere) {
     EXPECT_THAT(copies(gig()), SizeIs(3));
 }
 
+TEST_F(HistoryRestore, ASessionThatWasCopiedCanBePutBackToTheOriginalsCopy) {
+    const std::string before = platform.session();
+    update({channel("Kick In", 0)});
+    const Path copied = copy(gig(), "Tour/Gig");
+    const std::string after = platform.session();
+    const HistoryCopy kept = history.restore(copied, newest(), {});
+    EXPECT_EQ(before, textOf(LiveTraxGenerator::sessionFile(copied)));
+    EXPECT_EQ(after, platform.session()) << "the original is left alone";
+    EXPECT_EQ(after, textOf(kept.file));
+    EXPECT_NE(newest().file.parent_path(), kept.file.parent_path());
+}
+
 TEST_F(HistoryRestore, RecordingsThatTheCopyDoesNotKnowAreNotLost) {
     addToSession("<Sources><Source id='7' name='Kick-1.wav'/></Sources>");
     update({channel("Kick In", 0), channel("New", 5)});
