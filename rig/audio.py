@@ -20,6 +20,7 @@ def samples(file):
             size64 = struct.unpack_from("<Q", data, at + 16)[0]
         if name == b"data":
             size = size64 if size == 0xFFFFFFFF else size
+            size = size or len(data)  # nobody came to fill it in
             return array("f", data[at + 8 : at + 8 + size // 4 * 4])
         at += 8 + size + size % 2
     return array("f")

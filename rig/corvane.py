@@ -165,9 +165,10 @@ class Jack:
         self.ports = str(ports)
 
     def __enter__(self):
-        command = ["jackd", "-r", "--no-mlock", "-d", "dummy", "-r", "48000", "-p", "2048", "-C", self.ports, "-P", self.ports]
+        command = ["jackd", "-r", "--no-mlock", "-t", "20000", "-d", "dummy", "-r", "48000", "-p", "2048", "-C", self.ports, "-P", self.ports]
         self.server = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         recorder.waitFor(lambda: any(Path("/dev/shm").glob("jack_sem.*_system")), 30, "the JACK server")
+        time.sleep(1)  # its threads run a little later
         return self
 
     def __exit__(self, *reason):

@@ -126,14 +126,14 @@ def confirmAudioSetup(seconds=30):
 
 
 def confirmRecovery(seconds=60):
-    """Presses "Recover" in the window in which the recorder asks after a crash."""
+    """Presses "Recover from crash", the right one of two buttons, in the window in which the recorder asks after a crash."""
     waitFor(lambda: window(CRASH_RECOVERY), seconds, "the question for the recovery")
     time.sleep(0.5)
 
     def pressedRecover():
         question = window(CRASH_RECOVERY)
         if question:
-            subprocess.run(["xdotool", "windowfocus", question, "key", "Return"], capture_output=True)
+            subprocess.run(["xdotool", "windowfocus", question, "key", "Tab", "Right", "Return"], capture_output=True)
             time.sleep(0.5)
         return not question
 

@@ -94,9 +94,12 @@ class Session:
             found.append(file and sorted(audio.inputs(file)))
         return found
 
+    def soundFiles(self):
+        return list(self.path.parent.glob("interchange/*/audiofiles/*.wav"))
+
     def files(self):
         """How many sound files lie in the session's folder."""
-        return len(list(self.path.parent.glob("interchange/*/audiofiles/*.wav")))
+        return len(self.soundFiles())
 
     def markers(self):
         marks = [m for m in self.root.find("Locations") if "IsMark" in m.get("flags", "")]

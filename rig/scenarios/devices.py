@@ -5,7 +5,8 @@ import headless
 import recorder
 from corvane import channel, corvanectl, patchFile
 from report import report
-from shows import (checkSession, checkSignature, create, createQuietly, read, savedByRecorder, scenario, syncQuietly)
+from shows import (checkSession, checkSignature, create, createQuietly, read, savedByRecorder, scenario, syncQuietly,
+                   width)
 
 
 @scenario("Many channels on a device that has as many ports", long=True)
@@ -31,15 +32,15 @@ def manyChannels():
 
 @scenario("Fewer device inputs once: 64, 32 and 64 again, over JACK")
 def fewerInputs():
-    channels = [channel(f"Kanal {n}", n) for n in range(1, 32)] + [channel("Paar", 33, stereo=True)]
-    channels += [channel(f"Kanal {n}", n) for n in range(35, 41)]
+    channels = [channel("Kick", 1), channel("Keys", 2, stereo=True), channel("Vox", 32), channel("Paar", 33, stereo=True),
+                channel("Chor", 63, stereo=True), channel("Gast", 40)]
     lost = [c["name"] for c in channels if c["inputIndex"] >= 32]
     with corvane.Template("--backend-id", recorder.JACK):
         with corvane.Jack(64):
             folder = createQuietly("Inputs", channels, "armAll(true) roll(0.5, true)", jack=True)
             checkSession(read(folder, recorder.JACK), channels, 64)
             files = read(folder).files()
-            report.equal("a sound file for each input", files, len(channels) + 1)
+            report.equal("a sound file for each input", files, width(channels))
         with corvane.Jack(32):
             headless.opened(folder, jack=True)
         left = [t.name for t in read(folder, recorder.JACK).tracks if any(t.captures)]

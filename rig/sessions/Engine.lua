@@ -88,15 +88,16 @@ local function wait(condition, what)
     error(what .. " did not happen")
 end
 
--- Rolls from a second on, for so many; records where `recording` and tracks are armed. Goes by the playhead: a machine that has
--- much else to do starts late.
-function roll(seconds, recording, from)
+-- Rolls from a second on, for so many; records where `recording` and tracks are armed; then calls `before` and stops. Goes by the
+-- playhead: a machine that has much else to do starts late.
+function roll(seconds, recording, from, before)
     local start = (from or 0) * 48000
     session:request_locate(start, false, ARDOUR.LocateTransportDisposition.MustStop, ARDOUR.TransportRequestSource.TRS_UI)
     wait(function() return session:transport_sample() == start end, "the jump")
     if recording then session:maybe_enable_record(false) end
     session:request_roll(ARDOUR.TransportRequestSource.TRS_UI)
     wait(function() return session:transport_sample() > start + seconds * 48000 end, "rolling")
+    if before then before() end
     if recording then assert(session:actively_recording(), "it does not record") end
     session:request_stop(false, false, ARDOUR.TransportRequestSource.TRS_UI)
     pause(0.7)
