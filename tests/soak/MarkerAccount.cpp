@@ -1,6 +1,7 @@
 #include "tests/soak/MarkerAccount.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace corvane::soak {
 
@@ -44,45 +45,70 @@ bool MarkerAccount::isNearAbsence(Time moment, Time now) const {
 
 void MarkerAccount::heard(const std::string &line) {
     constexpr std::string_view naming = "marker is called ";
+    constexpr std::string_view noMark = "no marker under the playhead to be called ";
     if (line == "marker")
-        open.push_back({"mark" + std::to_string(++marksOfThisRun), false, std::nullopt, false});
+        open.push_back({{"mark" + std::to_string(++marksOfThisRun)}, std::nullopt});
     else if (line.starts_with(naming))
         name(line.substr(naming.size()));
+    else if (line.starts_with(noMark))
+        findNoMark(line.substr(noMark.size()));
     else if (line == "saved")
         save();
     else if (line.starts_with("opened ") || line.starts_with("created "))
         forget();
 }
 
-/// A name goes to the mark that was dropped last, saved or not, as the recorder does it.
+/// A name goes to the mark that was dropped last, in whatever run of the recorder: its playhead stands still.
 void MarkerAccount::name(const std::string &marker) {
-    const auto found = onTheirWay.find(marker);
-    if (found == onTheirWay.end())
-        bill.faults.push_back("the recorder got a marker that was not sent, or got it twice: " + marker);
-    else
-        onTheirWay.erase(found);
+    arrive(marker);
     if (open.empty()) {
-        ++bill.markless;
+        bill.faults.push_back("the recorder named a mark that it cannot have: " + marker);
         return;
     }
-    Mark &last = open.back();
-    bill.overtaken += last.isNamed ? 1 : 0;
-    last.name = marker;
-    last.isNamed = true;
+    Naming &last = open.back().now;
+    last = {marker, last.names + 1};
+}
+
+void MarkerAccount::findNoMark(const std::string &marker) {
+    arrive(marker);
+    ++bill.markless;
+    if (!open.empty())
+        bill.faults.push_back("the recorder had a mark, and found none to be called " + marker);
+}
+
+void MarkerAccount::arrive(const std::string &marker) {
+    const auto [first, last] = onTheirWay.equal_range(marker);
+    if (first == last) {
+        bill.faults.push_back("the recorder got a marker that was not sent, or got it twice: " + marker);
+        return;
+    }
+    const auto found = std::prev(last); // what was sent before it is lost
+    if (marksOfThisRun == 0) {
+        ++bill.halved;
+        if (!isNearAbsence(found->second, found->second))
+            bill.faults.push_back("named without having been dropped: " + marker);
+    }
+    onTheirWay.erase(found);
 }
 
 void MarkerAccount::save() {
-    for (Mark &mark : open) {
-        mark.savedName = mark.name;
-        mark.isSavedNamed = mark.isNamed;
-    }
+    for (Mark &mark : open)
+        mark.saved = mark.now;
     if (open.size() > 1)
         file(open.size() - 1);
 }
 
-/// A new run of the recorder knows nothing of what the last one had not saved.
+/// A new run of the recorder knows what the last one had saved.
 void MarkerAccount::forget() {
+    std::optional<Naming> last;
+    if (!open.empty() && open.front().saved) {
+        last = open.front().saved;
+        bill.withoutSaving += open.front().now.names - last->names;
+        open.erase(open.begin());
+    }
     file(open.size());
+    if (last)
+        open.push_back({*last, last});
     marksOfThisRun = 0;
 }
 
@@ -90,10 +116,14 @@ void MarkerAccount::forget() {
 void MarkerAccount::file(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         const Mark &mark = open[i];
-        if (mark.savedName)
-            saved << *mark.savedName << '\n';
-        bill.inSession += mark.isSavedNamed && mark.savedName == mark.name ? 1 : 0;
-        bill.withoutSaving += mark.isNamed && mark.savedName != mark.name ? 1 : 0;
+        const Naming inSession = mark.saved.value_or(Naming{});
+        if (mark.saved)
+            saved << inSession.name << '\n';
+        bill.withoutSaving += mark.now.names - inSession.names;
+        if (inSession.names > 0) {
+            ++bill.inSession;
+            bill.overtaken += inSession.names - 1;
+        }
     }
     open.erase(open.begin(), open.begin() + static_cast<std::ptrdiff_t>(count));
 }

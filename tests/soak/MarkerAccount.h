@@ -42,8 +42,10 @@ public:
         std::size_t inSession = 0;     ///< in the session file by their names
         std::size_t whileAway = 0;     ///< sent while the recorder was down, not received
         std::size_t withoutSaving = 0; ///< received by a recorder that was ended before it saved again
-        std::size_t markless = 0;      ///< named when the recorder had no mark: it missed their first half
-        std::size_t overtaken = 0;     ///< dropped, and named by a recall less than 90 ms later
+        /// Named anew, by a recall less than 90 ms later or by one whose first half the recorder missed.
+        std::size_t overtaken = 0;
+        std::size_t markless = 0; ///< their first half was missed, and there was no mark to name instead
+        std::size_t halved = 0;   ///< their first half was missed, whatever they named
         std::vector<std::string> faults;
     };
     /// `inFile`: the names of the marks in the session file, in order.
@@ -51,6 +53,8 @@ public:
 
 private:
     void name(const std::string &marker);
+    void findNoMark(const std::string &marker);
+    void arrive(const std::string &marker);
     void save();
     void forget();
     void file(std::size_t count);
@@ -64,13 +68,16 @@ private:
     Time leftAt = 0;
 
     // The recorder's memory, by its log
-    struct Mark {
+    struct Naming {
         std::string name;
-        bool isNamed = false;
-        std::optional<std::string> savedName;
-        bool isSavedNamed = false;
+        std::size_t names = 0; ///< that the mark was given, of which the last one stands
     };
-    /// Those not saved yet, and before them the last one that is: it may still get its name.
+    struct Mark {
+        Naming now;
+        std::optional<Naming> saved;
+    };
+    /// Those not saved yet, and before them the last one that is: a name may still come for it, in this run
+    /// of the recorder or in another one that missed the first half.
     std::vector<Mark> open;
     std::size_t marksOfThisRun = 0;
     Bill bill;

@@ -59,7 +59,7 @@ void Recorder::heard(const std::string &line, Time now) {
     }
     savesHeard += line == "saved" ? 1 : 0;
     if (line.starts_with("unknown") || line.starts_with("not an OSC") || line.starts_with("could not") ||
-        line.starts_with("/marker"))
+        line.starts_with("/marker") || line.starts_with("goes to"))
         faults.push_back("the recorder complains: " + line);
     account.heard(line);
 }

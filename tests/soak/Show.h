@@ -57,6 +57,7 @@ private:
     void changeColours();
     void changePatch();
     void recallScene();
+    std::string nextScene();
     void makeTrouble();
     void restartRecorder();
     void reopenRecorder();
@@ -103,6 +104,8 @@ private:
     double nextTrouble = 0;
     Trouble trouble = Trouble::none;
 
+    std::string scene;                  ///< recalled last,
+    std::string sceneBefore;            ///< and before it
     std::optional<std::string> awaited; ///< recalled while the link was up, and not shown yet
     double recalledAt = 0;
     std::optional<std::string> lastShown;

@@ -5,6 +5,7 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 
 #include <chrono>
+#include <utility>
 
 namespace corvane::soak {
 
@@ -116,6 +117,14 @@ void Show::changePatch() {
     }
 }
 
+/// A new one, or now and then the one before the last again: its marker exists, and naming another one so
+/// would move the recorder's playhead.
+std::string Show::nextScene() {
+    const std::string made = (oneIn(4) ? "Corazón " : "Scene ") + std::to_string(++counts.recalled);
+    sceneBefore = std::exchange(scene, !sceneBefore.empty() && oneIn(6) ? sceneBefore : made);
+    return scene;
+}
+
 /// As fast as markers can be told apart: the next one once the last one is with the recorder or has had its
 /// time. Now and then several at once.
 void Show::recallScene() {
@@ -126,7 +135,7 @@ void Show::recallScene() {
         return;
     const int recalls = oneIn(50) ? 3 : 1;
     for (int i = 0; i < recalls; ++i) {
-        const std::string name = (oneIn(4) ? "Corazón " : "Scene ") + std::to_string(++counts.recalled);
+        const std::string name = nextScene();
         desk.tell("scene " + name);
         // What is recalled behind a drop finds the connection closed, noticed here or not.
         if (linkUp && trouble != Trouble::drop)

@@ -91,8 +91,9 @@ void Show::printBill(const MarkerAccount::Bill &bill) const {
     row("  in the session by their names", bill.inSession);
     row("  sent while the recorder was down", bill.whileAway);
     row("  in a recorder that was ended before it saved again", bill.withoutSaving);
-    row("  of which the recorder missed the first half", bill.markless);
-    row("  overtaken by a recall less than 90 ms later", bill.overtaken);
+    row("  named anew: recalled less than 90 ms later, or half missed", bill.overtaken);
+    row("  half missed, and no mark there to name", bill.markless);
+    row("of all of them, the recorder missed the first half of", bill.halved);
 }
 
 } // namespace corvane::soak
