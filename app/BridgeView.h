@@ -72,6 +72,8 @@ public:
     virtual void setUpdateUnderWay(bool underWay) = 0;
     /// Draws the user's eye to the application without taking the focus from another one.
     virtual void requestAttention() = 0;
+    /// Whether the application's icon bears a mark, where the system has a place for one.
+    virtual void setBadge(bool shown) = 0;
     /// Within this time a second press on the same place is still the first one.
     virtual std::chrono::milliseconds doubleClickTime() const = 0;
     /// Writes a line to standard error: for what happens once the window may be gone.

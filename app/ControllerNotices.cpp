@@ -79,8 +79,12 @@ void BridgeController::linkIs(ButtonFacts::Link state) {
     buttons.link = state;
     // Else the system may slow a hidden window down, and a marker would be late.
     state == Link::up ? platform.activity->begin() : platform.activity->end();
-    if (lost && runningLiveTrax()) // markers are missing from now on
+    if (state == Link::up) {
+        view.setBadge(false);
+    } else if (lost && runningLiveTrax()) { // markers are missing from now on
         view.requestAttention();
+        view.setBadge(true);
+    }
     showNotices();
     showMeanings();
 }

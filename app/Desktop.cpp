@@ -5,11 +5,14 @@
 
 namespace corvane {
 
-// Here windows bring themselves to the front, and nothing is drawn that the palette does not reach.
+// Here windows bring themselves to the front, nothing is drawn that the palette does not reach, and icons
+// bear no marks.
 
 void prepareDesktop() {}
 
 void bringApplicationToFront() {}
+
+void showApplicationBadge(bool) {}
 
 QIcon applicationIcon() {
     const QIcon own = QApplication::windowIcon();

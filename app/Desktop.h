@@ -13,6 +13,9 @@ void prepareDesktop();
 /// Brings the application in front of all others, where a window cannot do so for itself.
 void bringApplicationToFront();
 
+/// Marks the application's icon in the Dock, or takes the mark away.
+void showApplicationBadge(bool shown);
+
 /// The icon that stands for the application: its own, or else the one that the system shows for it.
 QIcon applicationIcon();
 

@@ -68,6 +68,7 @@ public:
     void showNotice(const std::optional<Notice> &notice) override;
     void setUpdateUnderWay(bool underWay) override;
     void requestAttention() override;
+    void setBadge(bool shown) override;
     std::chrono::milliseconds doubleClickTime() const override;
     void writeError(const std::string &text) override;
 

@@ -138,6 +138,10 @@ void MainWindow::requestAttention() {
     QApplication::alert(this);
 }
 
+void MainWindow::setBadge(bool shown) {
+    showApplicationBadge(shown);
+}
+
 std::chrono::milliseconds MainWindow::doubleClickTime() const {
     return std::chrono::milliseconds(QApplication::doubleClickInterval());
 }

@@ -15,6 +15,10 @@ void bringApplicationToFront() {
     activateApplication();
 }
 
+void showApplicationBadge(bool shown) {
+    setDockBadge(shown ? "!" : "");
+}
+
 QIcon applicationIcon() {
     if (const QIcon own = QApplication::windowIcon(); !own.isNull())
         return own;

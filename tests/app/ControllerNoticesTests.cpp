@@ -122,6 +122,7 @@ TEST_F(ControllerNoticesTest, ALostLinkIsSaidAndReconnectsWithoutUpdating) {
     controller->client->onConnectionState(false);
     EXPECT_EQ(text(), "The console is not connected. Choose it again in LV1 HOST, or:");
     EXPECT_EQ(view.attentionRequests, 1);
+    EXPECT_TRUE(view.badge);
     EXPECT_FALSE(fakes.activity->isGoingOn);
     controller->noticeAction();
     fakes.clock->run();
@@ -135,12 +136,16 @@ TEST_F(ControllerNoticesTest, ALostLinkIsSaidAndReconnectsWithoutUpdating) {
     fakes.clock->run();
     EXPECT_THAT(view.meaning, StartsWith("Red: no console is connected, and there are changes"));
     EXPECT_EQ(view.attentionRequests, 2);
+    EXPECT_TRUE(view.badge); // also while it was being connected to
+    consoleSendsPatch(movedKeys());
+    EXPECT_FALSE(view.badge);
 }
 
 TEST_F(ControllerNoticesTest, NobodyIsCalledForALinkThatIsLostWhileNothingIsRecorded) {
     begin(kickAndKeys());
     controller->client->onConnectionState(false);
     EXPECT_EQ(view.attentionRequests, 0);
+    EXPECT_FALSE(view.badge);
 }
 
 TEST_F(ControllerNoticesTest, CreateThatCanDoNothingSaysWhy) {

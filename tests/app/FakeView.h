@@ -43,6 +43,7 @@ public:
     void showNotice(const std::optional<Notice> &shown) override { notice = shown; }
     void setUpdateUnderWay(bool underWay) override { updateUnderWay = underWay; }
     void requestAttention() override { ++attentionRequests; }
+    void setBadge(bool shown) override { badge = shown; }
     std::chrono::milliseconds doubleClickTime() const override { return std::chrono::milliseconds(400); }
     void writeError(const std::string &text) override { errors.push_back(text); }
     void growWindow(int points) override { height += points; }
@@ -84,6 +85,7 @@ public:
     std::optional<Notice> notice;
     bool updateUnderWay = false;
     int attentionRequests = 0;
+    bool badge = false;
     std::vector<std::string> errors; ///< what it wrote to standard error
     std::string linesTitle;
     std::vector<std::string> linesShown;

@@ -53,6 +53,7 @@ public:
     void showNotice(const std::optional<Notice> &) override {}
     void setUpdateUnderWay(bool) override {}
     void requestAttention() override {}
+    void setBadge(bool) override {}
     std::chrono::milliseconds doubleClickTime() const override { return {}; }
     void writeError(const std::string &) override {}
     void growWindow(int) override {}

@@ -14,6 +14,9 @@ void prepareApplication();
 /// Brings the application in front of all others.
 void activateApplication();
 
+/// The text on the application's icon in the Dock; empty for none.
+void setDockBadge(const std::string &text);
+
 /// The icon that the system shows for the application, as a PNG file; empty when it has none.
 std::vector<unsigned char> applicationIconPNG();
 

@@ -66,6 +66,10 @@ void activateApplication() {
     [NSApp activateIgnoringOtherApps:YES];
 }
 
+void setDockBadge(const std::string &text) {
+    NSApp.dockTile.badgeLabel = text.empty() ? nil : nsString(text);
+}
+
 std::vector<unsigned char> applicationIconPNG() {
     NSData *image = NSApp.applicationIconImage.TIFFRepresentation;
     NSBitmapImageRep *bitmap = image ? [NSBitmapImageRep imageRepWithData:image] : nil;

@@ -82,7 +82,12 @@ extern NSAboutPanelOptionKey const NSAboutPanelOptionVersion;
 extern NSAboutPanelOptionKey const NSAboutPanelOptionCredits;
 extern NSAboutPanelOptionKey const NSAboutPanelOptionApplicationIcon;
 
+@interface NSDockTile : NSObject
+@property(copy, nullable) NSString *badgeLabel;
+@end
+
 @interface NSApplication : NSObject
+@property(readonly, strong) NSDockTile *dockTile;
 @property(class, readonly) NSApplication *sharedApplication;
 @property(strong) NSAppearance *appearance;
 @property(strong) NSMenu *mainMenu;
