@@ -1,41 +1,17 @@
-#include "lv1/HostChoice.h"
-#include "platform/bonjour/DNSServiceBrowser.h"
-#include "platform/bonjour/DNSServiceThread.h"
 #include "sim/ConsoleState.h"
-#include "tests/lv1/SocketTest.h"
-#include "tests/support/PrivateBonjour.h"
+#include "tests/lv1/BonjourTest.h"
+#include "tests/lv1/DistantConsole.h"
+#include "tests/support/MulticastDNS.h"
+
+#include <ctime>
 
 namespace corvane {
 namespace {
 
+using namespace std::chrono_literals;
 using testing::Contains;
-using testing::ElementsAre;
 
-/// Entered before the threads of the network are started: they live where they were started.
-struct EnteredBonjour {
-    EnteredBonjour() { entered = bonjour.enter(reason); }
-    PrivateBonjour bonjour;
-    bool entered = false;
-    std::string reason;
-};
-
-/// A client that finds its consoles by a Bonjour daemon of the test's own, and the rules of the window.
-class LV1Bonjour : protected EnteredBonjour, public SocketTest {
-protected:
-    void SetUp() override {
-        if (!entered)
-            GTEST_SKIP() << "no Bonjour daemon of its own: " << reason;
-        platform.makeServiceBrowser = [this] {
-            return std::make_unique<DNSServiceBrowser>(main, std::make_unique<DNSServiceThread>(main));
-        };
-        client = makeClient();
-        client->onServices = [this](const auto &services) {
-            if (const auto status = chooseHost(*client, client->endpoints, services))
-                diary.push_back(*status);
-        };
-        ASSERT_TRUE(bonjour.startBus() && bonjour.startDaemon());
-    }
-};
+using LV1Bonjour = BonjourTest;
 
 TEST_F(LV1Bonjour, ASoleConsoleIsResolvedAndConnectedWithoutAClick) {
     const auto &desk = console();
@@ -83,6 +59,102 @@ TEST_F(LV1Bonjour, OfTwoConsolesNoneIsConnectedBeforeTheUserChooses) {
     client->connect(chosen);
     ASSERT_TRUE(comes([&] { return !scenes.empty(); }));
     EXPECT_EQ(chosen->name() == "One" ? one.clients() : two.clients(), 1U);
+}
+
+/// A network at the other end of a cable, whose consoles have no daemon that says goodbye for them.
+class LV1BonjourCable : public BonjourTest {
+protected:
+    void SetUp() override {
+        BonjourTest::SetUp();
+        if (IsSkipped() || HasFatalFailure())
+            return;
+        neighbour = PrivateNetwork::Neighbour::join(reason);
+        if (!neighbour)
+            GTEST_SKIP() << "no cable of its own: " << reason;
+    }
+
+    void announce(const std::vector<AnnouncedService> &services) const {
+        neighbour->inside([&] { announceByMulticastDNS(services); });
+    }
+    std::unique_ptr<DistantConsole> desk(std::uint16_t port) const {
+        ConsoleSimOptions options;
+        options.port = port;
+        options.announce = "10.77.0.1"; // so that it listens on all interfaces; nobody listens there
+        return std::make_unique<DistantConsole>(*neighbour, options);
+    }
+    /// A console says who it is again and again until that has an effect: the daemon may still be getting
+    /// ready.
+    bool announcedUntil(const AnnouncedService &service, const std::function<bool()> &condition) {
+        for (int i = 0; i < 60; ++i) {
+            announce({service});
+            for (int moment = 0; moment < 100; ++moment) {
+                runFor(5ms);
+                if (condition())
+                    return true;
+            }
+        }
+        return false;
+    }
+
+    std::unique_ptr<PrivateNetwork::Neighbour> neighbour;
+};
+
+TEST_F(LV1BonjourCable, AConsoleThatDiesWithoutAWordAndReturnsAtAnotherPortIsFollowed) {
+    client->multicast->stop();
+    client->browser->search(LV1Client::serviceType, LV1Client::serviceDomain);
+    auto console = desk(5000);
+    ASSERT_TRUE(announcedUntil({"FOH", 5000}, [&] { return scenes.size() == 1; }))
+        << testing::PrintToString(diary);
+    console.reset();
+    ASSERT_TRUE(says("LV1 closed the connection. Disconnect Tracks Live and press SYNC LV1."));
+    console = desk(5001);
+    // Somebody presses SYNC LV1 each time it has failed.
+    const auto press = [&] { client->connect(client->services.front()); };
+    press();
+    ASSERT_TRUE(announcedUntil({"FOH", 5001}, [&] {
+        if (diary.back().starts_with("Connection error: ") && scenes.size() == 1)
+            press();
+        return scenes.size() == 2;
+    })) << testing::PrintToString(diary);
+    EXPECT_EQ(client->services.size(), 1U);
+    EXPECT_EQ(client->services.front()->port(), 5001);
+    EXPECT_THAT(diary, Contains("Connection error: Connection refused"));
+}
+
+double secondsOfThisThread() {
+    timespec time{};
+    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+}
+
+TEST_F(LV1BonjourCable, TwoThousandServicesLeaveTheMainThreadFree) {
+    std::vector<AnnouncedService> services;
+    for (std::uint16_t i = 0; i < 2'000; ++i)
+        services.push_back({"LV1 " + std::to_string(i), static_cast<std::uint16_t>(10'000 + i)});
+    client->browser->search(LV1Client::serviceType, LV1Client::serviceDomain);
+    const auto told = [&] {
+        return std::count_if(diary.begin(), diary.end(), [](const std::string &text) {
+            return text.starts_with("LV1 found: ") || text.starts_with("Could not resolve ");
+        });
+    };
+    const double before = secondsOfThisThread();
+    ASSERT_TRUE(announcedUntil({"LV1 0", 10'000}, [&] { return !client->services.empty(); }));
+    // Some get lost on a busy machine: so they are all announced again.
+    for (int round = 0; round < 10 && client->services.size() < 1'000; ++round) {
+        for (std::size_t i = 0; i < services.size(); i += 40) {
+            announce({services.begin() + static_cast<std::ptrdiff_t>(i),
+                      services.begin() + static_cast<std::ptrdiff_t>(i) + 40});
+            runFor(10ms);
+        }
+        runFor(1s);
+    }
+    for (int i = 0; i < 60 && told() < 1'000; ++i)
+        runFor(500ms);
+    const double used = secondsOfThisThread() - before;
+    EXPECT_EQ(client->services.size(), 1'000U);
+    EXPECT_GE(told(), 1'000);
+    EXPECT_LT(used, 5) << "of the main thread";
+    EXPECT_LT(serviceReports, 300);
 }
 
 } // namespace

@@ -1,11 +1,10 @@
 #include "platform/net/PosixMulticast.h"
+#include "tests/lv1/DistantConsole.h"
 #include "tests/lv1/SocketTest.h"
 #include "tests/support/PrivateNetwork.h"
 
 #include <chrono>
 #include <cstdlib>
-#include <thread>
-#include <unistd.h>
 
 namespace corvane {
 namespace {
@@ -22,42 +21,6 @@ struct EnteredCable {
     }
     std::string reason;
     std::unique_ptr<PrivateNetwork::Neighbour> neighbour;
-};
-
-/// A console in a network of its own at the other end of a cable, on a thread of its own.
-class DistantConsole {
-public:
-    explicit DistantConsole(const PrivateNetwork::Neighbour &neighbour) {
-        [[maybe_unused]] const int made = ::pipe(commands);
-        thread = std::thread([this, &neighbour] {
-            neighbour.inside([this] {
-                ConsoleSimOptions options;
-                options.port = 5000;
-                options.announce = "10.77.0.1";
-                options.announceInterval = 200ms;
-                ConsoleSim console(options);
-                console.readCommands(commands[0]);
-                console.run();
-            });
-        });
-    }
-    ~DistantConsole() {
-        command("quit");
-        thread.join();
-        ::close(commands[0]);
-        ::close(commands[1]);
-    }
-    DistantConsole(const DistantConsole &) = delete;
-    DistantConsole &operator=(const DistantConsole &) = delete;
-
-    void command(const std::string &line) const {
-        const auto text = line + "\n";
-        [[maybe_unused]] const auto written = ::write(commands[1], text.data(), text.size());
-    }
-
-private:
-    int commands[2] = {-1, -1};
-    std::thread thread;
 };
 
 class LV1Cable : protected EnteredCable, public SocketTest {
@@ -77,7 +40,11 @@ protected:
 };
 
 TEST_F(LV1Cable, ACableThatIsPulledIsNoticedWithin15SecondsAndTheConsoleConnectedAgainWhenItIsBack) {
-    const DistantConsole desk(*neighbour);
+    ConsoleSimOptions options;
+    options.port = 5000;
+    options.announce = "10.77.0.1";
+    options.announceInterval = 200ms;
+    const DistantConsole desk(*neighbour, options);
     client->startDiscovery();
     ASSERT_TRUE(comes([&] { return !scenes.empty(); })) << testing::PrintToString(diary);
     diary.clear();

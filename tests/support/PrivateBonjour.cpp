@@ -56,8 +56,9 @@ constexpr const char *daemonConfiguration = R"([server]
 host-name=console
 use-ipv4=yes
 use-ipv6=no
-allow-interfaces=lo
+allow-interfaces=lo,corvane0
 enable-dbus=yes
+cache-entries-max=16384
 [publish]
 publish-workstation=no
 )";

@@ -27,6 +27,7 @@ public:
     void didFind(std::shared_ptr<NetService> service, bool moreComing) override {
         words.push_back("found " + service->name() + (moreComing ? ", more" : ""));
         services.push_back(service);
+        beforeResolving();
         service->resolve(5s);
     }
     void didRemove(NetService &service) override { words.push_back("removed " + service.name()); }
@@ -36,6 +37,7 @@ public:
     }
     void didNotResolve(NetService &service) override { words.push_back("unresolved " + service.name()); }
 
+    std::function<void()> beforeResolving = [] {};
     std::vector<std::string> words;
     std::vector<std::shared_ptr<NetService>> services;
 };
@@ -203,6 +205,23 @@ TEST_F(BonjourDaemon, ADaemonThatIsKilledAndComesBackRepeatsNothingAndFindsWhatI
     ASSERT_TRUE(runUntilWord("resolved LV1 Two console.local. 5001")) << words();
     EXPECT_EQ(browser->error(), std::nullopt);
     EXPECT_EQ(findings->services.size(), 2u) << words();
+}
+
+TEST_F(BonjourDaemon, AServiceThatTheDaemonTookWithItUnresolvedIsResolvedByTheNextOne) {
+    ASSERT_TRUE(bonjour.startBus() && bonjour.startDaemon());
+    ASSERT_TRUE(bonjour.publish("LV1 One", 5000));
+    findings->beforeResolving = [&] { bonjour.freezeDaemon(); };
+    search();
+    ASSERT_TRUE(runUntilWord("found LV1 One")) << words();
+    runFor(100ms); // asked, and without an answer
+    EXPECT_EQ(findings->services.front()->port(), -1);
+    bonjour.killDaemon();
+    ASSERT_TRUE(bonjour.startDaemon());
+    ASSERT_TRUE(bonjour.publish("LV1 One", 5000));
+    ASSERT_TRUE(runUntilWord("resolved LV1 One console.local. 5000")) << words();
+    EXPECT_EQ(count("found LV1 One"), 1) << words();
+    EXPECT_EQ(count("removed LV1 One"), 0) << words();
+    EXPECT_EQ(findings->services.size(), 1u);
 }
 
 TEST_F(BonjourDaemon, WhatItFindsCanBeConnectedTo) {
