@@ -1,0 +1,72 @@
+#include "tests/support/RefusedCalls.h"
+
+#ifdef __linux__
+
+#include <cerrno>
+#include <cstddef>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <vector>
+
+namespace corvane {
+
+namespace {
+
+/// The system looks at each call of the thread by this little program.
+bool runFiltered(std::vector<sock_filter> filter, const std::function<void()> &action) {
+    bool isRun = false;
+    std::thread([&] {
+        const sock_fprog program{static_cast<unsigned short>(filter.size()), filter.data()};
+        isRun = ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+                ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+        if (isRun)
+            action();
+    }).join();
+    return isRun;
+}
+
+constexpr sock_filter loaded(std::size_t offset) {
+    return BPF_STMT(BPF_LD | BPF_W | BPF_ABS, static_cast<unsigned>(offset));
+}
+
+constexpr sock_filter unless(unsigned number, unsigned char skipped) {
+    return BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, skipped);
+}
+
+constexpr sock_filter refused = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM);
+constexpr sock_filter allowed = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+
+} // namespace
+
+bool withoutSocketOptions(const std::function<void()> &action) {
+    return runFiltered({loaded(offsetof(seccomp_data, nr)), unless(__NR_setsockopt, 1), refused, allowed},
+                       action);
+}
+
+bool withoutInterfaceLists(const std::function<void()> &action) {
+    return runFiltered({loaded(offsetof(seccomp_data, nr)), unless(__NR_socket, 3),
+                        loaded(offsetof(seccomp_data, args)), unless(AF_NETLINK, 1), refused, allowed},
+                       action);
+}
+
+} // namespace corvane
+
+#else
+
+namespace corvane {
+
+bool withoutSocketOptions(const std::function<void()> &) {
+    return false;
+}
+
+bool withoutInterfaceLists(const std::function<void()> &) {
+    return false;
+}
+
+} // namespace corvane
+
+#endif

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <functional>
+
+namespace corvane {
+
+// What a system may refuse, as inside a strict container. Linux only.
+
+/// Runs `action` on a thread of its own, where that thread and those that it starts can set no socket option:
+/// each call fails with EPERM. False, and nothing is run, where the system cannot do so.
+bool withoutSocketOptions(const std::function<void()> &action);
+
+/// The same, where the system cannot be asked for its network interfaces or for changes of them.
+bool withoutInterfaceLists(const std::function<void()> &action);
+
+} // namespace corvane
