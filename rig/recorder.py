@@ -185,7 +185,7 @@ def record(seconds):
 def settle(expected, what):
     """Waits for a state of the transport; for a while, where the port for replies is not to be had."""
     try:
-        waitFor(lambda: transport() == expected, 5, what)
+        waitFor(lambda: transport() == expected, 20, what)
     except OSError:
         time.sleep(1)
 
