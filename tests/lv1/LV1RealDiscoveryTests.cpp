@@ -86,6 +86,18 @@ TEST_F(LV1RealDiscovery, AConsoleThatBreaksTheConnectionIsConnectedAgainByItsNex
     EXPECT_TRUE(comes([&] { return scenes.size() == 2; }));
 }
 
+TEST_F(LV1RealDiscovery, AConsoleThatClosesTheConnectionIsLeftAloneUntilItIsAskedFor) {
+    auto &desk = announcedConsole("FOH", "127.0.0.1");
+    client->startDiscovery();
+    ASSERT_TRUE(comes([&] { return scenes.size() == 1; }));
+    desk.command("drop");
+    ASSERT_TRUE(says("LV1 closed the connection. Disconnect Tracks Live and press SYNC LV1."));
+    runFor(200ms); // of announcements
+    EXPECT_EQ(std::count(diary.begin(), diary.end(), "<connected>"), 1);
+    client->connect(client->endpoints.front());
+    EXPECT_TRUE(comes([&] { return scenes.size() == 2; }));
+}
+
 TEST_F(LV1RealDiscovery, SearchingMayBeStartedAndStoppedAtAnyMoment) {
     announcedConsole("FOH", "127.0.0.1");
     client->startDiscovery();
