@@ -2,6 +2,7 @@
 
 #include "app/BridgeView.h"
 #include "app/ButtonMeaning.h"
+#include "app/Removal.h"
 #include "app/SceneMarkers.h"
 #include "app/SessionReader.h"
 #include "livetrax/remote/LiveTraxOSC.h"
@@ -79,6 +80,9 @@ public:
     /// When the file was last written; none when that cannot be told.
     static std::optional<std::filesystem::file_time_type> modificationDate(const Path &file);
     void showUpdateAlert(const std::string &message);
+    /// Takes the newest update that took recordings out of the session back.
+    void undoUpdate();
+    void showUndoAlert(const std::string &message);
 
     // What an update asks of its owner
 
@@ -87,14 +91,19 @@ public:
     /// The update takes the place of the one that is under way. False when the program is about to end: then
     /// nothing new is begun.
     bool takeOver(const std::shared_ptr<SessionUpdate> &newer);
-    /// Ends the update that is under way, unless LiveTrax has been asked to quit for it.
-    void cancelUpdate();
+    /// Ends the update that is under way, unless LiveTrax has been asked to quit for it. `text` is the status
+    /// if there is none.
+    void cancelUpdate(const char *text);
     /// The update has come to its end, good or bad.
     void updateEnded(const SessionUpdate &ended);
     /// The patch becomes the synchronised one: the button turns green.
     void acceptPatch(const Channels &list, const std::string &signature);
-    /// A session was rewritten, as planned where that is known.
-    void sessionUpdated(const std::optional<UpdatePlan> &plan);
+    /// A session was rewritten like this, and the patch is about to be accepted.
+    void sessionUpdated(const Path &session, const UpdatePlan &done);
+    /// Whether this is the newest of the removals that were not undone.
+    bool canUndo(const Removal &removal) const;
+    /// The session is as it was before the newest removal: what was synchronised then is so again.
+    void updateUndone();
     /// LiveTrax was started on the session: that is the one it opened last.
     void sessionOpened(const Path &session);
     void showStatus(const std::string &text);
@@ -142,6 +151,7 @@ private:
     bool leadsTo(std::size_t host) const;
     void connectToSelectedHost();
     void showPatchTitle();
+    void showFailure(const char *status, const char *title, const std::string &message);
     /// Whether the console's patch differs from the synchronised one.
     bool hasChanges() const;
     /// Lists behind the status what distinguishes these channels from the synchronised ones.
@@ -168,8 +178,11 @@ private:
     void askAboutSessions();
     void askNowAndThen();
     void sessionsRead(const SessionAnswer &answer);
+    void sessionWasRewritten();
     /// What was read of the active session and of the console's patch, if that is what was read last.
     const SessionAnswer *currentAnswer() const;
+    /// Of the active session, if that is the one that an update took something out of last.
+    const Removal *newestRemoval() const;
     void chooseSession();
 
     Platform &platform;
@@ -188,6 +201,7 @@ private:
     SessionReader sessionReader;
     std::optional<SessionAnswer> answer;  ///< what the disk said last
     std::vector<std::string> updateLines; ///< what the last update changed
+    std::vector<Removal> removals;        ///< that were not undone, the newest last
     std::optional<Path> openedHere;       ///< the session that LiveTrax was last started on from here
     std::optional<Path> recentThen;       ///< the newest of LiveTrax's own list at that time
     bool sessionIsAwaited = false;        ///< the active session is yet to be made by LiveTrax

@@ -96,14 +96,29 @@ void BridgeController::showChanges(const Channels &list) {
                                  patchDifference(synchronizedChannels.value_or(Channels{}), list)));
 }
 
-void BridgeController::sessionUpdated(const std::optional<UpdatePlan> &plan) {
-    ++updatesDone;
+void BridgeController::sessionUpdated(const Path &session, const UpdatePlan &done) {
+    sessionWasRewritten();
+    updateLines = planLines(done);
+    if (auto tracks = removedWithTakes(done); !tracks.empty()) {
+        const auto copies = History(platform).copies(session);
+        const bool kept = !copies.empty();
+        removals.push_back({session, std::move(tracks), kept ? std::optional(copies.front()) : std::nullopt,
+                            kept ? std::optional<std::int64_t>(0) : std::nullopt, synchronizedPatch,
+                            synchronizedChannels, buttons.comparison});
+    }
     buttons.comparison = ButtonFacts::Comparison::sync;
-    told.removedWithTakes = plan ? removedWithTakes(*plan) : std::vector<std::string>();
-    updateLines = plan ? planLines(*plan) : std::vector<std::string>();
 }
 
 // What the disk says
+
+/// What was read of it before says nothing any more.
+void BridgeController::sessionWasRewritten() {
+    ++updatesDone;
+    if (!answer)
+        return;
+    answer->signature.reset();
+    answer->plan.reset();
+}
 
 void BridgeController::sessionOpened(const Path &session) {
     openedHere = session;
@@ -119,7 +134,9 @@ void BridgeController::askNowAndThen() {
 }
 
 void BridgeController::askAboutSessions() {
-    sessionReader.ask({activeSessionURL, channelsPatch.value_or(""), channels, folderToSaveIn()},
+    const auto *removal = newestRemoval();
+    sessionReader.ask({activeSessionURL, channelsPatch.value_or(""), channels, folderToSaveIn(),
+                       removal != nullptr ? removal->copy : std::nullopt},
                       [weak = weak_from_this()](const SessionAnswer &read) {
                           if (const auto controller = weak.lock())
                               controller->sessionsRead(read);
@@ -128,6 +145,8 @@ void BridgeController::askAboutSessions() {
 
 void BridgeController::sessionsRead(const SessionAnswer &read) {
     answer = read;
+    if (read.exists && !removals.empty() && read.question.copy == removals.back().copy)
+        removals.back().recordingsSince = read.recordingsSince;
     if (const auto *current = currentAnswer()) {
         sessionIsAwaited = sessionIsAwaited && !current->exists;
         if (hasChanges() && current->plan)
@@ -141,6 +160,10 @@ const SessionAnswer *BridgeController::currentAnswer() const {
     const bool fits = answer && answer->question.session && answer->question.session == activeSessionURL &&
                       answer->question.patch == currentPatch.value_or("");
     return fits ? &*answer : nullptr;
+}
+
+const Removal *BridgeController::newestRemoval() const {
+    return !removals.empty() && removals.back().session == activeSessionURL ? &removals.back() : nullptr;
 }
 
 // The notice
@@ -164,6 +187,10 @@ NoticeFacts BridgeController::knownFacts() const {
     NoticeFacts facts = told;
     facts.session = activeSessionURL;
     facts.linkIsDown = buttons.link == ButtonFacts::Link::lost;
+    if (const auto *removal = newestRemoval()) {
+        facts.removedWithTakes = removal->tracks;
+        facts.recordingsSinceRemoval = removal->recordingsSince;
+    }
     if (answer) {
         facts.recording.volumes = answer->volumes;
         facts.lastOpened = openedHere && answer->lastOpened == recentThen ? openedHere : answer->lastOpened;
@@ -228,6 +255,9 @@ void BridgeController::noticeAction() {
         break;
     case Notice::Kind::sessionDiffers:
         updateActiveSession(channels, *currentPatch);
+        break;
+    case Notice::Kind::takesRemoved:
+        undoUpdate();
         break;
     case Notice::Kind::takesAtRisk:
         if (const auto *current = currentAnswer(); current && current->plan)

@@ -79,10 +79,12 @@ Found sessionDiffers(const NoticeFacts &facts) {
 Found takesRemoved(const NoticeFacts &facts) {
     if (facts.removedWithTakes.empty())
         return {};
-    return Notice{Kind::takesRemoved,
-                  counted(facts.removedWithTakes.size(), "track", "tracks") +
-                      " with recordings left the session: " + joined(facts.removedWithTakes) + ".",
-                  facts.removalCanBeUndone ? "Undo" : ""};
+    const auto since = facts.recordingsSinceRemoval;
+    std::string text = counted(facts.removedWithTakes.size(), "track", "tracks") +
+                       " with recordings left the session: " + joined(facts.removedWithTakes) + ".";
+    if (since.value_or(0) > 0)
+        text += " " + counted(std::size_t(*since), "recording was", "recordings were") + " made since.";
+    return Notice{Kind::takesRemoved, text, since == 0 ? "Undo" : ""};
 }
 
 Found namesUnfit(const NoticeFacts &facts) {

@@ -65,7 +65,8 @@ struct NoticeFacts {
     std::size_t channels = 0;                    ///< of the console
     std::optional<SessionDifference> difference; ///< unless changes are pending anyway
     std::vector<std::string> removedWithTakes;   ///< tracks that the last update took out
-    bool removalCanBeUndone = false;
+    /// Recordings in the session that the copy from before does not know; none when that cannot be told.
+    std::optional<std::int64_t> recordingsSinceRemoval;
     std::vector<std::string> nameProblems; ///< sentences
     std::vector<std::string> atRisk;       ///< tracks with recordings that an update would take out
     std::optional<Marker> lostMarker;

@@ -71,17 +71,26 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
     state = now;
     answer.signature.reset();
     answer.plan.reset();
+    answer.recordingsSince.reset();
     if (!now || !isWanted())
         return;
     answer.signature = LiveTraxGenerator::sessionPatchSignature(*question.session);
     if (!answer.signature || !isWanted())
         return;
-    try {
-        answer.plan =
-            LiveTraxGenerator::plan(system, *question.session, withFiniteColours(question.channels));
-    } catch (const std::exception &) {
-        // What is wrong is said when the session is to be updated.
-    }
+    // What is wrong is said when the session is to be updated, or an update to be undone.
+    const auto trying = [](auto &found, const auto &read) {
+        try {
+            found = read();
+        } catch (const std::exception &) {
+            found.reset();
+        }
+    };
+    trying(answer.plan, [&] {
+        return LiveTraxGenerator::plan(system, *question.session, withFiniteColours(question.channels));
+    });
+    if (question.copy && isWanted())
+        trying(answer.recordingsSince,
+               [&] { return History(system).recordingsSince(*question.session, *question.copy); });
 }
 
 } // namespace

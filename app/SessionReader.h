@@ -1,5 +1,6 @@
 #pragma once
 
+#include "livetrax/session/History.h"
 #include "livetrax/session/UpdatePlan.h"
 #include "platform/Platform.h"
 #include "platform/files/Volume.h"
@@ -20,10 +21,12 @@ struct SessionQuestion {
     std::string patch;                            ///< the signature of the console's channels
     std::vector<LV1Channel> channels;             ///< of the console
     std::filesystem::path saveIn;                 ///< where a new session would go
+    std::optional<HistoryCopy> copy = {};         ///< of the session, that one might go back to
 
     /// Colours make no other question.
     bool operator==(const SessionQuestion &other) const {
-        return session == other.session && patch == other.patch && saveIn == other.saveIn;
+        return session == other.session && patch == other.patch && saveIn == other.saveIn &&
+               copy == other.copy;
     }
 };
 
@@ -33,8 +36,9 @@ struct SessionAnswer {
     std::optional<std::filesystem::path> lastOpened; ///< by LiveTrax
     bool exists = false;                             ///< the session's file
     std::optional<std::string> signature;            ///< of the session's patch; none when it cannot be read
-    std::optional<UpdatePlan> plan; ///< what an update would do; none when it would be refused
-    std::vector<Volume> volumes;    ///< of the session and of where a new one would go
+    std::optional<UpdatePlan> plan;              ///< what an update would do; none when it would be refused
+    std::optional<std::int64_t> recordingsSince; ///< the copy was made; none when that cannot be told
+    std::vector<Volume> volumes;                 ///< of the session and of where a new one would go
 };
 
 /// Reads for the window what the disk has to say of the sessions, on "Corvane.Sessions": neither the main

@@ -12,13 +12,12 @@ namespace corvane {
 
 namespace {
 
-constexpr auto didNotClose = "LiveTrax did not close. Quit it and press SYNC LV1 again.";
 constexpr auto didNotAnswer = "Could not check LiveTrax transport. Stop playback and try again.";
-constexpr auto isRolling = "Stop the transport and recording before updating the session.";
+constexpr auto undoneText = "The update was undone.";
 
 /// A transport that is slower than this stands still.
 constexpr float standstill = 0.0001F;
-constexpr std::size_t updateButton = 0;
+constexpr std::size_t goOnButton = 0;
 
 /// A speed that is not a number is no standstill.
 bool isMoving(const TransportState &transport) {
@@ -32,6 +31,30 @@ std::string summary(const UpdateResult &result) {
 
 } // namespace
 
+/// What is said in other words on the way to a console's patch and on the way back.
+struct SessionUpdate::Words {
+    const char *question;
+    const char *informativeText;
+    const char *goOn; ///< the button
+    const char *cancelled;
+    const char *isRolling;
+    const char *didNotClose;
+};
+const SessionUpdate::Words SessionUpdate::ofUpdate{
+    "Update Session",
+    "LiveTrax will close to apply the new channels, then reopen with the updated session.",
+    "Update",
+    "Sync cancelled.",
+    "Stop the transport and recording before updating the session.",
+    "LiveTrax did not close. Quit it and press SYNC LV1 again."};
+const SessionUpdate::Words SessionUpdate::ofUndo{
+    "Undo Update",
+    "LiveTrax will close to put the session back as it was before the update, then reopen with it.",
+    "Undo",
+    "Undo cancelled.",
+    "Stop the transport and recording before undoing the update.",
+    "LiveTrax did not close. Quit it and press Undo again."};
+
 /// What the window says while one waits, and how often one asks, a fifth of a second apart.
 struct SessionUpdate::Wait {
     const char *status;
@@ -43,8 +66,18 @@ const SessionUpdate::Wait SessionUpdate::forcing{"Closing LiveTrax…", 15};  //
 
 SessionUpdate::SessionUpdate(BridgeController &controller, Platform &platform, BridgeView &view, Path session,
                              Channels channels, std::string signature)
-    : controller(controller), platform(platform), view(view), session(std::move(session)),
+    : controller(controller), platform(platform), view(view), words(ofUpdate), session(std::move(session)),
       channels(std::move(channels)), signature(std::move(signature)), updatesBefore(controller.updatesDone) {}
+
+SessionUpdate::SessionUpdate(BridgeController &controller, Platform &platform, BridgeView &view,
+                             Removal undone)
+    : controller(controller), platform(platform), view(view), words(ofUndo), session(undone.session),
+      channels(undone.channels.value_or(Channels{})), undone(std::move(undone)),
+      updatesBefore(controller.updatesDone) {}
+
+const char *SessionUpdate::cancelledText() const {
+    return words.cancelled;
+}
 
 void SessionUpdate::confirm() {
     // Held by the question until it is answered, from then on by the controller alone.
@@ -54,16 +87,13 @@ void SessionUpdate::confirm() {
         const auto update = std::exchange(self, nullptr);
         if (!controller || !update)
             return;
-        if (button != updateButton)
-            controller->cancelUpdate();
+        if (button != goOnButton)
+            controller->cancelUpdate(update->cancelledText());
         else if (controller->takeOver(update))
             update->check();
     };
     view.bringToFront();
-    view.showAlert({"Update Session",
-                    "LiveTrax will close to apply the new channels, then reopen with the updated session.",
-                    {"Update", "Cancel"}},
-                   std::move(answered));
+    view.showAlert({words.question, words.informativeText, {words.goOn, "Cancel"}}, std::move(answered));
 }
 
 void SessionUpdate::check() {
@@ -91,7 +121,7 @@ void SessionUpdate::answered(const std::optional<TransportState> &transport) {
     } else if (!transport) {
         fail(didNotAnswer);
     } else if (isMoving(*transport)) { // armed tracks of a transport that stands still are no reason
-        fail(isRolling);
+        fail(words.isRolling);
     } else {
         save();
     }
@@ -120,24 +150,17 @@ void SessionUpdate::close() {
 void SessionUpdate::force() {
     enter(forcing);
     application->forceTerminate();
-    waitForTheEnd(forcing, [](SessionUpdate &update) { update.fail(didNotClose); });
+    waitForTheEnd(forcing, [](SessionUpdate &update) { update.fail(update.words.didNotClose); });
 }
 
 void SessionUpdate::rewrite() {
     if (controller.runningLiveTrax()) {
-        isDone() ? end() : fail(didNotClose);
+        isDone() ? end() : fail(words.didNotClose);
         return;
     }
-    const auto plan = planned();
     try {
-        const UpdateResult result = LiveTraxGenerator::update(platform, session, withFiniteColours(channels));
-        controller.sessionUpdated(plan);
-        controller.acceptPatch(channels, signature);
-        show(summary(result));
-        if (!controller.runningLiveTrax()) { // else started by hand while the session was being written
-            LiveTraxGenerator::launchExisting(platform, session, channels);
-            controller.sessionOpened(session);
-        }
+        undone ? putBack() : follow();
+        reopen();
     } catch (const std::exception &error) {
         fail(error.what());
         return;
@@ -145,13 +168,33 @@ void SessionUpdate::rewrite() {
     end();
 }
 
-/// What the update is about to change; why one would be refused is the update's to say.
-std::optional<UpdatePlan> SessionUpdate::planned() const {
+/// Brings the session to the console's patch.
+void SessionUpdate::follow() {
+    const UpdatePlan plan = LiveTraxGenerator::carryOut(platform, session, withFiniteColours(channels));
+    controller.sessionUpdated(session, plan);
+    controller.acceptPatch(channels, signature);
+    show(summary(plan.result));
+}
+
+/// What was recorded since the update is not lost by undoing it: then the session stays as it is.
+void SessionUpdate::putBack() {
     try {
-        return LiveTraxGenerator::plan(platform, session, withFiniteColours(channels));
-    } catch (const std::exception &) {
-        return std::nullopt;
+        History(platform).restore(session, *undone->copy, {});
+    } catch (...) {
+        if (quitWasAsked)
+            reopen();
+        throw;
     }
+    controller.updateUndone();
+    show(undoneText);
+}
+
+/// Unless somebody started LiveTrax while the session was being written.
+void SessionUpdate::reopen() {
+    if (controller.runningLiveTrax())
+        return;
+    LiveTraxGenerator::launchExisting(platform, session, channels);
+    controller.sessionOpened(session);
 }
 
 void SessionUpdate::show(const std::string &status) {
@@ -184,6 +227,8 @@ void SessionUpdate::waitForTheEnd(const Wait &wait, std::function<void(SessionUp
 }
 
 bool SessionUpdate::isDone() const {
+    if (undone)
+        return !controller.canUndo(*undone);
     return controller.updatesDone != updatesBefore && controller.synchronizedPatch == signature;
 }
 
@@ -192,7 +237,7 @@ void SessionUpdate::end() {
 }
 
 void SessionUpdate::fail(const std::string &message) {
-    controller.showUpdateAlert(message);
+    undone ? controller.showUndoAlert(message) : controller.showUpdateAlert(message);
     end();
 }
 

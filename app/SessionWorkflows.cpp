@@ -18,7 +18,6 @@ namespace {
 
 constexpr std::chrono::milliseconds lookDelay{200};
 
-constexpr auto cancelledText = "Sync cancelled.";
 constexpr auto finishingText = "Finishing the update…";
 
 } // namespace
@@ -116,14 +115,16 @@ bool BridgeController::takeOver(const std::shared_ptr<SessionUpdate> &newer) {
     return true;
 }
 
-void BridgeController::cancelUpdate() {
+void BridgeController::cancelUpdate(const char *text) {
     if (update && update->hasAskedToQuit()) {
         showStatus(ending ? finishingText : update->status());
         return;
     }
-    if (update)
+    if (update) {
+        text = update->cancelledText();
         updateEnded(*update);
-    showStatus(cancelledText);
+    }
+    showStatus(text);
 }
 
 void BridgeController::updateEnded(const SessionUpdate &ended) {
@@ -163,13 +164,55 @@ std::optional<std::filesystem::file_time_type> BridgeController::modificationDat
     return failure ? std::nullopt : std::optional(date);
 }
 
-/// Once the program is about to end there may be nobody left to answer.
 void BridgeController::showUpdateAlert(const std::string &message) {
-    showStatus("The session was not updated.");
+    showFailure("The session was not updated.", "Session was not updated", message);
+}
+
+/// Once the program is about to end there may be nobody left to answer.
+void BridgeController::showFailure(const char *status, const char *title, const std::string &message) {
+    showStatus(status);
     if (ending)
         view.writeError(message);
     else
-        view.showAlert({"Session was not updated", message}, [](std::size_t) {});
+        view.showAlert({title, message}, [](std::size_t) {});
+}
+
+// Undoing an update
+
+void BridgeController::undoUpdate() {
+    const auto *removal = newestRemoval();
+    if (removal == nullptr || !removal->copy)
+        return;
+    const auto undoing = std::make_shared<SessionUpdate>(*this, platform, view, *removal);
+    if (runningLiveTrax())
+        undoing->confirm();
+    else if (takeOver(undoing))
+        undoing->rewrite();
+}
+
+bool BridgeController::canUndo(const Removal &removal) const {
+    return !removals.empty() && removals.back().copy == removal.copy;
+}
+
+void BridgeController::updateUndone() {
+    const Removal undone = std::move(removals.back());
+    removals.pop_back();
+    sessionWasRewritten();
+    synchronizedPatch = undone.patch;
+    synchronizedChannels = undone.channels;
+    buttons.comparison = undone.comparison;
+    buttons.justSynced = false;
+    view.setStatusDetail("");
+    if (hasChanges())
+        showChanges(channels);
+    if (look != redLook) // a link that is lost stays so
+        showLook(hasChanges() ? amberLook : greenLook);
+    showNotices();
+    showMeanings();
+}
+
+void BridgeController::showUndoAlert(const std::string &message) {
+    showFailure("The update was not undone.", "Update was not undone", message);
 }
 
 } // namespace corvane

@@ -63,6 +63,9 @@ public:
     /// on it. A session that LiveTrax has still something to recover for is refused.
     static UpdateResult update(const RecorderSystem &system, const Path &sessionURL,
                                const Channels &channels);
+    /// The same, and tells what became of each track.
+    static UpdatePlan carryOut(const RecorderSystem &system, const Path &sessionURL,
+                               const Channels &channels);
     /// What `update` would do, with the same errors; nothing is written, and recovery data is told of.
     static UpdatePlan plan(const RecorderSystem &system, const Path &sessionURL, const Channels &channels);
 

@@ -42,6 +42,11 @@ HistoryNote syncNote(const UpdatePlan &plan, const std::string &patchBefore, con
 
 UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path &sessionURL,
                                        const Channels &channels) {
+    return carryOut(system, sessionURL, channels).result;
+}
+
+UpdatePlan LiveTraxGenerator::carryOut(const RecorderSystem &system, const Path &sessionURL,
+                                       const Channels &channels) {
     const Path file = existingFile(sessionURL);
     if (hasRecoveryData(sessionURL))
         throw GeneratorError::recoveryDataPresent();
@@ -62,7 +67,7 @@ UpdateResult LiveTraxGenerator::update(const RecorderSystem &system, const Path 
     // The session is whole and in place: only now may the older copies go.
     removeOlderBridgeBackups(backup.parent_path(), backup);
     system.defaults.set(lastSessionKey, file.parent_path().string());
-    return plan.result;
+    return plan;
 }
 
 UpdatePlan LiveTraxGenerator::plan(const RecorderSystem &system, const Path &sessionURL,

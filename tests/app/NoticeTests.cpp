@@ -75,7 +75,7 @@ const Row table[] = {
     {"AnUpdateRemovedRecordings",
      [](NoticeFacts &facts) {
          facts.removedWithTakes = {"Mix print", "Talk"};
-         facts.removalCanBeUndone = true;
+         facts.recordingsSinceRemoval = 0;
      },
      {{Kind::takesRemoved, "2 tracks with recordings left the session: Mix print, Talk.", "Undo"}}},
     {"AnUpdateRemovedARecordingForGood",

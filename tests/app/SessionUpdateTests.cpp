@@ -1,16 +1,13 @@
 // Everything that can happen while an update of the session is under way, in every state that it can be in.
 
 #include "app/SessionUpdate.h"
-#include "tests/app/WorkflowFixture.h"
+#include "tests/app/UpdateWorld.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <limits>
-#include <map>
-#include <set>
 
 namespace corvane {
 
@@ -21,107 +18,9 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr std::size_t updateButton = 0;
-constexpr std::size_t cancelButton = 1;
-
 const Alert createRefused{"Could not create the session", "LiveTrax is running. Quit it and try again."};
 const Alert didNotClose{"Session was not updated",
                         "LiveTrax did not close. Quit it and press SYNC LV1 again."};
-
-/// A controller among a console, a person and LiveTraxes as they are: each answers while it runs, and quits
-/// a second after it was asked to. Whatever happens, no session is rewritten under a running LiveTrax and no
-/// second one is started.
-class UpdateWorld : public WorkflowTest {
-protected:
-    /// A session of the first patch, a second patch that differs, and LiveTrax open on the session.
-    void becomeAmber() {
-        installLiveTrax();
-        launch();
-        consoleSendsPatch(kickAndKeys());
-        view.nameText = "Show";
-        controller->createSession();
-        session = makeSessionFolder("Show");
-        consoleSendsPatch(movedKeys());
-        fakes.clock->advance(1s);
-        fakes.processes->started.clear();
-        fakes.processes->onStart = [this](const ProcessDescription &) {
-            EXPECT_FALSE(isRunning()) << "a second LiveTrax was started";
-            openLiveTrax();
-        };
-        openLiveTrax();
-    }
-    void openLiveTrax() {
-        auto opened = runLiveTrax();
-        opened->obeysTerminate = false;
-        opened->obeysForce = false;
-        liveTraxes.push_back(std::move(opened));
-    }
-    FakeRunningApplication &liveTrax() { return *liveTraxes.back(); }
-    bool isRunning() const {
-        return std::any_of(liveTraxes.begin(), liveTraxes.end(),
-                           [](const auto &each) { return !each->terminated; });
-    }
-
-    /// A twentieth of a second of everybody.
-    void step() {
-        for (const auto &each : liveTraxes)
-            if (!quitIsHeld && each->terminateRequests > 0 && ++stepsSinceQuit[each.get()] > 20)
-                each->terminated = true;
-        const bool ran = isRunning();
-        const auto before = sessionSignature();
-        fakes.clock->advance(50ms);
-        if (sessionSignature() != before) {
-            ++rewrites;
-            EXPECT_FALSE(ran) << "the session was rewritten under a running LiveTrax";
-        }
-        answerQuery();
-    }
-    template <class Condition>
-    void stepUntil(Condition condition) {
-        for (int steps = 0; steps < 400 && !condition(); ++steps)
-            step();
-        ASSERT_TRUE(condition()) << view.status();
-    }
-    void stepUntilStatus(const std::string &text) {
-        stepUntil([&] { return view.status() == text; });
-    }
-    std::string sessionSignature() const {
-        return LiveTraxGenerator::sessionPatchSignature(session).value_or("none");
-    }
-    void answerQuery() {
-        const auto sent = sentToLiveTrax();
-        const auto asked = std::count(sent.begin(), sent.end(), "/is_recording");
-        if (std::exchange(queries, asked) == asked || !isRunning())
-            return;
-        liveTraxAnswers("/is_recording", false);
-        liveTraxAnswers("/transport_speed", speed);
-        liveTraxAnswers("/record_enabled", false);
-        fakes.clock->run();
-    }
-
-    /// Answers the newest question that still stands, if any.
-    void answer(std::size_t button) {
-        for (std::size_t each = view.alerts.size(); each-- > 0;) {
-            if (view.alerts[each].message != "Update Session" || !answered.insert(each).second)
-                continue;
-            view.answers[each](button);
-            return;
-        }
-    }
-    void pressAnd(std::size_t button) {
-        controller->connectSelected();
-        answer(button);
-    }
-
-    std::filesystem::path session;
-    std::vector<std::shared_ptr<FakeRunningApplication>> liveTraxes; ///< in the order of their start
-    std::map<const void *, int> stepsSinceQuit;
-    bool quitIsHeld = false;
-    float speed = 0;
-    std::ptrdiff_t queries = 0;
-    std::set<std::size_t> answered; ///< questions, by their position among the alerts
-    int rewrites = 0;
-};
 
 // Every event in every state
 
