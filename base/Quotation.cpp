@@ -12,6 +12,14 @@ namespace {
 constexpr std::size_t longestQuotation = 120;
 constexpr std::size_t mostJoined = 5;
 
+/// U+2066 to U+2069 would end our own isolation or outlast it.
+std::string withoutIsolates(std::string text) {
+    for (const char *mark : {"\u2066", "\u2067", "\u2068", "\u2069"})
+        for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at))
+            text.erase(at, std::string_view(mark).size());
+    return text;
+}
+
 bool continuesCharacter(char byte) {
     return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
 }
@@ -26,7 +34,7 @@ std::string quotation(std::string_view text) {
             --end;
         shown = std::string(text.substr(0, end)) + "…";
     }
-    return "“\u2068" + withoutControls(shown) + "\u2069”";
+    return "“\u2068" + withoutIsolates(withoutControls(shown)) + "\u2069”";
 }
 
 std::string counted(std::size_t count, const std::string &one, const std::string &many) {

@@ -1,5 +1,6 @@
 #include "patch/PatchConflicts.h"
 
+#include "base/Quotation.h"
 #include "base/XMLCharacters.h"
 #include "patch/RecorderNames.h"
 
@@ -21,7 +22,7 @@ std::string enumeration(const std::vector<std::string> &names) {
     for (std::size_t index = 0; index < names.size(); ++index) {
         if (index > 0)
             text += index + 1 == names.size() ? " and " : ", ";
-        text += "“" + names[index] + "”";
+        text += quotation(names[index]);
     }
     return text;
 }
@@ -30,7 +31,7 @@ std::string nameText(const std::vector<std::string> &names) {
     const bool alike = std::all_of(names.begin(), names.end(),
                                    [&](const std::string &name) { return name == names.front(); });
     if (alike)
-        return std::to_string(names.size()) + " channels are called “" + names.front() + "”";
+        return std::to_string(names.size()) + " channels are called " + quotation(names.front());
     return enumeration(names) + " would have direct outs of the same name";
 }
 

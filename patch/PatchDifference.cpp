@@ -1,5 +1,7 @@
 #include "patch/PatchDifference.h"
 
+#include "base/Quotation.h"
+
 #include <algorithm>
 #include <deque>
 #include <map>
@@ -23,12 +25,12 @@ std::string inputs(const LV1Channel &channel) {
 std::string change(const LV1Channel &from, const LV1Channel &to) {
     std::string text;
     if (from.name() != to.name())
-        text = "“" + from.name() + "” is now “" + to.name() + "”";
+        text = quotation(from.name()) + " is now " + quotation(to.name());
     if (from.stereo() != to.stereo())
-        text += (text.empty() ? "“" + to.name() + "” is now " : ", ") +
+        text += (text.empty() ? quotation(to.name()) + " is now " : ", ") +
                 std::string(to.stereo() ? "stereo" : "mono");
     if (from.inputIndex() != to.inputIndex())
-        text += (text.empty() ? "“" + to.name() + "” is now on " : ", on ") + inputs(to) + " (was " +
+        text += (text.empty() ? quotation(to.name()) + " is now on " : ", on ") + inputs(to) + " (was " +
                 inputs(from) + ")";
     return text;
 }
@@ -48,7 +50,7 @@ std::vector<std::string> patchDifference(const std::vector<LV1Channel> &from,
     for (const LV1Channel &channel : to) {
         const auto known = unmatched.find(sourceOf(channel));
         if (known == unmatched.end() || known->second.empty()) {
-            lines.push_back("“" + channel.name() + "” is new, on " + inputs(channel));
+            lines.push_back(quotation(channel.name()) + " is new, on " + inputs(channel));
             continue;
         }
         const std::size_t position = known->second.front();
@@ -63,7 +65,7 @@ std::vector<std::string> patchDifference(const std::vector<LV1Channel> &from,
         for (const std::size_t position : positions)
             gone[position] = &from[position];
     for (const auto &[position, channel] : gone)
-        lines.push_back("“" + channel->name() + "” is gone");
+        lines.push_back(quotation(channel->name()) + " is gone");
     if (reordered)
         lines.emplace_back("The channels stand in another order");
     return lines;

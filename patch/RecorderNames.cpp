@@ -1,5 +1,6 @@
 #include "patch/RecorderNames.h"
 
+#include "base/Quotation.h"
 #include "base/XMLCharacters.h"
 
 #include <algorithm>
@@ -38,9 +39,9 @@ std::string directOutName(std::string name) {
 
 std::optional<std::string> recorderNameProblem(const std::string &name) {
     if (name.size() > longestName)
-        return "“" + name + "” is too long: LiveTrax would record it without a file.";
+        return quotation(name) + " is too long: LiveTrax would record it without a file.";
     if (const std::string written = recorderName(name); written != name)
-        return "“" + name + "” would be called “" + written + "” in LiveTrax.";
+        return quotation(name) + " would be called " + quotation(written) + " in LiveTrax.";
     return std::nullopt;
 }
 

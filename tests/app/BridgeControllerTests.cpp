@@ -344,7 +344,7 @@ TEST_F(BridgeControllerTest, ListsThePendingChangesBehindTheStatus) {
     consoleSendsPatch(kickAndKeys());
     consoleSendsPatch(movedKeys());
     EXPECT_EQ(view.statusDetail,
-              "Changes since the last sync:\n“Keys” is now on inputs 9–10 (was inputs 2–3)");
+              "Changes since the last sync:\n“\u2068Keys\u2069” is now on inputs 9–10 (was inputs 2–3)");
 }
 
 TEST_F(BridgeControllerTest, CountsThePendingChangesThatAreTooManyToList) {

@@ -247,10 +247,12 @@ TEST_F(WindowAccessTest, TheStatusExplainsPendingChangesOnHover) {
     launch();
     consoleSendsPatch(channels(1));
     consoleSendsPatch(channels(2));
-    EXPECT_EQ(shownOnHover("statusLabel"), "Changes since the last sync:\n“Channel 2” is new, on input 2");
+    EXPECT_EQ(shownOnHover("statusLabel"),
+              "Changes since the last sync:\n“\u2068Channel 2\u2069” is new, on input 2");
     window.setStatusLabel(std::string(300, 'x'));
     EXPECT_EQ(shownOnHover("statusLabel"),
-              std::string(300, 'x') + "\n\nChanges since the last sync:\n“Channel 2” is new, on input 2");
+              std::string(300, 'x') +
+                  "\n\nChanges since the last sync:\n“\u2068Channel 2\u2069” is new, on input 2");
 }
 
 TEST_F(WindowAccessTest, NamesAreShownOnHoverAsTheyAreEvenIfTheyLookLikeMarkup) {

@@ -119,13 +119,13 @@ TEST_F(CreateCommandTest, ChannelsThatCannotBeOneSessionAreNamedBeneathTheRefusa
                                 patchFile({mono("Vox", 24, 1), stereo("FX", 23, 2), stereo("Keys", 24, 3)})});
     EXPECT_EQ(status::refused, inputs.status);
     EXPECT_EQ("The session would create a repeated direct-out id (25).\n"
-              "  “Vox”, “FX” and “Keys” share SoundGrid input 25.",
+              "  “\u2068Vox\u2069”, “\u2068FX\u2069” and “\u2068Keys\u2069” share SoundGrid input 25.",
               inputs.message);
     outcome.reset();
     const Outcome names = run({"create", "Gig", "--in", "out", "--from",
                                patchFile({mono("Vox", 0, 1), mono("Vox", 1, 2), mono("Kick", 1, 2)})});
     EXPECT_EQ("The session would create a duplicate audio port (Vox/audio_send 1). Check the LV1 channel "
-              "names.\n  2 channels are called “Vox”.",
+              "names.\n  2 channels are called “\u2068Vox\u2069”.",
               names.message);
 }
 
@@ -386,7 +386,8 @@ TEST_F(PlanCommandTest, SaysWhatElseIsToBeKnown) {
     const std::string recovery = "LiveTrax was not closed properly while recording. Open the session in "
                                  "LiveTrax once, then press SYNC LV1 again.";
     run({"plan", session, "--from", patchFile({mono("Kick/In", 0, 1)})});
-    EXPECT_EQ("Nothing would change.\n" + recovery + "\n“Kick/In” would be called “Kick_In” in LiveTrax.\n",
+    EXPECT_EQ("Nothing would change.\n" + recovery +
+                  "\n“\u2068Kick/In\u2069” would be called “\u2068Kick_In\u2069” in LiveTrax.\n",
               output.printed);
     output.printed.clear();
     outcome.reset();

@@ -34,43 +34,51 @@ TEST(PatchConflicts, ChannelsSideBySideHaveNone) {
 TEST(PatchConflicts, AnInputOfTwoChannelsNamesThemAndIt) {
     EXPECT_THAT(
         patchConflicts({mono("Kick", 0), mono("Vox", 24), mono("Vox FX", 24)}),
-        ElementsAre(PatchConflict{
-            Kind::input, {1, 2}, {"Vox", "Vox FX"}, {25}, "“Vox” and “Vox FX” share SoundGrid input 25"}));
+        ElementsAre(PatchConflict{Kind::input,
+                                  {1, 2},
+                                  {"Vox", "Vox FX"},
+                                  {25},
+                                  "“\u2068Vox\u2069” and “\u2068Vox FX\u2069” share SoundGrid input 25"}));
 }
 
 TEST(PatchConflicts, OverlappingStereoChannelsShareTheInputBetweenThem) {
     EXPECT_THAT(texts({stereo("Keys", 2), stereo("Tracks", 3)}),
-                ElementsAre("“Keys” and “Tracks” share SoundGrid input 4"));
+                ElementsAre("“\u2068Keys\u2069” and “\u2068Tracks\u2069” share SoundGrid input 4"));
     EXPECT_THAT(texts({stereo("Keys", 2), mono("Talkback", 3)}),
-                ElementsAre("“Keys” and “Talkback” share SoundGrid input 4"));
+                ElementsAre("“\u2068Keys\u2069” and “\u2068Talkback\u2069” share SoundGrid input 4"));
 }
 
 TEST(PatchConflicts, AWholePairSharedIsOneConflict) {
     EXPECT_THAT(texts({stereo("Keys", 2), stereo("Tracks", 2)}),
-                ElementsAre("“Keys” and “Tracks” share SoundGrid inputs 3–4"));
+                ElementsAre("“\u2068Keys\u2069” and “\u2068Tracks\u2069” share SoundGrid inputs 3–4"));
 }
 
 TEST(PatchConflicts, EachSetOfChannelsIsTold) {
-    EXPECT_THAT(
-        texts({stereo("Keys", 2), mono("A", 2), mono("B", 2), mono("C", 3)}),
-        ElementsAre("“Keys”, “A” and “B” share SoundGrid input 3", "“Keys” and “C” share SoundGrid input 4"));
+    EXPECT_THAT(texts({stereo("Keys", 2), mono("A", 2), mono("B", 2), mono("C", 3)}),
+                ElementsAre("“\u2068Keys\u2069”, “\u2068A\u2069” and “\u2068B\u2069” share SoundGrid input 3",
+                            "“\u2068Keys\u2069” and “\u2068C\u2069” share SoundGrid input 4"));
 }
 
 TEST(PatchConflicts, EqualNamesComeBeforeInputs) {
     EXPECT_THAT(
         patchConflicts({mono("Vox", 1), mono("Kick", 0), stereo("Vox", 2), mono("Kick", 0)}),
         ElementsAre(
-            PatchConflict{Kind::name, {0, 2}, {"Vox", "Vox"}, {}, "2 channels are called “Vox”"},
-            PatchConflict{Kind::name, {1, 3}, {"Kick", "Kick"}, {}, "2 channels are called “Kick”"},
+            PatchConflict{Kind::name, {0, 2}, {"Vox", "Vox"}, {}, "2 channels are called “\u2068Vox\u2069”"},
             PatchConflict{
-                Kind::input, {1, 3}, {"Kick", "Kick"}, {1}, "“Kick” and “Kick” share SoundGrid input 1"}));
+                Kind::name, {1, 3}, {"Kick", "Kick"}, {}, "2 channels are called “\u2068Kick\u2069”"},
+            PatchConflict{Kind::input,
+                          {1, 3},
+                          {"Kick", "Kick"},
+                          {1},
+                          "“\u2068Kick\u2069” and “\u2068Kick\u2069” share SoundGrid input 1"}));
 }
 
 TEST(PatchConflicts, NamesThatBecomeEqualInTheSessionAreEqual) {
-    EXPECT_THAT(texts({mono("A:B", 0), mono("A-B", 1)}),
-                ElementsAre("“A:B” and “A-B” would have direct outs of the same name"));
+    EXPECT_THAT(
+        texts({mono("A:B", 0), mono("A-B", 1)}),
+        ElementsAre("“\u2068A:B\u2069” and “\u2068A-B\u2069” would have direct outs of the same name"));
     EXPECT_THAT(texts({mono("A\x01", 0), mono("A\x02", 1)}),
-                ElementsAre("“A\x01” and “A\x02” would have direct outs of the same name"));
+                ElementsAre("“\u2068A \u2069” and “\u2068A \u2069” would have direct outs of the same name"));
 }
 
 TEST(PatchConflicts, WritingInAnotherNormalFormIsAnotherName) {

@@ -27,25 +27,26 @@ TEST(PatchDifference, ColoursAreNoDifference) {
 
 TEST(PatchDifference, TellsANewName) {
     EXPECT_THAT(patchDifference({channel("Kick", 1, 0)}, {channel("Kick In", 1, 0)}),
-                ElementsAre("“Kick” is now “Kick In”"));
+                ElementsAre("“\u2068Kick\u2069” is now “\u2068Kick In\u2069”"));
 }
 
 TEST(PatchDifference, TellsANewWidthWithItsOtherChanges) {
     EXPECT_THAT(patchDifference({channel("Keys", 1, 0)}, {channel("Keys", 1, 0, true)}),
-                ElementsAre("“Keys” is now stereo"));
-    EXPECT_THAT(patchDifference({channel("Keys", 1, 0)}, {channel("Synth", 1, 2, true)}),
-                ElementsAre("“Keys” is now “Synth”, stereo, on inputs 3–4 (was input 1)"));
+                ElementsAre("“\u2068Keys\u2069” is now stereo"));
+    EXPECT_THAT(
+        patchDifference({channel("Keys", 1, 0)}, {channel("Synth", 1, 2, true)}),
+        ElementsAre("“\u2068Keys\u2069” is now “\u2068Synth\u2069”, stereo, on inputs 3–4 (was input 1)"));
 }
 
 TEST(PatchDifference, TellsANewInput) {
     EXPECT_THAT(patchDifference({channel("Kick", 1, 0)}, {channel("Kick", 1, 4)}),
-                ElementsAre("“Kick” is now on input 5 (was input 1)"));
+                ElementsAre("“\u2068Kick\u2069” is now on input 5 (was input 1)"));
 }
 
 TEST(PatchDifference, TellsWhatIsNewAndWhatIsGone) {
     EXPECT_THAT(patchDifference({channel("Kick", 1, 0), channel("Talkback", 9, 8)},
                                 {channel("Kick", 1, 0), channel("OH", 3, 2, true)}),
-                ElementsAre("“OH” is new, on inputs 3–4", "“Talkback” is gone"));
+                ElementsAre("“\u2068OH\u2069” is new, on inputs 3–4", "“\u2068Talkback\u2069” is gone"));
 }
 
 TEST(PatchDifference, TellsAnotherOrder) {
@@ -57,7 +58,7 @@ TEST(PatchDifference, TellsAnotherOrder) {
 TEST(PatchDifference, SourcesReportedTwiceAreMatchedInTheirOrder) {
     EXPECT_THAT(
         patchDifference({channel("A", 1, 0), channel("B", 1, 1)}, {channel("A", 1, 0), channel("C", 1, 1)}),
-        ElementsAre("“B” is now “C”"));
+        ElementsAre("“\u2068B\u2069” is now “\u2068C\u2069”"));
 }
 
 } // namespace

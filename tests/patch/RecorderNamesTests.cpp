@@ -40,16 +40,19 @@ TEST(RecorderNames, ProblemsAreSentences) {
     const std::string longest(243, 'x');
     EXPECT_EQ(std::nullopt, recorderNameProblem("Kick In"));
     EXPECT_EQ(std::nullopt, recorderNameProblem(longest));
-    EXPECT_EQ("“x" + longest + "” is too long: LiveTrax would record it without a file.",
+    EXPECT_EQ("“\u2068" + longest.substr(0, 120) +
+                  "…\u2069” is too long: LiveTrax would record it without a file.",
               recorderNameProblem("x" + longest));
-    EXPECT_EQ("“Kick/In” would be called “Kick_In” in LiveTrax.", recorderNameProblem("Kick/In"));
-    EXPECT_EQ("“Click” would be called “Click 1” in LiveTrax.", recorderNameProblem("Click"));
+    EXPECT_EQ("“\u2068Kick/In\u2069” would be called “\u2068Kick_In\u2069” in LiveTrax.",
+              recorderNameProblem("Kick/In"));
+    EXPECT_EQ("“\u2068Click\u2069” would be called “\u2068Click 1\u2069” in LiveTrax.",
+              recorderNameProblem("Click"));
 }
 
 TEST(RecorderNames, ProblemsOfAPatchStandInItsOrderEachOnce) {
     EXPECT_THAT(recorderNameProblems({channel("Vox "), channel("Kick"), channel("Control"), channel("Vox ")}),
-                ElementsAre("“Vox ” would be called “Vox” in LiveTrax.",
-                            "“Control” would be called “Control 1” in LiveTrax."));
+                ElementsAre("“\u2068Vox \u2069” would be called “\u2068Vox\u2069” in LiveTrax.",
+                            "“\u2068Control\u2069” would be called “\u2068Control 1\u2069” in LiveTrax."));
 }
 
 } // namespace
