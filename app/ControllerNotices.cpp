@@ -193,6 +193,7 @@ NoticeFacts BridgeController::knownFacts() const {
     }
     if (answer) {
         facts.recording.volumes = answer->volumes;
+        facts.recording.format = answer->format;
         facts.lastOpened = openedHere && answer->lastOpened == recentThen ? openedHere : answer->lastOpened;
     }
     if (const auto *current = currentAnswer()) {

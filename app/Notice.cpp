@@ -12,7 +12,6 @@ using Kind = Notice::Kind;
 using Found = std::optional<Notice>;
 
 constexpr std::uintmax_t fewMinutes = 60;
-constexpr std::uintmax_t bytesPerSample = 4;
 constexpr std::uintmax_t secondsPerMinute = 60;
 
 std::string nameOf(const std::filesystem::path &session) {
@@ -118,13 +117,13 @@ Found patchConflict(const NoticeFacts &facts) {
 }
 
 Found spaceLow(const NoticeFacts &facts) {
-    const auto &[inputs, rate, volumes] = facts.recording;
+    const auto &[inputs, format, volumes] = facts.recording;
     const auto tightest =
         std::min_element(volumes.begin(), volumes.end(),
                          [](const Volume &a, const Volume &b) { return a.available < b.available; });
     if (inputs == 0 || tightest == volumes.end())
         return {};
-    const auto minutes = recordingMinutes(tightest->available, inputs, rate);
+    const auto minutes = recordingMinutes(tightest->available, inputs, format);
     if (minutes >= fewMinutes)
         return {};
     const std::string left =
@@ -132,7 +131,7 @@ Found spaceLow(const NoticeFacts &facts) {
     return Notice{Kind::spaceLow, left + " left on " +
                                       (tightest->name.empty() ? "this computer" : quotation(tightest->name)) +
                                       " for " + counted(inputs, "input", "inputs") + " at " +
-                                      kilohertz(rate) + "."};
+                                      kilohertz(format.rate) + "."};
 }
 
 } // namespace
@@ -146,8 +145,8 @@ std::vector<Notice> notices(const NoticeFacts &facts) {
     return found;
 }
 
-std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, std::uint32_t rate) {
-    const std::uintmax_t perMinute = inputs * rate * bytesPerSample * secondsPerMinute;
+std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, const RecordingFormat &format) {
+    const std::uintmax_t perMinute = secondsPerMinute * inputs * format.rate * format.bytesPerSample;
     return perMinute == 0 ? UINTMAX_MAX : bytes / perMinute;
 }
 

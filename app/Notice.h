@@ -1,5 +1,6 @@
 #pragma once
 
+#include "livetrax/session/RecordingFormat.h"
 #include "platform/files/Volume.h"
 
 #include <cstddef>
@@ -52,8 +53,8 @@ struct NoticeFacts {
         std::string reason; ///< a sentence
     };
     struct Recording {
-        std::size_t inputs = 0;      ///< that are recorded at once, a stereo channel counting as two
-        std::uint32_t rate = 48'000; ///< samples a second
+        std::size_t inputs = 0; ///< that are recorded at once, a stereo channel counting as two
+        RecordingFormat format;
         std::vector<Volume> volumes; ///< on which is, or will be, recorded
     };
 
@@ -77,7 +78,7 @@ struct NoticeFacts {
 /// What there is to say, the most important first.
 std::vector<Notice> notices(const NoticeFacts &facts);
 
-/// How many minutes of recording a volume has room for; 32-bit samples.
-std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, std::uint32_t rate);
+/// How many minutes of recording so many bytes have room for.
+std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, const RecordingFormat &format);
 
 } // namespace corvane

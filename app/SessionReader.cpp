@@ -50,6 +50,18 @@ struct ReadingSystem {
     WallClock clock;
 };
 
+/// A session that cannot be read says nothing.
+void readSession(SessionAnswer &answer) {
+    try {
+        const XMLDocument session =
+            XMLDocument::load(LiveTraxGenerator::sessionFile(*answer.question.session));
+        answer.format = recordingFormat(session.root());
+        answer.signature = LiveTraxGenerator::treePatchSignature(session.root());
+    } catch (const std::exception &) {
+        answer.signature.reset();
+    }
+}
+
 void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volumeOf, SessionAnswer &answer,
               FileState &state, const std::function<bool()> &isWanted) {
     const SessionQuestion &question = answer.question;
@@ -70,11 +82,12 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
         return; // known already
     state = now;
     answer.signature.reset();
+    answer.format = {};
     answer.plan.reset();
     answer.recordingsSince.reset();
     if (!now || !isWanted())
         return;
-    answer.signature = LiveTraxGenerator::sessionPatchSignature(*question.session);
+    readSession(answer);
     if (!answer.signature || !isWanted())
         return;
     // What is wrong is said when the session is to be updated, or an update to be undone.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "livetrax/session/History.h"
+#include "livetrax/session/RecordingFormat.h"
 #include "livetrax/session/UpdatePlan.h"
 #include "platform/Platform.h"
 #include "platform/files/Volume.h"
@@ -36,6 +37,7 @@ struct SessionAnswer {
     std::optional<std::filesystem::path> lastOpened; ///< by LiveTrax
     bool exists = false;                             ///< the session's file
     std::optional<std::string> signature;            ///< of the session's patch; none when it cannot be read
+    RecordingFormat format;                          ///< of the session; else the usual
     std::optional<UpdatePlan> plan;              ///< what an update would do; none when it would be refused
     std::optional<std::int64_t> recordingsSince; ///< the copy was made; none when that cannot be told
     std::vector<Volume> volumes;                 ///< of the session and of where a new one would go

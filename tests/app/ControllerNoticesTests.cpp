@@ -1,6 +1,10 @@
 #include "tests/app/WorkflowFixture.h"
 
+#include "platform/files/Files.h"
+
 #include <gmock/gmock.h>
+
+#include <limits>
 
 namespace corvane {
 
@@ -21,6 +25,10 @@ protected:
         installLiveTrax();
         LiveTraxGenerator::generate(fakes.platform, name, *fakes.musicFolder, list);
         return makeSessionFolder(name);
+    }
+    static std::string textOf(const std::filesystem::path &file) {
+        const Bytes bytes = readFile(file);
+        return {bytes.begin(), bytes.end()};
     }
     void opensLast(const std::filesystem::path &session) {
         fakes.folder.write("home/Library/Preferences/LiveTrax3/recent",
@@ -205,10 +213,73 @@ TEST_F(ControllerNoticesTest, PendingChangesAreExplainedByWhatTheUpdateWillDo) {
     begin(kickAndKeys());
     consoleSendsPatch(movedKeys());
     EXPECT_EQ(view.statusDetail,
-              "Changes since the last sync:\n“Keys” is now on inputs 9–10 (was inputs 2–3)");
+              "Changes since the last sync:\n“\u2068Keys\u2069” is now on inputs 9–10 (was inputs 2–3)");
     fakes.clock->run();
     EXPECT_EQ(view.statusDetail, "SYNC LV1 will change:\n“\u2068Keys\u2069” is added, on inputs 9–10\n"
                                  "“\u2068Keys\u2069” is removed, on inputs 2–3");
+}
+
+TEST_F(ControllerNoticesTest, RecordedTracksThatTheNextUpdateWouldTakeOutAreSaidAndThePlanShown) {
+    begin(kickAndKeys());
+    record(show, "Keys", 1);
+    record(show, "Keys", 2);
+    consoleSendsPatch(movedKeys());
+    fakes.clock->run();
+    EXPECT_EQ(
+        view.notice,
+        (Notice{Notice::Kind::takesAtRisk,
+                "SYNC LV1 will take 1 recorded track out of the session: “\u2068Keys\u2069”.", "Show plan"}));
+    controller->noticeAction();
+    EXPECT_EQ(view.linesTitle, "SYNC LV1 will change:");
+    EXPECT_THAT(view.linesShown, ElementsAre("“\u2068Keys\u2069” is added, on inputs 9–10",
+                                             "“\u2068Keys\u2069” is removed, on inputs 2–3"));
+    EXPECT_THAT(view.alerts, IsEmpty());
+
+    record(show, "Kick", 3);
+    consoleSendsPatch({channel("Later", 7, 20)});
+    fakes.clock->run();
+    EXPECT_EQ(text(), "SYNC LV1 will take 2 recorded tracks out of the session: “\u2068Kick\u2069”, "
+                      "“\u2068Keys\u2069”.");
+    consoleSendsPatch(kickAndKeys()); // nothing is pending any more
+    fakes.clock->run();
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, TracksWithoutRecordingsMayGoUnsaid) {
+    begin(kickAndKeys());
+    record(show, "Kick");
+    consoleSendsPatch(movedKeys());
+    fakes.clock->run();
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, AColourThatIsNoNumberKeepsNoPlanFromBeingShown) {
+    begin(kickAndKeys());
+    record(show, "Keys");
+    Channels moved = movedKeys();
+    moved[0].red = std::numeric_limits<float>::quiet_NaN();
+    moved[1].blue = std::numeric_limits<float>::infinity();
+    consoleSendsPatch(moved);
+    fakes.clock->run();
+    EXPECT_EQ(text(), "SYNC LV1 will take 1 recorded track out of the session: “\u2068Keys\u2069”.");
+}
+
+TEST_F(ControllerNoticesTest, TheRoomThatIsLeftIsThatOfTheSessionsOwnFormat) {
+    show = makeSession("Show", kickAndKeys());
+    std::string text = textOf(show / "Show.ardour");
+    text.insert(text.find("<Session ") + 9, "sample-rate=\"96000\" ");
+    text.replace(text.find("FormatFloat"), 11, "FormatInt24");
+    fakes.folder.write("home/Music/Show/Show.ardour", text);
+    SessionReader reader(fakes.platform, [](const auto &) { return Volume{"Show", 7}; });
+    std::optional<SessionAnswer> answer;
+    const auto keep = [&](const SessionAnswer &read) { answer = read; };
+    reader.ask({show, "", kickAndKeys(), ""}, keep);
+    fakes.clock->run();
+    EXPECT_EQ(answer->format, (RecordingFormat{96'000, 3}));
+    std::filesystem::remove(show / "Show.ardour");
+    reader.ask({show, "", kickAndKeys(), ""}, keep);
+    fakes.clock->run();
+    EXPECT_EQ(answer->format, (RecordingFormat{48'000, 4}));
 }
 
 TEST_F(ControllerNoticesTest, CreateSaysWhichChannelsItTakes) {

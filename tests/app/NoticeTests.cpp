@@ -81,6 +81,12 @@ const Row table[] = {
     {"AnUpdateRemovedARecordingForGood",
      [](NoticeFacts &facts) { facts.removedWithTakes = {"Talk"}; },
      {{Kind::takesRemoved, "1 track with recordings left the session: Talk."}}},
+    {"RecordingsWereMadeSince",
+     [](NoticeFacts &facts) {
+         facts.removedWithTakes = {"Talk"};
+         facts.recordingsSinceRemoval = 2;
+     },
+     {{Kind::takesRemoved, "1 track with recordings left the session: Talk. 2 recordings were made since."}}},
     {"ANameIsTooLong",
      [](NoticeFacts &facts) {
          facts.nameProblems = {"One is too long.", "Two.", "Three."};
@@ -114,9 +120,14 @@ const Row table[] = {
      {{Kind::spaceLow, "38 minutes left on “\u2068Small\u2069” for 31 inputs at 48 kHz."}}},
     {"OneMinuteIsLeftForOneInput",
      [](NoticeFacts &facts) {
-         facts.recording = {1, 44'100, {{"", 44'100ULL * 4 * 60}}};
+         facts.recording = {1, {44'100, 4}, {{"", 44'100ULL * 4 * 60}}};
      },
      {{Kind::spaceLow, "1 minute left on this computer for 1 input at 44.1 kHz."}}},
+    {"TheSessionsOwnFormatCounts",
+     [](NoticeFacts &facts) {
+         facts.recording = {2, {96'000, 3}, {{"Show", 2ULL * 96'000 * 3 * 60 * 30}}};
+     },
+     {{Kind::spaceLow, "30 minutes left on “\u2068Show\u2069” for 2 inputs at 96 kHz."}}},
     {"NothingIsLeft",
      [](NoticeFacts &facts) {
          facts.recording.volumes = {{"Show", 0}};
@@ -124,7 +135,7 @@ const Row table[] = {
      {{Kind::spaceLow, "Less than a minute left on “\u2068Show\u2069” for 31 inputs at 48 kHz."}}},
     {"NothingIsRecorded",
      [](NoticeFacts &facts) {
-         facts.recording = {0, 48'000, {{"Show", 0}}};
+         facts.recording = {0, {}, {{"Show", 0}}};
      },
      {}},
 };

@@ -2,6 +2,7 @@
 
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "tests/app/ControllerFixture.h"
+#include "tests/app/Recording.h"
 #include "tests/support/BuiltFiles.h"
 
 #include <chrono>
@@ -30,19 +31,6 @@ protected:
         std::filesystem::create_directories(folder);
         std::filesystem::copy_file(templateFile(name), folder / (name + ".ardour"));
         return folder;
-    }
-    /// LiveTrax records onto a track of a session that it has saved.
-    static void record(const std::filesystem::path &session, const std::string &track, int take = 1) {
-        const auto file = LiveTraxGenerator::sessionFile(session);
-        XMLDocument document = XMLDocument::load(file);
-        const XMLElement root = document.root();
-        const auto playlist =
-            root.firstChild("Routes").firstChild("Route", "name", track).attribute("audio-playlist");
-        XMLElement region =
-            root.firstChild("Playlists").firstChild("Playlist", "id", playlist.value_or("")).append("Region");
-        region.setAttribute("id", std::to_string(900'000 + take));
-        region.setAttribute("name", track + "-" + std::to_string(take));
-        std::move(document).writeAtomically(file);
     }
     void touch(const std::filesystem::path &file) const {
         std::filesystem::last_write_time(file,

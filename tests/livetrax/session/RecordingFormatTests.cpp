@@ -1,0 +1,46 @@
+#include "livetrax/session/RecordingFormat.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace corvane {
+namespace {
+
+struct Case {
+    const char *name;
+    std::string session;
+    RecordingFormat expected;
+};
+
+std::string withFormat(const std::string &value) {
+    return "<Session sample-rate='96000'><Config><Option name='other' value='FormatInt16'/>"
+           "<Option name='native-file-data-format' value='" +
+           value + "'/></Config></Session>";
+}
+
+const Case table[] = {
+    {"NothingSaid", "<Session/>", {48'000, 4}},
+    {"ARate", "<Session sample-rate='44100'/>", {44'100, 4}},
+    {"Float", withFormat("FormatFloat"), {96'000, 4}},
+    {"TwentyFourBits", withFormat("FormatInt24"), {96'000, 3}},
+    {"SixteenBits", withFormat("FormatInt16"), {96'000, 2}},
+    {"AnUnknownFormat", withFormat("FormatInt8"), {96'000, 4}},
+    {"NoRate", "<Session sample-rate='0'/>", {48'000, 4}},
+    {"ANegativeRate", "<Session sample-rate='-44100'/>", {48'000, 4}},
+    {"AnAbsurdRate", "<Session sample-rate='4294967297'/>", {48'000, 4}},
+    {"ARateInWords", "<Session sample-rate='fast'/>", {48'000, 4}},
+};
+
+class RecordingFormatTest : public testing::TestWithParam<Case> {};
+
+TEST_P(RecordingFormatTest, IsWhatTheSessionSays) {
+    const XMLDocument session = XMLDocument::parse(GetParam().session, "a test");
+    EXPECT_EQ(recordingFormat(session.root()), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sessions, RecordingFormatTest, testing::ValuesIn(table),
+                         [](const auto &each) { return each.param.name; });
+
+} // namespace
+} // namespace corvane
