@@ -136,19 +136,20 @@ def busSlots():
     report.equal("and then it stays", busOut(again, "Monitor")[0][3], moved)
 
 
-@scenario("“:” in channels' names, and their direct outs after several openings")
+@scenario("Direct outs of channels with “:” and what else no file may be called, after several openings")
 def colons():
-    channels = [channel("Vox: Lead", 1), channel("A:B:", 2, stereo=True), channel("Kick", 4)]
+    channels = [channel("Vox: Lead", 1), channel("A:B:", 2, stereo=True), channel("Kick", 4), channel("Gast ", 5),
+                channel("GTR L/R", 6), channel("*?|<>\\\"", 7)]
     folder = createQuietly("Colons", channels, RECORD)
-    taken = ["Vox_ Lead", "A_B_", "Kick"]
+    taken = ["Vox_ Lead", "A_B_", "Kick", "Gast", "GTR L_R", "_______"]
     for opening in range(2):
         headless.opened(folder)
         checkSession(read(folder), channels, names=taken)
-    sync(folder, channels, (3, 0, 0))
+    sync(folder, channels, (6, 0, 0))
     for opening in range(2):
         headless.opened(folder)
     checkSession(read(folder), channels, names=taken)
-    report.equal("heard", arriving(heard(folder)), {n: [n] for n in range(1, 5)})
+    report.equal("heard", arriving(heard(folder)), {n: [n] for n in range(1, 8)})
     both = [channel("A:B", 1), channel("A-B", 2)]
     refused = (1, "The session would create a duplicate audio port (A-B/audio_send 1). Check the LV1 channel names.")
     before = sessionFile(folder).read_bytes()
