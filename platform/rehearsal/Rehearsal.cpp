@@ -1,6 +1,10 @@
 #include "platform/rehearsal/Rehearsal.h"
 
 #include "platform/files/Files.h"
+#include "platform/processes/ProcessTable.h"
+#include "platform/processes/UDPPortHolders.h"
+
+#include <algorithm>
 
 #include <cerrno>
 #include <string>
@@ -54,6 +58,16 @@ bool isUDPPortInUse(std::uint16_t port) {
     return ::bind(socket.fileDescriptor(), reinterpret_cast<const sockaddr *>(&address), sizeof address) !=
                0 &&
            errno == EADDRINUSE;
+}
+
+bool isUDPPortHeldByParticipants(std::uint16_t port, const Rehearsal &rehearsal) {
+    const auto holders = udpPortHolders(port);
+    const auto ours = processesRunningBelow(rehearsal.root());
+    return !holders.empty() && std::all_of(holders.begin(), holders.end(), [&](const UDPPortHolder &holder) {
+        return hasOpen(holder.pid, rehearsal.participantsFile()) ||
+               std::any_of(ours.begin(), ours.end(),
+                           [&](const ProcessIdentity &process) { return process.pid == holder.pid; });
+    });
 }
 
 } // namespace corvane

@@ -1,4 +1,7 @@
 #include "platform/rehearsal/Rehearsal.h"
+
+#include "platform/files/StandardFolders.h"
+#include "platform/processes/UDPPortHolders.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -89,6 +92,16 @@ TEST(UDPPortHolders, APortThatIsOfferedForSharingIsInUseAsWell) {
     const int on = 1;
     ASSERT_EQ(::setsockopt(holder.socket.fileDescriptor(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on), 0);
     EXPECT_TRUE(isUDPPortInUse(holder.port));
+}
+
+TEST(UDPPortHolders, TheProgramThatHoldsAPortIsNamed) {
+    std::uint16_t port = 0;
+    {
+        const BoundSocket holder;
+        port = holder.port;
+        EXPECT_EQ(udpPortHolders(port), (std::vector<UDPPortHolder>{{::getpid(), programPath()}}));
+    }
+    EXPECT_TRUE(udpPortHolders(port).empty());
 }
 
 TEST(UDPPortHolders, AProgramWithTheRehearsalsFileOpenTakesPart) {

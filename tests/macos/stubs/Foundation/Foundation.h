@@ -106,6 +106,7 @@ enum : NSActivityOptions {
 
 @interface NSProcessInfo : NSObject
 @property(class, readonly) NSProcessInfo *processInfo;
+@property(readonly) NSString *operatingSystemVersionString;
 - (id)beginActivityWithOptions:(NSActivityOptions)options reason:(NSString *)reason;
 - (void)endActivity:(id)activity;
 @end

@@ -1,10 +1,9 @@
-#include "platform/rehearsal/Rehearsal.h"
+#include "platform/processes/UDPPortHolders.h"
 
 #include "base/Text.h"
 #include "platform/files/Files.h"
 #include "platform/processes/ProcessTable.h"
 
-#include <algorithm>
 #include <charconv>
 #include <set>
 #include <sstream>
@@ -57,34 +56,32 @@ std::set<std::string> openFiles(pid_t pid) {
     return files;
 }
 
-bool takesPart(const ProcessIdentity &process, const std::set<std::string> &files,
-               const Rehearsal &rehearsal) {
-    const auto ours = processesRunningBelow(rehearsal.root());
-    return files.count(rehearsal.participantsFile().string()) > 0 ||
-           std::find(ours.begin(), ours.end(), process) != ours.end();
-}
-
 } // namespace
 
-bool isUDPPortHeldByParticipants(std::uint16_t port, const Rehearsal &rehearsal) {
+std::vector<UDPPortHolder> udpPortHolders(std::uint16_t port) {
     std::set<std::string> sockets;
     addSockets("/proc/net/udp", port, sockets);
     addSockets("/proc/net/udp6", port, sockets);
-    std::set<std::string> ofParticipants;
+    std::vector<UDPPortHolder> holders;
+    if (sockets.empty())
+        return holders;
+    std::set<std::string> withoutHolder = sockets;
     for (const pid_t pid : processNumbers()) {
-        const std::set<std::string> files = openFiles(pid);
-        const bool holds = std::any_of(sockets.begin(), sockets.end(),
-                                       [&](const std::string &socket) { return files.count(socket) > 0; });
-        if (!holds)
-            continue;
-        const auto process = livingProcess(pid);
-        if (!process || !takesPart(*process, files, rehearsal))
-            return false;
-        for (const std::string &socket : sockets)
-            if (files.count(socket) > 0)
-                ofParticipants.insert(socket);
+        bool holds = false;
+        for (const std::string &file : openFiles(pid)) {
+            holds = holds || sockets.count(file) > 0;
+            withoutHolder.erase(file);
+        }
+        if (holds)
+            holders.push_back({pid, programOf(pid).value_or("")});
     }
-    return !sockets.empty() && ofParticipants == sockets;
+    if (!withoutHolder.empty())
+        holders.emplace_back();
+    return holders;
+}
+
+bool hasOpen(pid_t pid, const std::filesystem::path &file) {
+    return openFiles(pid).count(file.string()) > 0;
 }
 
 } // namespace corvane

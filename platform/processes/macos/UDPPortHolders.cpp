@@ -1,10 +1,9 @@
-#include "platform/rehearsal/Rehearsal.h"
+#include "platform/processes/UDPPortHolders.h"
 
 #include "platform/processes/ProcessTable.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <vector>
 
 #include <arpa/inet.h>
 #include <libproc.h>
@@ -21,6 +20,12 @@ std::vector<proc_fdinfo> openDescriptors(pid_t pid) {
     const int got = ::proc_pidinfo(pid, PROC_PIDLISTFDS, 0, descriptors.data(), size);
     descriptors.resize(got <= 0 ? 0 : static_cast<std::size_t>(got) / sizeof(proc_fdinfo));
     return descriptors;
+}
+
+template <class Fits>
+bool anyDescriptor(pid_t pid, Fits fits) {
+    const auto descriptors = openDescriptors(pid);
+    return std::any_of(descriptors.begin(), descriptors.end(), fits);
 }
 
 bool isUDPSocket(pid_t pid, const proc_fdinfo &descriptor, std::uint16_t port) {
@@ -41,22 +46,16 @@ bool isFile(pid_t pid, const proc_fdinfo &descriptor, const std::filesystem::pat
 
 } // namespace
 
-bool isUDPPortHeldByParticipants(std::uint16_t port, const Rehearsal &rehearsal) {
-    const auto ours = processesRunningBelow(rehearsal.root());
-    bool held = false;
-    for (const pid_t pid : processNumbers()) {
-        const auto descriptors = openDescriptors(pid);
-        const auto any = [&](auto fits) { return std::any_of(descriptors.begin(), descriptors.end(), fits); };
-        if (!any([&](const proc_fdinfo &each) { return isUDPSocket(pid, each, port); }))
-            continue;
-        const bool takesPart =
-            any([&](const proc_fdinfo &each) { return isFile(pid, each, rehearsal.participantsFile()); }) ||
-            std::any_of(ours.begin(), ours.end(), [&](const auto &process) { return process.pid == pid; });
-        if (!takesPart)
-            return false;
-        held = true;
-    }
-    return held;
+std::vector<UDPPortHolder> udpPortHolders(std::uint16_t port) {
+    std::vector<UDPPortHolder> holders;
+    for (const pid_t pid : processNumbers())
+        if (anyDescriptor(pid, [&](const proc_fdinfo &each) { return isUDPSocket(pid, each, port); }))
+            holders.push_back({pid, programOf(pid).value_or("")});
+    return holders;
+}
+
+bool hasOpen(pid_t pid, const std::filesystem::path &file) {
+    return anyDescriptor(pid, [&](const proc_fdinfo &each) { return isFile(pid, each, file); });
 }
 
 } // namespace corvane
