@@ -77,7 +77,7 @@ int main(int argumentCount, char **arguments) {
     QApplication::setApplicationName(QString::fromUtf8(applicationName));
     QApplication::setApplicationVersion(QStringLiteral(CORVANE_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("app.corvane.Corvane"));
-    CLI::App options("Links a Waves eMotion LV1 console with the LiveTrax recorder.");
+    CLI::App options("Links a Waves eMotion LV1 console with the LiveTrax recorder.", "corvane");
     std::string folder;
     options
         .add_option("--rehearse", folder,
@@ -92,7 +92,7 @@ int main(int argumentCount, char **arguments) {
         ->envname(markerStyleVariable)
         ->check(CLI::IsMember({classicMarkers, namedMarkers}))
         ->option_text("classic|named");
-    options.set_version_flag("--version", CORVANE_VERSION);
+    options.set_version_flag("--version", "corvane " CORVANE_VERSION);
     std::optional<QApplication> application;
     try {
         // Help needs no display. Then Qt takes its own options, such as -platform, and nothing else may be

@@ -1,6 +1,7 @@
 #include "patch/PatchDocument.h"
 
 #include "base/Text.h"
+#include "patch/ColourText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -241,8 +242,8 @@ std::string patchDocument(const std::vector<LV1Channel> &channels) {
 std::string patchTable(const std::vector<LV1Channel> &channels) {
     std::string text;
     for (const char *name : fieldNames)
-        text += (text.empty() ? "" : ",") + std::string(name);
-    text += "\n";
+        text += std::string(name) + ",";
+    text += "Input,Format,Colour\n"; // the same as a person reads it
     for (const auto &each : channels) {
         appendCell(text, each.name());
         text.append(",").append(truth(each.stereo())).append(",");
@@ -252,7 +253,8 @@ std::string patchTable(const std::vector<LV1Channel> &channels) {
         text.append(",").append(std::to_string(each.sourceIndex()));
         for (const float colour : {each.red, each.green, each.blue})
             text.append(",").append(decimal(colour));
-        text += '\n';
+        text.append(",").append(each.inputText()).append(",").append(each.format());
+        text.append(",").append(colourText(each)).append("\n");
     }
     return text;
 }

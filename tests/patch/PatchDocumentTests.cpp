@@ -88,7 +88,7 @@ TEST(PatchDocument, EveryColourReadsBackAsTheVerySameNumber) {
 TEST(PatchDocument, AColourThatIsNotFiniteIsWrittenAsNull) {
     const auto text = channelObject(channel("x", std::numeric_limits<float>::quiet_NaN()));
     EXPECT_NE(text.find("\"red\":null,\"green\":0.55"), std::string::npos) << text;
-    EXPECT_NE(patchTable({channel("x", -std::numeric_limits<float>::infinity())}).find(",null,0.55,1.0\n"),
+    EXPECT_NE(patchTable({channel("x", -std::numeric_limits<float>::infinity())}).find(",null,0.55,1.0,5–6,Stereo,#008CFF\n"),
               std::string::npos);
 }
 
@@ -179,9 +179,9 @@ TEST(PatchDocument, DeepNestingIsRefusedAndNoMore) {
 
 TEST(PatchDocument, AsATableQuotesWhatNeedsIt) {
     EXPECT_EQ(patchTable({channel("Vox, \"lead\""), channel("Kick")}),
-              "name,stereo,driver,inputIndex,sourceType,sourceIndex,red,green,blue\n"
-              "\"Vox, \"\"lead\"\"\",true,SoundGrid,4,Mixer_Ch,3,0.25,0.55,1.0\n"
-              "Kick,true,SoundGrid,4,Mixer_Ch,3,0.25,0.55,1.0\n");
+              "name,stereo,driver,inputIndex,sourceType,sourceIndex,red,green,blue,Input,Format,Colour\n"
+              "\"Vox, \"\"lead\"\"\",true,SoundGrid,4,Mixer_Ch,3,0.25,0.55,1.0,5–6,Stereo,#3F8CFF\n"
+              "Kick,true,SoundGrid,4,Mixer_Ch,3,0.25,0.55,1.0,5–6,Stereo,#3F8CFF\n");
 }
 
 } // namespace
