@@ -97,4 +97,8 @@ void LiveTraxGenerator::removeOlderBridgeBackups(const Path &folder, const Path 
         removeIgnoringErrors(older);
 }
 
+bool hasBackups(const Path &sessionURL) {
+    return !otherBackups(appending(sessionURL, "backup"), "").empty();
+}
+
 } // namespace corvane

@@ -18,3 +18,10 @@ void removeEqualBackups(const std::filesystem::path &backup);
 bool isBackupName(std::string_view name);
 
 } // namespace corvane::session
+
+namespace corvane {
+
+/// Whether a session holds such a copy, which is to say that it was updated before. Never throws.
+bool hasBackups(const std::filesystem::path &sessionURL);
+
+} // namespace corvane

@@ -2,6 +2,7 @@
 #include "livetrax/LiveTraxSurface.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/LiveTraxPaths.h"
+#include "livetrax/session/RecorderConfiguration.h"
 #include "livetrax/session/XMLTextEdits.h"
 #include "platform/files/Files.h"
 
@@ -16,8 +17,6 @@ namespace corvane {
 namespace {
 
 using Path = std::filesystem::path;
-
-constexpr const char *oscSurface = "Open Sound Control (OSC)";
 
 // What earlier versions installed in LiveTrax.
 constexpr std::array oldScripts = {"corvane_sync.lua", "corvane_probe.lua"};
@@ -104,7 +103,8 @@ void LiveTraxGenerator::enableOSC(XMLElement root) {
         setConfigOption("osc-port", std::to_string(liveTraxSurface::port), config);
         setConfigOption("use-osc", "1", config);
     }
-    XMLElement surface = root.firstChild("ControlProtocols").firstChild("Protocol", "name", oscSurface);
+    XMLElement surface =
+        root.firstChild("ControlProtocols").firstChild("Protocol", "name", RecorderConfiguration::oscSurface);
     if (!surface)
         return;
     surface.setExistingAttribute("active", "1");

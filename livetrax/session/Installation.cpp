@@ -71,6 +71,16 @@ Path sessionPath(const Path &sessionURL) {
     return withoutTrailingSlashes(error ? sessionURL : absolute);
 }
 
+std::vector<Path> recentSessions(const StandardFolders &folders) {
+    std::vector<Path> sessions;
+    for (const Generation &generation : generations) {
+        const auto lines = recentLines(preferencesFolder(folders, generation.name) / "recent");
+        for (std::size_t index = 1; index < lines.size(); index += 2)
+            sessions.push_back(sessionPath(lines[index]));
+    }
+    return sessions;
+}
+
 std::optional<Target> LiveTraxGenerator::target(const StandardFolders &folders) {
     for (const Generation &generation : generations) {
         Target target = candidate(folders, generation);
@@ -90,14 +100,9 @@ std::shared_ptr<RunningApplication> LiveTraxGenerator::runningApplication(const 
 }
 
 std::optional<Path> LiveTraxGenerator::mostRecentSessionURL(const StandardFolders &folders) {
-    for (const Generation &generation : generations) {
-        const auto lines = recentLines(preferencesFolder(folders, generation.name) / "recent");
-        for (std::size_t index = 1; index < lines.size(); index += 2) {
-            const Path folder = sessionPath(lines[index]);
-            if (fileExists(sessionFile(folder)))
-                return folder;
-        }
-    }
+    for (const Path &folder : recentSessions(folders))
+        if (fileExists(sessionFile(folder)))
+            return folder;
     return std::nullopt;
 }
 

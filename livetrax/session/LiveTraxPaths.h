@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace corvane {
 
@@ -19,6 +20,9 @@ std::filesystem::path programFile(const Target &target);
 
 /// Corvane's own folder for what is neither a setting nor a session.
 std::filesystem::path supportFolder(const StandardFolders &folders);
+
+/// The folders of all sessions that LiveTrax remembers, the newest first, whether they still exist or not.
+std::vector<std::filesystem::path> recentSessions(const StandardFolders &folders);
 
 /// The path of a session's folder as it is handed on: absolute, without a slash at its end.
 std::filesystem::path sessionPath(const std::filesystem::path &sessionURL);

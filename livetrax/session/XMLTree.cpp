@@ -2,6 +2,7 @@
 
 #include "base/XMLCharacters.h"
 #include "livetrax/session/TextPieces.h"
+#include "livetrax/session/XMLLibrary.h"
 #include "platform/files/Files.h"
 #include "platform/memory/CurrentArena.h"
 
@@ -550,6 +551,10 @@ XMLDocument XMLDocument::create(const char *rootName) {
         xmlDocSetRootElement(document, required(xmlNewDocNode(document, nullptr, xml(rootName), nullptr)));
         return document;
     }));
+}
+
+std::string xmlLibraryVersion() {
+    return LIBXML_DOTTED_VERSION;
 }
 
 XMLElement XMLDocument::root() const {

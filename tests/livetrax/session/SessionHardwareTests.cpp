@@ -1,0 +1,32 @@
+#include "livetrax/session/SessionHardware.h"
+#include "platform/files/Files.h"
+#include "tests/livetrax/session/SessionTexts.h"
+#include "tests/support/BuiltFiles.h"
+
+#include <gtest/gtest.h>
+
+namespace corvane {
+namespace {
+
+TEST(SessionHardware, TheBaseTemplateIsForSoundGridAndLeavesTheRateToIt) {
+    EXPECT_EQ((SessionHardware{"CoreAudio;;Waves SoundGrid", std::nullopt, 3}), readHardware(seedTemplate()));
+}
+
+TEST(SessionHardware, ASessionSaysItsRateAndWhatItRecords) {
+    const Tree tree(sessionText({{"Kick", 1, 1}, {"OH", 2, 7}}, R"(sample-rate="96000")"));
+    EXPECT_EQ((SessionHardware{"device", 96'000, 3}), hardwareOf(tree.root()));
+}
+
+TEST(SessionHardware, ARateThatIsNoneIsNotSaid) {
+    for (const char *rate : {"", "0", "-1", "fast", "4294967296"}) {
+        const Tree tree(sessionText({{"Kick"}}, "sample-rate=\"" + std::string(rate) + "\""));
+        EXPECT_EQ(std::nullopt, hardwareOf(tree.root()).rate) << rate;
+    }
+}
+
+TEST(SessionHardware, AFileThatIsNotThereIsAnError) {
+    EXPECT_THROW(readHardware("/nowhere/Gig.ardour"), FileError);
+}
+
+} // namespace
+} // namespace corvane
