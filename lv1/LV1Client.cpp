@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "lv1/LV1Link.h"
+#include "lv1/LV1Surface.h"
 #include "osc/OSCMessage.h"
 
 #include <algorithm>
@@ -16,7 +17,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr const char *deviceIdentifierKey = "CorvaneDeviceID";
 constexpr int highestPort = 65'535;
 /// A service whose link has failed is looked up anew, but not when that was the case just before: what
 /// answers differently each time must not have us connect for ever.
@@ -174,8 +174,8 @@ void LV1Client::happened(const lv1::Ready &ready) {
 
 /// The console knows the identifier now: it is kept.
 void LV1Client::happened(const lv1::Introduced &) {
-    if (platform.defaults->string(deviceIdentifierKey).value_or("").empty())
-        platform.defaults->set(deviceIdentifierKey, identifier);
+    if (platform.defaults->string(lv1Surface::deviceIdentifierKey).value_or("").empty())
+        platform.defaults->set(lv1Surface::deviceIdentifierKey, identifier);
 }
 
 void LV1Client::happened(const lv1::Accepted &) {
@@ -243,7 +243,8 @@ OSCMessage LV1Client::introduction() {
 
 /// The one that is kept, else one that is made once a run.
 std::string LV1Client::deviceIdentifier(const std::string &newUUID) {
-    if (const auto known = platform.defaults->string(deviceIdentifierKey); known && !known->empty())
+    if (const auto known = platform.defaults->string(lv1Surface::deviceIdentifierKey);
+        known && !known->empty())
         return *known;
     if (identifier.empty()) {
         for (const char c : newUUID) {

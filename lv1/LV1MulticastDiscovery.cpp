@@ -1,5 +1,6 @@
 #include "lv1/LV1MulticastDiscovery.h"
 
+#include "lv1/LV1Surface.h"
 #include "osc/OSCCodec.h"
 
 #include <cstddef>
@@ -11,7 +12,6 @@ namespace corvane {
 namespace {
 
 constexpr const char *group = "225.1.1.1";
-constexpr std::uint16_t groupPort = 13337;
 constexpr std::size_t longestDatagram = 4'096;
 constexpr const char *announcementAddress = "/zDNS";
 constexpr const char *announcedService = "_waveslv113._tcp";
@@ -42,7 +42,7 @@ void LV1MulticastDiscovery::start() {
             queue->post([hearing] { --hearing->queued; });
         });
     };
-    auto opened = listening.open(group, groupPort, longestDatagram, queue, heard);
+    auto opened = listening.open(group, lv1Surface::announcementPort, longestDatagram, queue, heard);
     socket = std::move(opened.socket);
     errorText = std::move(opened.error);
 }
