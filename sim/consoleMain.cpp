@@ -38,7 +38,8 @@ int work(ConsoleSimOptions options) {
 } // namespace
 
 int main(int argc, char **argv) {
-    CLI::App app("A stand-in for an LV1 console.");
+    CLI::App app("A stand-in for an LV1 console.", "lv1-console-sim");
+    app.set_version_flag("--version", "lv1-console-sim " CORVANE_VERSION);
     ConsoleSimOptions options;
     std::string port;
     std::string patch;
