@@ -1,6 +1,9 @@
 #include "cli/CommandLine.h"
 
+#include "base/Quotation.h"
 #include "base/Text.h"
+#include "cli/CommandTree.h"
+#include "cli/Completion.h"
 
 #include <CLI/CLI.hpp>
 
@@ -25,8 +28,11 @@ constexpr double longestDuration = 1'000'000;
 struct Values {
     std::string rehearsal, file, host, port, saveTo, session, folder, name;
     std::string copyNumber, copyTime;
+    std::string events;
     double seconds = 0;
     bool allowEmpty = false, discardRecordings = false;
+    std::string shell;
+    bool withNames = false;
     bool json = false, launch = false, confirm = false;
     std::string format = "table";
     std::string markerStyle = classicMarkers;
@@ -65,16 +71,39 @@ CLI::Validator duration() {
             ""};
 }
 
+/// What speaks against a word that is not one of a few; empty when it is.
+std::string notAmong(const std::vector<std::string> &words, const std::string &text) {
+    std::string list;
+    for (const std::string &word : words) {
+        if (word == text)
+            return {};
+        list += (list.empty() ? "" : ", ") + word;
+    }
+    return text + " is not one of " + list;
+}
+
 /// One of a few words.
 CLI::Validator oneOf(const std::vector<std::string> &words) {
-    return {[words](const std::string &text) {
-                std::string list;
-                for (const std::string &word : words) {
-                    if (word == text)
-                        return std::string();
-                    list += (list.empty() ? "" : ", ") + word;
-                }
-                return text + " is not one of " + list;
+    return {[words](const std::string &text) { return notAmong(words, text); }, ""};
+}
+
+std::set<std::string> wordsOf(const std::string &list) {
+    std::set<std::string> words;
+    std::size_t end = 0;
+    for (std::size_t start = 0; end != std::string::npos; start = end + 1) {
+        end = list.find(',', start);
+        words.insert(list.substr(start, end - start));
+    }
+    return words;
+}
+
+/// Some of a few words, with commas between them.
+CLI::Validator listOf(const std::vector<std::string> &words) {
+    return {[words](const std::string &list) {
+                std::string problem;
+                for (const std::string &word : wordsOf(list))
+                    problem = problem.empty() ? notAmong(words, word) : problem;
+                return problem;
             },
             ""};
 }
@@ -89,12 +118,15 @@ Format formatOf(const std::string &word) {
 class Parser {
 public:
     Parser();
-    std::variant<Options, Ending> parse(std::vector<std::string> arguments,
+    CommandTree tree() const;
+    std::variant<Options, Ending> parse(const std::vector<std::string> &arguments,
                                         const std::filesystem::path &currentFolder);
 
 private:
     CLI::App *add(Verb verb, const char *name, const char *description);
     void addJson(CLI::App *command);
+    CLI::Option *addWord(CLI::App *command, const char *name, std::string &value, const char *description,
+                         const std::vector<std::string> &words);
     void addFormat(CLI::App *command, const char *description, const std::vector<std::string> &formats);
     void addHost(CLI::App *command);
     void addSource(CLI::App *command);
@@ -103,13 +135,17 @@ private:
     void addSession(CLI::App *command, bool required);
     void addConfirm(CLI::App *command);
     void addListening();
+    void addSupport();
     void addSessions();
     void addHistory();
     void addRecorder();
     Options options(const std::filesystem::path &currentFolder) const;
+    std::string problem(const std::vector<std::string> &arguments, const CLI::ParseError &error) const;
 
     CLI::App app{"Links a Waves eMotion LV1 console with the LiveTrax recorder.", "corvanectl"};
     std::map<CLI::App *, Verb> verbs;
+    /// The words that an option takes, where they are few.
+    std::map<const CLI::Option *, std::vector<std::string>> words;
     Values values;
 };
 
@@ -121,6 +157,7 @@ Parser::Parser() {
     addSessions();
     addHistory();
     addRecorder();
+    addSupport();
 }
 
 CLI::App *Parser::add(Verb verb, const char *name, const char *description) {
@@ -136,8 +173,15 @@ void Parser::addJson(CLI::App *command) {
     command->add_flag("--json", values.json, "Print one JSON document");
 }
 
+CLI::Option *Parser::addWord(CLI::App *command, const char *name, std::string &value, const char *description,
+                             const std::vector<std::string> &allowed) {
+    auto *option = command->add_option(name, value, description)->check(oneOf(allowed));
+    words[option] = allowed;
+    return option;
+}
+
 void Parser::addFormat(CLI::App *command, const char *description, const std::vector<std::string> &formats) {
-    command->add_option("--format", values.format, description)->type_name("FORMAT")->check(oneOf(formats));
+    addWord(command, "--format", values.format, description, formats)->type_name("FORMAT");
     addJson(command);
     command->get_option("--json")->excludes("--format");
 }
@@ -193,6 +237,9 @@ void Parser::addListening() {
     auto *watch = add(Verb::watch, "watch", "Print what the console says, one JSON object a line");
     addHost(watch);
     addDuration(watch, "How long to watch; else until interrupted");
+    watch->add_option("--events", values.events, "Print these alone, separated by commas")
+        ->type_name("NAME,...")
+        ->check(listOf({"status", "connection", "patch", "channels", "scene", "endpoints", "services"}));
     addJson(watch);
 
     auto *scenes = add(Verb::scenes, "scenes", "List the scenes that the console recalls, with their times");
@@ -208,7 +255,9 @@ void Parser::addSessions() {
     auto *create =
         add(Verb::create, "create", "Make the template of a new session from the console's channels");
     create->add_option("name", values.name, "The session's name")->type_name("NAME")->required();
-    create->add_option("--in", values.folder, "The folder that the session goes into")
+    create
+        ->add_option("--in", values.folder,
+                     "The folder that the session goes into; in a rehearsal too it is meant as it stands")
         ->type_name("FOLDER")
         ->required()
         ->check(notEmpty());
@@ -264,16 +313,39 @@ void Parser::addRecorder() {
     addJson(save);
     auto *marker = add(Verb::marker, "marker", "Drop a marker at LiveTrax's playhead");
     marker->add_option("name", values.name, "The marker's name")->type_name("NAME")->required();
-    marker->add_option("--style", values.markerStyle, "classic or named")
+    addWord(marker, "--style", values.markerStyle, "classic or named", {classicMarkers, namedMarkers})
         ->type_name("STYLE")
-        ->envname(markerStyleVariable)
-        ->check(oneOf({classicMarkers, namedMarkers}));
+        ->envname(markerStyleVariable);
     addConfirm(marker);
     addJson(marker);
 
     auto *markers = add(Verb::markers, "markers", "List the markers of a session");
     addSession(markers, true);
     addFormat(markers, "table, csv, json or labels", {"table", "csv", "json", "labels"});
+}
+
+void Parser::addSupport() {
+    auto *check = add(Verb::check, "check", "Go through the list before a show");
+    addSession(check, false);
+    check->add_option("--in", values.folder, "The folder that sessions are to go into")
+        ->type_name("FOLDER")
+        ->check(notEmpty());
+    addHost(check);
+    addDuration(check, "How long to wait for the console (10)");
+    addJson(check);
+
+    auto *diagnose =
+        add(Verb::diagnose, "diagnose", "Gather what support asks for; nothing is sent anywhere");
+    addHost(diagnose);
+    addDuration(diagnose, "How long to listen for consoles (3)");
+    diagnose->add_option("--save", values.saveTo, "Write it to a file instead")
+        ->type_name("FILE")
+        ->check(notEmpty());
+    diagnose->add_flag("--names", values.withNames, "With names of channels, scenes, sessions and the home");
+    addJson(diagnose);
+
+    auto *completion = add(Verb::completion, "completion", "Print what a shell completes this program with");
+    addWord(completion, "shell", values.shell, "bash or fish", shells())->type_name("SHELL")->required();
 }
 
 Options Parser::options(const std::filesystem::path &currentFolder) const {
@@ -294,6 +366,8 @@ Options Parser::options(const std::filesystem::path &currentFolder) const {
     if (command->get_option_no_throw("--for") && command->count("--for") > 0)
         options.duration = std::chrono::milliseconds(std::llround(values.seconds * 1000));
     options.format = values.json ? Format::json : formatOf(values.format);
+    if (!values.events.empty())
+        options.events = wordsOf(values.events);
     options.saveTo = path(values.saveTo);
     options.launch = values.launch;
     options.allowEmpty = values.allowEmpty;
@@ -302,6 +376,8 @@ Options Parser::options(const std::filesystem::path &currentFolder) const {
         options.copyTime = values.copyTime;
     options.discardRecordings = values.discardRecordings;
     options.confirm = values.confirm;
+    options.withNames = values.withNames;
+    options.shell = values.shell;
     options.markerStyle = markerStyle(values.markerStyle);
     options.name = trimmed(values.name);
     options.session = path(values.session);
@@ -320,11 +396,37 @@ void checkSense(const Options &options) {
         fail("A session's folder or --from FILE is needed.");
 }
 
-std::variant<Options, Ending> Parser::parse(std::vector<std::string> arguments,
+/// The library only says that a command is missing where a word stands in its place.
+std::string Parser::problem(const std::vector<std::string> &arguments, const CLI::ParseError &error) const {
+    const bool isCommand =
+        arguments.empty() || std::any_of(verbs.begin(), verbs.end(), [&](const auto &verb) {
+            return verb.first->get_name() == arguments.front();
+        });
+    if (isCommand || arguments.front().starts_with("-"))
+        return error.what();
+    return quotation(arguments.front()) + " is no command of corvanectl; --help lists them.";
+}
+
+CommandTree Parser::tree() const {
+    CommandTree tree;
+    for (const CLI::App *command : app.get_subcommands([](const CLI::App *) { return true; })) {
+        tree.push_back({command->get_name(), command->get_description(), {}});
+        for (const CLI::Option *option : command->get_options()) {
+            const auto choice = words.find(option);
+            const bool isFlag = option->get_items_expected_max() == 0;
+            tree.back().options.push_back(
+                {option->get_name(), isFlag ? "" : option->get_type_name(), option->get_description(),
+                 choice == words.end() ? std::vector<std::string>() : choice->second});
+        }
+    }
+    return tree;
+}
+
+std::variant<Options, Ending> Parser::parse(const std::vector<std::string> &arguments,
                                             const std::filesystem::path &currentFolder) {
-    std::reverse(arguments.begin(), arguments.end()); // the library takes them from the back
     try {
-        app.parse(std::move(arguments));
+        // The library takes them from the back.
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
         auto read = options(currentFolder);
         checkSense(read);
         return read;
@@ -333,7 +435,7 @@ std::variant<Options, Ending> Parser::parse(std::vector<std::string> arguments,
     } catch (const CLI::CallForVersion &) {
         return Ending{std::string(version) + "\n", {}};
     } catch (const CLI::ParseError &error) {
-        return Ending{{}, {status::wrongUsage, error.what()}};
+        return Ending{{}, {status::wrongUsage, problem(arguments, error)}};
     } catch (const CommandFailure &failure) {
         return Ending{{}, {failure.status, failure.what()}};
     }
@@ -344,6 +446,10 @@ std::variant<Options, Ending> Parser::parse(std::vector<std::string> arguments,
 std::variant<Options, Ending> parseCommandLine(const std::vector<std::string> &arguments,
                                                const std::filesystem::path &currentFolder) {
     return Parser().parse(arguments, currentFolder);
+}
+
+CommandTree commandTree() {
+    return Parser().tree();
 }
 
 std::filesystem::path absolutePath(const std::filesystem::path &typed,

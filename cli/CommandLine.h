@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <variant>
 #include <vector>
@@ -27,7 +28,10 @@ enum class Verb {
     save,
     marker,
     markers,
-    scenes
+    scenes,
+    check,
+    diagnose,
+    completion
 };
 enum class Format { table, json, csv, labels };
 
@@ -48,6 +52,8 @@ struct Options {
     /// `--for`
     std::optional<std::chrono::milliseconds> duration;
     Format format = Format::table;
+    /// `--events`: those that `watch` prints; all when there are none.
+    std::set<std::string> events;
     /// `--save`: where the patch file or the list of scenes goes.
     std::optional<std::filesystem::path> saveTo;
     bool launch = false;
@@ -59,13 +65,17 @@ struct Options {
     bool discardRecordings = false;
     /// `--confirm`: LiveTrax must answer before anything is sent.
     bool confirm = false;
+    /// `--names`: those of channels, scenes, sessions and the home are told.
+    bool withNames = false;
+    /// The shell that completions are for.
+    std::string shell;
     /// `--style`, else CORVANE_MARKERS.
     MarkerStyle markerStyle = MarkerStyle::classic;
     /// The session's or the marker's name.
     std::string name;
     /// The session's folder.
     std::optional<std::filesystem::path> session;
-    /// `--in`: the folder that a session is created in.
+    /// `--in`: the folder that a session is created in; empty when it was not given.
     std::filesystem::path folder;
 };
 

@@ -1,6 +1,15 @@
 #include "cli/Commands.h"
 
+#include "platform/rehearsal/Rehearsal.h"
+
 namespace corvane::cli {
+
+std::vector<UDPPortHolder> holdersOfUDPPort(std::uint16_t port) {
+    auto holders = udpPortHolders(port);
+    if (holders.empty() && isUDPPortInUse(port))
+        holders.emplace_back();
+    return holders;
+}
 
 std::shared_ptr<Command> makeCommand(const CommandContext &context) {
     switch (context.options.verb) {
@@ -32,6 +41,12 @@ std::shared_ptr<Command> makeCommand(const CommandContext &context) {
         return makeMarkersCommand(context);
     case Verb::scenes:
         return makeScenesCommand(context);
+    case Verb::check:
+        return makeCheckCommand(context);
+    case Verb::diagnose:
+        return makeDiagnoseCommand(context);
+    case Verb::completion:
+        return makeCompletionCommand(context);
     }
     return nullptr;
 }

@@ -4,16 +4,25 @@
 #include "cli/CommandLine.h"
 #include "cli/Output.h"
 #include "platform/Platform.h"
+#include "platform/processes/UDPPortHolders.h"
 
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <vector>
 
 namespace corvane::cli {
+
+/// Who holds a UDP port. Where the system tells nothing of other users' programs, that it is taken does.
+std::vector<UDPPortHolder> holdersOfUDPPort(std::uint16_t port);
 
 /// What a command works with. Everything outlives the command.
 struct CommandContext {
     Platform &platform;
     Output &output;
     const Options &options;
+    /// The programs of this computer that hold a UDP port.
+    std::function<std::vector<UDPPortHolder>(std::uint16_t port)> portHolders = holdersOfUDPPort;
 };
 
 /// The command that the options ask for.
@@ -34,5 +43,8 @@ std::shared_ptr<Command> makeSaveCommand(const CommandContext &context);
 std::shared_ptr<Command> makeMarkerCommand(const CommandContext &context);
 std::shared_ptr<Command> makeMarkersCommand(const CommandContext &context);
 std::shared_ptr<Command> makeScenesCommand(const CommandContext &context);
+std::shared_ptr<Command> makeCheckCommand(const CommandContext &context);
+std::shared_ptr<Command> makeDiagnoseCommand(const CommandContext &context);
+std::shared_ptr<Command> makeCompletionCommand(const CommandContext &context);
 
 } // namespace corvane::cli

@@ -3,12 +3,16 @@
 #include "cli/CommandLine.h"
 #include "lv1/LV1Client.h"
 
+#include <chrono>
 #include <string>
 
 namespace corvane::cli {
 
 /// What keeps hosts from being heard, one line for each of the two ways; empty when nothing does.
 std::string discoveryErrors(const LV1MulticastDiscovery &multicast, const ServiceBrowser &browser);
+
+/// What is said when no host was heard in that time: what was tried, and what to check.
+std::string nothingHeard(std::chrono::milliseconds listened);
 
 /// Connects to the host that is named, else begins to search.
 void beginConnecting(LV1Client &client, const ChannelSourceOptions &source);

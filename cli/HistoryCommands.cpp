@@ -25,6 +25,7 @@ public:
 
 private:
     void start() override {
+        context.output.progress("Looking for copies…");
         const auto copies = History(context.platform).copies(*context.options.session);
         context.output.print(context.options.json ? document(json(copies)) : text(copies));
         end();
@@ -76,6 +77,7 @@ private:
         refuseWhileLiveTraxRuns(context.platform);
         const Options &options = context.options;
         const History history(context.platform);
+        context.output.progress("Putting the copy back…");
         const HistoryCopy restored = chosen(history.copies(*options.session));
         const HistoryCopy kept = history.restore(*options.session, restored, {options.discardRecordings});
         context.output.print(options.json ? document({{"restored", place(restored)}, {"kept", place(kept)}})

@@ -60,10 +60,13 @@ private:
         multicast->start();
         browser->search(LV1Client::serviceType, LV1Client::serviceDomain);
         context.output.progress("Listening for LV1 hosts…");
-        platform.main.after(context.options.duration.value_or(defaultListeningTimeout),
-                            weakly(std::weak_ptr(self), [](HostsCommand &command) {
+        platform.main.after(listening(), weakly(std::weak_ptr(self), [](HostsCommand &command) {
                                 command.guarded([&] { command.report(); });
                             }));
+    }
+
+    std::chrono::milliseconds listening() const {
+        return context.options.duration.value_or(defaultListeningTimeout);
     }
 
     void heard(const LV1Endpoint &endpoint) {
@@ -77,7 +80,9 @@ private:
     void report() {
         if (hosts.empty()) {
             const auto errors = discoveryErrors(*multicast, *browser);
-            throw CommandFailure(status::noAnswer, errors.empty() ? "No LV1 host was heard." : errors);
+            if (context.options.json)
+                context.output.print(json());
+            throw CommandFailure(status::noAnswer, errors.empty() ? nothingHeard(listening()) : errors);
         }
         context.output.print(context.options.json ? json() : text());
         end();

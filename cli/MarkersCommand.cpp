@@ -88,6 +88,7 @@ public:
 
 private:
     void start() override {
+        context.output.progress("Reading the session…");
         context.output.print(textOf(markers(), context.options.format));
         end();
     }

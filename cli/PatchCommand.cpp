@@ -1,29 +1,14 @@
 #include "cli/Commands.h"
 #include "cli/PatchReader.h"
 #include "cli/Table.h"
+#include "patch/ColourText.h"
 #include "patch/FiniteColours.h"
 #include "patch/PatchDocument.h"
 #include "platform/files/Files.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
-
 namespace corvane::cli {
 
 namespace {
-
-/// "#4080C0": each part from 0 to 255, cut off as it is in a session.
-std::string colourText(const LV1Channel &channel) {
-    const auto part = [](float value) {
-        constexpr float whole = 255;
-        return std::isfinite(value) ? static_cast<unsigned>(std::clamp(value, 0.0F, 1.0F) * whole) : 0U;
-    };
-    char text[16] = {};
-    std::snprintf(text, sizeof text, "#%02X%02X%02X", part(channel.red), part(channel.green),
-                  part(channel.blue));
-    return text;
-}
 
 std::string patchText(const std::vector<LV1Channel> &channels) {
     std::vector<std::vector<std::string>> rows{{"CHANNEL", "FORMAT", "INPUT", "DEVICE", "SOURCE", "COLOUR"}};

@@ -1,6 +1,7 @@
 #include "cli/PatchReader.h"
 
 #include "cli/Discovery.h"
+#include "cli/Json.h"
 #include "lv1/HostChoice.h"
 
 #include <algorithm>
@@ -16,7 +17,19 @@ constexpr auto silenceTimeout = 300ms;
 /// A console that never falls silent (somebody plays with its colours) is not waited for longer than this.
 constexpr auto settlingTimeout = 5s;
 
+/// Whether a status says what is being done, and not how it ended.
+bool isProgress(const std::string &status) {
+    return status.ends_with("…") || status.starts_with("LV1 found: ");
+}
+
 } // namespace
+
+std::string PatchReader::Console::text() const {
+    if (host.empty())
+        return name;
+    const std::string address = host + ":" + std::to_string(port);
+    return name.empty() ? address : name + " (" + address + ")";
+}
 
 PatchReader::PatchReader(Platform &platform, Output &output, ChannelSourceOptions source,
                          std::chrono::milliseconds timeout)
@@ -25,6 +38,8 @@ PatchReader::PatchReader(Platform &platform, Output &output, ChannelSourceOption
 void PatchReader::start() {
     client = LV1Client::make(platform);
     wireClient();
+    if (source.host)
+        heardConsole = {"", "", *source.host, source.port, platform.main.now(), false};
     deadline =
         platform.main.after(timeout, weakly(weak_from_this(), [](PatchReader &reader) { reader.giveUp(); }));
     beginConnecting(*client, source);
@@ -53,6 +68,13 @@ void PatchReader::wireClient() {
         reader.lastStatus = text;
         reader.output.progress(text);
     });
+    // The client tells of each host once; consoles announce themselves again and again.
+    client->multicast->onEndpoint = [weak = weak_from_this(),
+                                     tell = client->multicast->onEndpoint](const LV1Endpoint &endpoint) {
+        if (const auto reader = weak.lock())
+            reader->heard(endpoint);
+        tell(endpoint);
+    };
     client->onServices =
         wire([](PatchReader &reader, const auto &services) { reader.heardServices(services); });
     client->onEndpoints = wire([](PatchReader &reader, const std::vector<LV1Endpoint> &endpoints) {
@@ -63,9 +85,20 @@ void PatchReader::wireClient() {
         wire([](PatchReader &reader, const LV1LinkEvent &event) { reader.happened(event); });
 }
 
+void PatchReader::heard(const LV1Endpoint &endpoint) {
+    if (!source.host)
+        heardConsole = {endpoint.name, "multicast",         endpoint.host,
+                        endpoint.port, platform.main.now(), heardConsole.accepted};
+}
+
 void PatchReader::heardServices(const std::vector<std::shared_ptr<NetService>> &services) {
     if (source.host)
         return;
+    if (heardConsole.way != "multicast" && !services.empty()) {
+        const auto address = addressOf(*services.front()).value_or(std::pair(std::string(), 0));
+        heardConsole = {services.front()->name(), "Bonjour",           address.first,
+                        address.second,           platform.main.now(), heardConsole.accepted};
+    }
     if (const auto text = chooseHost(*client, client->endpoints, services))
         fail(*text);
 }
@@ -73,6 +106,8 @@ void PatchReader::heardServices(const std::vector<std::shared_ptr<NetService>> &
 void PatchReader::happened(const LV1LinkEvent &event) {
     if (std::holds_alternative<lv1::Introduced>(event))
         return; // our own word
+    if (std::holds_alternative<lv1::Accepted>(event))
+        heardConsole.accepted = true;
     if (std::holds_alternative<lv1::Failed>(event))
         return fail(lastStatus);
     if (std::holds_alternative<lv1::Closed>(event))
@@ -104,14 +139,20 @@ void PatchReader::finishAfter(std::chrono::milliseconds delay) {
 void PatchReader::giveUp() {
     if (patchCame)
         return; // only the silence is still waited for
-    const bool heardNothing = client && !source.host && client->endpoints.empty() && client->services.empty();
-    const auto errors = heardNothing ? discoveryErrors(*client->multicast, *client->browser) : "";
-    if (!errors.empty())
-        fail(errors);
-    else if (!lastStatus.empty())
-        fail(lastStatus);
-    else // a host that was named and does not even refuse
-        fail(source.host.value_or("") + " does not answer on port " + std::to_string(source.port) + ".");
+    fail(whyNothingCame());
+}
+
+std::string PatchReader::whyNothingCame() const {
+    if (heardConsole.accepted)
+        return heardConsole.text() + " has sent no patch.\n  See that channels have inputs on the console.";
+    if (!lastStatus.empty() && !isProgress(lastStatus))
+        return lastStatus;
+    if (!heardConsole.host.empty())
+        return heardConsole.host + " does not answer on port " + std::to_string(heardConsole.port) + ".";
+    if (!heardConsole.name.empty())
+        return lastStatus;
+    const auto errors = discoveryErrors(*client->multicast, *client->browser);
+    return errors.empty() ? nothingHeard(timeout) : errors;
 }
 
 void PatchReader::finish() {

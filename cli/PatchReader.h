@@ -20,6 +20,19 @@ class PatchReader : public std::enable_shared_from_this<PatchReader> {
 public:
     using Channels = std::vector<LV1Channel>;
 
+    /// The console that was heard or named.
+    struct Console {
+        std::string name; ///< as it announces itself; empty for one that was named by its address
+        std::string way;  ///< "multicast", "Bonjour"; empty likewise
+        std::string host; ///< empty when none was heard, or its address is not known yet
+        int port = 0;
+        SerialQueue::Clock::time_point lastHeard;
+        bool accepted = false; ///< the link
+
+        /// "FOH (10.0.0.1:5000)", "10.0.0.1:5000".
+        std::string text() const;
+    };
+
     /// How long to wait for the first patch.
     static constexpr std::chrono::seconds defaultTimeout{10};
 
@@ -31,16 +44,19 @@ public:
     std::function<void(const Outcome &)> onFailure;
 
     void start();
+    const Console &console() const { return heardConsole; }
     /// Leaves the host; nothing is called any more.
     void stop();
 
 private:
     void wireClient();
+    void heard(const LV1Endpoint &endpoint);
     void heardServices(const std::vector<std::shared_ptr<NetService>> &services);
     void happened(const LV1LinkEvent &event);
     void waitForSilence();
     void finishAfter(std::chrono::milliseconds delay);
     void giveUp();
+    std::string whyNothingCame() const;
     void finish();
     void fail(const std::string &message);
 
@@ -55,6 +71,7 @@ private:
     bool patchCame = false;
     Channels channels;
     std::string lastStatus;
+    Console heardConsole;
 };
 
 } // namespace corvane::cli

@@ -37,6 +37,7 @@ protected:
             if (error == std::errc::address_in_use)
                 end({status::noAnswer, reason});
         };
+        context.output.progress("Asking LiveTrax…");
         osc->start();
         speak(*osc);
     }

@@ -1,11 +1,8 @@
-#include "cli/Commands.h"
-#include "cli/Discovery.h"
 #include "cli/Json.h"
+#include "cli/ListeningCommand.h"
 #include "cli/Table.h"
 #include "livetrax/remote/SceneRecall.h"
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "lv1/HostChoice.h"
-#include "lv1/LV1Client.h"
 #include "platform/files/FileHandle.h"
 
 #include <filesystem>
@@ -13,55 +10,26 @@
 #include <optional>
 #include <string>
 #include <system_error>
-#include <utility>
-#include <vector>
 
 namespace corvane::cli {
 
 namespace {
 
 /// The paper that people keep: every scene that the console recalls, with its time. Marks nothing itself.
-class ScenesCommand : public Command {
-public:
-    explicit ScenesCommand(const CommandContext &context) : context(context) {}
+class ScenesCommand : public ListeningCommand {
+    using ListeningCommand::ListeningCommand;
 
-    void stop() override {
-        if (const auto leaving = std::exchange(client, nullptr))
-            leaving->stop();
-    }
-
-private:
     void start() override {
         if (context.options.saveTo)
             openFile(*context.options.saveTo);
-        client = LV1Client::make(context.platform);
-        const auto self = std::static_pointer_cast<ScenesCommand>(shared_from_this());
-        wire(self);
-        if (const auto duration = context.options.duration)
-            context.platform.main.after(
-                *duration, weakly(std::weak_ptr(self), [](ScenesCommand &command) { command.end(); }));
-        beginConnecting(*client, context.options.source);
+        ListeningCommand::start();
     }
 
-    void wire(const std::weak_ptr<ScenesCommand> &self) {
-        const auto alive = [self](auto action) {
-            return [self, action](const auto &what) {
-                const auto command = self.lock();
-                if (command && command->client)
-                    command->guarded([&] { action(*command, what); });
-            };
-        };
-        client->onStatus = alive([](ScenesCommand &command, const std::string &text) { command.show(text); });
-        client->onScene =
-            alive([](ScenesCommand &command, const std::string &name) { command.recalled(name); });
-        client->onServices =
-            alive([](ScenesCommand &command, const std::vector<std::shared_ptr<NetService>> &services) {
-                if (const auto text = chooseHost(*command.client, command.client->endpoints, services))
-                    command.show(*text);
-            });
+    void wire(LV1Client &console) override {
+        console.onScene = whileListening([this](const std::string &name) { recalled(name); });
     }
 
-    void show(const std::string &status) { context.output.progress(status); }
+    void statusIs(const std::string &text) override { context.output.progress(text); }
 
     /// What is there already is kept: it may be the first half of the evening.
     void openFile(const std::filesystem::path &path) {
@@ -96,8 +64,6 @@ private:
         return table({{timeOfDay(scene.time), scene.scene, decision}});
     }
 
-    CommandContext context;
-    std::shared_ptr<LV1Client> client;
     std::optional<std::string> lastScene;
     std::optional<FileHandle> file;
 };

@@ -2,6 +2,7 @@
 
 #include "cli/ChannelSource.h"
 
+#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -9,6 +10,10 @@ namespace corvane::cli {
 
 /// Throws CommandFailure when LiveTrax runs: it would overwrite whatever is written into its session.
 void refuseWhileLiveTraxRuns(const Platform &platform);
+
+/// Whether `create` has made a session's template; LiveTrax makes the session itself when it is started on
+/// it.
+bool wasCreated(const Platform &platform, const std::filesystem::path &session);
 
 /// What the commands that need the console's channels for a session have in common: preparation, then the
 /// channels, then the work.

@@ -33,11 +33,17 @@ std::string refusal(const GeneratorError &error, const std::vector<LV1Channel> &
 
 /// Runs a step of the session engine on some channels.
 template <class Step>
-auto telling(const std::vector<LV1Channel> &channels, Step step) {
+auto telling(const CommandContext &context, const std::vector<LV1Channel> &channels, Step step) {
     try {
         return step();
     } catch (const GeneratorError &error) {
-        throw CommandFailure(status::refused, refusal(error, channels));
+        std::string text = refusal(error, channels);
+        if (error.errorCase() == GeneratorError::Case::sessionMissing && context.options.session &&
+            wasCreated(context.platform, *context.options.session))
+            text += "\n  Its template is made, the session is not: LiveTrax makes it when it is started on "
+                    "it, by "
+                    "create --launch.";
+        throw CommandFailure(status::refused, text);
     }
 }
 
@@ -59,7 +65,8 @@ class CreateCommand : public SessionCommand {
         prepare(); // LiveTrax may have been started while the console was asked
         if (channels.empty())
             throw nothingToRecord();
-        const auto session = telling(channels, [&] {
+        context.output.progress("Making the session's template…");
+        const auto session = telling(context, channels, [&] {
             return LiveTraxGenerator::generate(platform, options.name, options.folder, channels);
         });
         platform.defaults->set(LiveTraxGenerator::lastSessionKey, session.string());
@@ -76,7 +83,16 @@ class CreateCommand : public SessionCommand {
                       : std::filesystem::path();
         context.output.print(context.options.json
                                  ? document({{"session", session.string()}, {"template", written.string()}})
-                                 : "session  " + session.string() + "\ntemplate " + written.string() + "\n");
+                                 : "session  " + session.string() + "\ntemplate " + written.string() + "\n" +
+                                       outside());
+    }
+
+    /// What is meant by a folder that is typed in a rehearsal: that very folder.
+    std::string outside() const {
+        const auto &rehearsal = context.options.rehearsal;
+        if (!rehearsal || (context.options.folder.string() + "/").starts_with(rehearsal->string() + "/"))
+            return {};
+        return "note     " + context.options.folder.string() + " is outside of the rehearsal's folder.\n";
     }
 };
 
@@ -90,7 +106,8 @@ class SyncCommand : public SessionCommand {
         const Options &options = context.options;
         if (channels.empty() && !options.allowEmpty)
             throw nothingToRecord();
-        const UpdateResult result = telling(channels, [&] {
+        context.output.progress("Updating the session…");
+        const UpdateResult result = telling(context, channels, [&] {
             return LiveTraxGenerator::update(context.platform, *options.session, channels);
         });
         if (options.launch)
@@ -111,7 +128,8 @@ class PlanCommand : public SessionCommand {
     using SessionCommand::SessionCommand;
 
     void work(const Channels &channels) override {
-        const auto plan = telling(channels, [&] {
+        context.output.progress("Reading the session…");
+        const auto plan = telling(context, channels, [&] {
             return LiveTraxGenerator::plan(context.platform, *context.options.session, channels);
         });
         const auto warnings = warningsOf(plan, channels);
@@ -235,6 +253,7 @@ public:
 
 private:
     void start() override {
+        context.output.progress("Reading the session…");
         const std::string text = signature();
         context.output.print(context.options.json ? document({{"signature", text}}) : text + "\n");
         end();

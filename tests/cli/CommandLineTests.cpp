@@ -114,6 +114,34 @@ TEST(CommandLine, AFormatIsOneOfThreeWords) {
     EXPECT_EQ("--format: 1 is not one of table, json, csv", refused({"patch", "--format", "1"}));
 }
 
+TEST(CommandLine, AWordThatIsNoCommandIsNamed) {
+    EXPECT_EQ("“\u2068foo\u2069” is no command of corvanectl; --help lists them.", refused({"foo"}));
+    EXPECT_EQ("“\u2068dance\u2069” is no command of corvanectl; --help lists them.",
+              refused({"dance", "--json"}));
+    EXPECT_THAT(refused({"hosts", "extra"}), HasSubstr("extra"));
+}
+
+TEST(CommandLine, CheckAndDiagnoseTakeTheConsoleAsTheOthersDo) {
+    const Options check =
+        accepted({"check", "Gig/", "--in", "out", "--host", "h", "--port", "5", "--for", "2"});
+    EXPECT_EQ(Verb::check, check.verb);
+    EXPECT_EQ("/shows/Gig", check.session);
+    EXPECT_EQ("/shows/out", check.folder);
+    EXPECT_EQ("h", check.source.host);
+    EXPECT_EQ(std::nullopt, accepted({"check"}).session);
+    EXPECT_FALSE(accepted({"diagnose"}).withNames);
+    EXPECT_TRUE(accepted({"diagnose", "--names", "--save", "f"}).withNames);
+}
+
+TEST(CommandLine, EventsAreNamedInOneList) {
+    EXPECT_EQ((std::set<std::string>{"patch", "scene"}),
+              accepted({"watch", "--events", "scene,patch,scene"}).events);
+    EXPECT_THAT(accepted({"watch"}).events, IsEmpty());
+    EXPECT_EQ("--events: dance is not one of status, connection, patch, channels, scene, endpoints, services",
+              refused({"watch", "--events", "scene,dance"}));
+    EXPECT_THAT(refused({"watch", "--events", ""}), HasSubstr("is not one of"));
+}
+
 TEST(CommandLine, ASessionAndAMarkerNeedANameThatIsNotBlank) {
     EXPECT_EQ("A session needs a name.", refused({"create", " \t\u3000", "--in", "out"}));
     EXPECT_EQ("A marker needs a name.", refused({"marker", "\u00A0 "}));

@@ -33,7 +33,8 @@ void CommandTest::begin(const std::vector<std::string> &arguments) {
         return;
     }
     options = std::get<Options>(parsed);
-    command = makeCommand({fake.platform, output, options});
+    command = makeCommand(
+        {fake.platform, output, options, [this](std::uint16_t port) { return portHolders[port]; }});
     command->onEnd = [this](Outcome how) { outcome = std::move(how); };
     command->begin();
     fake.clock->run();

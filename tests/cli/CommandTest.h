@@ -10,6 +10,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -60,6 +62,7 @@ protected:
     FakePlatform fake;
     RecordingOutput output;
     Options options;
+    std::map<std::uint16_t, std::vector<UDPPortHolder>> portHolders;
     std::shared_ptr<Command> command;
     std::optional<Outcome> outcome;
 };

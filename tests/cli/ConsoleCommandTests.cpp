@@ -88,7 +88,21 @@ TEST_F(HostsCommandTest, NothingHeardAndNothingInTheWayIsNoAnswer) {
     fake.clock->advance(3s);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::noAnswer, outcome->status);
-    EXPECT_EQ("No LV1 host was heard.", outcome->message);
+    EXPECT_EQ("No LV1 host was heard.\n"
+              "  Listened for 3 s to Bonjour and to multicast announcements.\n"
+              "  See that the console is on, that this computer is in its network, and that the system lets "
+              "Corvane "
+              "use the local network.\n"
+              "  --host and --port name a console that is not heard.",
+              outcome->message);
+    EXPECT_EQ(json::array(), printedJson());
+}
+
+TEST_F(HostsCommandTest, PeopleGetNoListOfNothing) {
+    begin({"hosts"});
+    fake.clock->advance(3s);
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_THAT(output.printed, IsEmpty());
 }
 
 TEST_F(HostsCommandTest, AnErrorDoesNotMatterOnceAHostWasHeard) {
@@ -278,7 +292,8 @@ TEST_F(PatchCommandTest, AConsoleThatSendsNoPatchGetsTenSeconds) {
     fake.clock->advance(1ms);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::noAnswer, outcome->status);
-    EXPECT_EQ("LV1 conectado. Esperando el patch…", outcome->message);
+    EXPECT_EQ("10.0.0.1:5000 has sent no patch.\n  See that channels have inputs on the console.",
+              outcome->message);
 }
 
 TEST_F(PatchCommandTest, ForSaysHowLongToWaitForThePatch) {
@@ -399,12 +414,32 @@ TEST_F(PatchCommandTest, SeveralBonjourHostsAreForAPersonToChooseFrom) {
     EXPECT_EQ("Several LV1 hosts found. Choose one and press SYNC LV1.", outcome->message);
 }
 
-TEST_F(PatchCommandTest, WithoutAnyHostTheLastStatusIsTheMessage) {
-    begin({"patch"});
-    fake.clock->advance(10s);
+TEST_F(PatchCommandTest, WithoutAnyHostItSaysWhatWasTriedAndWhatToCheck) {
+    begin({"patch", "--for", "2.5"});
+    fake.clock->advance(2500ms);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::noAnswer, outcome->status);
-    EXPECT_EQ("Buscando LV1 V17…", outcome->message);
+    EXPECT_EQ("No LV1 host was heard.\n"
+              "  Listened for 2.5 s to Bonjour and to multicast announcements.\n"
+              "  See that the console is on, that this computer is in its network, and that the system lets "
+              "Corvane "
+              "use the local network.\n"
+              "  --host and --port name a console that is not heard.",
+              outcome->message);
+}
+
+TEST_F(PatchCommandTest, AnAnnouncedHostThatDoesNotAnswerIsNamed) {
+    begin({"patch"});
+    announce("FOH", "10.0.0.1", 5000);
+    fake.clock->advance(10s);
+    EXPECT_EQ("10.0.0.1 does not answer on port 5000.", outcome->message);
+}
+
+TEST_F(PatchCommandTest, AServiceThatCannotBeResolvedIsSaid) {
+    begin({"patch"});
+    fake.browser->failToResolve(*fake.browser->find("Stage"));
+    fake.clock->advance(10s);
+    EXPECT_EQ("Could not resolve Stage", outcome->message);
 }
 
 TEST_F(PatchCommandTest, WithoutAnyHostWhatIsInTheWayComesFirst) {
@@ -450,6 +485,25 @@ TEST_F(WatchCommandTest, PrintsEveryCallbackAsALine) {
                     json{{"event", "patch"}, {"signature", "Kick|1|0"}, {"channels", json::array({channel})}},
                     json{{"event", "channels"}, {"channels", json::array({channel})}},
                     json{{"event", "scene"}, {"name", "Verse \"2\""}}));
+}
+
+TEST_F(WatchCommandTest, PrintsOnlyTheEventsThatWereAskedFor) {
+    begin(std::vector<std::string>{"watch", "--events", "scene,connection"} + fromHost);
+    accept();
+    deliverPatch({mono("Kick", 0, 1)});
+    deliver("/Notify/Scene/Name", {std::string("Verse")});
+    EXPECT_THAT(events(), ElementsAre(json{{"event", "connection"}, {"connected", false}},
+                                      json{{"event", "connection"}, {"connected", true}},
+                                      json{{"event", "scene"}, {"name", "Verse"}}));
+}
+
+TEST_F(WatchCommandTest, TheHostsCanBeLeftOutAndAreChosenFromAllTheSame) {
+    begin({"watch", "--events", "status"});
+    fake.browser->resolve(*fake.browser->find("Stage"), "stage.local.", 5000);
+    fake.clock->advance(1s);
+    EXPECT_EQ(1U, fake.network->streams.size());
+    for (const json &event : events())
+        EXPECT_EQ("status", event["event"]);
 }
 
 TEST_F(WatchCommandTest, TellsOfHostsAndConnectsAsTheWindowDoes) {

@@ -469,5 +469,21 @@ TEST_F(SignatureCommandTest, ASessionThatCannotBeReadIsRefused) {
     EXPECT_EQ("The session at " + (fake.folder / "nowhere").string() + " cannot be read.", outcome.message);
 }
 
+TEST_F(PlanCommandTest, BeforeLiveTraxHasMadeTheSessionItSaysWhatIsMeant) {
+    const std::string patch = patchFile({mono("Kick", 0, 1)});
+    ASSERT_EQ(status::done, run({"create", "Gig", "--in", "Shows", "--from", patch}).status);
+    const Outcome planned = run({"plan", "Shows/Gig", "--from", patch});
+    EXPECT_EQ(status::refused, planned.status);
+    EXPECT_EQ("The active LiveTrax session was not found at " +
+                  (fake.folder / "Shows/Gig/Gig.ardour").string() +
+                  ".\n  Its template is made, the session is not: LiveTrax makes it when it is started on "
+                  "it, by create "
+                  "--launch.",
+              planned.message);
+    EXPECT_EQ("The active LiveTrax session was not found at " +
+                  (fake.folder / "Other/Other.ardour").string() + ".",
+              run({"plan", "Other", "--from", patch}).message);
+}
+
 } // namespace
 } // namespace corvane::cli

@@ -1,0 +1,130 @@
+#include "tests/cli/CommandTest.h"
+#include "tests/support/BuiltFiles.h"
+
+#include <fstream>
+#include <sstream>
+
+namespace corvane::cli {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+class DiagnoseCommandTest : public CommandTest {
+protected:
+    DiagnoseCommandTest() { installLiveTrax(); }
+
+    void log(const std::string &text) {
+        fake.folder.write("home/Library/Application Support/Corvane/livetrax.log", text);
+    }
+
+    /// A session that LiveTrax had open, with the base template's tracks, and one that is gone.
+    void knowSessions() {
+        const auto shows = fake.folder / "Secret Shows";
+        std::filesystem::create_directories(shows / "Late Set");
+        std::ifstream seed(seedTemplate());
+        std::stringstream text;
+        text << seed.rdbuf();
+        fake.folder.write("Secret Shows/Late Set/Late Set.ardour", text.str());
+        fake.folder.write("home/Library/Preferences/LiveTrax3/recent",
+                          "Late Set\n" + (shows / "Late Set").string() + "\nMatinee\n" +
+                              (shows / "Matinee").string() + "\n");
+    }
+
+    json diagnose(std::vector<std::string> more = {}) {
+        std::vector<std::string> arguments{"diagnose", "--json"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        begin(arguments);
+        announce("FOH", "10.0.0.1", 5000);
+        accept();
+        deliverPatch({mono("Aunt Mary", 0, 1)});
+        deliver("/Notify/Scene/Name", {std::string("Encore")});
+        fake.clock->advance(3s);
+        EXPECT_TRUE(ended());
+        EXPECT_EQ(status::done, outcome->status) << outcome->message;
+        return json::parse(output.printed);
+    }
+};
+
+TEST_F(DiagnoseCommandTest, TellsWhatSupportAsksFor) {
+    log("one\ntwo\n");
+    portHolders[8000] = {{4711, "/usr/bin/thunderbird"}};
+    const json found = diagnose();
+    EXPECT_FALSE(found["corvane"]["version"].get<std::string>().empty());
+    EXPECT_FALSE(found["corvane"]["libraries"]["libxml2"].get<std::string>().empty());
+    EXPECT_FALSE(found["system"]["name"].get<std::string>().empty());
+    EXPECT_FALSE(found["system"].contains("computer"));
+    EXPECT_TRUE(found["interfaces"].is_array());
+    EXPECT_EQ("FOH", found["console"]["hosts"][0]["name"]);
+    EXPECT_EQ("multicast", found["console"]["hosts"][0]["via"]);
+    EXPECT_EQ(1, found["console"]["counters"]["accepted"]);
+    EXPECT_EQ(3, found["console"]["counters"]["messages"]);
+    EXPECT_EQ(3000, found["console"]["counters"]["millisecondsSinceLastMessage"]);
+    EXPECT_EQ("LiveTrax 3", found["liveTrax"]["target"]);
+    EXPECT_EQ(nullptr, found["liveTrax"]["configuration"]);
+    EXPECT_EQ("thunderbird (process 4711)", found["ports"][1]["holders"][0]);
+    EXPECT_EQ((json{"one", "two"}), found["log"]);
+}
+
+TEST_F(DiagnoseCommandTest, TheLogsLastTwoHundredLinesAreEnough) {
+    std::string lines;
+    for (int i = 1; i <= 250; ++i)
+        lines += "entry" + std::to_string(i) + "\n";
+    log(lines);
+    const json found = diagnose();
+    ASSERT_EQ(200U, found["log"].size());
+    EXPECT_EQ("entry51", found["log"].front());
+    EXPECT_EQ("entry250", found["log"].back());
+}
+
+TEST_F(DiagnoseCommandTest, NoNameIsToldUnlessTheyAreAskedFor) {
+    knowSessions();
+    fake.defaults->set("CorvaneLastSession", (fake.folder / "Secret Shows/Late Set").string());
+    log("Opening Late Set, then Matinee\nTrack Aunt Mary is armed; Mono Model too\nScene Encore\n"
+        "Reading " +
+        (fake.folder / "home/Music/x").string() + "\nWriting /srv/Shows of Bob/x\n");
+    const std::string found = diagnose().dump();
+    for (const char *name : {"Late Set", "Matinee", "Aunt Mary", "Encore", "Secret", "Bob", "Music"})
+        EXPECT_THAT(found, Not(HasSubstr(name)));
+    EXPECT_THAT(found, Not(HasSubstr(fake.folder.path().string())));
+    EXPECT_THAT(found, Not(HasSubstr("Front of House"))) << "the computer's name";
+}
+
+TEST_F(DiagnoseCommandTest, WithNamesTheyAreAllThere) {
+    knowSessions();
+    log("Opening Late Set\nTrack Aunt Mary\n");
+    const std::string found = diagnose({"--names"}).dump();
+    EXPECT_THAT(found,
+                AllOf(HasSubstr("Opening Late Set"), HasSubstr("Aunt Mary"), HasSubstr("Front of House")));
+}
+
+TEST_F(DiagnoseCommandTest, WithoutAConsoleAndWithoutLiveTraxThereIsStillAReport) {
+    std::filesystem::remove_all(fake.folder / "Applications");
+    begin({"diagnose", "--for", "1"});
+    fake.clock->advance(1s);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status);
+    EXPECT_THAT(output.printed, AllOf(HasSubstr("corvane\n  version: "), HasSubstr("  hosts\n    none\n"),
+                                      HasSubstr("  target: -\n"), HasSubstr("log\n  none\n")));
+}
+
+TEST_F(DiagnoseCommandTest, SaveWritesItToAFileInstead) {
+    begin({"diagnose", "--save", "report.txt"});
+    fake.clock->advance(3s);
+    EXPECT_EQ("Saved as " + (fake.folder / "report.txt").string() + "\n", output.printed);
+    std::ifstream file(fake.folder / "report.txt");
+    std::string first;
+    std::getline(file, first);
+    EXPECT_EQ("corvane", first);
+}
+
+TEST_F(DiagnoseCommandTest, AConfigurationThatCannotBeReadIsToldOf) {
+    fake.folder.write("home/Library/Preferences/LiveTrax3/config", "<Ardour>");
+    EXPECT_TRUE(diagnose()["liveTrax"]["configuration"].is_string());
+}
+
+} // namespace
+} // namespace corvane::cli
