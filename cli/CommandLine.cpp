@@ -237,9 +237,11 @@ void Parser::addListening() {
     auto *watch = add(Verb::watch, "watch", "Print what the console says, one JSON object a line");
     addHost(watch);
     addDuration(watch, "How long to watch; else until interrupted");
-    watch->add_option("--events", values.events, "Print these alone, separated by commas")
-        ->type_name("NAME,...")
-        ->check(listOf({"status", "connection", "patch", "channels", "scene", "endpoints", "services"}));
+    const std::vector<std::string> events{"status", "connection", "patch",   "channels",
+                                          "scene",  "endpoints",  "services"};
+    words[watch->add_option("--events", values.events, "Print these alone, separated by commas")
+              ->type_name("NAME,...")
+              ->check(listOf(events))] = events;
     addJson(watch);
 
     auto *scenes = add(Verb::scenes, "scenes", "List the scenes that the console recalls, with their times");

@@ -54,7 +54,8 @@ bool isSystems(std::string_view path) {
 /// Where a path begins: a "/" or "~/" that does not continue a word.
 std::size_t privatePath(const std::string &text) {
     for (std::size_t at = 0; at < text.size(); ++at) {
-        const bool begins = text[at] == '/' || text.compare(at, 2, "~/") == 0;
+        const bool stands = at + 1 == text.size() || text[at + 1] == ' '; // "24 tracks / 31 inputs"
+        const bool begins = (text[at] == '/' && !stands) || text.compare(at, 2, "~/") == 0;
         const bool continued =
             at > 0 && (continuesWord(text[at - 1]) ||
                        std::string_view("/.~-_").find(text[at - 1]) != std::string_view::npos);

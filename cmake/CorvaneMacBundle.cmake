@@ -20,8 +20,8 @@ install(FILES ${PROJECT_SOURCE_DIR}/resources/LiveTraxSeed.template ${PROJECT_SO
     ${PROJECT_SOURCE_DIR}/resources/ThirdPartyNotices.txt ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${bundle_contents}/Resources ${only_when_asked})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/packaging/linux/ DESTINATION ${bundle_contents}/Resources/man/man1
     ${only_when_asked} FILES_MATCHING PATTERN *.1)
-install(FILES ${PROJECT_SOURCE_DIR}/packaging/linux/corvanectl.bash ${PROJECT_SOURCE_DIR}/packaging/macos/_corvanectl
-    DESTINATION ${bundle_contents}/Resources/completions ${only_when_asked})
+install(FILES ${PROJECT_SOURCE_DIR}/packaging/completions/corvanectl.bash ${PROJECT_SOURCE_DIR}/packaging/completions/corvanectl.fish
+    ${PROJECT_SOURCE_DIR}/packaging/macos/_corvanectl DESTINATION ${bundle_contents}/Resources/completions ${only_when_asked})
 
 # corvanectl and the stand-ins beside the window: that is where each looks for the others.
 foreach(program corvane corvanectl lv1-console-sim livetrax-sim)

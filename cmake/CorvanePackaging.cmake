@@ -14,8 +14,12 @@ function(install_manuals component)
 endfunction()
 install_manuals(cli corvanectl.1)
 install_manuals(rehearsal lv1-console-sim.1 livetrax-sim.1)
-install(FILES ${packaging}/linux/corvanectl.bash
+install(FILES ${packaging}/completions/corvanectl.bash
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME corvanectl COMPONENT cli)
+install(FILES ${packaging}/macos/_corvanectl
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT cli)
+install(FILES ${packaging}/completions/corvanectl.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT cli)
 if(CORVANE_WINDOW)
     install_manuals(window corvane.1)
     install(FILES ${packaging}/linux/app.corvane.Corvane.desktop

@@ -139,8 +139,9 @@ TEST(Checklist, ThePortsBelongToTheirPrograms) {
         facts.replies = {row.replies, "Mail (process 7)"};
         EXPECT_EQ(row.port3819, checkOf(facts, "port 3819").state);
         EXPECT_EQ(row.port8000, checkOf(facts, "port 8000").state);
-        if (row.replies != Holder::nobody)
+        if (row.replies != Holder::nobody) {
             EXPECT_THAT(checkOf(facts, "port 8000").text, HasSubstr("Mail (process 7)"));
+        }
     }
 }
 

@@ -41,9 +41,10 @@ TEST(Completion, EveryShellKnowsEveryCommandAndEveryOption) {
         for (const CommandDescription &command : tree) {
             EXPECT_THAT(text, HasSubstr(command.name));
             for (const auto &option : command.options)
-                if (const auto dashes = option.name.find("--"); dashes != std::string::npos)
+                if (const auto dashes = option.name.find("--"); dashes != std::string::npos) {
                     EXPECT_THAT(text, HasSubstr(option.name.substr(dashes + (shell == "fish" ? 2 : 0))))
                         << shell;
+                }
         }
     }
 }

@@ -90,7 +90,8 @@ TEST_F(ExampleTest, TheListBeforeAShowSeesARunningLiveTraxAndTheSessionInStep) {
                         console.address());
     EXPECT_EQ(0, ran.status) << ran.errors << ran.output;
     std::map<std::string, std::string> texts;
-    for (const auto &check : ran.json()["checks"])
+    const auto document = ran.json();
+    for (const auto &check : document["checks"])
         texts[check["name"]] = check["text"];
     EXPECT_THAT(texts["console"], HasSubstr("has accepted the link."));
     EXPECT_THAT(texts["port 3819"], HasSubstr("LiveTrax3 (process "));

@@ -32,8 +32,9 @@ TEST(Redaction, APathIsTakenOutUpToTheEndOfTheLine) {
 }
 
 TEST(Redaction, TheSystemsPathsAndThoseOfTheLibraryStay) {
-    for (const char *line : {"Using /Applications/LiveTrax3.app/Contents/lib",
-                             "Read /usr/share/x and /dev/null", "3/4 time, and/or", "12 MB/s"})
+    for (const char *line :
+         {"Using /Applications/LiveTrax3.app/Contents/lib", "Read /usr/share/x and /dev/null",
+          "3/4 time, and/or", "12 MB/s", "Synced: 24 tracks / 31 inputs"})
         EXPECT_EQ(line, redaction.line(line));
     EXPECT_EQ("Read ~/Library/Preferences/LiveTrax3/config",
               redaction.line("Read /Users/maria/Library/Preferences/LiveTrax3/config"));

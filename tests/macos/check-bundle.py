@@ -29,7 +29,7 @@ def check_layout():
     expected = {"Info.plist", "PkgInfo", "MacOS/corvanectl", "MacOS/livetrax-sim", "MacOS/lv1-console-sim",
                 "Resources/LiveTraxSeed.template", "Resources/AppIcon.png", "Resources/LICENSE",
                 "Resources/ThirdPartyNotices.txt", "Resources/completions/corvanectl.bash",
-                "Resources/completions/_corvanectl"}
+                "Resources/completions/_corvanectl", "Resources/completions/corvanectl.fish"}
     for program in ("corvane", "corvanectl", "lv1-console-sim", "livetrax-sim"):
         expected.add(f"Resources/man/man1/{program}.1")
     if window == "ON":

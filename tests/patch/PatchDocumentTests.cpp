@@ -88,7 +88,8 @@ TEST(PatchDocument, EveryColourReadsBackAsTheVerySameNumber) {
 TEST(PatchDocument, AColourThatIsNotFiniteIsWrittenAsNull) {
     const auto text = channelObject(channel("x", std::numeric_limits<float>::quiet_NaN()));
     EXPECT_NE(text.find("\"red\":null,\"green\":0.55"), std::string::npos) << text;
-    EXPECT_NE(patchTable({channel("x", -std::numeric_limits<float>::infinity())}).find(",null,0.55,1.0,5–6,Stereo,#008CFF\n"),
+    EXPECT_NE(patchTable({channel("x", -std::numeric_limits<float>::infinity())})
+                  .find(",null,0.55,1.0,5–6,Stereo,#008CFF\n"),
               std::string::npos);
 }
 

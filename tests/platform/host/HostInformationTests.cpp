@@ -1,9 +1,12 @@
 #include "platform/host/HostInformation.h"
+#include "platform/host/InterfaceList.h"
+#include "platform/host/SystemDescription.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <set>
 #include <unistd.h>
@@ -63,6 +66,20 @@ TEST(HostInformation, EveryUUIDIsNewAndOfVersion4) {
         seen.insert(uuid);
     }
     EXPECT_EQ(seen.size(), 100U);
+}
+
+TEST(InterfaceList, LoopbackIsAmongTheInterfacesOnce) {
+    const auto list = interfaceList();
+    const auto isLoopback = [](const InterfaceDescription &each) { return each.name == "lo"; };
+    ASSERT_EQ(1, std::count_if(list.begin(), list.end(), isLoopback));
+    const auto loopback = std::find_if(list.begin(), list.end(), isLoopback);
+    EXPECT_TRUE(loopback->up);
+    EXPECT_THAT(loopback->addresses, testing::Contains("127.0.0.1"));
+}
+
+TEST(SystemDescription, NamesTheSystemAndItsKernel) {
+    EXPECT_THAT(kernelDescription(), testing::StartsWith("Linux "));
+    EXPECT_THAT(systemDescription(), testing::EndsWith(", " + kernelDescription()));
 }
 
 } // namespace
