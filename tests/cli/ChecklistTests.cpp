@@ -88,7 +88,8 @@ TEST(Checklist, ConflictsAreSaidByTheChannelsNames) {
     facts.channels = {mono("Vox", 24), mono("Vox FX", 24)};
     const Check patch = checkOf(facts, "patch");
     EXPECT_EQ(State::failed, patch.state);
-    EXPECT_EQ("2 channels, 2 inputs. “Vox” and “Vox FX” share SoundGrid input 25.", patch.text);
+    EXPECT_EQ("2 channels, 2 inputs. “\u2068Vox\u2069” and “\u2068Vox FX\u2069” share SoundGrid input 25.",
+              patch.text);
     EXPECT_THAT(patch.advice, HasSubstr("console"));
 }
 
