@@ -38,7 +38,7 @@ public:
     /// Builds and shows the window and brings the application to the front.
     virtual void buildUI() = 0;
 
-    // The controls, by their names
+    // The controls. Some names are odd (`devicePopup`, `connectButton`, `syncButton`): see docs/Names.md.
 
     virtual void setStatusLabel(const std::string &text) = 0;
     /// A longer explanation of the status, one thing a line; empty when there is none.
@@ -46,7 +46,7 @@ public:
     virtual void setSceneLabel(const std::string &text) = 0;
     /// The scenes recalled last, one a line.
     virtual void setSceneDetail(const std::string &text) = 0;
-    /// Empties the host menu and refills it.
+    /// Shows these hosts in the menu. The selected one stays selected while it is listed.
     virtual void setDevicePopup(const std::vector<std::string> &titles) = 0;
     /// The selected position in the host menu; negative when nothing is selected.
     virtual int selectedDevice() const = 0;
@@ -74,7 +74,7 @@ public:
     virtual void requestAttention() = 0;
     /// Whether the application's icon bears a mark, where the system has a place for one.
     virtual void setBadge(bool shown) = 0;
-    /// Within this time a second press on the same place is still the first one.
+    /// The desktop's double-click time: within it a second press on the same place is ignored.
     virtual std::chrono::milliseconds doubleClickTime() const = 0;
     /// Writes a line to standard error: for what happens once the window may be gone.
     virtual void writeError(const std::string &text) = 0;
@@ -93,7 +93,7 @@ public:
     virtual void showAlert(const Alert &alert, std::function<void(std::size_t button)> answered) = 0;
     /// Shows lines to read, under a title; nothing is asked.
     virtual void showLines(const std::string &title, const std::vector<std::string> &lines) = 0;
-    /// Lets the user choose a folder or make one; none when the user thinks better of it.
+    /// Lets the user choose or create a folder; none when the user cancels.
     virtual void chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) = 0;
     /// The About panel, and the application to the front.
     virtual void showAbout() = 0;

@@ -29,7 +29,8 @@ public:
 
     using QAbstractTableModel::QAbstractTableModel;
 
-    /// Reports what differs, cell by cell, but for colours: those wait for reportColours.
+    /// Replaces the channels and signals the cells that change. Changed colours are signalled by
+    /// reportColours.
     void setChannels(const std::vector<LV1Channel> &list);
     bool hasColoursToReport() const { return !recoloured.empty(); }
     void reportColours();
@@ -40,7 +41,7 @@ public:
     QVariant data(const QModelIndex &index, int role = Qt::DisplayRole) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role = Qt::DisplayRole) const override;
 
-    /// What the channel of a row is on the console: the kind of source and its number.
+    /// The console's source of a row's channel: its kind ("Mixer_Ch") and its number.
     std::pair<std::string, std::int32_t> source(int row) const;
     /// Whether row for row the channels are the same ones on the console as those of the list.
     bool holdsSourcesOf(const std::vector<LV1Channel> &list) const;

@@ -33,8 +33,8 @@ HeldKeys::HeldKeys() {
     });
 }
 
-/// Each key arrives at a window first, and only there is it looked at: on its way from control to control it
-/// is still the same press.
+/// Looks at keys only where they arrive at a window: when Qt passes one on from control to control it is
+/// still the same press.
 bool HeldKeys::eventFilter(QObject *receiver, QEvent *event) {
     if (!receiver->isWindowType())
         return false;

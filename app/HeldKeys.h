@@ -8,9 +8,9 @@ class QKeyEvent;
 
 namespace corvane {
 
-/// Makes a held key one press: of the keys that press a button or answer a question, the application's
-/// windows get neither a repeated press nor one of a key that was down before, whichever window had the
-/// keyboard then. Writing in a field repeats as it should. Main thread only.
+/// Makes a held key count as one press. Of the keys that press a button or answer a question, windows get
+/// neither an auto-repeat nor a press while the key is still down from before, even if another window had the
+/// focus then. Typing in a field repeats as usual. Main thread only.
 class HeldKeys : public QObject {
 public:
     HeldKeys();

@@ -48,7 +48,7 @@ void HostMenu::refill(const std::vector<std::string> &titles) {
                  list->height() + (shown(count()) - shown(rowsBefore)) * view()->sizeHintForRow(0));
 }
 
-/// In place, for an open list stays as it is then.
+/// Changes the entries in place, so that an open list stays open.
 void HostMenu::setTitles(const std::vector<std::string> &titles) {
     const int wanted = static_cast<int>(titles.size());
     while (count() > wanted)

@@ -26,7 +26,8 @@ protected:
 
 private:
     void setTitles(const std::vector<std::string> &titles);
-    /// Where a host of this title is now that was at this position; the first one if it is no more.
+    /// The new position of the selected host: `before` when its title is still there, else the first with
+    /// that title; 0 when the title is gone, -1 when the menu is empty.
     int positionOf(const QString &title, int before) const;
     QRect textRoom() const;
     QString elidedText() const;

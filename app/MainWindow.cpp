@@ -45,6 +45,7 @@ constexpr int fieldHeight = 26;
 constexpr std::chrono::seconds searchHintDelay{15};
 
 constexpr auto waitingForSync = "PATCH LV1 · waiting for sync  ▸";
+// In Spanish: see docs/Names.md.
 constexpr auto searchingItem = "Buscando en la red SoundGrid…";
 constexpr auto subtitleText = "ONLINE INTEGRATION · PATCH / NAMES / COLORS";
 
@@ -313,7 +314,7 @@ void MainWindow::connectControls() {
     };
     noticeRow->onDismissal = [this] { dismissNotice(); };
 
-    searchTimer.setParent(this); // to be found by it, as the next one
+    searchTimer.setParent(this); // findChild finds it by that; heightAnimation likewise
     searchTimer.setObjectName(QStringLiteral("searchTimer"));
     searchTimer.setSingleShot(true);
     searchTimer.start(searchHintDelay);

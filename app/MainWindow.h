@@ -125,14 +125,14 @@ private:
     ElidedLabel *status;
     ElidedLabel *scene;
     HostMenu *devicePopup;
-    BezelButton *connectButton;
+    BezelButton *connectButton; ///< "SYNC LV1": see docs/Names.md
     QLineEdit *sessionNameField;
     QLineEdit *outputPathField;
     BezelButton *chooseButton;
     ChannelTable *table;
     QFrame *channelScroll;
     PushButton *patchButton;
-    BezelButton *syncButton;
+    BezelButton *syncButton; ///< "Create LiveTrax Session": see docs/Names.md
     BusyMark *busyMark;
     NoticeRow *noticeRow;
 

@@ -11,8 +11,8 @@ namespace corvane {
 
 class ElidedLabel;
 
-/// One notice: words, at most one action, and a way to put it away. Hidden while there is none. Appearing,
-/// changing and going it takes the keyboard from nothing else.
+/// One notice: its text, at most one action, and a button that dismisses it. Hidden while there is none. It
+/// never takes the keyboard focus when it appears, changes or goes.
 class NoticeRow : public QFrame {
 public:
     /// Points; with less room the words are cut to one line.

@@ -11,7 +11,8 @@ namespace corvane {
 /// goes. Tracks that only change in colour are counted in one line; those that stay as they are do not count.
 std::vector<std::string> planLines(const UpdatePlan &plan);
 
-/// The lines under a title; of very many the first, and how many more there are. Empty without lines.
+/// The lines under a title. A long list is cut short and ends with how many more there are. Empty when there
+/// are no lines.
 std::string listing(const std::string &title, const std::vector<std::string> &lines);
 
 } // namespace corvane

@@ -110,7 +110,7 @@ void RehearsalStage::endRecorder(RunningApplication &recorder) {
 }
 
 RehearsalStage::~RehearsalStage() {
-    disconnect(&console, &QProcess::finished, nullptr, nullptr); // what follows is no news
+    disconnect(&console, &QProcess::finished, nullptr, nullptr); // from here on its end is expected
     const QDeadlineTimer end(recordersEndTime);
     while (const auto recorder = LiveTraxGenerator::runningApplication(platform)) {
         if (recorder->isTerminated() || end.hasExpired())
@@ -148,7 +148,7 @@ void RehearsalStage::readTerminal(QSocketNotifier *notifier) {
     if (count > 0 && console.state() == QProcess::Running)
         console.write(typed.data(), count);
     else
-        notifier->setEnabled(false); // the end of one of the two
+        notifier->setEnabled(false); // end of the input or of the console
 }
 
 namespace {

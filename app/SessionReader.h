@@ -24,7 +24,7 @@ struct SessionQuestion {
     std::filesystem::path saveIn;                 ///< where a new session would go
     std::optional<HistoryCopy> copy = {};         ///< of the session, that one might go back to
 
-    /// Colours make no other question.
+    /// Channels are compared by `patch`: a change of colour does not make another question.
     bool operator==(const SessionQuestion &other) const {
         return session == other.session && patch == other.patch && saveIn == other.saveIn &&
                copy == other.copy;
@@ -43,9 +43,9 @@ struct SessionAnswer {
     std::vector<Volume> volumes;                 ///< of the session and of where a new one would go
 };
 
-/// Reads for the window what the disk has to say of the sessions, on "Corvane.Sessions": neither the main
-/// thread nor a console waits for it. Used on the main queue. A question that comes while one is being
-/// answered takes its place; a session that has not changed since is not read again.
+/// Reads sessions from disk for the window, on "Corvane.Sessions", so that the main thread never waits for a
+/// disk. Used on the main queue. A question asked while another one is in flight replaces it; a session file
+/// that has not changed is not read again.
 class SessionReader {
 public:
     using Told = std::function<void(const SessionAnswer &)>;
@@ -54,7 +54,9 @@ public:
     /// `platform` outlives the reader. `volumeOf` is called on the reading queue.
     explicit SessionReader(Platform &platform, VolumeOf volumeOf = corvane::volumeOf);
 
-    /// `told` is called on the main queue, unless another question comes first or the reader goes away.
+    /// `told` is called on the main queue, unless another question comes first or the reader is destroyed.
+    /// When the same question is in flight already, it is asked once more afterwards, and the `told` of the
+    /// first call gets both answers.
     void ask(SessionQuestion question, Told told);
 
 private:

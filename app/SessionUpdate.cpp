@@ -55,7 +55,7 @@ const SessionUpdate::Words SessionUpdate::ofUndo{
     "Stop the transport and recording before undoing the update.",
     "LiveTrax did not close. Quit it and press Undo again."};
 
-/// What the window says while one waits, and how often one asks, a fifth of a second apart.
+/// The status while an update waits, and how often the condition is checked, 200 ms apart.
 struct SessionUpdate::Wait {
     const char *status;
     int attempts;

@@ -4,8 +4,8 @@
 
 namespace corvane {
 
-// Texts of others as they are shown. A name on the console may hold anything, and be of any length; what
-// nobody could read on a screen is cut off with "…", for laying it out would hold up the window.
+// Texts from outside as they are shown. A name on the console may hold anything and have any length: it is
+// cut off with "…" beyond what anyone could read, because laying out a very long text blocks the window.
 
 /// For a place of one line: line breaks are blanks.
 QString oneLine(QString text);
@@ -14,7 +14,7 @@ QString oneLine(QString text);
 /// wrapped, also within a name that has no blanks. Empty for no text.
 QString plainToolTip(const QString &text);
 
-/// The text as it is, if it is not too long to be read.
+/// The text, cut off with "…" where it is too long to be read.
 QString readable(const QString &text);
 
 } // namespace corvane

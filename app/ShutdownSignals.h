@@ -7,8 +7,9 @@
 namespace corvane {
 
 /// Turns the signals that ask a program to end (SIGTERM, SIGINT, SIGHUP) into a call on the main thread, so
-/// that a session closed by the system or Ctrl-C in a terminal ends as orderly as Quit. A signal that is
-/// ignored stays ignored. At most one exists; with it goes what it changed.
+/// that a session closed by the system or Ctrl-C in a terminal ends the program as cleanly as Quit. A signal
+/// that is ignored stays ignored. At most one exists at a time; its destructor restores the previous
+/// handlers.
 class ShutdownSignals : public QObject {
 public:
     explicit ShutdownSignals(std::function<void()> asked);

@@ -19,7 +19,7 @@ std::vector<std::string> nonEmptyLines(std::string_view text);
 std::optional<std::int64_t> integer(std::string_view text);
 std::optional<std::uint64_t> unsignedInteger(std::string_view text);
 
-/// A port as it is typed: digits alone, in decimal whatever stands in front, up to 65535.
+/// A port number as typed: decimal digits only (leading zeros do not make it octal), 0 to 65535; else none.
 std::optional<std::uint16_t> portNumber(std::string_view text);
 
 /// The text with a blank for each control character (C0, DEL, C1) but those in `kept`: a text from elsewhere
@@ -30,7 +30,7 @@ std::string withoutControls(std::string_view text, std::string_view kept = {});
 /// quotes doubled.
 void appendCell(std::string &to, const std::string &text);
 
-/// Whether the text is that word, which is ASCII, but for the case of letters, in every locale.
+/// Whether the text equals an ASCII word when case is ignored, independently of the locale.
 bool equalIgnoringCase(std::string_view text, std::string_view word);
 
 } // namespace corvane

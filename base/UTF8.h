@@ -18,7 +18,7 @@ struct LeadingCharacter {
 /// The start of a text that is not empty.
 LeadingCharacter leadingCharacter(std::string_view text);
 
-/// What isValidUTF8 says of a text that begins with its first character beyond ASCII, or shortly before it.
+/// The slow path of isValidUTF8, for a text from its first non-ASCII character on, or a little before it.
 bool isValidUTF8BeyondASCII(std::string_view text);
 
 /// Whether the bytes are UTF-8 in its strict form.

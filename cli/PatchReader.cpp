@@ -105,13 +105,13 @@ void PatchReader::heardServices(const std::vector<std::shared_ptr<NetService>> &
 
 void PatchReader::happened(const LV1LinkEvent &event) {
     if (std::holds_alternative<lv1::Introduced>(event))
-        return; // our own word
+        return; // not a message of the console
     if (std::holds_alternative<lv1::Accepted>(event))
         heardConsole.accepted = true;
     if (std::holds_alternative<lv1::Failed>(event))
         return fail(lastStatus);
     if (std::holds_alternative<lv1::Closed>(event))
-        return patchCame ? finishAfter(0ms) : fail(lastStatus); // in order: all that it had to say is there
+        return patchCame ? finishAfter(0ms) : fail(lastStatus); // a clean close: all it sent has arrived
     if (const auto *patch = std::get_if<lv1::Patch>(&event)) {
         channels = *patch->channels;
         if (!std::exchange(patchCame, true))

@@ -13,9 +13,9 @@
 
 namespace corvane::cli {
 
-/// Reads a console's patch once: connects to the host that is named, else to the sole one that is heard,
-/// waits for the first patch and then until the console has been silent for a moment, or has closed the
-/// connection, so that its colours are in. Lives on the main queue.
+/// Reads a console's patch once: connects to the named host, else to the only one that is heard, and waits
+/// for the first patch, then for the colours that follow it: until the console has sent nothing for 300 ms (5
+/// s at most) or has closed the connection. Lives on the main queue.
 class PatchReader : public std::enable_shared_from_this<PatchReader> {
 public:
     using Channels = std::vector<LV1Channel>;

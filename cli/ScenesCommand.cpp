@@ -15,7 +15,7 @@ namespace corvane::cli {
 
 namespace {
 
-/// The paper that people keep: every scene that the console recalls, with its time. Marks nothing itself.
+/// A log of the show: every scene that the console recalls, with its time. Adds no markers.
 class ScenesCommand : public ListeningCommand {
     using ListeningCommand::ListeningCommand;
 

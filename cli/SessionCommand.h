@@ -27,9 +27,9 @@ protected:
     using Channels = std::vector<LV1Channel>;
 
     void start() override;
-    /// Refuses what need not wait for the channels, by throwing.
+    /// Checks that do not need the channels; throws CommandFailure to refuse.
     virtual void prepare() {}
-    /// The command itself. Its return is the command's end, and throwing its failure.
+    /// The work on the channels. The command ends when this returns, and fails when it throws.
     virtual void work(const Channels &channels) = 0;
 
     CommandContext context;

@@ -31,7 +31,8 @@ std::string refusal(const GeneratorError &error, const std::vector<LV1Channel> &
     return text;
 }
 
-/// Runs a step of the session engine on some channels.
+/// Runs a step of the session engine; a GeneratorError becomes a CommandFailure that names the conflicting
+/// channels.
 template <class Step>
 auto telling(const CommandContext &context, const std::vector<LV1Channel> &channels, Step step) {
     try {

@@ -34,8 +34,8 @@ namespace corvane {
 ///     ended    | the connection breaks only now           | Failed
 ///     any      | `leave`                        > left    | Cancelled, and nothing else from then on
 ///
-/// While it waits nothing is handled or read: a console that never stops talking fills the sockets, and not
-/// our memory.
+/// While it waits nothing is handled or read (back-pressure): a console that never stops sending fills the
+/// socket buffers, not our memory.
 class LV1Link : public std::enable_shared_from_this<LV1Link> {
 public:
     using EventHandler = std::function<void(const LV1LinkEvent &)>;

@@ -23,7 +23,7 @@ public:
     /// Called on the main queue for each valid announcement.
     std::function<void(const LV1Endpoint &)> onEndpoint;
 
-    /// Listens afresh. When the socket cannot be had it hears nothing, silently.
+    /// Starts or restarts listening. Throws nothing: when the socket cannot be opened, nothing is heard.
     void start();
     void stop();
     /// Calls `told` on "Corvane.Discovery" with what was counted since this was made. Any thread.

@@ -37,12 +37,12 @@ public:
     /// Wraps a message for the console's TCP stream: a 12-byte header (length, 2, 0), then the payload.
     static Bytes frame(ByteView payload);
 
-    /// Removes every complete frame from the front of `buffer` and returns the messages that parse, in
-    /// stream order. A header with length 0 or above 1,999,999 stays at the front for good: nothing behind
-    /// it can be read. Cost grows with the bytes in the buffer, not with the number of frames.
-    /// `frames`, when given, becomes their number, of those that do not parse as well.
+    /// Removes every complete frame from the front of `buffer` and returns the messages that parse, in stream
+    /// order. A header with length 0 or above 1,999,999 stays at the front for good: nothing behind it can be
+    /// read. The cost grows with the bytes in the buffer, not with the number of frames. `frames`, when
+    /// given, is set to the number of frames removed, including those that do not parse.
     static std::vector<OSCMessage> readFrames(Bytes &buffer, std::size_t *frames = nullptr);
-    /// Whether a buffer begins with such a header.
+    /// Whether a buffer begins with a header whose length readFrames refuses.
     static bool isRefused(ByteView buffer);
     /// Decodes one bare message; none when it is malformed or has a type tag outside "ihfdsTF". A text that
     /// is not valid UTF-8 reads as the empty text.

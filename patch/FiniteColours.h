@@ -6,8 +6,8 @@
 
 namespace corvane {
 
-/// The channels as sessions and patch files can hold them: a colour with a part that is no finite number
-/// gives way, as a whole, to the usual one.
+/// The channels as sessions and patch files can hold them: a colour with a component that is not finite is
+/// replaced, as a whole, by the default colour.
 std::vector<LV1Channel> withFiniteColours(std::vector<LV1Channel> channels);
 
 } // namespace corvane

@@ -111,7 +111,7 @@ LV1Channel channel(const json &object, std::size_t number) {
     return channel;
 }
 
-/// Says where the number stands that no double holds: the parser itself does not.
+/// Throws an error that names the field with a number too large for a double: the parser's own does not.
 [[noreturn]] void refuseHugeNumber(std::string_view text) {
     std::size_t channels = 0;
     std::string field;
@@ -142,8 +142,7 @@ json parsed(std::string_view text) {
 
 // Writing
 
-/// Values whose reals have 32 bits, as a colour has: they print no more digits than tell it from its
-/// neighbours.
+/// JSON with 32-bit reals, as colours are: they print with just the digits that read back as the same number.
 using Reals =
     nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, float>;
 

@@ -15,8 +15,8 @@ std::string recorderName(std::string name);
 /// Whether a track of a session bears a channel's name, be it as Corvane writes it or as the recorder does.
 bool isRecorded(const std::string &trackName, const std::string &channelName);
 
-/// A channel's name as its direct out bears it: the recorder would write the "-" itself, but not everywhere,
-/// and then not find the direct out any more.
+/// A channel's name as its direct out has it, with "-" for ":". The recorder makes that change itself, but
+/// not everywhere, and would then not find the direct out again.
 std::string directOutName(std::string name);
 
 /// What is wrong with a name that the recorder cannot hold as it is, as a sentence; none when it can.

@@ -34,7 +34,7 @@ struct Platform {
     std::unique_ptr<UserDefaults> defaults;
     std::unique_ptr<RunningApplications> applications;
     std::unique_ptr<ProcessLauncher> processes;
-    /// What this computer says of itself at the moment.
+    /// This computer's name, Ethernet addresses and a new UUID, as of now.
     std::function<HostInformation()> host;
     WallClock clock = std::chrono::system_clock::now;
     /// Makes the DNS-SD browser of a client.
@@ -53,7 +53,8 @@ struct PlatformOptions {
 };
 
 /// The platform of the system this was built for. `main` is the queue of the main thread. Throws FileError
-/// when a rehearsal's folder cannot be made, and PortInUse when somebody else's program is in its way.
+/// when the folder of a rehearsal cannot be created, and PortInUse when a program outside it holds one of its
+/// ports.
 std::unique_ptr<Platform> makePlatform(SerialQueue &main, const PlatformOptions &options);
 
 } // namespace corvane

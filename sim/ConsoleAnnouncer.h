@@ -14,8 +14,9 @@ namespace corvane::sim {
 /// 225.1.1.1 on every interface that can do multicast.
 class ConsoleAnnouncer {
 public:
-    /// Of several programs that share the port on this machine the system gives each datagram to one, chosen
-    /// by the sender's port. So many from as many ports reach every one of them, all but always.
+    /// When several programs on this machine share the port, the system gives each datagram to one of them,
+    /// chosen by the sender's port. This many datagrams, each from another port, almost always reach all of
+    /// them.
     static constexpr int datagramsOnLoopback = 8;
 
     /// `destination` is a host, or "multicast". Throws std::system_error when the host is unknown.

@@ -34,9 +34,9 @@ public:
     bool isLost() const { return lost; }
     /// Whether the client has greeted twice and been accepted.
     bool isAccepted() const { return accepted; }
-    /// Asks the client for a sign of life, once it is accepted.
+    /// Sends a ping, if the client has been accepted.
     void ping();
-    /// The client has gone: says what it owed.
+    /// The client has disconnected: reports what of the conversation is missing.
     void end();
 
     /// Each sends something to an accepted client, and nothing to another.

@@ -103,7 +103,7 @@ ConsoleSim::Server::Server(ConsoleSim &sim, ConsoleSimOptions given)
     listen();
     accept();
     pingLater();
-    // From the loop: whoever made this has not said yet whom to tell of faults.
+    // Posted, because the owner has not set onReport yet.
     if (announcer)
         asio::post(loop, [this] { announceNow(); });
 }
@@ -111,7 +111,7 @@ ConsoleSim::Server::Server(ConsoleSim &sim, ConsoleSimOptions given)
 void ConsoleSim::Server::listen() {
     acceptor.open(tcp::v4());
     acceptor.set_option(tcp::acceptor::reuse_address(true));
-    // The destination decides who may come, and the port is announced: so it is resolved twice.
+    // This announcer only tells which address to bind to; the one below needs the port that is bound.
     const bool beyondLoopback =
         options.announce && !ConsoleAnnouncer(loop, *options.announce, "", 0).staysOnLoopback();
     acceptor.bind(

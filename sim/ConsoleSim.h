@@ -64,11 +64,11 @@ public:
     std::optional<std::string> command(const std::string &line);
     static const char *commandHelp();
 
-    /// How a console may misbehave: sends these bytes as they are,
+    /// Misbehaves: sends these bytes to every client as they are.
     void sendRaw(const Bytes &bytes);
-    /// breaks every connection with a reset,
+    /// Misbehaves: breaks every connection with a reset.
     void reset();
-    /// or sends each byte in a segment of its own from now on.
+    /// Misbehaves: sends each byte in a segment of its own from now on.
     void trickle(bool on);
 
 private:

@@ -22,10 +22,10 @@ class AsioContext;
 std::filesystem::path liveTraxPreferences(const std::filesystem::path &home,
                                           const std::filesystem::path &program);
 
-/// A stand-in for LiveTrax: it makes or opens a session, is driven over OSC and keeps markers, by the rules
-/// of the recorder's engine: the name of a marker that exists is a place to go to, and another names the
-/// marker that stands exactly under the playhead, which moves on while the transport rolls. It records
-/// nothing. Used on one queue.
+/// A stand-in for LiveTrax: it makes or opens a session, is driven over OSC and keeps markers by the rules of
+/// the recorder's engine: "/marker" goes to the marker of that name if there is one, and otherwise names the
+/// marker exactly under the playhead, which moves on while the transport rolls. It records nothing. Used on
+/// one queue.
 class LiveTraxSim {
 public:
     /// Told in a few words of each thing that happened.

@@ -11,7 +11,7 @@ namespace corvane::session {
 std::filesystem::path makeBackup(const std::filesystem::path &sessionURL,
                                  std::chrono::system_clock::time_point now);
 
-/// Deletes the pre-sync backups beside one that hold the same bytes as it does. Never throws.
+/// Deletes the other pre-sync backups in the folder of `backup` that have the same bytes. Never throws.
 void removeEqualBackups(const std::filesystem::path &backup);
 
 /// Whether a file is called like such a copy.

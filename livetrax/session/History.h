@@ -52,8 +52,8 @@ public:
 
     explicit History(const RecorderSystem &system);
 
-    /// A session's copies, newest first, wherever the session has been moved meanwhile. Throws nothing of its
-    /// own: what cannot be read is not there.
+    /// A session's copies, newest first, even if the session has been moved. Does not throw: copies that
+    /// cannot be read are left out.
     std::vector<HistoryCopy> copies(const Path &sessionURL) const;
 
     /// How many recordings a session holds that a copy does not know. Throws XMLError and FileError when

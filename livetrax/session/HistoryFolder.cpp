@@ -26,8 +26,8 @@ using Strings = std::vector<std::string>;
 
 constexpr auto identityFile = "session.json";
 constexpr auto extension = ".ardour";
-/// How many of a session's backups are remembered to know it by. Only the latest is in its backup folder, or
-/// one from before the session's folder was itself put back from somewhere.
+/// How many names of a session's backups are remembered to recognise it by. Usually only the latest is still
+/// in its backup folder; an older one is when the whole session folder was restored from elsewhere.
 constexpr std::size_t mostBackups = 100;
 
 /// A JSON file's object; an empty one when it cannot be read.

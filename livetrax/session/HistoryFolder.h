@@ -14,13 +14,14 @@
 
 namespace corvane::session {
 
-/// The folder in which a session's copies are; none when it has none yet. `newBackup` is a backup that the
-/// session holds for so short a time that no folder can know it.
+/// The folder of a session's copies; none when it has none yet. `newBackup` is a backup that was made just
+/// now: no history folder can know it yet, so it is not used to recognise the session.
 std::optional<std::filesystem::path> historyFolder(const std::filesystem::path &top,
                                                    const std::filesystem::path &sessionURL,
                                                    const std::string &newBackup = {});
 
-/// The same, made where it is missing, and told where the session is now. Throws FileError.
+/// The folder of a session's copies, created when missing and brought up to date with where the session is
+/// now. Throws FileError.
 std::filesystem::path claimHistoryFolder(const std::filesystem::path &top,
                                          const std::filesystem::path &sessionURL,
                                          const std::string &newBackup);

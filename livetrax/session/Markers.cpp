@@ -15,8 +15,8 @@
 namespace corvane {
 namespace {
 
-/// Times are counted in ticks that so many of make a second at any sample rate, unless the session says
-/// otherwise; in musical time so many make a quarter note.
+/// Ticks per second of audio time, at any sample rate, unless the session says otherwise; and ticks per
+/// quarter note of musical time.
 constexpr std::int64_t usualTicksPerSecond = 282'240'000;
 constexpr double ticksPerQuarter = 1920;
 

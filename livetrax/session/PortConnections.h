@@ -10,17 +10,18 @@
 namespace corvane::session {
 
 /// The connections between the routes of a session. The recorder keeps each at both of its ends: when a
-/// track's ports get other names, the other end has to follow, or a stranger that takes the old name over
-/// would be connected. Made before tracks are changed. Internal to livetrax/session.
+/// track's ports are renamed, the other end must be renamed too, or it would connect to whichever port takes
+/// over the old name. Made before tracks are changed. Internal to livetrax/session.
 class PortConnections {
 public:
     explicit PortConnections(XMLElement routes);
 
+    /// Records a new track. Called once its ports have their names.
     void added(Track track);
-    /// To be told before the track is taken out of the tree.
+    /// Records that a track goes. Called while it is still in the tree.
     void removed(Track track);
-    /// Lets the other ends follow all changes at once. A port that comes out with the same connections is
-    /// left as it is.
+    /// Renames or removes the other ends for all changes at once. A port whose connections come out the same
+    /// is not touched.
     void follow();
 
 private:

@@ -14,10 +14,10 @@ using NextPiece = std::function<std::string_view()>;
 /// A text that is there already, in one piece.
 NextPiece piecesOf(std::string_view text);
 
-/// What a file holds from where it stands on. Throws FileError, as the next does.
+/// A file's contents from its current position on. Calling the result throws FileError.
 NextPiece piecesOf(const FileHandle &file);
 
-/// What a file holds from its beginning, whatever else happens to it meanwhile.
+/// A file's contents from the beginning, read by offset: it neither uses nor moves the file's position.
 NextPiece piecesFromBeginning(const FileHandle &file);
 
 /// Writes a text that comes in small pieces in larger ones. Throws FileError.

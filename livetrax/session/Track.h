@@ -69,8 +69,8 @@ public:
     /// Whether any port is connected, to hardware or within the session.
     bool isConnected() const;
     XMLElement toElement() const { return element; }
-    /// Connects what each port is connected to with engine ports in a row instead; with `only`, what begins
-    /// with it.
+    /// Redirects the connections of the ports to consecutive engine ports: `prefix` and a number, counted
+    /// from `firstNumber`. With `only`, just the connections that begin with it.
     void connect(std::string_view prefix, std::int64_t firstNumber, std::string_view only = "");
     /// Names the IO itself, and its ports after it: "Kick/audio_send 1".
     void nameSends(const std::string &name);
@@ -145,12 +145,12 @@ private:
 /// The audio tracks among the routes of a root's first "Routes", in document order.
 std::vector<Track> audioTracks(XMLElement root);
 
-/// The device that most of some tracks are connected to; of several `preferred` if it is among them, else the
-/// first. The recorder keeps connections for every device that a session ever ran on. Empty when there is
+/// The device that most of the tracks are connected to; on a tie `preferred` if it is one of them, else the
+/// first. (The recorder keeps connections for every device that a session ever ran on.) Empty when there is
 /// none.
 std::string deviceOf(const std::vector<Track> &tracks, const std::string &preferred = "");
 
-/// Makes all hardware connections of a copied model ones of a device; of none when it is empty.
+/// Makes all hardware connections of a copied model those of a device; an empty one changes nothing.
 void useDevice(XMLElement copy, const std::string &device);
 
 /// All ports in a route, its processors' included, in document order.
@@ -164,7 +164,7 @@ void forEachInnerConnection(XMLElement port, Visit visit) {
             visit(connection, *other);
 }
 
-/// Whether a name marks what belongs to the user.
+/// Whether a name marks what belongs to the user ("Corvane Preserved…": see docs/Names.md).
 bool isPreservedName(std::string_view name);
 
 /// All ports and direct outs of a tree, each in document order.

@@ -60,7 +60,7 @@ UpdatePlan LiveTraxGenerator::carryOut(const RecorderSystem &system, const Path 
         History(system).around(sessionURL, syncNote(plan, patchBefore, patchSignature(channels)),
                                lastPathComponent(backup), [&] { std::move(session).writeAtomically(file); });
     } catch (...) {
-        // Pressed again and again in vain it leaves one copy, not one a press.
+        // Attempts that fail again and again leave one backup, not one each.
         session::removeEqualBackups(backup);
         throw;
     }

@@ -85,8 +85,8 @@ public:
         return Track(route);
     }
 
-    /// Gives a track's direct outs the outputs back that the recorder drops, ports and connections, when it
-    /// once runs on a device with fewer of them.
+    /// Restores the outputs (ports and connections) of a track's direct outs: the recorder drops them when it
+    /// runs on a device with fewer outputs.
     void repairDirectOuts(Track track) {
         const std::int64_t width = track.width();
         const std::vector<DirectOut> modelOuts = models.forWidth(width).directOuts();

@@ -46,10 +46,9 @@ std::string_view view(const xmlChar *text) {
     return text == nullptr ? std::string_view() : chars(text);
 }
 
-// Nearly all the time that the library takes with the usual allocator goes into getting blocks, giving them
-// back and making pages for them: a document has an arena. Not where the sanitizer looks at each block, and
-// not on macOS: there the library is the system's own, and its frameworks have used it in this process before
-// us.
+// With the usual allocator the library spends nearly all its time on allocating, freeing and page faults, so
+// each document has an arena. Not under the address sanitizer, which is to see each block, and not on macOS:
+// there the library is the system's own, and system frameworks have used it in this process before us.
 #if defined(__SANITIZE_ADDRESS__) || !defined(CORVANE_DOCUMENT_ARENAS)
 constexpr bool documentsHaveArenas = false;
 #elif defined(__has_feature)
@@ -75,9 +74,9 @@ private:
     CurrentArena current;
 };
 
-/// The library's own initialisation is not safe on two threads at once; the language's is. What the library
-/// reports to nobody in particular, on bytes that are not in the encoding they claim, say, it would print: it
-/// is told on each thread not to. The reasons that are for people come with the XMLError.
+/// The library's initialisation is not thread-safe; that of a static variable is. Errors that belong to no
+/// parser (bytes that do not match the declared encoding, say) it would print: that is switched off on each
+/// thread. The reasons meant for users are in the XMLError.
 void initialiseLibrary() {
     static const bool initialised = [] {
         if (documentsHaveArenas)
@@ -251,7 +250,7 @@ private:
         auto &parser = *static_cast<Parser *>(static_cast<xmlParserCtxtPtr>(context)->_private);
         if (error->level != XML_ERR_FATAL || !parser.complaint.empty())
             return;
-        // The library's advice is for programmers.
+        // For depth the library advises a parser option, which is of no use to users: we say it ourselves.
         parser.tooDeep = view(xml(error->message)).starts_with("Excessive depth");
         std::string reason = error->message == nullptr ? "unknown reason" : holdableByXML(error->message);
         while (!reason.empty() && (reason.back() == '\n' || reason.back() == ' '))
@@ -268,7 +267,7 @@ private:
     bool tooDeep = false;
 };
 
-/// Each node has a word for the application's use.
+/// Numbers the elements, in the field of a node that the library leaves to the application.
 void numberElements(xmlDocPtr document) {
     const xmlNodePtr root = xmlDocGetRootElement(document);
     std::uintptr_t number = 0;

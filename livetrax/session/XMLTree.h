@@ -142,8 +142,8 @@ public:
     void setExistingAttribute(const char *name, std::string_view value);
     void removeAttribute(const char *name);
 
-    /// Adds a new, empty last child. Where blanks were kept it is indented like its neighbours; so for the
-    /// others.
+    /// Adds a new, empty last child. Where blanks were kept it is indented like its neighbours, and so is
+    /// what the next two functions add.
     XMLElement append(const char *name);
     /// Adds a deep copy of an element of this or another document as the last child.
     XMLElement appendCopy(XMLElement source);
@@ -152,7 +152,7 @@ public:
 
     /// Takes the element out of its document, with everything in it and the blanks before it.
     XMLFragment detach();
-    /// The same, for good: this and every view into it is invalid afterwards.
+    /// Removes the element and everything in it. This and every view into it are invalid afterwards.
     void remove();
 
 private:
@@ -204,8 +204,8 @@ public:
 
     /// The document as indented UTF-8 text. Throws XMLError.
     std::string serialised() const;
-    /// Puts the document in place of a file, but only after its text has been read back as well-formed. Lets
-    /// go of the tree on the way, whatever happens. Throws XMLError and FileError, and then the old file
+    /// Replaces a file by the document, but only after the written text has been read back as well-formed.
+    /// Frees the tree on the way, even when it throws. Throws XMLError and FileError, and then the old file
     /// stands.
     void writeAtomically(const std::filesystem::path &path) &&;
 

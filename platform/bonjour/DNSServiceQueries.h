@@ -8,8 +8,8 @@
 
 namespace corvane {
 
-/// A question to the DNS-SD daemon that is being answered. Letting go of it ends it: its handler is not
-/// called any more. Its handler may let go of it.
+/// A query to the DNS-SD daemon in flight. Destroying it cancels it: its handler is not called any more. The
+/// handler itself may destroy it.
 class DNSServiceQuery {
 public:
     virtual ~DNSServiceQuery() = default;
@@ -49,8 +49,8 @@ public:
                                                     BrowseHandler handler) = 0;
     virtual std::unique_ptr<DNSServiceQuery> resolve(const std::string &name, const std::string &type,
                                                      const std::string &domain, ResolveHandler handler) = 0;
-    /// Waits for a daemon that was missing. The handler is called once: when the daemon is there, or soon
-    /// when only asking it again can tell.
+    /// Waits for a daemon that was missing. The handler is called once: when the daemon is there, or, where
+    /// the system cannot tell, soon, so that it is asked again.
     virtual std::unique_ptr<DNSServiceQuery> awaitDaemon(std::function<void()> handler) = 0;
 };
 

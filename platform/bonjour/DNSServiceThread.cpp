@@ -141,7 +141,7 @@ bool DNSServiceThread::Worker::perform(Task command) {
     return true;
 }
 
-/// To be called with the mutex held, as the next one.
+/// Called with the mutex held, as `enqueue` is.
 bool DNSServiceThread::Worker::start() {
     if (wake[0] < 0 && ::pipe(wake) != 0)
         return false;
@@ -228,7 +228,7 @@ void DNSServiceThread::Worker::close(unsigned long number) {
     questions.erase(found);
 }
 
-/// Waits until a command comes or the daemon has something to say, and hears it.
+/// Waits for a command or for the daemon, and handles what the daemon has sent.
 void DNSServiceThread::Worker::awaitAnswers() {
     std::vector<pollfd> wanted{{wake[0], POLLIN, 0}};
     std::vector<Question *> asked;

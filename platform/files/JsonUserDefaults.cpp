@@ -66,8 +66,7 @@ void setAside(const Path &file) {
 /// The object to be changed. Throws FileError when there is a file that cannot be read: it must not be
 /// replaced.
 Json readForChange(const Path &file) {
-    // Only a file that is known to be missing is one: another reason not to see it keeps it from being
-    // replaced.
+    // Only `not_found` means that there is no file: after any other error there may be one to keep.
     std::error_code error;
     if (std::filesystem::status(file, error).type() == std::filesystem::file_type::not_found)
         return Json::object();

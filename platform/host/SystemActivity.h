@@ -6,7 +6,7 @@ namespace corvane {
 
 /// Tells the system that the program is at work for its user even while its window is hidden, so that its
 /// timers and sockets are not slowed down. The computer may still go to sleep when nobody uses it. Used on
-/// the main queue. As it stands here, for systems that slow nobody down, it does nothing.
+/// the main queue. This base class does nothing: it is for systems that do not slow programs down.
 class SystemActivity {
 public:
     virtual ~SystemActivity() = default;

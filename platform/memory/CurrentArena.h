@@ -4,9 +4,9 @@
 
 namespace corvane {
 
-/// While it lives, the functions below allocate from an arena on this thread; where that is null, and
-/// otherwise, as everybody does. What they allocated in an arena is released and resized while that arena is
-/// the current one.
+/// While it lives, the functions below allocate from `arena` on this thread. With a null arena, or without a
+/// CurrentArena, they use the ordinary heap. A block from an arena may be released or resized only while that
+/// arena is the current one.
 class CurrentArena {
 public:
     explicit CurrentArena(Arena *arena);

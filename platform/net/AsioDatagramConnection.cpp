@@ -133,7 +133,7 @@ void AsioDatagramConnection::Impl::open(const Addresses &remote, const Addresses
     fail(error);
 }
 
-/// What is in the way, or nothing.
+/// Opens the socket for one pair of endpoints. Returns what failed, or no error.
 std::error_code AsioDatagramConnection::Impl::openOne(const udp::endpoint &remote,
                                                       const udp::endpoint &local) {
     asio::error_code error;

@@ -158,7 +158,8 @@ void AsioStreamConnection::Impl::connected(const asio::error_code &error) {
     if (error)
         return connectToNext(error.message());
     asio::error_code ignored;
-    // A port of our own machine that nobody listens at can, by chance, be the one this socket was given.
+    // Connecting to a port of our own machine that nobody listens on can, by chance, connect the socket to
+    // itself.
     if (socket.local_endpoint(ignored) == socket.remote_endpoint(ignored))
         return connectToNext(asio::error_code(asio::error::connection_refused).message());
     socket.set_option(tcp::no_delay(true), ignored);

@@ -9,8 +9,8 @@
 
 namespace corvane {
 
-/// What every connection goes through, and who is told of it. Used on the connection's queue, but for
-/// `announceCancellation`.
+/// The state of a connection, and the handler that is called when it changes. Used on the connection's queue,
+/// except for `announceCancellation`.
 class ConnectionLife {
 public:
     /// From any thread: from now on the only state to be reported is `cancelled`.

@@ -12,9 +12,9 @@ class GroupMemberships {
 public:
     explicit GroupMemberships(in_addr group) : group(group) {}
 
-    /// Joins on every interface that is up, supports multicast and has an IPv4 address, and leaves those that
-    /// do not any more: the system allows few memberships, and counts those of interfaces that are gone. What
-    /// keeps some or all of them from being joined, or nothing.
+    /// Joins on every interface that is up, supports multicast and has an IPv4 address, and leaves the
+    /// others: the system allows few memberships, and counts those of interfaces that are gone. Returns what
+    /// went wrong, as sentences for the user; empty when every such interface is joined.
     std::string update(int socket);
 
 private:

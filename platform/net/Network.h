@@ -13,6 +13,7 @@
 
 namespace corvane {
 
+/// Not started, resolving and connecting, usable; then one of the two ends.
 enum class ConnectionState { setup, preparing, ready, failed, cancelled };
 
 /// Told of each change of a connection's state, on the connection's queue. `error` is the system's
@@ -37,9 +38,9 @@ public:
     virtual void start(ConnectionStateHandler handler) = 0;
     /// Sends the whole message, after those sent before it.
     virtual void send(Bytes message) = 0;
-    /// Delivers between `minimum` and `maximum` bytes once; the data that preceded a close or an error
-    /// comes with it. At most one receive is pending. Of a cancelled
-    /// connection it is dropped, or gets an error.
+    /// Delivers between `minimum` and `maximum` bytes once; the data that preceded a close or an error comes
+    /// with it. At most one receive may be pending. When the connection is cancelled, the receive is dropped
+    /// or gets an error.
     virtual void receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) = 0;
     virtual void cancel() = 0;
     /// The numeric address of the host that it is connected to; empty before it is ready. Asked on the
@@ -47,7 +48,7 @@ public:
     virtual std::string peerAddress() const = 0;
 };
 
-/// What became of a datagram. One that is refused by whoever should have listened has left all the same.
+/// The outcome of sending a datagram. One that the other end refuses was sent all the same.
 enum class SendResult {
     left,
     leftAfterRefusal, ///< it has left, and the system said on that occasion that an earlier one was refused

@@ -2,8 +2,8 @@
 
 namespace corvane {
 
-/// A descriptor on which something can be read whenever a network interface or an IPv4 address has come or
-/// gone; what it is says nothing more. -1 when there is none. Whoever asks for it closes it.
+/// A descriptor that becomes readable whenever a network interface or an IPv4 address has come or gone; the
+/// bytes themselves say nothing more. -1 when there is none. The caller closes it.
 int openNetworkChanges();
 
 } // namespace corvane

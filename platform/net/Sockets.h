@@ -6,10 +6,10 @@ namespace corvane {
 /// with errno when there is none.
 int openSocket(int family, int type);
 
-/// Has the system notice that the peer of a TCP socket has fallen silent, cable pulled or computer dead, and
-/// break the connection: asked after 5 s of silence and every 2 s from then on, it fails at the third
-/// question that stays unanswered; what is sent fails when it stays unacknowledged for as long, a connection
-/// that is being made included. What the system cannot do is left out.
+/// Has the system notice that the peer of a TCP socket has fallen silent (cable pulled, computer dead) and
+/// break the connection: probed after 5 s of silence and every 2 s from then on, it fails at the third
+/// unanswered probe. Data that stays unacknowledged for as long (11 s) breaks it too, and so does an
+/// unanswered attempt to connect. Options that the system lacks are skipped.
 void noticeSilentPeer(int descriptor);
 
 /// Keeps everything that this process has open, but for the standard streams, from the programs it starts.

@@ -9,7 +9,7 @@
 
 namespace corvane {
 
-/// One process. Its number alone would do for another one later: the system uses numbers again.
+/// One process. Its pid alone is not enough: the system reuses pids.
 struct ProcessIdentity {
     pid_t pid = 0;
     std::uint64_t startTime = 0; ///< in the system's own units

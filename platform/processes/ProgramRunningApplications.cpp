@@ -20,7 +20,7 @@ public:
         try {
             return livingProcess(identity.pid) != identity;
         } catch (const FileError &) {
-            return false; // nothing that depends on its end may begin on a guess
+            return false; // not known: only a process that is surely gone has terminated
         }
     }
 

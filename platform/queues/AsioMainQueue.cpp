@@ -20,7 +20,7 @@ struct AsioMainQueue::Loop {
     asio::signal_set signals{context->loop()};
     std::function<void(int)> interruption;
     std::atomic<bool> isQuitting = false;
-    std::deque<Task> left; ///< by the quit; the loop may have begun with them already
+    std::deque<Task> left; ///< tasks that came up after a `quit`, for the next `run`
 
     /// As a task of the queue.
     Task unlessQuitting(Task task) {

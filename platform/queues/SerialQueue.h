@@ -10,8 +10,9 @@ namespace corvane {
 
 using Task = std::function<void()>;
 
-/// A task that was scheduled for later and can be called off. Copies stand for the same task; letting go of
-/// the handle does not call it off. After `cancel` on the task's own queue the task does not run any more.
+/// A task that was scheduled for later and can be cancelled. Copies refer to the same task; destroying the
+/// handle does not cancel it. After `cancel` on the task's own queue the task does not run any more; from
+/// another thread it may be running already.
 class DelayedTask {
 public:
     DelayedTask() = default;

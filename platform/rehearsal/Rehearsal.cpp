@@ -46,7 +46,7 @@ StandardFolders Rehearsal::folders() const {
 }
 
 bool isUDPPortInUse(std::uint16_t port) {
-    // Bound to every address and shared with nobody: any other holder is in the way.
+    // Binding to every address without sharing fails if anybody else holds the port.
     const FileHandle socket(::socket(AF_INET, SOCK_DGRAM, 0));
     if (socket.fileDescriptor() < 0)
         throw FileError("A socket could not be opened: " + std::generic_category().message(errno) + ".");
