@@ -187,6 +187,7 @@ NoticeFacts BridgeController::knownFacts() const {
     NoticeFacts facts = told;
     facts.session = activeSessionURL;
     facts.linkIsDown = buttons.link == ButtonFacts::Link::lost;
+    facts.networkIsRefused = buttons.link != ButtonFacts::Link::up && client->browser->isRefused();
     if (const auto *removal = newestRemoval()) {
         facts.removedWithTakes = removal->tracks;
         facts.recordingsSinceRemoval = removal->recordingsSince;

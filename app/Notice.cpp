@@ -51,6 +51,15 @@ Found sessionGone(const NoticeFacts &facts) {
                   "Choose…"};
 }
 
+Found networkRefused(const NoticeFacts &facts) {
+    if (!facts.networkIsRefused)
+        return {};
+    return Notice{
+        Kind::networkRefused,
+        "This computer does not let Corvane use the local network, where consoles are. Switch Corvane "
+        "on in System Settings, Privacy & Security, Local Network."};
+}
+
 Found linkDown(const NoticeFacts &facts) {
     if (!facts.linkIsDown)
         return {};
@@ -138,8 +147,8 @@ Found spaceLow(const NoticeFacts &facts) {
 
 std::vector<Notice> notices(const NoticeFacts &facts) {
     std::vector<Notice> found;
-    for (const auto row : {createCannot, otherSession, sessionGone, linkDown, sessionDiffers, takesRemoved,
-                           namesUnfit, takesAtRisk, markerLost, patchConflict, spaceLow})
+    for (const auto row : {createCannot, otherSession, sessionGone, networkRefused, linkDown, sessionDiffers,
+                           takesRemoved, namesUnfit, takesAtRisk, markerLost, patchConflict, spaceLow})
         if (auto notice = row(facts))
             found.push_back(*std::move(notice));
     return found;

@@ -20,6 +20,7 @@ struct Notice {
         createCannot,   ///< the answer to a press on Create that can do nothing
         otherSession,   ///< LiveTrax opened another session last
         sessionGone,    ///< the active session is not where it was
+        networkRefused, ///< the system keeps the program from the network that consoles are in
         linkDown,       ///< the console is not connected any more
         sessionDiffers, ///< the session on disk is not what the green button says
         takesRemoved,   ///< an update took tracks with recordings out of the session
@@ -62,6 +63,7 @@ struct NoticeFacts {
     std::optional<std::filesystem::path> session;    ///< that SYNC LV1 works on
     std::optional<std::filesystem::path> lastOpened; ///< by LiveTrax
     bool sessionIsGone = false;
+    bool networkIsRefused = false;
     bool linkIsDown = false;
     std::size_t channels = 0;                    ///< of the console
     std::optional<SessionDifference> difference; ///< unless changes are pending anyway

@@ -36,8 +36,11 @@ constexpr std::chrono::milliseconds refreshTimeout = 5s;
 
 constexpr int unknownError = -65537; // kDNSServiceErr_Unknown: what the Linux library says without a daemon
 constexpr int serviceNotRunning = -65563; // kDNSServiceErr_ServiceNotRunning
+constexpr int policyDenied = -65570;      // kDNSServiceErr_PolicyDenied: the local network was not allowed
 
 std::string errorText(int code) {
+    if (code == policyDenied)
+        return "This computer does not let Corvane use the local network.";
     if (code == unknownError || code == serviceNotRunning)
         return "The DNS-SD daemon is not running.";
     return "The DNS-SD daemon cannot be used (error " + std::to_string(code) + ").";
@@ -80,6 +83,7 @@ public:
 
     std::weak_ptr<ServiceBrowserDelegate> delegate;
     std::optional<std::string> error;
+    bool isRefused = false; ///< what `error` says
 
 private:
     struct Known {
@@ -236,6 +240,7 @@ void DNSServiceBrowser::Search::reportBurst() {
 void DNSServiceBrowser::Search::failed(int code) {
     browsing.reset();
     error = errorText(code);
+    isRefused = code == policyDenied;
     for (auto &[name, entry] : known)
         entry.presence = 0;
     for (auto *line : {&asked, &queued})
@@ -355,6 +360,10 @@ void DNSServiceBrowser::stop() {
 
 std::optional<std::string> DNSServiceBrowser::error() const {
     return current->error;
+}
+
+bool DNSServiceBrowser::isRefused() const {
+    return current->error && current->isRefused;
 }
 
 } // namespace corvane

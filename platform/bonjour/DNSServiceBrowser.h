@@ -23,6 +23,7 @@ public:
     void search(const std::string &type, const std::string &domain) override;
     void stop() override;
     std::optional<std::string> error() const override;
+    bool isRefused() const override;
 
 private:
     class Service;

@@ -48,6 +48,8 @@ public:
     virtual void stop() = 0;
     /// Why nothing can be found at the moment, in a few words; none while the search is working.
     virtual std::optional<std::string> error() const = 0;
+    /// Whether it is the system that keeps this program from the local network, until a person allows it.
+    virtual bool isRefused() const { return false; }
 };
 
 } // namespace corvane

@@ -52,6 +52,18 @@ TEST_F(ControllerNoticesTest, NothingIsSaidWhenAllIsWell) {
     EXPECT_EQ(view.meaning, "Green: “\u2068Show\u2069” has the console's patch. Press to search again.");
 }
 
+TEST_F(ControllerNoticesTest, ARefusedLocalNetworkIsSaidUntilItIsAllowed) {
+    installLiveTrax();
+    launch();
+    fakes.browser->refused = true;
+    EXPECT_EQ(text(), "");
+    fakes.clock->advance(15s);
+    EXPECT_THAT(text(), HasSubstr("System Settings, Privacy & Security, Local Network."));
+    fakes.browser->refused = false;
+    fakes.clock->advance(15s);
+    EXPECT_EQ(text(), "");
+}
+
 TEST_F(ControllerNoticesTest, ASessionThatIsNotInStepIsSaidAlthoughTheButtonIsGreen) {
     begin({channel("Kick", 1, 0), channel("Keys", 2, 1, true), channel("Vox", 3, 9)});
     EXPECT_EQ(view.connectButton, greenLook);

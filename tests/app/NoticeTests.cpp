@@ -52,6 +52,11 @@ const Row table[] = {
          facts.difference = SessionDifference{2, 0, 0};
      },
      {{Kind::sessionGone, "“\u2068Friday Night\u2069” is not at /Volumes/Show any more.", "Choose…"}}},
+    {"TheLocalNetworkIsRefused",
+     [](NoticeFacts &facts) { facts.networkIsRefused = true; },
+     {{Kind::networkRefused,
+       "This computer does not let Corvane use the local network, where consoles are. Switch Corvane on in "
+       "System Settings, Privacy & Security, Local Network."}}},
     {"TheLinkIsDown",
      [](NoticeFacts &facts) { facts.linkIsDown = true; },
      {{Kind::linkDown, "The console is not connected. Choose it again in LV1 HOST, or:", "Reconnect"}}},
@@ -156,6 +161,7 @@ TEST(Notices, StandInTheOrderOfTheirImportance) {
     facts.createProblem = Problem::noName;
     facts.lastOpened = "/Shows/Palau";
     facts.sessionIsGone = true;
+    facts.networkIsRefused = true;
     facts.linkIsDown = true;
     facts.removedWithTakes = facts.nameProblems = facts.atRisk = facts.conflicts = {"One"};
     facts.lostMarker = {{"Solo", "LiveTrax does not answer."}};
@@ -163,9 +169,9 @@ TEST(Notices, StandInTheOrderOfTheirImportance) {
     std::vector<Kind> kinds;
     for (const Notice &notice : notices(facts))
         kinds.push_back(notice.kind);
-    EXPECT_THAT(kinds, ElementsAre(Kind::createCannot, Kind::otherSession, Kind::sessionGone, Kind::linkDown,
-                                   Kind::takesRemoved, Kind::namesUnfit, Kind::takesAtRisk, Kind::markerLost,
-                                   Kind::patchConflict, Kind::spaceLow));
+    EXPECT_THAT(kinds, ElementsAre(Kind::createCannot, Kind::otherSession, Kind::sessionGone,
+                                   Kind::networkRefused, Kind::linkDown, Kind::takesRemoved, Kind::namesUnfit,
+                                   Kind::takesAtRisk, Kind::markerLost, Kind::patchConflict, Kind::spaceLow));
 }
 
 TEST(Notices, ANameOfAnyLengthIsCutBetweenTwoLetters) {

@@ -196,6 +196,23 @@ TEST_F(WindowAccessTest, EveryControlHasANameForScreenReaders) {
     }
 }
 
+TEST_F(WindowAccessTest, TheSessionNameTakesTheSystemsKeysForEditing) {
+    launch();
+    QWidget *const field = control("sessionName");
+    QTest::keySequence(field, QKeySequence::SelectAll);
+    QTest::keyClicks(field, "Friday");
+    QTest::keySequence(field, QKeySequence::SelectAll);
+    QTest::keySequence(field, QKeySequence::Copy);
+    QTest::keyClick(field, Qt::Key_End);
+    QTest::keySequence(field, QKeySequence::Paste);
+    EXPECT_EQ(window.sessionName(), "FridayFriday");
+    QTest::keySequence(field, QKeySequence::SelectAll);
+    QTest::keySequence(field, QKeySequence::Cut);
+    EXPECT_EQ(window.sessionName(), "");
+    QTest::keySequence(field, QKeySequence::Undo);
+    EXPECT_EQ(window.sessionName(), "FridayFriday");
+}
+
 TEST_F(WindowAccessTest, TheHostMenuIsLabelledByTheWordsBesideIt) {
     launch();
     const auto labels =

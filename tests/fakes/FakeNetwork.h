@@ -225,6 +225,7 @@ public:
     void search(const std::string &type, const std::string &domain) override;
     void stop() override;
     std::optional<std::string> error() const override { return errorText; }
+    bool isRefused() const override { return refused; }
 
     std::shared_ptr<FakeNetService> find(const std::string &name, bool moreComing = false);
     void resolve(FakeNetService &service, const std::string &host, int port);
@@ -236,6 +237,7 @@ public:
     std::string type;
     std::string domain;
     std::optional<std::string> errorText;
+    bool refused = false;
     std::function<void()> onSearch; ///< called at the moment of it
     std::function<void()> onStop;   ///< called at the moment of it
 

@@ -23,6 +23,10 @@ std::vector<unsigned char> applicationIconPNG();
 /// The application's one menu, with exactly these items: About, Hide, Hide Others, Show All, Quit.
 void installApplicationMenu(const std::string &applicationName, std::function<void()> showAbout);
 
+/// Has the system keep the place of the window that the view is in, and put the window there now if it has
+/// one kept. `view` is an NSView.
+void keepWindowInPlace(void *view);
+
 /// The standard About panel: icon, version and build are the bundle's own. Brings the application in front.
 void showStandardAboutPanel(const std::string &applicationName, const std::string &credits, int iconSize);
 

@@ -101,6 +101,19 @@ void installApplicationMenu(const std::string &applicationName, std::function<vo
     NSApp.mainMenu = bar;
 }
 
+void keepWindowInPlace(void *view) {
+    NSWindow *window = ((__bridge NSView *)view).window;
+    // The place alone: the window's size follows from what it shows.
+    const NSSize size = window.frame.size;
+    NSString *name = @"Corvane";
+    if ([window setFrameUsingName:name]) {
+        const NSRect kept = window.frame;
+        const CGFloat top = kept.origin.y + kept.size.height;
+        [window setFrame:NSMakeRect(kept.origin.x, top - size.height, size.width, size.height) display:YES];
+    }
+    [window setFrameAutosaveName:name];
+}
+
 void showStandardAboutPanel(const std::string &applicationName, const std::string &credits, int iconSize) {
     NSImage *icon = [NSApp.applicationIconImage copy];
     icon.size = NSMakeSize(iconSize, iconSize);

@@ -397,6 +397,23 @@ TEST_F(DNSServiceSearch, OtherErrorsAreNamedByTheirNumber) {
     EXPECT_EQ(browser->error(), std::nullopt);
 }
 
+TEST_F(DNSServiceSearch, ARefusedLocalNetworkIsSaidInWordsUntilItIsAllowed) {
+    search();
+    daemon->say(Kind::failed, {}, -65570);
+    EXPECT_EQ(browser->error(), "This computer does not let Corvane use the local network.");
+    EXPECT_TRUE(browser->isRefused());
+    clock->advance(1s);
+    daemon->say(Kind::failed, {}, -65537);
+    EXPECT_FALSE(browser->isRefused());
+    clock->advance(2s);
+    daemon->say(Kind::failed, {}, -65570);
+    EXPECT_TRUE(browser->isRefused());
+    clock->advance(4s);
+    daemon->say(Kind::started);
+    EXPECT_EQ(browser->error(), std::nullopt);
+    EXPECT_FALSE(browser->isRefused());
+}
+
 TEST_F(DNSServiceSearch, ADaemonThatDiesAndComesBackRepeatsNothing) {
     find({"A", "B"});
     daemon->say(Kind::failed, {}, -65537);

@@ -33,6 +33,31 @@ static inline NSSize NSMakeSize(CGFloat width, CGFloat height) {
     return NSSize{width, height};
 }
 
+typedef struct CGPoint {
+    CGFloat x;
+    CGFloat y;
+} NSPoint;
+typedef struct CGRect {
+    NSPoint origin;
+    NSSize size;
+} NSRect;
+static inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat width, CGFloat height) {
+    return NSRect{{x, y}, {width, height}};
+}
+
+typedef NSString *NSWindowFrameAutosaveName;
+
+@interface NSWindow : NSObject
+@property(readonly) NSRect frame;
+- (void)setFrame:(NSRect)frame display:(BOOL)flag;
+- (BOOL)setFrameUsingName:(NSWindowFrameAutosaveName)name;
+- (BOOL)setFrameAutosaveName:(NSWindowFrameAutosaveName)name;
+@end
+
+@interface NSView : NSObject
+@property(readonly, assign) NSWindow *window;
+@end
+
 @interface NSImage : NSObject <NSCopying>
 @property NSSize size;
 @property(readonly, copy) NSData *TIFFRepresentation;

@@ -1,10 +1,15 @@
 // Declarations of just the Foundation classes and selectors that are used, written from Apple's
-// documentation, so that Objective-C++ can be type-checked on Linux. Nothing here is ever linked.
+// documentation, so that Objective-C++ can be compiled on Linux. The lists in cmake/macos/sdk are what it is
+// linked with there.
 #pragma once
 
 #include <stddef.h>
 
+#if defined(__OBJC_BOOL_IS_BOOL) && __OBJC_BOOL_IS_BOOL
+typedef bool BOOL; // on Apple's processors
+#else
 typedef signed char BOOL;
+#endif
 typedef long NSInteger;
 typedef unsigned long NSUInteger;
 typedef double CGFloat;
