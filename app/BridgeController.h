@@ -194,8 +194,9 @@ private:
 
     std::optional<std::string> channelsPatch; ///< signature of the channels
     ButtonLook look = redLook;
-    ButtonFacts buttons; ///< what only events tell of it
-    NoticeFacts told;    ///< what only events tell of it
+    ButtonFacts buttons;    ///< what only events tell of it
+    bool linkWasUp = false; ///< since it was last lost
+    NoticeFacts told;       ///< what only events tell of it
     std::optional<Notice> notice;
     std::vector<Notice> dismissed; ///< put away, as long as there would be the same to say
     SessionReader sessionReader;

@@ -1,10 +1,13 @@
 #include "app/SceneMarkers.h"
 
 #include "base/Text.h"
+#include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/Markers.h"
+#include "platform/files/FileState.h"
 
 #include <chrono>
 #include <exception>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -29,34 +32,59 @@ std::string listed(const std::string &scene) {
 
 } // namespace
 
+/// A session whose markers are asked for.
+struct SceneMarkers::Reading {
+    std::filesystem::path session;
+    FileState file = {}; ///< when it was read last; the queue's
+};
+
 SceneMarkers::SceneMarkers(Platform &platform, std::shared_ptr<LiveTraxOSC> liveTrax)
     : platform(platform), liveTrax(std::move(liveTrax)), queue(platform.queues->make("Corvane.Markers")) {}
 
 void SceneMarkers::sessionIs(const std::optional<std::filesystem::path> &active) {
     liveTrax->onSave = [weak = weak_from_this()] {
         if (const auto self = weak.lock())
-            self->platform.main.after(savingTimeout, weakly(weak, [](SceneMarkers &alive) { alive.read(); }));
+            self->platform.main.after(savingTimeout,
+                                      weakly(weak, [](SceneMarkers &alive) { alive.lookAgain(); }));
     };
-    if (session != active)
+    if (!active) {
+        reading.reset();
         liveTrax->setSessionMarkers({});
-    session = active;
-    read();
+    } else if (!reading || reading->session != *active) {
+        reading = std::make_shared<Reading>(Reading{*active});
+        liveTrax->forgetSessionMarkers();
+    }
+    lookAgain();
 }
 
-void SceneMarkers::read() {
-    if (!session)
+void SceneMarkers::lookAgain() {
+    if (!reading)
         return;
-    queue->post([&main = platform.main, weak = weak_from_this(), session = *session] {
-        std::vector<std::string> names;
-        try {
-            names = readMarkNames(session);
-        } catch (const std::exception &) {
-            return; // what was known of it still holds
+    queue->post([&main = platform.main, weak = weak_from_this(), reading = reading] {
+        const auto tell = [&](auto what) {
+            main.post(weakly(weak, [reading, what = std::move(what)](SceneMarkers &alive) {
+                if (alive.reading == reading)
+                    what(*alive.liveTrax);
+            }));
+        };
+        const auto tellNames = [&](std::vector<std::string> names) {
+            tell([names = std::move(names)](LiveTraxOSC &liveTrax) { liveTrax.setSessionMarkers(names); });
+        };
+        const auto file = LiveTraxGenerator::sessionFile(reading->session);
+        const FileState state = stateOf(file);
+        std::error_code ignored;
+        if (state && state != reading->file) {
+            tell([](LiveTraxOSC &liveTrax) { liveTrax.forgetSessionMarkers(); });
+            try {
+                tellNames(readMarkNames(reading->session));
+                reading->file = state;
+            } catch (const std::exception &) {
+                // They stay unknown, and are tried again at the next occasion.
+            }
+        } else if (!reading->file &&
+                   std::filesystem::status(file, ignored).type() == std::filesystem::file_type::not_found) {
+            tellNames({}); // LiveTrax has yet to make it
         }
-        main.post(weakly(weak, [names = std::move(names), session](SceneMarkers &alive) {
-            if (alive.session == session)
-                alive.liveTrax->setSessionMarkers(names);
-        }));
     });
 }
 

@@ -25,8 +25,10 @@ public:
     SceneMarkers(Platform &platform, std::shared_ptr<LiveTraxOSC> liveTrax);
 
     /// Reads the names of the markers of the session that LiveTrax works on now, and, when this program has
-    /// it saved, again.
+    /// it saved, again. While its file is there and has not been read, every name may be one of them.
     void sessionIs(const std::optional<std::filesystem::path> &session);
+    /// Reads them again if the session's file has changed: LiveTrax saves when it is told to, and by itself.
+    void lookAgain();
     /// Decides what becomes of a recall, and has LiveTrax add the marker; `sent` is told what became of that.
     SceneRecall recalled(const std::string &scene, const SceneContext &context,
                          LiveTraxOSC::SendCompletion sent = {});
@@ -34,13 +36,13 @@ public:
     std::string recallsText() const;
 
 private:
-    void read();
+    struct Reading;
 
     Platform &platform;
     std::shared_ptr<LiveTraxOSC> liveTrax;
     std::shared_ptr<SerialQueue> queue;
-    std::optional<std::filesystem::path> session;
-    std::deque<SceneRecall> recalls; ///< the latest first
+    std::shared_ptr<Reading> reading; ///< of the active session; null while there is none
+    std::deque<SceneRecall> recalls;  ///< the latest first
 };
 
 } // namespace corvane

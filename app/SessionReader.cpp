@@ -2,6 +2,7 @@
 
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "patch/FiniteColours.h"
+#include "platform/files/FileState.h"
 
 #include <exception>
 #include <system_error>
@@ -9,22 +10,6 @@
 #include <utility>
 
 namespace corvane {
-
-namespace {
-
-using Path = std::filesystem::path;
-
-/// By which a file is known not to have changed.
-using FileState = std::optional<std::pair<std::filesystem::file_time_type, std::uintmax_t>>;
-
-FileState stateOf(const Path &file) {
-    std::error_code missing;
-    const auto date = std::filesystem::last_write_time(file, missing);
-    const auto size = missing ? 0 : std::filesystem::file_size(file, missing);
-    return missing ? std::nullopt : FileState(std::pair(date, size));
-}
-
-} // namespace
 
 /// One question and what has been found. Belongs to the main queue but for `answer` and `state`, which belong
 /// to the reading queue until it has handed them back.

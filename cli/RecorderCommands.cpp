@@ -5,6 +5,7 @@
 #include "livetrax/session/Markers.h"
 #include "platform/files/Files.h"
 
+#include <filesystem>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -123,20 +124,24 @@ class MarkerCommand : public SendingCommand {
 
     void send(LiveTraxOSC &liveTrax, LiveTraxOSC::SendCompletion done) override {
         liveTrax.markerStyle = context.options.markerStyle;
-        liveTrax.setSessionMarkers(namesInSession());
+        learnNames(liveTrax);
         liveTrax.addSceneMarker(context.options.name, std::move(done));
     }
 
-    /// None when there is no session, or none that can be read: the marker matters more.
-    std::vector<std::string> namesInSession() const {
+    /// The markers of the session, as it was last saved. One that cannot be read may have any; the marker
+    /// matters more than that.
+    void learnNames(LiveTraxOSC &liveTrax) const {
         const Platform &platform = context.platform;
+        const auto session = LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders);
+        std::error_code missing;
+        if (!session || !std::filesystem::exists(LiveTraxGenerator::sessionFile(*session), missing))
+            return;
+        liveTrax.forgetSessionMarkers();
         try {
-            if (const auto session = LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders))
-                return readMarkNames(*session);
+            liveTrax.setSessionMarkers(readMarkNames(*session));
         } catch (const FileError &) {
         } catch (const XMLError &) {
         }
-        return {};
     }
 };
 

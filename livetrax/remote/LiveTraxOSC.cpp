@@ -410,9 +410,13 @@ void LiveTraxOSC::setSessionMarkers(const std::vector<std::string> &names) {
     sessionMarkers = trimmedAll(names);
 }
 
+void LiveTraxOSC::forgetSessionMarkers() {
+    sessionMarkers.reset();
+}
+
 bool LiveTraxOSC::mayExist(const std::string &name) const {
-    return owner->markedBytes >= bytesRemembered || sessionMarkers.contains(name) || marked.contains(name) ||
-           isLiveTraxsOwnName(name);
+    return owner->markedBytes >= bytesRemembered || !sessionMarkers || sessionMarkers->contains(name) ||
+           marked.contains(name) || isLiveTraxsOwnName(name);
 }
 
 void LiveTraxOSC::addSceneMarker(const std::string &name, SendCompletion completion) {

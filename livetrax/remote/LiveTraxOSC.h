@@ -70,6 +70,8 @@ public:
     /// The names of the markers that LiveTrax's session has, as far as is known; they take the place of those
     /// given before. What this client has marked itself it remembers anyway.
     void setSessionMarkers(const std::vector<std::string> &names);
+    /// They are not known: until they are set again every name may be one of them.
+    void forgetSessionMarkers();
 
     // Set once by the owner before `start`; called on the main queue.
 
@@ -92,7 +94,7 @@ private:
     std::shared_ptr<SerialQueue> queue;
     std::shared_ptr<Owner> owner;     ///< what the main queue owns; gone with the client
     std::shared_ptr<Surface> surface; ///< what lives on the queue
-    std::set<std::string> sessionMarkers;
+    std::optional<std::set<std::string>> sessionMarkers = std::set<std::string>(); ///< none: not known
     std::set<std::string> marked; ///< by this client, in whatever session
 };
 

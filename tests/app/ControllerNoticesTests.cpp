@@ -155,6 +155,9 @@ TEST_F(ControllerNoticesTest, ALostLinkIsSaidAndReconnectsWithoutUpdating) {
     fakes.network->streams[0]->fail("refused");
     fakes.clock->run();
     EXPECT_THAT(view.meaning, StartsWith("Red: no console is connected, and there are changes"));
+    EXPECT_EQ(view.attentionRequests, 1); // that link was never up
+    consoleSendsPatch(movedKeys());
+    controller->client->onConnectionState(false);
     EXPECT_EQ(view.attentionRequests, 2);
     EXPECT_TRUE(view.badge); // also while it was being connected to
     consoleSendsPatch(movedKeys());

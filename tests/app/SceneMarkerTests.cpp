@@ -25,6 +25,16 @@ protected:
         launch();
         recall("Intro");
     }
+    /// The same in a session file that holds `content`; returns its place in the test's folder.
+    std::string recordIn(const std::string &content) {
+        const std::string file = "Sessions/Show/Show.ardour";
+        fakes.folder.write(file, content);
+        fakes.defaults->values["CorvaneLastSession"] = (fakes.folder / "Sessions/Show").string();
+        runLiveTrax();
+        launch();
+        recall("Intro");
+        return file;
+    }
 };
 
 TEST_F(SceneTest, AnotherSceneDropsAMarker) {
@@ -141,27 +151,71 @@ TEST_F(SceneTest, ScenesABAGoNowhere) {
 }
 
 TEST_F(SceneTest, AMarkerThatTheSessionHasIsNotGoneTo) {
-    fakes.folder.write("Sessions/Show/Show.ardour", sessionWith({"Solo"}));
-    fakes.defaults->values["CorvaneLastSession"] = (fakes.folder / "Sessions/Show").string();
-    runLiveTrax();
-    launch();
-    recall("Intro");
+    recordIn(sessionWith({"Solo"}));
     recall("Solo");
     EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker"));
     EXPECT_EQ(view.status(), "Scene marker added: Solo");
 }
 
 TEST_F(SceneTest, TheSessionIsReadAgainAfterEachSaveThatWasAskedFor) {
-    const auto file = fakes.folder.write("Sessions/Show/Show.ardour", sessionWith({}));
-    fakes.defaults->values["CorvaneLastSession"] = (fakes.folder / "Sessions/Show").string();
-    runLiveTrax();
-    launch();
-    recall("Intro");
-    fakes.folder.write("Sessions/Show/Show.ardour", sessionWith({"Made by hand"}));
+    const auto file = recordIn(sessionWith({}));
+    fakes.folder.write(file, sessionWith({"Made by hand"}));
     controller->liveTraxOSC->save();
     fakes.clock->advance(std::chrono::seconds(2));
     recall("Made by hand");
     EXPECT_THAT(sentToLiveTrax(), ElementsAre("/save_state", "/add_marker"));
+}
+
+TEST_F(SceneTest, AMarkerThatWasMadeAndSavedInLiveTraxIsNotGoneTo) {
+    const auto file = recordIn(sessionWith({}));
+    recall("New");
+    fakes.folder.write(file, sessionWith({"Made by hand"}));
+    fakes.clock->advance(std::chrono::seconds(16));
+    recall("Made by hand");
+    recall("Another");
+    EXPECT_THAT(sentToLiveTrax(),
+                ElementsAre("/add_marker", "/marker", "/add_marker", "/add_marker", "/marker"));
+}
+
+TEST_F(SceneTest, ASaveThatTakesItsTimeIsReadWhenItIsDone) {
+    const auto file = recordIn(sessionWith({}));
+    controller->liveTraxOSC->save();
+    fakes.clock->advance(std::chrono::seconds(5));
+    fakes.folder.write(file, sessionWith({"Made by hand"}));
+    fakes.clock->advance(std::chrono::seconds(16));
+    recall("Made by hand");
+    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/save_state", "/add_marker"));
+}
+
+TEST_F(SceneTest, WhileTheSessionIsBeingReadNoNameIsGoneTo) {
+    fakes.folder.write("Sessions/Show/Show.ardour", sessionWith({"Solo"}));
+    fakes.defaults->values["CorvaneLastSession"] = (fakes.folder / "Sessions/Show").string();
+    runLiveTrax();
+    controller->applicationDidFinishLaunching(); // its queues have not run yet
+    controller->client->onScene("Intro");
+    controller->client->onScene("Solo");
+    fakes.clock->advance(std::chrono::seconds(1));
+    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker"));
+}
+
+TEST_F(SceneTest, WhileTheSessionCannotBeReadNoNameIsGoneTo) {
+    const auto file = recordIn("<Session");
+    recall("Solo");
+    fakes.folder.write(file, sessionWith({}));
+    fakes.clock->advance(std::chrono::seconds(16));
+    recall("Verse");
+    fakes.folder.write(file, "<Session sample-rate=");
+    fakes.clock->advance(std::chrono::seconds(16));
+    recall("Bridge");
+    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker", "/add_marker", "/marker", "/add_marker"));
+}
+
+TEST_F(SceneTest, WhatIsKnownOfASessionHoldsWhileItsFileIsAway) {
+    recordIn(sessionWith({"Solo"}));
+    std::filesystem::remove_all(fakes.folder / "Sessions/Show");
+    fakes.clock->advance(std::chrono::seconds(16));
+    recall("Solo");
+    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker"));
 }
 
 TEST_F(SceneTest, TheSceneExplainsTheLastTwentyRecallsTheLatestFirst) {

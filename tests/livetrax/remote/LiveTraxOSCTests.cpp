@@ -365,6 +365,18 @@ TEST_F(LiveTraxOSCTest, ANameThatTheSessionHasIsNeverLocatedTo) {
               (Addresses{"/add_marker Verse", "/add_marker Solo", "/add_marker", "/marker Chorus"}));
 }
 
+TEST_F(LiveTraxOSCTest, WhileTheSessionsNamesAreUnknownNoneIsLocatedTo) {
+    openReady();
+    client->forgetSessionMarkers();
+    client->addSceneMarker("Verse");
+    advance(1s);
+    client->setSessionMarkers({});
+    client->addSceneMarker("Chorus");
+    advance(1s);
+    EXPECT_EQ(markerMessages(connection()),
+              (Addresses{"/add_marker Verse", "/add_marker", "/marker Chorus"}));
+}
+
 TEST_F(LiveTraxOSCTest, AnotherSessionsNamesTakeTheirPlaceAndWhatWasMarkedStays) {
     openReady();
     client->setSessionMarkers({"Verse"});
