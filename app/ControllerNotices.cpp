@@ -75,14 +75,14 @@ void BridgeController::showMeanings() {
 
 void BridgeController::linkIs(ButtonFacts::Link state) {
     using Link = ButtonFacts::Link;
-    const bool lost = state == Link::lost && buttons.link != Link::lost;
     buttons.link = state;
+    linkWasUp = linkWasUp || state == Link::up;
     // Else the system may slow a hidden window down, and a marker would be late.
     state == Link::up ? platform.activity->begin() : platform.activity->end();
     if (state == Link::up) {
         view.setBadge(false);
-    } else if (lost && runningLiveTrax()) { // markers are missing from now on
-        view.requestAttention();
+    } else if (state == Link::lost && std::exchange(linkWasUp, false) && runningLiveTrax()) {
+        view.requestAttention(); // markers are missing from now on
         view.setBadge(true);
     }
     showNotices();
@@ -128,6 +128,7 @@ void BridgeController::sessionOpened(const Path &session) {
 
 void BridgeController::askNowAndThen() {
     askAboutSessions();
+    sceneMarkers->lookAgain();
     platform.main.after(refreshDelay, weakly(weak_from_this(), [](BridgeController &controller) {
                             controller.askNowAndThen();
                         }));

@@ -156,12 +156,11 @@ TEST_F(ControllerNoticesTest, ALostLinkIsSaidAndReconnectsWithoutUpdating) {
     fakes.clock->run();
     EXPECT_THAT(view.meaning, StartsWith("Red: no console is connected, and there are changes"));
     EXPECT_EQ(view.attentionRequests, 1); // that link was never up
-    consoleSendsPatch(movedKeys());
-    controller->client->onConnectionState(false);
-    EXPECT_EQ(view.attentionRequests, 2);
-    EXPECT_TRUE(view.badge); // also while it was being connected to
+    EXPECT_TRUE(view.badge);              // also while it was being connected to
     consoleSendsPatch(movedKeys());
     EXPECT_FALSE(view.badge);
+    controller->client->onConnectionState(false);
+    EXPECT_EQ(view.attentionRequests, 2);
 }
 
 TEST_F(ControllerNoticesTest, NobodyIsCalledForALinkThatIsLostWhileNothingIsRecorded) {
