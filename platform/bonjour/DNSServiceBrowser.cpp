@@ -199,8 +199,10 @@ void DNSServiceBrowser::Search::added(const std::string &name) {
     auto &entry = known[name];
     ++entry.presence;
     if (entry.service) {
-        // The daemon was gone and is back. Who has the service already is told only if it is elsewhere now.
-        if (entry.presence == 1)
+        // The daemon was gone and is back; or what could not be reached by one interface may be by another.
+        // Who has the service already is told only if it is elsewhere now.
+        const bool isReported = std::find(burst.begin(), burst.end(), entry.service) == burst.end();
+        if (entry.presence == 1 || (isReported && !entry.service->address))
             resolve(entry.service, refreshTimeout, true);
         return;
     }

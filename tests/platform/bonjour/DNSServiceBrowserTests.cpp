@@ -585,6 +585,22 @@ TEST_F(DNSServiceSearch, OfTwoThousandServicesAThousandAreFoundAndResolvedEightA
     EXPECT_EQ(delegate->words.size(), 1'000u);
 }
 
+TEST_F(DNSServiceSearch, AServiceThatDidNotResolveIsLookedAtAgainWhenItComesByAnotherInterface) {
+    find({"A"});
+    delegate->services[0]->resolve(5s);
+    clock->advance(5s);
+    daemon->say(Kind::added, "A");
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
+    EXPECT_EQ(delegate->words, (Words{"unresolved A", "resolved A console.local. 5000"}));
+}
+
+TEST_F(DNSServiceSearch, AServiceIsNotResolvedBeforeItIsReported) {
+    search();
+    daemon->say(Kind::added, "A");
+    daemon->say(Kind::added, "A");
+    EXPECT_EQ(daemon->resolves, 0);
+}
+
 TEST_F(DNSServiceSearch, OneOfSeveralInterfacesGoingIsNoReasonToRefresh) {
     search();
     daemon->say(Kind::added, "A");
