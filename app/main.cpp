@@ -88,8 +88,8 @@ int main(int argumentCount, char **arguments) {
     options
         .add_option(
             "--markers", markers,
-            "How scenes are marked: classic (the default) or named, which names them while recording too")
-        ->envname(markerStyleVariable)
+            "How scenes are marked: classic (the default) or named, which names them while recording too; "
+            "else what CORVANE_MARKERS says")
         ->check(CLI::IsMember({classicMarkers, namedMarkers}))
         ->option_text("classic|named");
     options.set_version_flag("--version", "corvane " CORVANE_VERSION);
@@ -106,7 +106,7 @@ int main(int argumentCount, char **arguments) {
         return options.exit(ending) == 0 ? 0 : wrongUsage;
     }
     try {
-        return runApplication(*application, rehearsalFolder(options, folder), markerStyle(markers));
+        return runApplication(*application, rehearsalFolder(options, folder), chosenMarkerStyle(markers));
     } catch (const PortInUse &error) {
         std::cerr << error.what() << std::endl;
         return inTheWay;

@@ -35,7 +35,7 @@ struct Values {
     bool withNames = false;
     bool json = false, launch = false, confirm = false;
     std::string format = "table";
-    std::string markerStyle = classicMarkers;
+    std::string markerStyle;
 };
 
 /// An empty text would otherwise pass for an option that was not given.
@@ -315,9 +315,9 @@ void Parser::addRecorder() {
     addJson(save);
     auto *marker = add(Verb::marker, "marker", "Drop a marker at LiveTrax's playhead");
     marker->add_option("name", values.name, "The marker's name")->type_name("NAME")->required();
-    addWord(marker, "--style", values.markerStyle, "classic or named", {classicMarkers, namedMarkers})
-        ->type_name("STYLE")
-        ->envname(markerStyleVariable);
+    addWord(marker, "--style", values.markerStyle, "classic or named, else what CORVANE_MARKERS says",
+            {classicMarkers, namedMarkers})
+        ->type_name("STYLE");
     addConfirm(marker);
     addJson(marker);
 
@@ -380,7 +380,8 @@ Options Parser::options(const std::filesystem::path &currentFolder) const {
     options.confirm = values.confirm;
     options.withNames = values.withNames;
     options.shell = values.shell;
-    options.markerStyle = markerStyle(values.markerStyle);
+    if (options.verb == Verb::marker)
+        options.markerStyle = chosenMarkerStyle(values.markerStyle);
     options.name = trimmed(values.name);
     options.session = path(values.session);
     options.folder = path(values.folder).value_or(std::filesystem::path());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <string_view>
 
 namespace corvane {
@@ -20,6 +21,13 @@ inline constexpr const char *markerStyleVariable = "CORVANE_MARKERS";
 /// Any other word than "named" means the classic way.
 constexpr MarkerStyle markerStyle(std::string_view word) {
     return word == namedMarkers ? MarkerStyle::named : MarkerStyle::classic;
+}
+
+/// The way that the word of an option chooses; of an option that was not given, and so is empty, the word in
+/// the environment.
+inline MarkerStyle chosenMarkerStyle(std::string_view option) {
+    const char *variable = std::getenv(markerStyleVariable); // NOLINT(concurrency-mt-unsafe)
+    return markerStyle(option.empty() && variable != nullptr ? variable : option);
 }
 
 } // namespace corvane

@@ -147,6 +147,18 @@ TEST_F(RecorderCommandTest, TheNamedWayIsAskedForByOptionOrEnvironment) {
     EXPECT_EQ(status::wrongUsage, run({"marker", "Verse", "--style", "loud"}).status);
 }
 
+TEST_F(RecorderCommandTest, AWordInTheEnvironmentThatIsNoneMeansTheClassicWayAndStopsNoCommand) {
+    const EnvironmentVariable wrong("CORVANE_MARKERS", "loud");
+    begin({"hosts", "--for", "1"});
+    fake.clock->advance(2s);
+    ASSERT_TRUE(ended());
+    EXPECT_NE(status::wrongUsage, outcome->status);
+    outcome.reset();
+    begin({"marker", "Verse", "--json"});
+    fake.clock->advance(1s);
+    EXPECT_EQ((json{{"sent", {"/add_marker", "/marker"}}}), printedJson());
+}
+
 TEST_F(RecorderCommandTest, ConfirmAsksFirstAndSendsOnceAnswered) {
     begin({"marker", "Verse", "--confirm", "--json"});
     fake.clock->advance(40ms);
