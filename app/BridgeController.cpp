@@ -254,13 +254,14 @@ void BridgeController::hostChosen() {
 
 void BridgeController::connectToSelectedHost() {
     const auto host = selectedHost();
+    const auto before = client->connection;
     if (!host)
         client->startDiscovery();
     else if (*host < endpoints.size())
         client->connect(LV1Endpoint(endpoints[*host]));
     else
         client->connect(services[*host]);
-    if (host && leadsTo(*host))
+    if (client->connection != before) // else it has no address yet, and a link that stands is left alone
         linkIs(ButtonFacts::Link::greeting);
 }
 

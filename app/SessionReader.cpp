@@ -52,7 +52,7 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
     const SessionQuestion &question = answer.question;
     answer.lastOpened = LiveTraxGenerator::mostRecentSessionURL(system.folders);
     answer.volumes.clear();
-    const auto addVolume = [&](const Path &folder) {
+    const auto addVolume = [&](const std::filesystem::path &folder) {
         if (auto volume = volumeOf(folder))
             answer.volumes.push_back(*std::move(volume));
     };

@@ -7,7 +7,8 @@ std::optional<std::string> chooseHost(LV1Client &client, const std::vector<LV1En
     if (!endpoints.empty() || services.empty())
         return std::nullopt;
     if (services.size() > 1)
-        return LV1Client::severalHostsStatus;
+        return client.mayMentionServices() ? std::optional<std::string>(LV1Client::severalHostsStatus)
+                                           : std::nullopt;
     if (!client.leadsTo(*services.front()))
         client.connect(services.front());
     return std::nullopt;

@@ -137,13 +137,20 @@ void LV1Client::stop() {
 }
 
 bool LV1Client::leadsTo(const NetService &service) const {
+    if (!destination)
+        return false;
     const auto place = address(service);
-    return destination && place && destination->host == place->first && destination->port == place->second;
+    return place ? destination->host == place->first && destination->port == place->second
+                 : service.name() == linkedService;
 }
 
 bool LV1Client::leadsTo(const LV1Endpoint &endpoint) const {
     return destination && destination->port == endpoint.port &&
            (isSameHost(destination->host, endpoint.host) || destination->peerAddress == endpoint.host);
+}
+
+bool LV1Client::isAccepted() const {
+    return destination && destination->isAccepted;
 }
 
 // What happens on the link
@@ -277,6 +284,7 @@ std::vector<std::shared_ptr<NetService>>::iterator LV1Client::listed(const NetSe
 void LV1Client::didFind(std::shared_ptr<NetService> service, bool moreComing) {
     if (services.size() < mostHosts) {
         services.push_back(service);
+        servicesAreNews = true;
         service->resolve(resolveTimeout);
     }
     if (!moreComing)
@@ -285,14 +293,21 @@ void LV1Client::didFind(std::shared_ptr<NetService> service, bool moreComing) {
 
 /// Not reported: of two services the other one would be the sole one, and connected to while nobody asked.
 void LV1Client::didRemove(NetService &service) {
-    if (const auto found = listed(service); found != services.end())
-        services.erase(found);
+    const auto isThat = [&](const auto &each) { return each.get() == &service; };
+    servicesAreNews = std::erase_if(services, isThat) > 0 || servicesAreNews;
+    std::erase_if(resolved, isThat);
 }
 
-void LV1Client::announceServices() const {
+void LV1Client::announceServices() {
+    const auto self = shared_from_this();
     // A copy: who is told may start a new search.
     if (onServices)
         onServices(std::vector(services));
+    servicesAreNews = false;
+}
+
+bool LV1Client::mayMentionServices() const {
+    return servicesAreNews || !isAccepted();
 }
 
 void LV1Client::didResolveAddress(NetService &service) {
@@ -302,15 +317,16 @@ void LV1Client::didResolveAddress(NetService &service) {
     if (!destination && service.name() == linkedService)
         movedAt = platform.main.now();
     resolved.push_back(*found);
-    if (resolved.size() == 1)
+    if (!std::exchange(reportIsDue, true))
         platform.main.after(std::chrono::milliseconds(services.size() / servicesPerMillisecond),
                             weakly(weak_from_this(), [](LV1Client &client) { client.announceResolved(); }));
 }
 
 /// One report of the list for all that were resolved in the meantime.
 void LV1Client::announceResolved() {
+    reportIsDue = false;
     const auto reported = std::exchange(resolved, {});
-    if (reported.empty()) // searched anew
+    if (reported.empty()) // withdrawn, or searched anew
         return;
     announceServices();
     for (const auto &service : reported)
@@ -351,7 +367,7 @@ void LV1Client::heard(const LV1Endpoint &endpoint) {
         multicastEndpoint = endpoint;
         report("LV1 found: " + endpoint.name);
         connect(endpoint.host, endpoint.port);
-    } else if (isNews || !destination || !destination->isAccepted) {
+    } else if (isNews || !isAccepted()) {
         report(severalHostsStatus);
     }
 }

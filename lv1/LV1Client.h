@@ -85,9 +85,13 @@ public:
     void didResolveAddress(NetService &service) override;
     void didNotResolve(NetService &service) override;
 
-    /// Whether the current link leads to that host and has not ended: it is being made or stands.
+    /// Whether the current link leads to that host and has not ended: it is being made or stands. A service
+    /// without an address is known by the name that the link was opened to.
     bool leadsTo(const NetService &service) const;
     bool leadsTo(const LV1Endpoint &endpoint) const;
+    /// Whether there is a reason to mention what `onServices` tells of: the list has changed since it was
+    /// last told, or no console has accepted the link.
+    bool mayMentionServices() const;
 
 private:
     /// What is known of the current link until it ends.
@@ -107,9 +111,10 @@ private:
     bool mayLeadTo(const LV1Endpoint &endpoint) const;
     void decideOnAwaited();
     std::vector<std::shared_ptr<NetService>>::iterator listed(const NetService &service);
-    void announceServices() const;
+    void announceServices();
     void announceResolved();
     void resolveAnew();
+    bool isAccepted() const;
 
     void linkTold(const std::weak_ptr<LV1Link> &link, const LV1LinkEvent &event);
     void happened(const lv1::Ready &ready);
@@ -138,6 +143,8 @@ private:
     std::optional<LV1Endpoint> awaitedEndpoint;
     /// The services that were resolved and not yet reported.
     std::vector<std::shared_ptr<NetService>> resolved;
+    bool reportIsDue = false;     ///< of those
+    bool servicesAreNews = false; ///< the list has changed since it was told
     /// When a service whose link had failed was last found at another address.
     std::optional<SerialQueue::Clock::time_point> movedAt;
     std::string identifier; ///< of this computer; empty before it was asked for

@@ -30,10 +30,11 @@ void LV1MulticastDiscovery::start() {
     stop();
     const auto heard = [&main = main, queue = queue, hearing = hearing,
                         discovery = weak_from_this()](const Bytes &datagram) {
-        auto endpoint = hearing->queued < mostQueued ? announcement(datagram) : std::nullopt;
+        auto endpoint = announcement(datagram);
+        const bool hasRoom = hearing->queued < mostQueued;
         auto &counted = hearing->counted;
-        ++(hearing->queued >= mostQueued ? counted.dropped : endpoint ? counted.heard : counted.refused);
-        if (!endpoint)
+        ++(!endpoint ? counted.refused : hasRoom ? counted.heard : counted.dropped);
+        if (!endpoint || !hasRoom)
             return;
         ++hearing->queued;
         main.post([queue, hearing, discovery, endpoint = std::move(*endpoint)] {

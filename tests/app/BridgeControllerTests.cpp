@@ -431,6 +431,24 @@ TEST_F(ConnectTest, APositionBeyondTheMulticastHostsCountsAmongTheBonjourHosts) 
     EXPECT_EQ(fakes.browser->searches, 2);
 }
 
+TEST_F(ConnectTest, ALinkThatStandsIsLeftAloneWhileItsServiceHasNoAddress) {
+    launch();
+    const auto service = fakes.browser->find("FOH");
+    fakes.browser->resolve(*service, "foh.local.", 50000);
+    fakes.clock->run();
+    ASSERT_THAT(fakes.network->streams, SizeIs(1));
+    consoleSendsPatch(kickAndKeys());
+    const std::string meaning = view.meaning;
+    fakes.browser->withdraw(*service);
+    fakes.browser->find("FOH");
+    EXPECT_NE(view.status(), "LV1 has not published its address yet");
+    controller->connectSelected();
+    fakes.clock->run();
+    EXPECT_EQ(view.status(), "LV1 has not published its address yet"); // asked for by hand
+    EXPECT_EQ(view.meaning, meaning);
+    EXPECT_THAT(fakes.network->streams, SizeIs(1));
+}
+
 TEST_F(ConnectTest, AnEqualPatchConnectsInsteadOfUpdating) {
     launch();
     controller->client->onEndpoints({{"FOH", "10.0.0.1", 50000, "aa"}});

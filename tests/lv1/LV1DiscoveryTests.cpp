@@ -1,5 +1,6 @@
 #include "tests/lv1/DiscoveryTest.h"
 
+#include <optional>
 #include <random>
 
 namespace corvane {
@@ -164,9 +165,16 @@ TEST_F(LV1Discovery, NoiseIsNeitherHeardNorKept) {
 TEST_F(LV1Discovery, AnnouncementsThatTheMainQueueDoesNotKeepUpWithAreDropped) {
     for (int i = 0; i < 1'000; ++i)
         fake.multicast->deliver(announcement({std::to_string(i), "10.0.0.1", 5000, ""}));
+    fake.multicast->deliver(Bytes{1, 2, 3});
+    std::optional<LV1Counters> counters;
+    client->askCounters([&](const LV1Counters &told) { counters = told; });
     run(); // all are read before the main queue has its turn
     ASSERT_EQ(client->endpoints.size(), 256U);
     EXPECT_EQ(client->endpoints.back().name, "255");
+    ASSERT_TRUE(counters);
+    EXPECT_EQ(counters->announcements.heard, 256U);
+    EXPECT_EQ(counters->announcements.dropped, 744U);
+    EXPECT_EQ(counters->announcements.refused, 1U); // noise is noise
     hear(two);
     EXPECT_EQ(client->endpoints.back(), two);
 }

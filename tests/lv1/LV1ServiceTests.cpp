@@ -297,6 +297,62 @@ TEST_F(LV1Services, TwoServicesAreLeftToTheUserToChooseFrom) {
     EXPECT_THAT(fake.network->streams, IsEmpty());
 }
 
+TEST_F(LV1Services, SeveralAreMentionedOnceAListWhileALinkIsAccepted) {
+    chooseByTheRules();
+    const auto service = fake.browser->find("A", false);
+    resolve(*service, "a.local.", 5000);
+    stream().becomeReady();
+    stream().deliver(framed("/handshake", {1}));
+    run();
+    takeDiary();
+    const auto other = fake.browser->find("B", false);
+    EXPECT_THAT(takeDiary(), ElementsAre(severalHosts));
+    for (const auto &each : {other, service}) {
+        resolve(*each, each->name() + ".local.", 5000);
+        EXPECT_THAT(takeDiary(), ElementsAre("LV1 found: " + each->name()));
+    }
+    fake.browser->withdraw(*other);
+    fake.browser->find("B", false);
+    EXPECT_THAT(takeDiary(), ElementsAre(severalHosts));
+    stream().closeByPeer();
+    run();
+    takeDiary();
+    resolve(*service, "a.local.", 5000);
+    EXPECT_THAT(takeDiary(), ElementsAre(severalHosts, "LV1 found: A"));
+}
+
+TEST_F(LV1Services, AServiceThatIsWithdrawnAndBackUnderAStandingLinkIsLeftAlone) {
+    chooseByTheRules();
+    const auto service = fake.browser->find("A", false);
+    resolve(*service, "a.local.", 5000);
+    stream().becomeReady();
+    run();
+    takeDiary();
+    fake.browser->withdraw(*service);
+    const auto again = fake.browser->find("A", false);
+    EXPECT_TRUE(client->leadsTo(*again));
+    EXPECT_FALSE(client->leadsTo(FakeNetService("B")));
+    EXPECT_THAT(takeDiary(), IsEmpty());
+    resolve(*again, "a.local.", 5000);
+    EXPECT_THAT(takeDiary(), ElementsAre("LV1 found: A"));
+    EXPECT_EQ(fake.network->streams.size(), 1U);
+    stream().fail("reset");
+    run();
+    EXPECT_FALSE(client->leadsTo(FakeNetService("A")));
+}
+
+TEST_F(LV1Services, AServiceThatIsWithdrawnBeforeItsReportIsNotSaidToBeFound) {
+    const auto gone = fake.browser->find("A", true);
+    const auto left = fake.browser->find("B", false);
+    takeDiary();
+    fake.browser->resolve(*gone, "a.local.", 5000);
+    fake.browser->withdraw(*gone);
+    run();
+    EXPECT_THAT(takeDiary(), IsEmpty());
+    resolve(*left, "b.local.", 5000);
+    EXPECT_THAT(takeDiary(), ElementsAre("<services> B", "LV1 found: B"));
+}
+
 TEST_F(LV1Services, AnnouncedHostsTakePrecedenceOverServices) {
     chooseByTheRules();
     hear(one);
