@@ -65,9 +65,11 @@ Json countersJson(const LV1Counters &counted) {
     const auto &traffic = counted.traffic;
     Json json{{"links", counted.links},
               {"accepted", counted.accepted},
+              {"reconnects", counted.reconnects()},
               {"frames", traffic.frames},
               {"messages", traffic.messages},
               {"pings", traffic.pings},
+              {"unreadableFrames", traffic.unreadableFrames()},
               {"refusedHeaders", traffic.refusedHeaders},
               {"malformedPatches", traffic.malformedPatches},
               {"skippedChannels", traffic.skippedChannels},

@@ -1,3 +1,4 @@
+#include "osc/OSCCodec.h"
 #include "tests/cli/CommandTest.h"
 #include "tests/support/BuiltFiles.h"
 
@@ -67,6 +68,22 @@ TEST_F(DiagnoseCommandTest, TellsWhatSupportAsksFor) {
     EXPECT_EQ(nullptr, found["liveTrax"]["configuration"]);
     EXPECT_EQ("thunderbird (process 4711)", found["ports"][1]["holders"][0]);
     EXPECT_EQ((json{"one", "two"}), found["log"]);
+}
+
+TEST_F(DiagnoseCommandTest, CountsTheLinksThatWereMadeAnewAndTheFramesThatHoldNoMessage) {
+    begin({"diagnose", "--json"});
+    announce("FOH", "10.0.0.1", 5000);
+    accept();
+    stream().deliver(OSCCodec::frame(Bytes{'/', 'x'}));
+    fake.clock->run();
+    stream().fail("reset");
+    fake.clock->run();
+    announce("FOH", "10.0.0.1", 5000);
+    fake.clock->advance(3s);
+    ASSERT_TRUE(ended());
+    const json counters = json::parse(output.printed)["console"]["counters"];
+    EXPECT_EQ(1, counters["reconnects"]);
+    EXPECT_EQ(1, counters["unreadableFrames"]);
 }
 
 TEST_F(DiagnoseCommandTest, TheLogsLastTwoHundredLinesAreEnough) {
