@@ -21,9 +21,9 @@ namespace corvane {
 
 class SessionUpdate;
 
-/// The spine of the application: what it knows of the console, of the session and of how far the two agree,
-/// and what it does when the console or the user acts. One exists, as long as the process. Everything here
-/// happens on the main queue, and everything that is put off holds the controller weakly.
+/// The application's controller: what it knows of the console, of the session and of how far the two agree,
+/// and what it does when the console or the user acts. There is one for the life of the process. Everything
+/// here happens on the main queue; deferred work holds the controller weakly.
 class BridgeController : public std::enable_shared_from_this<BridgeController> {
 public:
     using Channels = std::vector<LV1Channel>;
@@ -40,8 +40,8 @@ public:
     void startBridgeServices();
     /// Stops searching, leaves the console, lets go of LiveTrax.
     void applicationWillTerminate();
-    /// The user or the system wants the program to end. True when it may end now; otherwise something must be
-    /// finished first, and `end` is called once when it is. A second call takes the place of the first.
+    /// Asks whether the program may end. True when it may end now; false when an update has to finish first,
+    /// and then `end` is called once it has. A second call replaces the `end` of the first.
     bool requestQuit(std::function<void()> end);
 
     // What the user does (the window's controls)
@@ -52,7 +52,7 @@ public:
     void hostChosen();
     /// Presses the action of the notice that is shown, and only of that one.
     void noticeAction();
-    /// Puts the notice that is shown away until there is something else to say.
+    /// Dismisses the notice that is shown. It comes back only if it stops applying and then applies again.
     void dismissNotice();
     /// The session's name or the folder to save in was edited.
     void fieldsEdited();
@@ -73,9 +73,9 @@ public:
     /// Rewrites the session while LiveTrax does not run, then reopens LiveTrax on it.
     void performOfflineUpdate(const Path &sessionURL, const Channels &withChannels,
                               const std::string &signature);
-    /// Asks `condition` now and then every 200 ms, up to `attempts` + 1 times, until it holds. `completion`
-    /// gets what the condition says when it is asked once more at the end; it is called from within the
-    /// controller and never once that is gone, so it may use it.
+    /// Checks `condition` at once and then every 200 ms until it holds, at most `attempts` + 1 times.
+    /// `completion` gets the result of one more check at the end. It is never called after the controller is
+    /// gone, so it may use the controller.
     void waitUntil(int attempts, Condition condition, Completion completion);
     /// When the file was last written; none when that cannot be told.
     static std::optional<std::filesystem::file_time_type> modificationDate(const Path &file);
@@ -123,7 +123,7 @@ public:
     std::optional<std::string> synchronizedPatch;
     std::optional<Channels> synchronizedChannels;
     std::optional<std::string> currentPatch; ///< signature of the console's latest patch
-    std::optional<Path> activeSessionURL;    ///< the session folder that the application works on
+    std::optional<Path> activeSessionURL;    ///< the session folder worked on (a path: see docs/Names.md)
     std::optional<std::string> lastScene;
     std::shared_ptr<SceneMarkers> sceneMarkers;
     std::size_t updatesDone = 0; ///< sessions rewritten since the start
@@ -154,11 +154,12 @@ private:
     void showFailure(const char *status, const char *title, const std::string &message);
     /// Whether the console's patch differs from the synchronised one.
     bool hasChanges() const;
-    /// Lists behind the status what distinguishes these channels from the synchronised ones.
+    /// Sets the status detail to the differences between these channels and the synchronised ones.
     void showChanges(const Channels &list);
     /// Whether Create was pressed just before.
     bool isSecondPress();
-    /// The folder that the text in "Save in:" means, independent of what the working folder will be later.
+    /// The path that the text in "Save in:" stands for, made absolute now, so that a later change of the
+    /// working folder does not matter.
     Path folderToSaveIn() const;
     const Channels &channelsForCreate() const {
         return synchronizedChannels ? *synchronizedChannels : channels;

@@ -12,8 +12,8 @@
 
 namespace corvane {
 
-/// The one thing that the window should say besides its status: what a person would want to know before the
-/// next press, in words, with at most one thing to do about it.
+/// One message that the window shows besides its status: something to know before the next press, in words,
+/// with at most one action.
 struct Notice {
     /// In order of importance.
     enum class Kind {

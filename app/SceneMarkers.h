@@ -13,9 +13,9 @@
 
 namespace corvane {
 
-/// The scenes that the console recalls and the markers that come of them: decides, keeps the last recalls,
-/// and tells LiveTraxOSC which names the session's markers have. Used on the main queue; sessions are read on
-/// a queue of its own, since a long one takes its time.
+/// Turns the console's scene recalls into markers: decides which get one, keeps the latest recalls, and gives
+/// LiveTraxOSC the names of the session's markers. Used on the main queue; sessions are read on a queue of
+/// its own, since reading a long one takes time.
 class SceneMarkers : public std::enable_shared_from_this<SceneMarkers> {
 public:
     /// Recalls that are kept for whoever looks for them later.

@@ -95,7 +95,7 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
 
 void SessionReader::ask(SessionQuestion question, Told told) {
     if (reading && reading->told && reading->answer.question == question) {
-        reading->again = true; // to be read to its end, or a busy console would never let it come to one
+        reading->again = true; // replacing it each time, a busy console would never get an answer
         return;
     }
     const auto next = std::make_shared<Reading>();

@@ -388,7 +388,7 @@ Options Parser::options(const std::filesystem::path &currentFolder) const {
     return options;
 }
 
-/// What the options do not say of themselves.
+/// Checks what the option parser cannot. Throws CommandFailure.
 void checkSense(const Options &options) {
     const auto fail = [](const char *message) { throw CommandFailure(status::wrongUsage, message); };
     if (options.verb == Verb::create && options.name.empty())

@@ -27,7 +27,7 @@ public:
     }
 
 protected:
-    /// Says what is to be said. The connection is open.
+    /// Sends the command's messages. The connection has been opened.
     virtual void speak(LiveTraxOSC &liveTrax) = 0;
 
     void start() override {

@@ -18,8 +18,8 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int highestPort = 65'535;
-/// A service whose link has failed is looked up anew, but not when that was the case just before: what
-/// answers differently each time must not have us connect for ever.
+/// A service whose link has failed is resolved again, but not if it moved within this time: one that gives
+/// another address each time must not make us reconnect for ever.
 constexpr auto nextMoveDelay = 30s;
 /// Each report of services takes time that grows with their number; so does the pause between two reports.
 constexpr std::size_t servicesPerMillisecond = 10;
@@ -171,6 +171,7 @@ void LV1Client::happened(const lv1::Ready &ready) {
     destination->peerAddress = ready.peer;
     if (onConnectionState)
         onConnectionState(false); // up, but not yet accepted
+    // The Spanish texts: see docs/Names.md.
     report("Conectado. Negociando con LV1…");
     if (connection == link)
         decideOnAwaited();
@@ -216,6 +217,7 @@ void LV1Client::happened(const lv1::Closed &) {
     destination.reset();
     if (onConnectionState)
         onConnectionState(false);
+    // "Tracks Live" is another recorder: see docs/Names.md.
     report("LV1 closed the connection. Disconnect Tracks Live and press SYNC LV1.");
 }
 

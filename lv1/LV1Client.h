@@ -41,6 +41,7 @@ public:
     static std::shared_ptr<LV1Client> make(Platform &platform);
     ~LV1Client() override;
 
+    /// A status text for the user, some in Spanish: see docs/Names.md.
     std::function<void(const std::string &text)> onStatus;
     /// The channel list changed, in its patch or in its colours.
     std::function<void(const std::vector<LV1Channel> &)> onChannels;
@@ -50,10 +51,11 @@ public:
     std::function<void(bool connected)> onConnectionState;
     /// The console recalled the scene of this name.
     std::function<void(const std::string &name)> onScene;
+    /// All Bonjour hosts, after one was found or resolved; a withdrawn one is not reported.
     std::function<void(const std::vector<std::shared_ptr<NetService>> &)> onServices;
+    /// All announced hosts, after a new one was heard.
     std::function<void(const std::vector<LV1Endpoint> &)> onEndpoints;
-    /// Everything that happens on the current link, for those who decide on it; called after what it causes
-    /// of the above.
+    /// Every event of the current link; called after the more specific callbacks above.
     std::function<void(const LV1LinkEvent &)> onLinkEvent;
 
     /// Searches both ways, by Bonjour and by multicast, from empty lists.
@@ -67,7 +69,7 @@ public:
     void stop();
     /// Leaves the host; searching goes on.
     void disconnect();
-    /// Gathers what has been counted so far and tells it on the main queue.
+    /// Collects the counters from all queues and passes them to `told` on the main queue.
     void askCounters(std::function<void(const LV1Counters &)> told) const;
 
     std::unique_ptr<ServiceBrowser> browser;

@@ -305,7 +305,7 @@ void LiveTraxOSC::Surface::sent(const DeliveryPointer &delivery, const std::stri
     } else {
         delivery->incomplete = true;
         if (delivery->report.problem.empty())
-            delivery->report.problem = reason; // the next connection has another story
+            delivery->report.problem = reason; // a later connection may fail for another reason
     }
     if (--delivery->undecided > 0)
         return;
@@ -315,7 +315,7 @@ void LiveTraxOSC::Surface::sent(const DeliveryPointer &delivery, const std::stri
                  weakly(weak_from_this(), [delivery](Surface &alive) { alive.finish(delivery); }));
 }
 
-/// Nobody listened to what has left a moment ago.
+/// Nobody listens at the port: every request that has sent something and is not finished yet has failed.
 void LiveTraxOSC::Surface::refused() {
     for (const auto &delivery : std::vector(deliveries)) {
         if (delivery->report.addresses.empty())

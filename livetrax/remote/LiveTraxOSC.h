@@ -19,8 +19,8 @@ namespace corvane {
 /// What became of messages that were to be sent.
 struct SendReport {
     std::vector<std::string> addresses; ///< of those that have left, in order
-    /// Why LiveTrax does not have all of them, in a sentence for people; empty when nothing speaks against
-    /// it.
+    /// Why LiveTrax did not get all of them, as a sentence for the user; empty when no error is known. UDP
+    /// confirms nothing.
     std::string problem;
 
     bool operator==(const SendReport &) const = default;
@@ -46,11 +46,12 @@ public:
 
     /// Opens the connection if there is none.
     void start();
-    /// Closes the connection. A query that is pending gets no answer from its time-out any more.
+    /// Closes the connection. A pending query does not time out any more: its completion runs only if the
+    /// answers still arrive after another `start`.
     void stop();
     /// Sends one message after 40 ms, opening the connection first if needed. `completion`, when given, runs
-    /// 100 ms after the message has left, which is time enough for a refusal to come back, or once it is
-    /// known to be refused or lost.
+    /// 100 ms after the message was sent, long enough for a refusal (ICMP) to come back, or as soon as the
+    /// message is known to be refused or lost.
     void send(const std::string &address, const std::vector<OSCValue> &values = {},
               SendCompletion completion = {});
     /// Asks for the transport's state. `completion` runs once, with none when LiveTrax did not answer within

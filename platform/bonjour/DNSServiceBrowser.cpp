@@ -20,13 +20,13 @@ namespace {
 constexpr std::chrono::milliseconds burstGapTimeout = 150ms;
 constexpr std::chrono::milliseconds burstTimeout = 500ms;
 
-/// How long to wait before looking for a missing daemon again: doubled each time. Then it is waited for,
-/// where the system tells when it comes, and asked.
+/// How long after an error the daemon is tried again, doubled each time. Where the system can tell when the
+/// daemon comes back, that is awaited first.
 constexpr std::chrono::milliseconds shortestRetryDelay = 1s;
 constexpr std::chrono::milliseconds longestRetryDelay = 30s;
 
-/// A query costs a thread and several descriptors in the daemon's library; a network full of services
-/// must not use them up. Those beyond wait in line, within their own time.
+/// A query costs a thread and several descriptors in the daemon's library; a network full of services must
+/// not use them up. Further queries are queued, while their timeouts run.
 constexpr std::size_t queriesAtOnce = 8;
 
 /// Many times what any network has, and a bound for what a hostile one can fill.

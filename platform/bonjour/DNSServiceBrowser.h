@@ -10,10 +10,10 @@
 
 namespace corvane {
 
-/// Searches by way of the DNS-SD daemon. The daemon repeats itself for every interface and family, never says
-/// on Linux that more is coming, and may be missing or die: what is reported is once by name, bursts are
-/// gathered, and the search goes on by itself when the daemon is back. Everything here belongs to the main
-/// queue.
+/// Searches by way of the DNS-SD daemon. The daemon repeats itself for every interface and address family, on
+/// Linux never says that more is coming, and may be missing or die. So each service is reported once by its
+/// name, bursts are gathered, and the search resumes by itself when the daemon is back. Everything here
+/// belongs to the main queue.
 class DNSServiceBrowser final : public ServiceBrowser {
 public:
     DNSServiceBrowser(SerialQueue &main, std::unique_ptr<DNSServiceQueries> queries);

@@ -17,10 +17,10 @@ public:
     virtual std::optional<std::string> hostName() const = 0;
     /// -1 until the service has been resolved.
     virtual int port() const = 0;
-    /// Asks for host name and port; the browser's delegate is told of the outcome. A resolve that is asked
-    /// for while one is under way joins it.
+    /// Resolves host name and port; the browser's delegate is notified of the outcome. A call while one is in
+    /// flight joins that one.
     virtual void resolve(std::chrono::milliseconds timeout) = 0;
-    /// Asks again, quietly: the browser's delegate is told only of another address than the one known.
+    /// Resolves again in the background: the browser's delegate is notified only if the address has changed.
     virtual void resolveAnew(std::chrono::milliseconds timeout) = 0;
 };
 
@@ -31,7 +31,7 @@ public:
     virtual void didFind(std::shared_ptr<NetService> service, bool moreComing) = 0;
     /// The service was withdrawn. Found again it is a new record.
     virtual void didRemove(NetService &service) = 0;
-    /// Also of a service that is at another address when the daemon has come back, without having been asked.
+    /// Also called, unasked, for a service that has another address after the daemon came back.
     virtual void didResolveAddress(NetService &service) = 0;
     virtual void didNotResolve(NetService &service) = 0;
 };
