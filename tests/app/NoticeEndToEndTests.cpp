@@ -1,6 +1,15 @@
 // What the window says besides its status, with everything real around it.
 
+#include "tests/app/Recording.h"
 #include "tests/app/WindowEndToEnd.h"
+
+#ifdef __linux__
+#include <arpa/inet.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#endif
 
 namespace corvane {
 
@@ -32,6 +41,9 @@ protected:
     void begin() {
         it.emplace();
         ASSERT_TRUE(it->becomes(greenLook)) << it->status();
+        dismissNames();
+    }
+    void dismissNames() {
         // Two names of the stand-in's band have a slash, which is told first.
         ASSERT_TRUE(tells("would be called")) << notice();
         press("noticeDismiss");
@@ -113,6 +125,94 @@ TEST_F(NoticeEndToEnd, ANameThatTheRecorderCannotHoldIsTold) {
     EXPECT_TRUE(tells("too long")) << notice();
     EXPECT_EQ(action(), "");
 }
+
+TEST_F(NoticeEndToEnd, AnUpdateThatTookARecordingOutIsUndoneByItsAction) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    openSession();
+    dismissNames();
+    const auto first = it->liveTrax();
+    first->terminate();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return first->isTerminated(); }, timeout));
+    const std::string moved = it->controller->channels[19].name();
+    record(it->session(), moved);
+    it->stage.tellConsole("move 20 41");
+    ASSERT_TRUE(it->becomes(amberLook));
+    ASSERT_TRUE(tells("SYNC LV1 will take 1 recorded track out of the session")) << notice();
+    EXPECT_EQ(action(), "Show plan");
+    press("noticeAction");
+    EXPECT_NE(it->window.findChild<QWidget *>("lines"), nullptr);
+    delete it->window.findChild<QWidget *>("lines");
+
+    it->click("connectButton");
+    expectUpdated();
+    ASSERT_TRUE(tells("1 track with recordings left the session: ")) << notice();
+    EXPECT_THAT(notice(), HasSubstr(moved));
+    EXPECT_EQ(action(), "Undo");
+    press("noticeAction");
+    EXPECT_EQ(
+        it->alert(),
+        "LiveTrax will close to put the session back as it was before the update, then reopen with it.");
+    it->answer(Qt::Key_Return);
+    ASSERT_TRUE(it->says("The update was undone.")) << it->status();
+    EXPECT_TRUE(it->is(amberLook));
+    EXPECT_FALSE(it->sessionMatchesConsole());
+    EXPECT_THAT(it->savedSession(), HasSubstr(moved + "-1"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return it->recorders() == 1; }, timeout));
+    EXPECT_TRUE(tells("SYNC LV1 will take 1 recorded track out of the session")) << notice();
+}
+
+TEST_F(NoticeEndToEnd, AnotherSessionThatWasOpenedLastIsUsedByItsAction) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    openSession();
+    const auto palau = *it->platform->folders.music() / "Palau";
+    std::filesystem::create_directories(palau);
+    std::filesystem::copy(it->sessionFile(), palau / "Palau.ardour");
+    const auto recent = it->platform->folders.home / "Library/Preferences/LiveTrax3/recent";
+    ASSERT_TRUE(std::filesystem::exists(recent));
+    std::ofstream(recent) << "Palau\n" << palau.string() << "\n";
+    it->controller->fieldsEdited(); // has the disk asked
+    ASSERT_TRUE(tells("last; SYNC LV1 works on")) << notice();
+    EXPECT_THAT(action(), HasSubstr("Palau"));
+    press("noticeAction");
+    EXPECT_EQ(it->controller->activeSessionURL, palau);
+    EXPECT_TRUE(tellsNoMore("last; SYNC LV1 works on")) << notice();
+}
+
+#ifdef __linux__
+
+TEST_F(NoticeEndToEnd, AMarkerThatAnotherProgramKeepsFromLiveTraxIsTold) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    const int other = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(8000);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::bind(other, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    openSession();
+    dismissNames();
+    it->stage.tellConsole("scene Solo");
+    EXPECT_TRUE(tells(" did not reach LiveTrax: UDP port 8000 is in use by another program.")) << notice();
+    EXPECT_THAT(notice(), HasSubstr("Solo"));
+    EXPECT_EQ(action(), "");
+    ::close(other);
+}
+
+TEST_F(NoticeEndToEnd, AVolumeThatIsNearlyFullIsTold) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+        GTEST_SKIP() << "no file systems of its own";
+    begin();
+    const std::string music = it->platform->folders.music()->string();
+    ASSERT_EQ(::mount("none", music.c_str(), "tmpfs", 0, "size=12g"), 0);
+    it->controller->fieldsEdited(); // has the disk asked
+    EXPECT_TRUE(tells("minutes left on “\u2068Music\u2069” for 31 inputs at 48 kHz.")) << notice();
+    EXPECT_EQ(action(), "");
+    ::umount(music.c_str());
+    it->controller->fieldsEdited();
+    EXPECT_TRUE(tellsNoMore("minutes left on “\u2068Music\u2069”")) << notice();
+}
+
+#endif
 
 } // namespace
 

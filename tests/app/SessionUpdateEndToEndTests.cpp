@@ -118,6 +118,44 @@ TEST_F(SessionUpdateEndToEnd, QuitWhileSavingEndsAtOnceAndNothingHasHappened) {
     EXPECT_FALSE(it->sessionMatchesConsole());
 }
 
+TEST_F(SessionUpdateEndToEnd, ARecorderThatIsStartedByHandWhileTheOtherClosesKeepsTheSessionAsItIs) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    updateUpTo("slow-quit=2", "Closing LiveTrax…");
+    const auto before = it->liveTrax();
+    LiveTraxGenerator::launchExisting(*it->platform, it->session(), {});
+    expectFailure("LiveTrax did not close. Quit it and press SYNC LV1 again.");
+    EXPECT_TRUE(before->isTerminated());
+    EXPECT_FALSE(it->sessionMatchesConsole());
+    EXPECT_EQ(it->recorders(), 1);
+    EXPECT_FALSE(it->window.findChild<QWidget *>("busyMark")->isVisible());
+}
+
+TEST_F(SessionUpdateEndToEnd, CancelWhileCheckingLeavesEverythingAsItWas) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    updateUpTo("deaf", "Checking transport…");
+    const auto before = it->liveTrax();
+    pressAgainAndAnswer(Qt::Key_Escape);
+    EXPECT_EQ(it->status(), "Sync cancelled.");
+    QTest::qWait(4000); // LiveTrax would have been given up by now
+    EXPECT_EQ(it->status(), "Sync cancelled.");
+    EXPECT_EQ(it->window.findChild<QMessageBox *>("alert"), nullptr);
+    EXPECT_FALSE(before->isTerminated());
+    EXPECT_FALSE(it->sessionMatchesConsole());
+    EXPECT_TRUE(it->is(amberLook));
+    EXPECT_FALSE(it->window.findChild<QWidget *>("busyMark")->isVisible());
+}
+
+TEST_F(SessionUpdateEndToEnd, QuitWhileCheckingEndsAtOnceAndNothingHasHappened) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    updateUpTo("deaf", "Checking transport…");
+    const auto before = it->liveTrax();
+    QTimer::singleShot(0, &it->window, [] { QApplication::quit(); });
+    QTimer::singleShot(2000, &it->window, [] { QApplication::exit(1); });
+    EXPECT_EQ(QApplication::exec(), 0);
+    EXPECT_FALSE(before->isTerminated());
+    EXPECT_FALSE(it->sessionMatchesConsole());
+}
+
 } // namespace
 
 } // namespace corvane

@@ -4,7 +4,7 @@
 red='#E00A0A' green='#1AAD40' amber='#F2A60D' # of the SYNC LV1 button
 
 # Points in the window: inside the bezel of a button, beside its text. The window's menu bar included.
-sync_button='660 128' create_button='545 352' patch_button='400 199' choose_button='540 325' dismiss_button='722 243' application_menu='44 12'
+sync_button='660 128' create_button='545 352' patch_button='400 199' choose_button='540 325' dismiss_button='722 243' action_button='672 243' application_menu='44 12'
 
 # Starts a display of the size WIDTHxHEIGHT and sets DISPLAY and display_pid. It goes on when its last program ends.
 start_display() {
