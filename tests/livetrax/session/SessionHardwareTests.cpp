@@ -8,18 +8,25 @@
 namespace corvane {
 namespace {
 
+TrackText track(const std::string &name, int width) {
+    TrackText made;
+    made.name = name;
+    made.width = width;
+    return made;
+}
+
 TEST(SessionHardware, TheBaseTemplateIsForSoundGridAndLeavesTheRateToIt) {
     EXPECT_EQ((SessionHardware{"CoreAudio;;Waves SoundGrid", std::nullopt, 3}), readHardware(seedTemplate()));
 }
 
 TEST(SessionHardware, ASessionSaysItsRateAndWhatItRecords) {
-    const Tree tree(sessionText({{"Kick", 1, 1}, {"OH", 2, 7}}, R"(sample-rate="96000")"));
+    const Tree tree(sessionText({track("Kick", 1), track("OH", 2)}, R"(sample-rate="96000")"));
     EXPECT_EQ((SessionHardware{"device", 96'000, 3}), hardwareOf(tree.root()));
 }
 
 TEST(SessionHardware, ARateThatIsNoneIsNotSaid) {
     for (const char *rate : {"", "0", "-1", "fast", "4294967296"}) {
-        const Tree tree(sessionText({{"Kick"}}, "sample-rate=\"" + std::string(rate) + "\""));
+        const Tree tree(sessionText({track("Kick", 1)}, "sample-rate=\"" + std::string(rate) + "\""));
         EXPECT_EQ(std::nullopt, hardwareOf(tree.root()).rate) << rate;
     }
 }
