@@ -92,7 +92,7 @@ complete -c corvanectl -n __fish_use_subcommand -a marker -d 'Drop a marker at L
 complete -c corvanectl -n '__fish_seen_subcommand_from marker' -l help -d 'Print this help message and exit'
 complete -c corvanectl -n '__fish_seen_subcommand_from marker' -l rehearse -x -a '(__fish_complete_directories (commandline -ct))' -d 'Work in FOLDER instead of the real world'
 complete -c corvanectl -n '__fish_seen_subcommand_from marker' -x -d 'The marker’s name'
-complete -c corvanectl -n '__fish_seen_subcommand_from marker' -l style -x -a 'classic named' -d 'classic or named'
+complete -c corvanectl -n '__fish_seen_subcommand_from marker' -l style -x -a 'classic named' -d 'classic or named, else what CORVANE_MARKERS says'
 complete -c corvanectl -n '__fish_seen_subcommand_from marker' -l confirm -d 'Ask LiveTrax first; send nothing unless it answers'
 complete -c corvanectl -n '__fish_seen_subcommand_from marker' -l json -d 'Print one JSON document'
 complete -c corvanectl -n __fish_use_subcommand -a markers -d 'List the markers of a session'
