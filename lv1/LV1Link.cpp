@@ -62,7 +62,7 @@ void LV1Link::greet(const OSCMessage &introduction) {
 }
 
 void LV1Link::introduce(const OSCMessage &introduction) {
-    if (state == State::ended || state == State::left)
+    if (state == State::left)
         return;
     send({"/handshake", {1, -1, 6}});
     send(introduction);

@@ -168,7 +168,7 @@ TEST_F(NoticeEndToEnd, AnotherSessionThatWasOpenedLastIsUsedByItsAction) {
     std::filesystem::create_directories(palau);
     std::filesystem::copy(it->sessionFile(), palau / "Palau.ardour");
     const auto recent = it->platform->folders.home / "Library/Preferences/LiveTrax3/recent";
-    ASSERT_TRUE(std::filesystem::exists(recent));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return std::filesystem::exists(recent); }, timeout));
     std::ofstream(recent) << "Palau\n" << palau.string() << "\n";
     it->controller->fieldsEdited(); // has the disk asked
     ASSERT_TRUE(tells("last; SYNC LV1 works on")) << notice();

@@ -247,14 +247,6 @@ TEST_F(LV1Connection, DataThatComesWithTheCloseIsReadFirst) {
                             "LV1 closed the connection. Disconnect Tracks Live and press SYNC LV1."));
 }
 
-TEST_F(LV1Connection, AConsoleThatClosesBeforeItsSecondGreetingIsNotIntroducedTo) {
-    link();
-    stream().closeByPeer();
-    fake.clock->advance(1s);
-    EXPECT_EQ(sent(stream()).size(), 1U);
-    EXPECT_FALSE(fake.defaults->values.contains("CorvaneDeviceID"));
-}
-
 TEST_F(LV1Connection, AfterThePeersCloseNothingIsReadAndAFreshConnectGreetsAnew) {
     link();
     stream().closeByPeer();
