@@ -1,6 +1,7 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 
 #include "base/Text.h"
+#include "livetrax/session/History.h"
 #include "livetrax/session/LiveTraxPaths.h"
 #include "livetrax/session/ObjectIds.h"
 #include "livetrax/session/Track.h"
@@ -112,6 +113,7 @@ Path LiveTraxGenerator::generate(const RecorderSystem &system, const std::string
     validateGeneratedPatch(root, channels);
     keepOnce(templateFile);
     std::move(document).writeAtomically(templateFile);
+    History(system).begin(sessionFolder);
     return sessionFolder;
 }
 

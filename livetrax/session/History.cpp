@@ -8,6 +8,7 @@
 #include "platform/files/Files.h"
 
 #include <algorithm>
+#include <exception>
 #include <map>
 #include <set>
 #include <string_view>
@@ -157,6 +158,23 @@ History::Path History::around(const Path &sessionURL, const HistoryNote &note,
     }
     session::pruneHistory(top, clock());
     return kept;
+}
+
+bool History::remember(const Path &sessionURL, const std::string &backup) const {
+    try {
+        session::rememberBackup(top, sessionURL, backup);
+        return true;
+    } catch (const std::exception &) {
+        return false;
+    }
+}
+
+void History::begin(const Path &sessionURL) const {
+    try {
+        session::releasePath(top, sessionURL);
+    } catch (const std::exception &) {
+        // The copies are still known by the backups of the session that they were made of.
+    }
 }
 
 } // namespace corvane

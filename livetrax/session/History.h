@@ -72,6 +72,14 @@ public:
     Path around(const Path &sessionURL, const HistoryNote &note, const std::optional<std::string> &backup,
                 const std::function<void()> &change) const;
 
+    /// Lets a session that has copies be known by the backup of an update that was refused. Whether it is
+    /// now, or has no copies; never throws.
+    bool remember(const Path &sessionURL, const std::string &backup) const;
+
+    /// Leaves the copies that were kept for a path to the session that was moved away from there, for a new
+    /// one begins at it. Never throws.
+    void begin(const Path &sessionURL) const;
+
 private:
     Path top;
     const WallClock &clock;

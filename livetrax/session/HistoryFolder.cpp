@@ -28,7 +28,7 @@ constexpr auto identityFile = "session.json";
 constexpr auto extension = ".ardour";
 /// How many names of a session's backups are remembered to recognise it by. Usually only the latest is still
 /// in its backup folder; an older one is when the whole session folder was restored from elsewhere.
-constexpr std::size_t mostBackups = 100;
+constexpr std::size_t mostBackups = 1000;
 
 /// A JSON file's object; an empty one when it cannot be read.
 Json readObject(const Path &file) {
@@ -83,6 +83,12 @@ struct Owner {
     std::string path;
     Strings backups; ///< names of files in the session's backup folder, oldest first
 
+    void add(const std::string &backup) {
+        backups.push_back(backup);
+        if (backups.size() > mostBackups)
+            backups.erase(backups.begin());
+    }
+
     bool knowsAny(const Strings &held) const {
         return std::any_of(held.begin(), held.end(), [&](const std::string &name) {
             return std::find(backups.begin(), backups.end(), name) != backups.end();
@@ -119,23 +125,32 @@ Strings heldBackups(const Path &sessionURL, const std::string &except = {}) {
     return held;
 }
 
-/// A session keeps its folder at its path, unless what is there now brought another session's backups along.
+/// A session keeps its folder at its path, unless the backups that are there now are none of its own.
 /// Elsewhere it is known by its backups: it was moved when its old path holds none of them any more, and
 /// copied when it does.
 const Owner *ownerOf(const std::vector<Owner> &all, const Path &sessionURL, const std::string &newBackup) {
     const std::string here = knownPath(sessionURL);
     const Strings held = heldBackups(sessionURL, newBackup);
-    const auto known =
-        std::find_if(all.begin(), all.end(), [&](const Owner &owner) { return owner.knowsAny(held); });
     const auto at = std::find_if(all.begin(), all.end(), [&](const Owner &owner) {
-        return owner.path == here && (owner.knowsAny(held) || known == all.end());
+        return owner.path == here && (held.empty() || owner.knowsAny(held));
     });
     if (at != all.end())
         return &*at;
     const auto moved = std::find_if(all.begin(), all.end(), [&](const Owner &owner) {
-        return owner.path != here && owner.knowsAny(held) && !owner.knowsAny(heldBackups(owner.path));
+        return owner.path != here && owner.knowsAny(held) &&
+               (owner.path.empty() || !owner.knowsAny(heldBackups(owner.path)));
     });
     return moved == all.end() ? nullptr : &*moved;
+}
+
+/// Takes a path from all folders but one.
+void releasePath(const std::vector<Owner> &all, const std::string &path, const Path &keeper) {
+    for (Owner owner : all) {
+        if (owner.path == path && owner.folder != keeper) {
+            owner.path.clear();
+            write(owner);
+        }
+    }
 }
 
 /// A new folder that bears the session's name, as far as a folder's name can be.
@@ -268,17 +283,24 @@ Path claimHistoryFolder(const Path &top, const Path &sessionURL, const std::stri
     Owner owner = found != nullptr ? *found : Owner{newFolder(top, sessionURL), {}, {}};
     owner.path = knownPath(sessionURL);
     if (!newBackup.empty())
-        owner.backups.push_back(newBackup);
-    if (owner.backups.size() > mostBackups)
-        owner.backups.erase(owner.backups.begin());
-    for (Owner other : all) {
-        if (other.folder != owner.folder && other.path == owner.path) {
-            other.path.clear(); // another session is there now
-            write(other);
-        }
-    }
+        owner.add(newBackup);
+    releasePath(all, owner.path, owner.folder); // another session is there now
     write(owner);
     return owner.folder;
+}
+
+void rememberBackup(const Path &top, const Path &sessionURL, const std::string &newBackup) {
+    const std::vector<Owner> all = owners(top);
+    const Owner *found = ownerOf(all, sessionURL, newBackup);
+    if (found == nullptr || found->knowsAny({newBackup}))
+        return;
+    Owner owner = *found;
+    owner.add(newBackup);
+    write(owner);
+}
+
+void releasePath(const Path &top, const Path &sessionURL) {
+    releasePath(owners(top), knownPath(sessionURL), {});
 }
 
 std::vector<HistoryCopy> copiesIn(const Path &folder) {

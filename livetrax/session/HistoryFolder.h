@@ -26,6 +26,13 @@ std::filesystem::path claimHistoryFolder(const std::filesystem::path &top,
                                          const std::filesystem::path &sessionURL,
                                          const std::string &newBackup);
 
+/// Lets a session that has a folder be recognised by a new backup too. Throws FileError.
+void rememberBackup(const std::filesystem::path &top, const std::filesystem::path &sessionURL,
+                    const std::string &newBackup);
+
+/// Takes the path from the folder that has it: a new session begins there. Throws FileError.
+void releasePath(const std::filesystem::path &top, const std::filesystem::path &sessionURL);
+
 /// The copies in a session's folder, newest first.
 std::vector<HistoryCopy> copiesIn(const std::filesystem::path &folder);
 

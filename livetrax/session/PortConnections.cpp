@@ -75,11 +75,15 @@ void PortConnections::follow(const Port &port) const {
     }
     std::sort(before.begin(), before.end());
     std::sort(after.begin(), after.end());
-    if (before == after)
-        return;
+    const bool isUnchanged = before == after;
     for (std::size_t index = 0; index < others.size(); ++index) {
         XMLElement connection = port.connections[index].element;
-        if (others[index])
+        // A track that feeds itself may have renamed its own one already.
+        if (isUnchanged && connection.attribute("other") == port.connections[index].other)
+            continue;
+        if (isUnchanged)
+            connection.setExistingAttribute("other", port.connections[index].other);
+        else if (others[index])
             connection.setExistingAttribute("other", *others[index]);
         else
             connection.remove();

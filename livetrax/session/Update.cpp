@@ -52,16 +52,19 @@ UpdatePlan LiveTraxGenerator::carryOut(const RecorderSystem &system, const Path 
         throw GeneratorError::recoveryDataPresent();
     XMLDocument session = loadSession(file);
     const Path backup = session::makeBackup(sessionURL, system.clock());
+    const History history(system);
     UpdatePlan plan;
     try {
         const XMLDocument base = XMLDocument::load(baseTemplateFile(system.resources));
         const std::string patchBefore = treePatchSignature(session.root()).value_or("");
         plan = updateSessionTree(session.root(), base.root(), channels);
-        History(system).around(sessionURL, syncNote(plan, patchBefore, patchSignature(channels)),
-                               lastPathComponent(backup), [&] { std::move(session).writeAtomically(file); });
+        history.around(sessionURL, syncNote(plan, patchBefore, patchSignature(channels)),
+                       lastPathComponent(backup), [&] { std::move(session).writeAtomically(file); });
     } catch (...) {
-        // Attempts that fail again and again leave one backup, not one each.
-        session::removeEqualBackups(backup);
+        // Attempts that fail again and again leave one backup, not one each. The history may know the session
+        // by one of those that go.
+        if (history.remember(sessionURL, lastPathComponent(backup)))
+            session::removeEqualBackups(backup);
         throw;
     }
     // The session is whole and in place: only now may the older copies go.

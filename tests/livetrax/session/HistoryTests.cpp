@@ -16,6 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Optional;
 using testing::SizeIs;
 using Case = GeneratorError::Case;
 using Before = HistoryNote::Before;
@@ -44,6 +45,9 @@ protected:
         LiveTraxGenerator::update(platform.platform, session, channels);
     }
     void update(const std::vector<LV1Channel> &channels) { update(gig(), channels); }
+    void refuse(const Path &session) {
+        EXPECT_TRUE(errorOf([&] { update(session, {channel("Kick", 0), channel("Kick", 1)}); }).has_value());
+    }
     /// Moves the session's folder and gives its file the folder's new name, as people do.
     Path move(const Path &session, const std::string &to) const {
         const Path moved = platform.folder.path() / to;
@@ -102,7 +106,7 @@ TEST_F(HistoryTest, TheNewestCopyIsTheFirstWhateverTheClockSays) {
 }
 
 TEST_F(HistoryTest, ARefusedUpdateLeavesNone) {
-    EXPECT_TRUE(errorOf([&] { update({channel("Kick", 0), channel("Kick", 1)}); }).has_value());
+    refuse(gig());
     EXPECT_THAT(copies(gig()), IsEmpty());
     EXPECT_FALSE(fileExists(top()));
 }
@@ -174,6 +178,62 @@ TEST_F(HistoryTest, ASessionWithoutItsBackupsIsKnownByItsPath) {
     EXPECT_THAT(copies(gig() / ""), SizeIs(1)) << "with a slash at its end as well";
     update({channel("Kick", 0)});
     EXPECT_THAT(copies(gig()), SizeIs(2));
+}
+
+TEST_F(HistoryTest, ASessionWhoseUpdateWasRefusedKeepsItsCopiesBesideACopyOfItself) {
+    update({channel("Kick In", 0)});
+    history.restore(gig(), newest(), {});
+    const Path copied = copy(gig(), "Tour/Gig");
+    refuse(gig()); // its backup equals the update's and takes its place
+    ASSERT_THAT(session::historyFolder(top(), gig()), Optional(top() / "Gig"));
+    EXPECT_THAT(copies(copied), IsEmpty());
+    update(copied, {channel("Kick", 0)});
+    EXPECT_THAT(copies(copied), SizeIs(1));
+    EXPECT_THAT(copies(gig()), SizeIs(2));
+}
+
+TEST_F(HistoryTest, AMovedSessionFindsItsCopiesAgainAfterRefusedUpdates) {
+    update({channel("Kick In", 0)});
+    history.restore(gig(), newest(), {});
+    refuse(gig());
+    refuse(gig());
+    const Path moved = move(gig(), "Tour/Lisbon");
+    EXPECT_THAT(copies(moved), SizeIs(2));
+    refuse(moved);
+    EXPECT_THAT(copies(moved), SizeIs(2));
+}
+
+TEST_F(HistoryTest, ASessionThatIsCreatedInThePlaceOfAMovedOneHasNoCopies) {
+    update({channel("Kick In", 0)});
+    const Path moved = move(gig(), "Archive/Gig");
+    LiveTraxGenerator::generate(platform.platform, "Gig", gig().parent_path(), {channel("Piano", 0)});
+    platform.writeSession(sessionText({track("Piano", 1)})); // as LiveTrax makes it
+    EXPECT_THAT(copies(gig()), IsEmpty());
+    EXPECT_THAT(copies(moved), SizeIs(1));
+    update({channel("Keys", 0)});
+    EXPECT_THAT(copies(gig()), SizeIs(1));
+    EXPECT_THAT(copies(moved), SizeIs(1));
+}
+
+TEST_F(HistoryTest, BackupsThatNoFolderKnowsAreThoseOfANewSession) {
+    update({channel("Kick In", 0)});
+    const Path moved = move(gig(), "Archive/Gig");
+    platform.writeSession(sessionText({track("Piano", 1)}));
+    platform.folder.write("Shows/Gig/backup/Corvane pre-sync 2020-01-01_00-00-00-000.ardour", "<Session/>");
+    EXPECT_THAT(copies(gig()), IsEmpty());
+    update({channel("Keys", 0)});
+    EXPECT_THAT(copies(gig()), SizeIs(1));
+    EXPECT_THAT(copies(moved), SizeIs(1));
+}
+
+TEST_F(HistoryTest, AFolderWithoutAPathIsNotLookedForWhereTheProgramRuns) {
+    update({channel("Kick In", 0)});
+    const Path moved = move(gig(), "Archive/Gig");
+    LiveTraxGenerator::generate(platform.platform, "Gig", gig().parent_path(), {channel("Piano", 0)});
+    const Path before = std::filesystem::current_path();
+    std::filesystem::current_path(moved);
+    EXPECT_THAT(copies(moved), SizeIs(1));
+    std::filesystem::current_path(before);
 }
 
 TEST_F(HistoryTest, ACopyWhoseNoteIsGoneIsListed) {

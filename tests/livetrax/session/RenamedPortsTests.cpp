@@ -208,5 +208,19 @@ TEST_F(ConnectedTracks, ATrackThatListensToAnotherFollowsIt) {
     EXPECT_EQ(heard.firstChild("Connection").attribute("other"), "Audio 2/audio_out 1");
 }
 
+TEST_F(ConnectedTracks, ATrackThatFeedsItselfAndTheOneItChangesPlacesWithKeepsBoth) {
+    std::string text = sessionText({track("Kick", 1, 1, 0), track("Vox", 2, 1, 1)});
+    const std::size_t port = text.find("name=\"Audio 2/audio_in 1\">") + 26;
+    platform.writeSession(text.insert(port, "<Connection other=\"Audio 2/audio_out 1\"/><Connection "
+                                            "other=\"Audio 1/audio_out 1\"/>"));
+    update({channel("Vox", 1), channel("Kick", 0)});
+    std::vector<std::string> heard;
+    const Tree tree = updated();
+    for (const XMLElement connection :
+         tree.route("Vox").firstChild("IO").firstChild("Port").children("Connection"))
+        heard.push_back(connection.attribute("other").value_or("none"));
+    EXPECT_THAT(heard, ElementsAre("Audio 2/audio_out 1", "Audio 1/audio_out 1"));
+}
+
 } // namespace
 } // namespace corvane
