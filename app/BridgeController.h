@@ -79,6 +79,8 @@ public:
     void waitUntil(int attempts, Condition condition, Completion completion);
     /// When the file was last written; none when that cannot be told.
     static std::optional<std::filesystem::file_time_type> modificationDate(const Path &file);
+    /// Shows an alert with this title and message, and this status.
+    void showFailure(const char *status, const char *title, const std::string &message);
     void showUpdateAlert(const std::string &message);
     /// Takes the newest update that took recordings out of the session back.
     void undoUpdate();
@@ -100,10 +102,10 @@ public:
     void acceptPatch(const Channels &list, const std::string &signature);
     /// A session was rewritten like this, and the patch is about to be accepted.
     void sessionUpdated(const Path &session, const UpdatePlan &done);
-    /// Whether this is the newest of the removals that were not undone.
+    /// Whether this is the newest of its session's removals that were not undone.
     bool canUndo(const Removal &removal) const;
-    /// The session is as it was before the newest removal: what was synchronised then is so again.
-    void updateUndone();
+    /// The session is as it was before the removal: what was synchronised then is so again.
+    void updateUndone(const Removal &undone);
     /// LiveTrax was started on the session: that is the one it opened last.
     void sessionOpened(const Path &session);
     void showStatus(const std::string &text);
@@ -151,7 +153,6 @@ private:
     bool leadsTo(std::size_t host) const;
     void connectToSelectedHost();
     void showPatchTitle();
-    void showFailure(const char *status, const char *title, const std::string &message);
     /// Whether the console's patch differs from the synchronised one.
     bool hasChanges() const;
     /// Sets the status detail to the differences between these channels and the synchronised ones.
@@ -182,8 +183,8 @@ private:
     void sessionWasRewritten();
     /// What was read of the active session and of the console's patch, if that is what was read last.
     const SessionAnswer *currentAnswer() const;
-    /// Of the active session, if that is the one that an update took something out of last.
-    const Removal *newestRemoval() const;
+    /// Null when nothing that an update took out of this session can be told of.
+    const Removal *newestRemoval(const std::optional<Path> &session) const;
     void chooseSession();
 
     Platform &platform;

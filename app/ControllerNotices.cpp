@@ -135,7 +135,7 @@ void BridgeController::askNowAndThen() {
 }
 
 void BridgeController::askAboutSessions() {
-    const auto *removal = newestRemoval();
+    const auto *removal = newestRemoval(activeSessionURL);
     sessionReader.ask({activeSessionURL, channelsPatch.value_or(""), channels, folderToSaveIn(),
                        removal != nullptr ? removal->copy : std::nullopt},
                       [weak = weak_from_this()](const SessionAnswer &read) {
@@ -146,8 +146,11 @@ void BridgeController::askAboutSessions() {
 
 void BridgeController::sessionsRead(const SessionAnswer &read) {
     answer = read;
-    if (read.exists && !removals.empty() && read.question.copy == removals.back().copy)
-        removals.back().recordingsSince = read.recordingsSince;
+    if (read.lastOpened != recentThen)
+        openedHere.reset(); // LiveTrax has listed what it has opened since
+    for (Removal &each : removals)
+        if (read.exists && each.copy && each.copy == read.question.copy)
+            each.recordingsSince = read.recordingsSince;
     if (const auto *current = currentAnswer()) {
         sessionIsAwaited = sessionIsAwaited && !current->exists;
         if (hasChanges() && current->plan)
@@ -163,8 +166,10 @@ const SessionAnswer *BridgeController::currentAnswer() const {
     return fits ? &*answer : nullptr;
 }
 
-const Removal *BridgeController::newestRemoval() const {
-    return !removals.empty() && removals.back().session == activeSessionURL ? &removals.back() : nullptr;
+const Removal *BridgeController::newestRemoval(const std::optional<Path> &session) const {
+    const auto found = std::find_if(removals.rbegin(), removals.rend(),
+                                    [&](const Removal &each) { return each.session == session; });
+    return found == removals.rend() ? nullptr : &*found;
 }
 
 // The notice
@@ -187,16 +192,19 @@ void BridgeController::showNotices() {
 NoticeFacts BridgeController::knownFacts() const {
     NoticeFacts facts = told;
     facts.session = activeSessionURL;
+    using Problem = NoticeFacts::CreateProblem;
+    if (facts.createProblem == Problem::noChannels && !channelsForCreate().empty())
+        facts.createProblem = Problem::none; // a patch was accepted, or an update undone
     facts.linkIsDown = buttons.link == ButtonFacts::Link::lost;
     facts.networkIsRefused = buttons.link != ButtonFacts::Link::up && client->browser->isRefused();
-    if (const auto *removal = newestRemoval()) {
+    if (const auto *removal = newestRemoval(activeSessionURL)) {
         facts.removedWithTakes = removal->tracks;
         facts.recordingsSinceRemoval = removal->recordingsSince;
     }
     if (answer) {
         facts.recording.volumes = answer->volumes;
         facts.recording.format = answer->format;
-        facts.lastOpened = openedHere && answer->lastOpened == recentThen ? openedHere : answer->lastOpened;
+        facts.lastOpened = openedHere ? openedHere : answer->lastOpened;
     }
     if (const auto *current = currentAnswer()) {
         facts.sessionIsGone = !current->exists && !sessionIsAwaited;

@@ -11,11 +11,18 @@
 
 namespace corvane {
 
-/// One question and what has been found. Belongs to the main queue but for `answer` and `state`, which belong
-/// to the reading queue until it has handed them back.
+namespace {
+
+/// Of the session's file, and of the copy that one might go back to.
+using FileStates = std::pair<FileState, FileState>;
+
+} // namespace
+
+/// One question and what has been found. Belongs to the main queue but for `answer` and `states`, which
+/// belong to the reading queue until it has handed them back.
 struct SessionReader::Reading {
     SessionAnswer answer;
-    FileState state;
+    FileStates states;
     Told told;          ///< empty once it was told
     bool again = false; ///< asked for the same once more meanwhile
 };
@@ -48,7 +55,7 @@ void readSession(SessionAnswer &answer) {
 }
 
 void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volumeOf, SessionAnswer &answer,
-              FileState &state, const std::function<bool()> &isWanted) {
+              FileStates &states, const std::function<bool()> &isWanted) {
     const SessionQuestion &question = answer.question;
     answer.lastOpened = LiveTraxGenerator::mostRecentSessionURL(system.folders);
     answer.volumes.clear();
@@ -61,16 +68,17 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
     if (!question.session)
         return;
     addVolume(*question.session);
-    const FileState now = stateOf(LiveTraxGenerator::sessionFile(*question.session));
-    answer.exists = now.has_value();
-    if (now && now == state)
+    const FileStates now{stateOf(LiveTraxGenerator::sessionFile(*question.session)),
+                         question.copy ? stateOf(question.copy->file) : std::nullopt};
+    answer.exists = now.first.has_value();
+    if (answer.exists && now == states)
         return; // known already
-    state = now;
+    states = now;
     answer.signature.reset();
     answer.format = {};
     answer.plan.reset();
     answer.recordingsSince.reset();
-    if (!now || !isWanted())
+    if (!answer.exists || !isWanted())
         return;
     readSession(answer);
     if (!answer.signature || !isWanted())
@@ -102,7 +110,7 @@ void SessionReader::ask(SessionQuestion question, Told told) {
     // What was found for the same question still holds as long as the file is the same.
     if (reading && !reading->told && reading->answer.question == question) {
         next->answer = reading->answer;
-        next->state = reading->state;
+        next->states = reading->states;
     }
     next->answer.question = std::move(question);
     next->told = std::move(told);
@@ -111,17 +119,17 @@ void SessionReader::ask(SessionQuestion question, Told told) {
                                platform.defaults.get(),  platform.applications.get(),
                                platform.processes.get(), platform.clock};
     queue->post([reader = this, &main = platform.main, system, volumeOf = volumeOf,
-                 weak = std::weak_ptr(next), answer = next->answer, state = next->state]() mutable {
+                 weak = std::weak_ptr(next), answer = next->answer, states = next->states]() mutable {
         const auto isWanted = [&weak] { return !weak.expired(); };
         if (!isWanted())
             return;
-        readDisk(system, volumeOf, answer, state, isWanted);
-        main.post([reader, weak, answer = std::move(answer), state] {
+        readDisk(system, volumeOf, answer, states, isWanted);
+        main.post([reader, weak, answer = std::move(answer), states] {
             const auto done = weak.lock();
             if (!done)
                 return; // replaced, or the reader has gone
             done->answer = answer;
-            done->state = state;
+            done->states = states;
             const auto tell = std::exchange(done->told, nullptr);
             if (done->again)
                 reader->ask(done->answer.question, tell);

@@ -1,8 +1,10 @@
 #include "app/SessionUpdate.h"
 
 #include "app/BridgeController.h"
+#include "livetrax/session/GeneratorError.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "patch/FiniteColours.h"
+#include "platform/files/Files.h"
 
 #include <cmath>
 #include <exception>
@@ -80,6 +82,8 @@ const char *SessionUpdate::cancelledText() const {
 }
 
 void SessionUpdate::confirm() {
+    if (!isPossible())
+        return;
     // Held by the question until it is answered, from then on by the controller alone.
     auto answered = [self = shared_from_this(),
                      owner = controller.weak_from_this()](std::size_t button) mutable {
@@ -118,6 +122,9 @@ void SessionUpdate::answered(const std::optional<TransportState> &transport) {
     } else if (isDone()) {
         controller.showStatus(statusBefore);
         end();
+    } else if (!transport && quitting && !quitting->isTerminated()) {
+        application = quitting; // which answers nobody any more while it closes
+        close();
     } else if (!transport) {
         fail(didNotAnswer);
     } else if (isMoving(*transport)) { // armed tracks of a transport that stands still are no reason
@@ -137,12 +144,15 @@ void SessionUpdate::save() {
         const auto now = BridgeController::modificationDate(file);
         return now && *now > before;
     };
-    wait(saving, isSaved, [](SessionUpdate &update, bool) { update.close(); });
+    wait(saving, isSaved, [](SessionUpdate &update, bool) {
+        if (update.quitting || update.isPossible())
+            update.close();
+    });
 }
 
 void SessionUpdate::close() {
     enter(closing);
-    quitWasAsked = true;
+    quitting = application;
     application->terminate();
     waitForTheEnd(closing, &SessionUpdate::force);
 }
@@ -162,10 +172,29 @@ void SessionUpdate::rewrite() {
         undone ? putBack() : follow();
         reopen();
     } catch (const std::exception &error) {
-        fail(error.what());
+        if (undone && isDone()) { // only LiveTrax could not be started
+            controller.showFailure(undoneText, "LiveTrax was not reopened", error.what());
+            end();
+        } else {
+            fail(error.what());
+        }
         return;
     }
     end();
+}
+
+bool SessionUpdate::isPossible() {
+    if (!undone)
+        return true;
+    try {
+        const auto recordings = History(platform).recordingsSince(session, *undone->copy);
+        if (recordings > 0)
+            throw GeneratorError::recordingsMade(recordings);
+        return true;
+    } catch (const std::exception &error) {
+        fail(error.what());
+        return false;
+    }
 }
 
 /// Brings the session to the console's patch.
@@ -181,12 +210,22 @@ void SessionUpdate::putBack() {
     try {
         History(platform).restore(session, *undone->copy, {});
     } catch (...) {
-        if (quitWasAsked)
-            reopen();
+        if (quitting)
+            reopenAsItIs();
         throw;
     }
-    controller.updateUndone();
+    controller.updateUndone(*undone);
     show(undoneText);
+}
+
+/// After a failure, which is what is told then.
+void SessionUpdate::reopenAsItIs() {
+    try {
+        if (fileExists(LiveTraxGenerator::sessionFile(session)))
+            reopen();
+    } catch (const std::exception &) {
+        return;
+    }
 }
 
 /// Unless somebody started LiveTrax while the session was being written.

@@ -47,9 +47,9 @@ public:
     void rewrite();
 
     /// From here on LiveTrax is closed or closing: what has been begun must be brought to an end.
-    bool hasAskedToQuit() const { return quitWasAsked; }
+    bool hasAskedToQuit() const { return quitting != nullptr; }
     /// Follows one that LiveTrax was asked to quit for.
-    void inherit(const SessionUpdate &older) { quitWasAsked = quitWasAsked || older.quitWasAsked; }
+    void inherit(const SessionUpdate &older) { quitting = older.quitting; }
     /// The status of the step that it is in.
     const std::string &status() const { return currentStatus; }
     /// The status once a person has thought better of it.
@@ -64,9 +64,13 @@ private:
     static const Wait closing;
     static const Wait forcing;
 
+    /// Whether the way back is still open, as far as that can be told while LiveTrax runs. Ends the update if
+    /// it is not.
+    bool isPossible();
     void follow();
     void putBack();
     void reopen();
+    void reopenAsItIs();
     void show(const std::string &status);
     void enter(const Wait &wait);
     void answered(const std::optional<TransportState> &transport);
@@ -90,7 +94,7 @@ private:
     std::string currentStatus;
     std::string statusBefore; ///< what stood there when the question was answered
     std::size_t updatesBefore;
-    bool quitWasAsked = false;
+    std::shared_ptr<RunningApplication> quitting; ///< the LiveTrax that was asked to quit
 };
 
 } // namespace corvane

@@ -66,7 +66,7 @@ std::filesystem::path BridgeController::folderToSaveIn() const {
     if (trimmed(text).empty())
         return platform.folders.music().value_or(platform.folders.home);
     if (text == "~" || text.starts_with("~/"))
-        return platform.folders.home / text.substr(std::min<std::size_t>(text.size(), 2));
+        return platform.folders.home / text.substr(std::min(text.find_first_not_of('/', 1), text.size()));
     std::error_code failure;
     const Path working = std::filesystem::current_path(failure);
     return failure ? Path(text) : working / text;
@@ -180,7 +180,7 @@ void BridgeController::showFailure(const char *status, const char *title, const 
 // Undoing an update
 
 void BridgeController::undoUpdate() {
-    const auto *removal = newestRemoval();
+    const auto *removal = newestRemoval(activeSessionURL);
     if (removal == nullptr || !removal->copy)
         return;
     const auto undoing = std::make_shared<SessionUpdate>(*this, platform, view, *removal);
@@ -191,15 +191,17 @@ void BridgeController::undoUpdate() {
 }
 
 bool BridgeController::canUndo(const Removal &removal) const {
-    return !removals.empty() && removals.back().copy == removal.copy;
+    const auto *newest = newestRemoval(removal.session);
+    return newest != nullptr && newest->copy == removal.copy;
 }
 
-void BridgeController::updateUndone() {
-    const Removal undone = std::move(removals.back());
-    removals.pop_back();
+void BridgeController::updateUndone(const Removal &undone) {
+    std::erase_if(removals, [&](const Removal &each) { return each.copy == undone.copy; });
     sessionWasRewritten();
+    updateLines.clear();
     synchronizedPatch = undone.patch;
     synchronizedChannels = undone.channels;
+    recolourSnapshot(channels);
     buttons.comparison = undone.comparison;
     buttons.justSynced = false;
     view.setStatusDetail("");

@@ -95,6 +95,19 @@ TEST_F(ControllerNoticesTest, AnotherSessionThatLiveTraxOpenedLastCanBeUsed) {
     EXPECT_EQ(text(), "");
 }
 
+TEST_F(ControllerNoticesTest, ASessionThatLiveTraxGoesBackToIsNotTakenForTheOneOpenedFromHere) {
+    begin(kickAndKeys());
+    view.nameText = "Friday Night";
+    controller->createSession();
+    opensLast(makeSessionFolder("Friday Night"));
+    fakes.clock->advance(60s);
+    EXPECT_EQ(text(), "");
+    opensLast(show);
+    fakes.clock->advance(60s);
+    EXPECT_EQ(text(),
+              "LiveTrax opened “\u2068Show\u2069” last; SYNC LV1 works on “\u2068Friday Night\u2069”.");
+}
+
 TEST_F(ControllerNoticesTest, ANewSessionIsNeitherGoneNorAnotherOneUntilLiveTraxHasMadeIt) {
     begin(kickAndKeys());
     view.nameText = "Friday Night";
@@ -186,6 +199,9 @@ TEST_F(ControllerNoticesTest, CreateThatCanDoNothingSaysWhy) {
     fakes.clock->advance(1s);
     controller->createSession();
     EXPECT_EQ(text(), "The synchronised patch has no channels; press SYNC LV1.");
+    controller->connectSelected();
+    EXPECT_EQ(controller->synchronizedChannels->size(), 1U);
+    EXPECT_EQ(text(), "");
 }
 
 TEST_F(ControllerNoticesTest, ANoticeThatWasPutAwayStaysAwayUntilItChanges) {

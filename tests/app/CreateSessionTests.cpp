@@ -167,6 +167,7 @@ TEST_F(SaveInTest, ATildeIsTheHomeFolder) {
     EXPECT_EQ(folderOf("~/"), fakes.folders->home);
     EXPECT_EQ(folderOf("~/Shows/Palau"), fakes.folders->home / "Shows/Palau");
     EXPECT_EQ(view.pathText, "~/Shows/Palau");
+    EXPECT_EQ(folderOf("~//Shows/Palau"), fakes.folders->home / "Shows/Palau");
 }
 
 TEST_F(SaveInTest, OtherFoldersAreThoseOfTheWorkingFolder) {

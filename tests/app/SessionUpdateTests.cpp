@@ -284,6 +284,55 @@ TEST_F(SessionUpdateTest, ATakenOverUpdateIsFinishedBeforeTheEndAsWell) {
     EXPECT_EQ(view.status(), "Finishing the update…");
 }
 
+TEST_F(SessionUpdateTest, ALiveTraxThatIsDeafWhileItClosesIsWaitedForByTheUpdateThatTakesOver) {
+    becomeAmber();
+    quitIsHeld = isDeafWhenClosing = true;
+    pressAnd(updateButton);
+    stepUntilStatus("Closing LiveTrax…");
+    pressAnd(updateButton);
+    ASSERT_EQ(view.status(), "Checking transport…");
+    stepUntilStatus("Closing LiveTrax…");
+    quitIsHeld = false;
+    stepUntilStatus("Session updated: 1 adjusted, 1 added, 1 removed.");
+    EXPECT_EQ(rewrites, 1);
+    EXPECT_TRUE(isRunning());
+    EXPECT_EQ(view.alerts.back().message, "Update Session");
+}
+
+TEST_F(SessionUpdateTest, ADeafLiveTraxIsWaitedForBeforeTheProgramEndsAsWell) {
+    becomeAmber();
+    quitIsHeld = isDeafWhenClosing = true;
+    pressAnd(updateButton);
+    stepUntilStatus("Closing LiveTrax…");
+    pressAnd(updateButton);
+    int ends = 0;
+    EXPECT_FALSE(controller->requestQuit([&] { ++ends; }));
+    for (int steps = 0; steps < 80; ++steps)
+        step();
+    EXPECT_EQ(ends, 0);
+    quitIsHeld = false;
+    stepUntil([&] { return ends > 0; });
+    EXPECT_EQ(rewrites, 1);
+    EXPECT_TRUE(isRunning());
+    EXPECT_THAT(view.errors, IsEmpty());
+}
+
+TEST_F(SessionUpdateTest, AnotherLiveTraxThatDoesNotAnswerIsNotClosedForTheOneThatWas) {
+    becomeAmber();
+    quitIsHeld = true;
+    pressAnd(updateButton);
+    stepUntilStatus("Closing LiveTrax…");
+    pressAnd(updateButton);
+    liveTrax().terminated = true;
+    openLiveTrax();
+    fakes.clock->advance(10s); // and nobody answers
+    EXPECT_EQ(view.alerts.back(),
+              (Alert{"Session was not updated",
+                     "Could not check LiveTrax transport. Stop playback and try again."}));
+    EXPECT_EQ(liveTrax().terminateRequests, 0);
+    EXPECT_EQ(sessionSignature(), signature(kickAndKeys()));
+}
+
 TEST_F(SessionUpdateTest, ASpeedThatIsNotANumberIsNoStandstill) {
     becomeAmber();
     speed = std::numeric_limits<float>::quiet_NaN();

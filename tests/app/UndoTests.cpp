@@ -54,6 +54,9 @@ protected:
         pressUndo();
         answer(button);
     }
+    void removeCopies() const {
+        std::filesystem::remove_all(fakes.folders->home / "Library/Application Support/Corvane/History");
+    }
     std::string text() const { return view.notice ? view.notice->text : ""; }
     std::string action() const { return view.notice ? view.notice->action : ""; }
     std::string sessionText() const {
@@ -334,11 +337,147 @@ TEST_F(UndoTest, AnotherActiveSessionHasNothingToUndo) {
 
 TEST_F(UndoTest, ACopyThatIsGoneIsNotOffered) {
     beOffered();
-    std::filesystem::remove_all(fakes.folders->home / "Library/Application Support/Corvane/History");
+    removeCopies();
     touch(session / "Show.ardour");
     fakes.clock->advance(60s);
     EXPECT_EQ(text(), keysLeft);
     EXPECT_EQ(action(), "");
+}
+
+TEST_F(UndoTest, ACopyThatVanishesIsNoticedAlthoughTheSessionIsTheSame) {
+    beOffered();
+    removeCopies();
+    fakes.clock->advance(60s);
+    EXPECT_EQ(text(), keysLeft);
+    EXPECT_EQ(action(), "");
+}
+
+TEST_F(UndoTest, WithoutItsCopyLiveTraxIsNotEvenAskedAbout) {
+    beOffered();
+    removeCopies();
+    pressUndo();
+    ASSERT_THAT(view.alerts, SizeIs(1));
+    EXPECT_EQ(view.alerts.back().message, "Update was not undone");
+    EXPECT_EQ(view.status(), "The update was not undone.");
+    EXPECT_FALSE(view.updateUnderWay);
+}
+
+TEST_F(UndoTest, RecordingsThatLiveTraxHasJustSavedAreSeenBeforeItIsAskedAbout) {
+    beOffered();
+    record(session, "Kick", 2);
+    pressUndo();
+    ASSERT_THAT(view.alerts, SizeIs(1));
+    EXPECT_EQ(view.alerts.back(), (Alert{"Update was not undone", "1 recording was made since then."}));
+}
+
+TEST_F(UndoTest, RecordingsThatLiveTraxSavesWhenToldToKeepItOpen) {
+    beOffered();
+    pressUndoAnd(updateButton);
+    stepUntilStatus("Saving the session…");
+    record(session, "Kick", 2);
+    stepUntilStatus("The update was not undone.");
+    EXPECT_EQ(view.alerts.back(), (Alert{"Update was not undone", "1 recording was made since then."}));
+    EXPECT_EQ(liveTrax().terminateRequests, 0);
+}
+
+TEST_F(UndoTest, ACopyThatVanishesWhileLiveTraxSavesKeepsItOpen) {
+    beOffered();
+    pressUndoAnd(updateButton);
+    stepUntilStatus("Saving the session…");
+    removeCopies();
+    stepUntilStatus("The update was not undone.");
+    EXPECT_EQ(liveTrax().terminateRequests, 0);
+    EXPECT_FALSE(view.updateUnderWay);
+}
+
+TEST_F(UndoTest, LiveTraxIsNotReopenedOnASessionThatIsGone) {
+    beOffered();
+    pressUndoAnd(updateButton);
+    stepUntilStatus("Closing LiveTrax…");
+    std::filesystem::remove_all(session);
+    stepUntilStatus("The update was not undone.");
+    EXPECT_THAT(fakes.processes->started, IsEmpty());
+}
+
+TEST_F(UndoTest, OfTwoFailuresTheFirstIsTold) {
+    beOffered();
+    pressUndoAnd(updateButton);
+    stepUntilStatus("Closing LiveTrax…");
+    record(session, "Kick", 2);
+    fakes.processes->failure = "no memory";
+    stepUntilStatus("The update was not undone.");
+    EXPECT_EQ(view.alerts.back(), (Alert{"Update was not undone", "1 recording was made since then."}));
+}
+
+TEST_F(UndoTest, AnUpdateThatWasUndoneIsNotSaidToStandWhereOnlyLiveTraxDoesNotStart) {
+    beOffered();
+    liveTrax().terminated = true;
+    fakes.processes->failure = "no memory";
+    pressUndo();
+    EXPECT_EQ(sessionSignature(), signature(kickAndKeys()));
+    EXPECT_EQ(view.status(), undoneText);
+    ASSERT_THAT(view.alerts, SizeIs(1));
+    EXPECT_EQ(view.alerts.back().message, "LiveTrax was not reopened");
+    EXPECT_THAT(view.alerts.back().informativeText, testing::HasSubstr("no memory"));
+    EXPECT_FALSE(view.updateUnderWay);
+}
+
+TEST_F(UndoTest, ADeafLiveTraxThatClosesIsWaitedForWhenTheUndoTakesOver) {
+    beOffered();
+    consoleSendsPatch({channel("Later", 7, 20)});
+    quitIsHeld = isDeafWhenClosing = true;
+    pressAnd(updateButton);
+    stepUntilStatus("Closing LiveTrax…");
+    pressUndoAnd(updateButton);
+    ASSERT_EQ(view.status(), "Checking transport…");
+    stepUntilStatus("Closing LiveTrax…");
+    quitIsHeld = false;
+    stepUntilStatus(undoneText);
+    EXPECT_EQ(rewrites, 1);
+    EXPECT_EQ(sessionSignature(), signature(kickAndKeys()));
+}
+
+TEST_F(UndoTest, TheColoursAreTheConsolesAndNothingOfTheUpdateIsSaidLater) {
+    beOffered();
+    Channels coloured = movedKeys();
+    coloured[0].red = 0.5F;
+    controller->client->onChannels(coloured);
+    liveTrax().terminated = true;
+    pressUndo();
+    ASSERT_TRUE(controller->synchronizedChannels);
+    EXPECT_EQ(controller->synchronizedChannels->front().red, 0.5F);
+    consoleSendsPatch(kickAndKeys());
+    EXPECT_EQ(view.statusDetail, "");
+}
+
+TEST_F(UndoTest, EachSessionHasAWayBackOfItsOwn) {
+    beOffered();
+    const auto other = *fakes.musicFolder / "Palau";
+    std::filesystem::create_directories(other);
+    std::filesystem::copy(session / "Show.ardour", other / "Palau.ardour");
+    controller->activeSessionURL = other;
+    record(other, "Kick", 2);
+    consoleSendsPatch({channel("Keys", 2, 8, true)});
+    liveTrax().terminated = true;
+    controller->connectSelected();
+    fakes.clock->run();
+    ASSERT_EQ(text(), "1 track with recordings left the session: “\u2068Kick\u2069”.");
+    controller->activeSessionURL = session;
+    controller->fieldsEdited();
+    fakes.clock->run();
+    while (view.notice && view.notice->kind != Notice::Kind::takesRemoved)
+        controller->dismissNotice(); // that the session differs
+    ASSERT_EQ(view.notice, (Notice{Notice::Kind::takesRemoved, keysLeft, "Undo"}));
+    liveTrax().terminated = true;
+    pressUndo();
+    EXPECT_EQ(view.status(), undoneText);
+    EXPECT_EQ(sessionSignature(), signature(kickAndKeys()));
+    controller->activeSessionURL = other;
+    controller->fieldsEdited();
+    fakes.clock->run();
+    while (view.notice && view.notice->kind != Notice::Kind::takesRemoved)
+        controller->dismissNotice();
+    EXPECT_EQ(action(), "Undo");
 }
 
 TEST_F(UndoTest, CancelEndsAnUpdateThatWaitsAsWell) {

@@ -75,7 +75,8 @@ protected:
     void answerQuery() {
         const auto sent = sentToLiveTrax();
         const auto asked = std::count(sent.begin(), sent.end(), "/is_recording");
-        if (std::exchange(queries, asked) == asked || !isRunning())
+        const bool deaf = isDeafWhenClosing && liveTrax().terminateRequests > 0;
+        if (std::exchange(queries, asked) == asked || !isRunning() || deaf)
             return;
         liveTraxAnswers("/is_recording", false);
         liveTraxAnswers("/transport_speed", speed);
@@ -101,6 +102,7 @@ protected:
     std::vector<std::shared_ptr<FakeRunningApplication>> liveTraxes; ///< in the order of their start
     std::map<const void *, int> stepsSinceQuit;
     bool quitIsHeld = false;
+    bool isDeafWhenClosing = false; ///< LiveTrax answers no question once it was asked to quit
     float speed = 0;
     std::ptrdiff_t queries = 0;
     std::set<std::size_t> answered; ///< questions, by their position among the alerts
