@@ -189,6 +189,9 @@ TEST(PosixMulticast, WhereTheSystemRefusesMembershipsWhatIsSentDirectlyIsHeard) 
 }
 
 TEST(PosixMulticast, WhereInterfacesCannotBeListedWhatIsSentDirectlyIsHeard) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer takes a descriptor of its own to look at memory, and here there is none";
+#endif
     CORVANE_ENTER_PRIVATE_NETWORK({.loopbackMulticast = true});
     Listener listener;
     listener.open(); // the event loop opens what it needs with its first socket
