@@ -42,6 +42,7 @@ protected:
         platform.multicast = std::make_unique<FakeMulticastListening>();
         platform.folders = fakeFolders(folder.path());
         platform.defaults = std::make_unique<FakeUserDefaults>();
+        platform.processes = std::make_unique<FakeProcessLauncher>();
         platform.host = fakeHost;
         auto applications = std::make_unique<FakeRunningApplications>();
         applications->running["com.harrisonconsoles.LiveTrax3"] = liveTrax;
