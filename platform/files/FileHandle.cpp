@@ -13,12 +13,19 @@
 namespace corvane {
 namespace {
 
+FileError notOrdinary(const char *what, const std::filesystem::path &path) {
+    return FileError("The file “" + path.string() + "” could not be " + what +
+                     ": It is not an ordinary file.");
+}
+
 FileHandle opened(const std::filesystem::path &path, int flags, const char *what) {
     constexpr mode_t mode = 0666;
     int descriptor = -1;
     do {
         descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode);
     } while (descriptor < 0 && errno == EINTR);
+    if (descriptor < 0 && errno == ENXIO) // a named pipe that nobody reads from
+        throw notOrdinary(what, path);
     if (descriptor < 0)
         throw FileError::cannot(what, path, errno);
     return FileHandle(descriptor, path);
@@ -38,7 +45,13 @@ std::size_t readRetrying(const std::filesystem::path &path, Read read) {
 } // namespace
 
 FileHandle FileHandle::openForAppending(const std::filesystem::path &path) {
-    return opened(path, O_WRONLY | O_APPEND | O_CREAT, "written");
+    // Without waiting for somebody to read from what may be a named pipe.
+    FileHandle file = opened(path, O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK, "written");
+    struct stat status {};
+    if (::fstat(file.descriptor, &status) == 0 && !S_ISREG(status.st_mode) && !S_ISCHR(status.st_mode))
+        throw notOrdinary("written", path);
+    ::fcntl(file.descriptor, F_SETFL, O_APPEND); // programs inherit it, and what they write may wait
+    return file;
 }
 
 FileHandle FileHandle::openForReading(const std::filesystem::path &path) {
@@ -46,7 +59,7 @@ FileHandle FileHandle::openForReading(const std::filesystem::path &path) {
     FileHandle file = opened(path, O_RDONLY | O_NONBLOCK, "read");
     struct stat status {};
     if (::fstat(file.descriptor, &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))
-        throw FileError("The file “" + path.string() + "” could not be read: It is not an ordinary file.");
+        throw notOrdinary("read", path);
     return file;
 }
 

@@ -10,7 +10,7 @@ namespace corvane {
 /// An open file, closed when let go of, never inherited by started programs.
 class FileHandle {
 public:
-    /// Opens (creating it if missing) for appending. Throws FileError.
+    /// Opens (creating it if missing) for appending; a named pipe is refused at once. Throws FileError.
     static FileHandle openForAppending(const std::filesystem::path &path);
     /// Opens what is there. Throws FileError.
     static FileHandle openForReading(const std::filesystem::path &path);

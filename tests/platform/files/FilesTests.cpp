@@ -275,6 +275,23 @@ TEST(Files, WhatIsNoFileIsRefusedAtOnce) {
     EXPECT_THAT(errorOf([&] { readFile("/dev/zero"); }), HasSubstr("not an ordinary file"));
 }
 
+TEST(Files, ANamedPipeIsNotAppendedToWhetherSomebodyReadsItOrNot) {
+    const TemporaryFolder folder;
+    const fs::path pipe = folder / "pipe";
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const std::string refusal =
+        "The file “" + pipe.string() + "” could not be written: It is not an ordinary file.";
+    EXPECT_EQ(errorOf([&] { FileHandle::openForAppending(pipe); }), refusal);
+    const FileHandle reader(::open(pipe.c_str(), O_RDONLY | O_NONBLOCK));
+    EXPECT_EQ(errorOf([&] { FileHandle::openForAppending(pipe); }), refusal);
+}
+
+TEST(Files, AFileThatIsAppendedToIsWaitedForAsEver) {
+    const TemporaryFolder folder;
+    const FileHandle handle = FileHandle::openForAppending(folder / "log");
+    EXPECT_EQ(::fcntl(handle.fileDescriptor(), F_GETFL) & (O_NONBLOCK | O_APPEND), O_APPEND);
+}
+
 TEST(Files, ACopyHasTheBytesAndTheModeOfItsFile) {
     const TemporaryFolder folder;
     const std::string content(200'000, 'x');
