@@ -273,7 +273,7 @@ void BridgeController::togglePatch() {
 }
 
 void BridgeController::chooseFolder() {
-    view.chooseFolder([weak = weak_from_this()](const std::optional<Path> &folder) {
+    view.chooseFolder(folderToSaveIn(), [weak = weak_from_this()](const std::optional<Path> &folder) {
         if (const auto controller = weak.lock(); controller && folder)
             controller->view.setOutputPath(folder->string());
     });

@@ -181,6 +181,7 @@ private:
     void askNowAndThen();
     void sessionsRead(const SessionAnswer &answer);
     void sessionWasRewritten();
+    bool isOfActiveSession(const SessionAnswer &read) const;
     /// What was read of the active session and of the console's patch, if that is what was read last.
     const SessionAnswer *currentAnswer() const;
     /// Null when nothing that an update took out of this session can be told of.

@@ -93,8 +93,9 @@ public:
     virtual void showAlert(const Alert &alert, std::function<void(std::size_t button)> answered) = 0;
     /// Shows lines to read, under a title; nothing is asked.
     virtual void showLines(const std::string &title, const std::vector<std::string> &lines) = 0;
-    /// Lets the user choose or create a folder; none when the user cancels.
-    virtual void chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) = 0;
+    /// Lets the user choose or create a folder, starting from this one; none when the user cancels.
+    virtual void chooseFolder(const std::filesystem::path &from,
+                              std::function<void(std::optional<std::filesystem::path>)> chosen) = 0;
     /// The About panel, and the application to the front.
     virtual void showAbout() = 0;
 };

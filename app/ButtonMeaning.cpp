@@ -9,14 +9,26 @@ namespace {
 using Link = ButtonFacts::Link;
 using Comparison = ButtonFacts::Comparison;
 
+const char *redMeaning(Link link) {
+    switch (link) {
+    case Link::greeting:
+        return "Red: the console is being greeted";
+    case Link::up:
+        return "Red: the console has not sent its patch yet";
+    default:
+        return "Red: no console is connected";
+    }
+}
+
 std::string colourMeaning(const ButtonFacts &facts) {
     if (facts.red)
-        return std::string(facts.link == Link::greeting ? "Red: the console is being greeted"
-                                                        : "Red: no console is connected") +
-               (facts.changesPending ? ", and there are changes since the last sync." : ".");
+        return redMeaning(facts.link) +
+               std::string(facts.changesPending ? ", and there are changes since the last sync." : ".");
     if (facts.changesPending)
         return facts.justSynced ? "Green: synced, but the console's patch has changed since."
                                 : "Amber: the console's patch has changed.";
+    if (facts.link == Link::greeting)
+        return "Green: the patch is synced; the console is being greeted.";
     if (facts.link != Link::up)
         return "Green: the patch is synced; no console is connected now.";
     switch (facts.comparison) {
@@ -24,6 +36,9 @@ std::string colourMeaning(const ButtonFacts &facts) {
         return "Green: the first patch since the start; no session was compared with it.";
     case Comparison::session:
         return "Green: " + quotation(facts.session.value_or("")) + " has the console's patch.";
+    case Comparison::differs:
+        return "Green: the first patch since the start; " + quotation(facts.session.value_or("")) +
+               " differs from it.";
     case Comparison::sync:
         return "Green: no changes since the last sync.";
     }
@@ -47,6 +62,8 @@ std::string connectMeaning(const ButtonFacts &facts) {
 }
 
 std::string createMeaning(const ButtonFacts &facts) {
+    if (facts.channelsKnown && facts.channelsForCreate == 0)
+        return "Makes no LiveTrax session now: the synchronised patch has no channels. Press SYNC LV1.";
     const std::string of = counted(facts.channelsForCreate, "channel", "channels");
     if (facts.channelsForCreate == 0)
         return "Makes a LiveTrax session with one armed track for each channel and opens it. Possible once "

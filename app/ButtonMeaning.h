@@ -17,6 +17,7 @@ struct ButtonFacts {
     enum class Comparison {
         none,    ///< the first patch since the start, compared with nothing
         session, ///< the session on disk was read and has the console's patch
+        differs, ///< the session on disk was read and has another one
         sync,    ///< an update, or a press that accepted the patch
     };
 
@@ -28,6 +29,7 @@ struct ButtonFacts {
     std::optional<std::string> session; ///< the name of the one that SYNC LV1 works on
     bool hostSelected = false;
     bool updateUnderWay = false;
+    bool channelsKnown = false; ///< the console has some
     std::size_t channelsForCreate = 0;
 };
 

@@ -9,6 +9,7 @@
 #include "patch/RecorderNames.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <system_error>
 #include <utility>
 
@@ -26,6 +27,26 @@ std::size_t inputsOf(const std::vector<LV1Channel> &channels) {
     return inputs;
 }
 
+/// How many tracks the update would move among those that stay. Where they stand in the console's order
+/// already, other numbers for their places are nothing to tell.
+std::size_t movedTracks(const UpdatePlan &plan) {
+    std::size_t moved = 0;
+    bool isSorted = true;
+    long place = 0;
+    long last = 0;
+    for (const TrackDecision &track : plan.tracks) {
+        ++place;
+        if (track.action == TrackDecision::Action::add || track.action == TrackDecision::Action::remove)
+            continue;
+        const auto &order = track.was.order;
+        const long before = order ? std::strtol(order->c_str(), nullptr, 10) : place;
+        moved += order ? 1U : 0U;
+        isSorted = isSorted && before > last;
+        last = before;
+    }
+    return isSorted ? 0 : moved;
+}
+
 /// A name that the recorder spells in its own way is the same name.
 SessionDifference difference(const UpdatePlan &plan) {
     SessionDifference found;
@@ -34,7 +55,15 @@ SessionDifference difference(const UpdatePlan &plan) {
         found.extra += track.action == TrackDecision::Action::remove ? 1U : 0U;
         found.changed += track.was.name && !isRecorded(*track.was.name, track.name) ? 1U : 0U;
     }
+    found.moved = movedTracks(plan);
     return found;
+}
+
+/// Whether the session has the console's patch, be it with names as the recorder spells them.
+bool isInStep(const SessionAnswer &answer) {
+    if (answer.signature == answer.question.patch)
+        return true;
+    return answer.plan && difference(*answer.plan) == SessionDifference{};
 }
 
 /// The tracks that go although they hold recordings.
@@ -64,8 +93,10 @@ void BridgeController::showMeanings() {
     if (session)
         facts.session = LiveTraxGenerator::sessionFile(*session).stem().string();
     const auto *current = currentAnswer();
-    if (facts.comparison == ButtonFacts::Comparison::none && current && current->signature == currentPatch)
-        facts.comparison = ButtonFacts::Comparison::session;
+    if (facts.comparison == ButtonFacts::Comparison::none && current && current->signature)
+        facts.comparison =
+            isInStep(*current) ? ButtonFacts::Comparison::session : ButtonFacts::Comparison::differs;
+    facts.channelsKnown = !channels.empty();
     facts.hostSelected = selectedHost().has_value();
     facts.updateUnderWay = update != nullptr;
     facts.channelsForCreate = channels.empty() ? 0 : channelsForCreate().size();
@@ -151,8 +182,9 @@ void BridgeController::sessionsRead(const SessionAnswer &read) {
     for (Removal &each : removals)
         if (read.exists && each.copy && each.copy == read.question.copy)
             each.recordingsSince = read.recordingsSince;
+    if (isOfActiveSession(read))
+        sessionIsAwaited = sessionIsAwaited && !read.exists;
     if (const auto *current = currentAnswer()) {
-        sessionIsAwaited = sessionIsAwaited && !current->exists;
         if (hasChanges() && current->plan)
             view.setStatusDetail(listing("SYNC LV1 will change:", planLines(*current->plan)));
     }
@@ -160,9 +192,13 @@ void BridgeController::sessionsRead(const SessionAnswer &read) {
     showMeanings();
 }
 
+bool BridgeController::isOfActiveSession(const SessionAnswer &read) const {
+    return activeSessionURL && read.question.session == activeSessionURL;
+}
+
 const SessionAnswer *BridgeController::currentAnswer() const {
-    const bool fits = answer && answer->question.session && answer->question.session == activeSessionURL &&
-                      answer->question.patch == currentPatch.value_or("");
+    const bool fits =
+        answer && isOfActiveSession(*answer) && answer->question.patch == currentPatch.value_or("");
     return fits ? &*answer : nullptr;
 }
 
@@ -176,12 +212,19 @@ const Removal *BridgeController::newestRemoval(const std::optional<Path> &sessio
 
 void BridgeController::showNotices() {
     const std::vector<Notice> all = notices(knownFacts());
-    const auto isAmong = [](const std::vector<Notice> &list, const Notice &one) {
-        return std::find(list.begin(), list.end(), one) != list.end();
+    using Kind = Notice::Kind;
+    const bool isReading = activeSessionURL && currentAnswer() == nullptr;
+    const auto isOver = [&](const Notice &away) {
+        if (isReading && (away.kind == Kind::sessionDiffers || away.kind == Kind::takesAtRisk))
+            return false; // nobody knows at this moment
+        return std::none_of(all.begin(), all.end(), [&](const Notice &one) { return away.covers(one); });
     };
-    std::erase_if(dismissed, [&](const Notice &one) { return !isAmong(all, one); });
-    const auto first =
-        std::find_if(all.begin(), all.end(), [&](const Notice &one) { return !isAmong(dismissed, one); });
+    std::erase_if(dismissed, isOver);
+    const auto isPutAway = [this](const Notice &one) {
+        return std::any_of(dismissed.begin(), dismissed.end(),
+                           [&](const Notice &away) { return away.covers(one); });
+    };
+    const auto first = std::find_if_not(all.begin(), all.end(), isPutAway);
     const auto next = first == all.end() ? std::nullopt : std::optional(*first);
     if (next == notice)
         return;
@@ -206,8 +249,12 @@ NoticeFacts BridgeController::knownFacts() const {
         facts.recording.format = answer->format;
         facts.lastOpened = openedHere ? openedHere : answer->lastOpened;
     }
+    if (answer && isOfActiveSession(*answer)) {
+        facts.sessionIsGone = !answer->exists && !sessionIsAwaited;
+        if (!openedHere && answer->lastOpenedIsSession)
+            facts.lastOpened = activeSessionURL;
+    }
     if (const auto *current = currentAnswer()) {
-        facts.sessionIsGone = !current->exists && !sessionIsAwaited;
         const bool differs = current->signature && currentPatch && *current->signature != *currentPatch;
         if (differs && current->plan && !hasChanges())
             facts.difference = difference(*current->plan);
@@ -221,7 +268,12 @@ void BridgeController::channelsAreOthers() {
     told.createProblem = NoticeFacts::CreateProblem::none;
     told.channels = channels.size();
     told.recording.inputs = inputsOf(channels);
-    told.nameProblems = recorderNameProblems(channels);
+    Channels names = channels;
+    const auto rest = std::stable_partition(names.begin(), names.end(), [](const LV1Channel &channel) {
+        return isTooLongToRecord(channel.name());
+    });
+    told.overlongNames = recorderNameProblems({names.begin(), rest});
+    told.rewrittenNames = recorderNameProblems({rest, names.end()});
     told.conflicts.clear();
     for (const PatchConflict &conflict : patchConflicts(channels))
         told.conflicts.push_back(conflict.text);
@@ -283,7 +335,7 @@ void BridgeController::noticeAction() {
 }
 
 void BridgeController::chooseSession() {
-    view.chooseFolder([weak = weak_from_this()](const std::optional<Path> &folder) {
+    view.chooseFolder(folderToSaveIn(), [weak = weak_from_this()](const std::optional<Path> &folder) {
         const auto controller = weak.lock();
         std::error_code missing;
         if (!controller || !folder)

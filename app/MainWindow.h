@@ -77,7 +77,8 @@ public:
 
     void showAlert(const Alert &alert, std::function<void(std::size_t button)> answered) override;
     void showLines(const std::string &title, const std::vector<std::string> &lines) override;
-    void chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) override;
+    void chooseFolder(const std::filesystem::path &from,
+                      std::function<void(std::optional<std::filesystem::path>)> chosen) override;
     void showAbout() override;
 
 protected:

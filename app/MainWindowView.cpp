@@ -216,8 +216,9 @@ void MainWindow::showLines(const std::string &title, const std::vector<std::stri
     openLines(this, title, lines);
 }
 
-void MainWindow::chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) {
-    openFolderChooser(this, outputPath(), std::move(chosen));
+void MainWindow::chooseFolder(const std::filesystem::path &from,
+                              std::function<void(std::optional<std::filesystem::path>)> chosen) {
+    openFolderChooser(this, from, std::move(chosen));
 }
 
 void MainWindow::showAbout() {

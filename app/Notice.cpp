@@ -3,6 +3,7 @@
 #include "base/Quotation.h"
 
 #include <algorithm>
+#include <array>
 
 namespace corvane {
 
@@ -12,6 +13,8 @@ using Kind = Notice::Kind;
 using Found = std::optional<Notice>;
 
 constexpr std::uintmax_t fewMinutes = 60;
+/// Minutes of recording below which it is worth saying once more.
+constexpr std::array<std::uintmax_t, 4> worse{30, 15, 5, 1};
 constexpr std::uintmax_t secondsPerMinute = 60;
 
 std::string nameOf(const std::filesystem::path &session) {
@@ -46,7 +49,7 @@ Found sessionGone(const NoticeFacts &facts) {
     if (!facts.session || !facts.sessionIsGone)
         return {};
     return Notice{Kind::sessionGone,
-                  nameOf(*facts.session) + " is not at " + facts.session->parent_path().string() +
+                  nameOf(*facts.session) + " is not at " + isolated(facts.session->parent_path().string()) +
                       " any more.",
                   "Choose…"};
 }
@@ -70,7 +73,7 @@ Found linkDown(const NoticeFacts &facts) {
 Found sessionDiffers(const NoticeFacts &facts) {
     if (!facts.session || facts.sessionIsGone || !facts.difference)
         return {};
-    const auto [lacks, extra, changed] = *facts.difference;
+    const auto [lacks, extra, changed, moved] = *facts.difference;
     std::string how;
     if (lacks > 0)
         how = " lacks " + std::to_string(lacks) + " of the console's " +
@@ -79,6 +82,8 @@ Found sessionDiffers(const NoticeFacts &facts) {
         how = " has " + counted(extra, "track", "tracks") + " that the console does not have.";
     else if (changed > 0)
         how = " differs from the console in " + counted(changed, "track.", "tracks.");
+    else if (moved > 0)
+        how = " has " + counted(moved, "track", "tracks") + " in another place than the console.";
     else
         return {};
     return Notice{Kind::sessionDiffers, nameOf(*facts.session) + how, "Update…"};
@@ -95,12 +100,20 @@ Found takesRemoved(const NoticeFacts &facts) {
     return Notice{Kind::takesRemoved, text, since == 0 ? "Undo" : ""};
 }
 
-Found namesUnfit(const NoticeFacts &facts) {
-    if (facts.nameProblems.empty())
+Found firstOf(Kind kind, const std::vector<std::string> &problems) {
+    if (problems.empty())
         return {};
-    const std::size_t others = facts.nameProblems.size() - 1;
-    return Notice{Kind::namesUnfit, facts.nameProblems.front() +
-                                        (others == 0 ? "" : " (And " + std::to_string(others) + " more.)")};
+    const std::size_t others = problems.size() - 1;
+    return Notice{kind,
+                  problems.front() + (others == 0 ? "" : " (And " + std::to_string(others) + " more.)")};
+}
+
+Found namesUnfit(const NoticeFacts &facts) {
+    return firstOf(Kind::namesUnfit, facts.overlongNames);
+}
+
+Found namesRewritten(const NoticeFacts &facts) {
+    return firstOf(Kind::namesRewritten, facts.rewrittenNames);
 }
 
 Found takesAtRisk(const NoticeFacts &facts) {
@@ -137,18 +150,27 @@ Found spaceLow(const NoticeFacts &facts) {
         return {};
     const std::string left =
         minutes == 0 ? "Less than a minute" : counted(std::size_t(minutes), "minute", "minutes");
-    return Notice{Kind::spaceLow, left + " left on " +
-                                      (tightest->name.empty() ? "this computer" : quotation(tightest->name)) +
-                                      " for " + counted(inputs, "input", "inputs") + " at " +
-                                      kilohertz(format.rate) + "."};
+    const auto steps = std::count_if(worse.begin(), worse.end(), [&](auto few) { return minutes < few; });
+    const std::string where = tightest->name.empty() ? "this computer" : quotation(tightest->name);
+    return Notice{Kind::spaceLow,
+                  left + " left on " + where + " for " + counted(inputs, "input", "inputs") + " at " +
+                      kilohertz(format.rate) + ".",
+                  "", where, static_cast<int>(steps) + 1};
 }
 
 } // namespace
 
+bool Notice::covers(const Notice &other) const {
+    if (step == 0)
+        return *this == other;
+    return kind == other.kind && matter == other.matter && step >= other.step;
+}
+
 std::vector<Notice> notices(const NoticeFacts &facts) {
     std::vector<Notice> found;
-    for (const auto row : {createCannot, otherSession, sessionGone, networkRefused, linkDown, sessionDiffers,
-                           takesRemoved, namesUnfit, takesAtRisk, markerLost, patchConflict, spaceLow})
+    for (const auto row :
+         {createCannot, otherSession, sessionGone, networkRefused, linkDown, sessionDiffers, takesRemoved,
+          namesUnfit, takesAtRisk, markerLost, namesRewritten, patchConflict, spaceLow})
         if (auto notice = row(facts))
             found.push_back(*std::move(notice));
     return found;

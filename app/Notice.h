@@ -24,9 +24,10 @@ struct Notice {
         linkDown,       ///< the console is not connected any more
         sessionDiffers, ///< the session on disk is not what the green button says
         takesRemoved,   ///< an update took tracks with recordings out of the session
-        namesUnfit,     ///< names that the recorder cannot hold
+        namesUnfit,     ///< names that the recorder cannot hold: they would be recorded without a file
         takesAtRisk,    ///< the next update would take tracks with recordings out
         markerLost,     ///< a scene's marker did not reach LiveTrax
+        namesRewritten, ///< names that the recorder writes in its own way
         patchConflict,  ///< no session can be made of the console's patch
         spaceLow,       ///< less than an hour of recording is left
     };
@@ -35,8 +36,14 @@ struct Notice {
     std::string text;
     /// The title of its action; empty when there is nothing to press.
     std::string action = {};
+    /// What a text that changes by itself is about, and how bad it is, from 1: nobody is told again before it
+    /// is a step worse.
+    std::string matter = {};
+    int step = 0;
 
     bool operator==(const Notice &) const = default;
+    /// Whether who has put this one away need not be told the other.
+    bool covers(const Notice &other) const;
 };
 
 /// How the session on disk differs from the console's patch, in tracks.
@@ -44,6 +51,9 @@ struct SessionDifference {
     std::size_t lacks = 0;   ///< channels of the console that it has no track for
     std::size_t extra = 0;   ///< tracks that the console has no channel for
     std::size_t changed = 0; ///< tracks that are called otherwise
+    std::size_t moved = 0;   ///< tracks that stand in another place
+
+    bool operator==(const SessionDifference &) const = default;
 };
 
 /// What is known that may be worth a notice, as it is at one moment.
@@ -70,8 +80,9 @@ struct NoticeFacts {
     std::vector<std::string> removedWithTakes;   ///< tracks that the last update took out
     /// Recordings in the session that the copy from before does not know; none when that cannot be told.
     std::optional<std::int64_t> recordingsSinceRemoval;
-    std::vector<std::string> nameProblems; ///< sentences
-    std::vector<std::string> atRisk;       ///< tracks with recordings that an update would take out
+    std::vector<std::string> overlongNames;  ///< sentences
+    std::vector<std::string> rewrittenNames; ///< sentences
+    std::vector<std::string> atRisk;         ///< tracks with recordings that an update would take out
     std::optional<Marker> lostMarker;
     std::vector<std::string> conflicts; ///< without a full stop
     Recording recording;

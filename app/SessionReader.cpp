@@ -54,6 +54,17 @@ void readSession(SessionAnswer &answer) {
     }
 }
 
+/// Two paths may lead to one folder.
+bool isSameFolder(const std::filesystem::path &one, const std::filesystem::path &other) {
+    std::error_code failure;
+    const auto canonical = [&](const std::filesystem::path &folder) {
+        auto found = std::filesystem::weakly_canonical(folder, failure);
+        return failure ? folder : found;
+    };
+    // A slash at the end has an empty name behind it.
+    return canonical(one / ".") == canonical(other / ".");
+}
+
 void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volumeOf, SessionAnswer &answer,
               FileStates &states, const std::function<bool()> &isWanted) {
     const SessionQuestion &question = answer.question;
@@ -68,6 +79,7 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
     if (!question.session)
         return;
     addVolume(*question.session);
+    answer.lastOpenedIsSession = answer.lastOpened && isSameFolder(*answer.lastOpened, *question.session);
     const FileStates now{stateOf(LiveTraxGenerator::sessionFile(*question.session)),
                          question.copy ? stateOf(question.copy->file) : std::nullopt};
     answer.exists = now.first.has_value();

@@ -35,6 +35,7 @@ struct SessionQuestion {
 struct SessionAnswer {
     SessionQuestion question;
     std::optional<std::filesystem::path> lastOpened; ///< by LiveTrax
+    bool lastOpenedIsSession = false;                ///< by whatever path
     bool exists = false;                             ///< the session's file
     std::optional<std::string> signature;            ///< of the session's patch; none when it cannot be read
     RecordingFormat format;                          ///< of the session; else the usual

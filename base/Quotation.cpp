@@ -27,6 +27,10 @@ bool continuesCharacter(char byte) {
 } // namespace
 
 std::string quotation(std::string_view text) {
+    return "“" + isolated(text) + "”";
+}
+
+std::string isolated(std::string_view text) {
     std::string shown(text.substr(0, longestQuotation));
     if (text.size() > longestQuotation) {
         std::size_t end = longestQuotation;
@@ -34,7 +38,7 @@ std::string quotation(std::string_view text) {
             --end;
         shown = std::string(text.substr(0, end)) + "…";
     }
-    return "“\u2068" + withoutIsolates(withoutControls(shown)) + "\u2069”";
+    return "\u2068" + withoutIsolates(withoutControls(shown)) + "\u2069";
 }
 
 std::string counted(std::size_t count, const std::string &one, const std::string &many) {

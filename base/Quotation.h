@@ -11,6 +11,9 @@ namespace corvane {
 /// isolated (U+2068, U+2069) so that a right-to-left name does not reorder the sentence. UTF-8.
 std::string quotation(std::string_view text);
 
+/// The same without the quotation marks.
+std::string isolated(std::string_view text);
+
 /// "1 track", "2 tracks".
 std::string counted(std::size_t count, const std::string &one, const std::string &many);
 

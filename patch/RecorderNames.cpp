@@ -37,8 +37,12 @@ std::string directOutName(std::string name) {
     return name;
 }
 
+bool isTooLongToRecord(const std::string &name) {
+    return name.size() > longestName;
+}
+
 std::optional<std::string> recorderNameProblem(const std::string &name) {
-    if (name.size() > longestName)
+    if (isTooLongToRecord(name))
         return quotation(name) + " is too long: LiveTrax would record it without a file.";
     if (const std::string written = recorderName(name); written != name)
         return quotation(name) + " would be called " + quotation(written) + " in LiveTrax.";

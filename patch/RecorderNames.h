@@ -19,6 +19,9 @@ bool isRecorded(const std::string &trackName, const std::string &channelName);
 /// not everywhere, and would then not find the direct out again.
 std::string directOutName(std::string name);
 
+/// Whether what is recorded under such a name would have no file.
+bool isTooLongToRecord(const std::string &name);
+
 /// What is wrong with a name that the recorder cannot hold as it is, as a sentence; none when it can.
 std::optional<std::string> recorderNameProblem(const std::string &name);
 

@@ -37,6 +37,13 @@ const Row table[] = {
          facts.link = Link::greeting;
      },
      "Red: the console is being greeted. Press to connect to the chosen host."},
+    {"AcceptedWithoutAPatch", [](ButtonFacts &facts) { facts.red = true; },
+     "Red: the console has not sent its patch yet. Press to connect to the chosen host."},
+    {"SyncedWhileGreeting", [](ButtonFacts &facts) { facts.link = Link::greeting; },
+     "Green: the patch is synced; the console is being greeted. Press to connect to the chosen host."},
+    {"FirstPatchThatDiffersFromTheDisk", [](ButtonFacts &facts) { facts.comparison = Comparison::differs; },
+     "Green: the first patch since the start; “\u2068Show\u2069” differs from it. Press to connect to the "
+     "chosen host."},
     {"LostWithChanges",
      [](ButtonFacts &facts) {
          facts.red = true;
@@ -79,6 +86,15 @@ TEST_P(ConnectMeaningTest, IsTrueInEveryState) {
 
 INSTANTIATE_TEST_SUITE_P(States, ConnectMeaningTest, testing::ValuesIn(table),
                          [](const auto &each) { return each.param.name; });
+
+TEST(CreateMeaning, IsTrueWithoutChannelsToTake) {
+    ButtonFacts facts = well();
+    EXPECT_NE(createMeaning(facts).find("Possible once the console's channels are known."),
+              std::string::npos);
+    facts.channelsKnown = true;
+    EXPECT_EQ(createMeaning(facts),
+              "Makes no LiveTrax session now: the synchronised patch has no channels. Press SYNC LV1.");
+}
 
 } // namespace
 

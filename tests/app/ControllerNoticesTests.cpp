@@ -121,7 +121,8 @@ TEST_F(ControllerNoticesTest, ANewSessionIsNeitherGoneNorAnotherOneUntilLiveTrax
     opensLast(friday);
     std::filesystem::rename(friday, show / "moved");
     fakes.clock->advance(60s);
-    EXPECT_EQ(text(), "“\u2068Friday Night\u2069” is not at " + friday.parent_path().string() + " any more.");
+    EXPECT_EQ(text(), "“\u2068Friday Night\u2069” is not at \u2068" + friday.parent_path().string() +
+                          "\u2069 any more.");
 }
 
 TEST_F(ControllerNoticesTest, ASessionThatIsGoneCanBeChosenAgain) {
@@ -221,6 +222,72 @@ TEST_F(ControllerNoticesTest, ANoticeThatWasPutAwayStaysAwayUntilItChanges) {
     consoleSendsPatch(kickAndKeys());
     controller->client->onConnectionState(false);
     EXPECT_THAT(text(), StartsWith("The console is not connected."));
+}
+
+TEST_F(ControllerNoticesTest, WhatWasPutAwayDoesNotComeBackWhileTheDiskIsRead) {
+    begin(kickAndKeys());
+    record(show, "Keys", 1);
+    consoleSendsPatch(movedKeys());
+    fakes.clock->run();
+    ASSERT_THAT(text(), StartsWith("SYNC LV1 will take 1 recorded track"));
+    controller->dismissNotice();
+    ASSERT_EQ(text(), "");
+    consoleSendsPatch({channel("Kick", 1, 0), channel("Keys", 2, 8, true), channel("Vox", 3, 20)});
+    EXPECT_EQ(text(), "");
+    fakes.clock->run();
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, ASessionThatIsGoneIsSaidThroughAPatchChange) {
+    begin(kickAndKeys());
+    std::filesystem::remove_all(show);
+    fakes.clock->advance(60s);
+    ASSERT_THAT(text(), HasSubstr("is not at"));
+    consoleSendsPatch(movedKeys());
+    EXPECT_THAT(text(), HasSubstr("is not at"));
+    controller->dismissNotice();
+    consoleSendsPatch(kickAndKeys());
+    EXPECT_EQ(text(), "");
+    fakes.clock->run();
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, ASessionThatDiffersOnlyInItsOrderIsSaid) {
+    begin({channel("Keys", 1, 1, true), channel("Kick", 2, 0)});
+    EXPECT_EQ(text(), "“\u2068Show\u2069” has 2 tracks in another place than the console.");
+    EXPECT_EQ(view.meaning,
+              "Green: the first patch since the start; “\u2068Show\u2069” differs from it. Press "
+              "to search again.");
+}
+
+TEST_F(ControllerNoticesTest, ASessionThatSpellsNamesAsTheRecorderDoesIsInStep) {
+    show = makeSession("Show", {channel("Kick_In", 1, 0)});
+    opensLast(show);
+    launch();
+    consoleSendsPatch({channel("Kick/In", 1, 0)});
+    fakes.clock->run();
+    EXPECT_THAT(view.meaning, StartsWith("Green: “\u2068Show\u2069” has the console's patch."));
+    EXPECT_EQ(view.notice,
+              (Notice{Notice::Kind::namesRewritten,
+                      "“\u2068Kick/In\u2069” would be called “\u2068Kick_In\u2069” in LiveTrax."}));
+}
+
+TEST_F(ControllerNoticesTest, TheSameSessionByAnotherPathIsNoOtherSession) {
+    show = makeSession("Show", kickAndKeys());
+    const auto link = fakes.musicFolder->parent_path() / "Shows";
+    std::filesystem::create_directory_symlink(*fakes.musicFolder, link);
+    opensLast(link / "Show");
+    fakes.defaults->values["CorvaneLastSession"] = show.string();
+    launch();
+    EXPECT_EQ(controller->activeSessionURL, show);
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, TheFolderChooserStartsWhereASessionWouldGo) {
+    launch();
+    view.pathText = "~/Shows";
+    controller->chooseFolder();
+    EXPECT_EQ(view.folderFrom, fakes.folders->home / "Shows");
 }
 
 TEST_F(ControllerNoticesTest, AMarkerThatDidNotArriveIsSaid) {

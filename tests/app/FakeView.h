@@ -56,7 +56,9 @@ public:
         linesTitle = title;
         linesShown = lines;
     }
-    void chooseFolder(std::function<void(std::optional<std::filesystem::path>)> chosen) override {
+    void chooseFolder(const std::filesystem::path &from,
+                      std::function<void(std::optional<std::filesystem::path>)> chosen) override {
+        folderFrom = from;
         folderAnswer = std::move(chosen);
     }
     void showAbout() override { ++abouts; }
@@ -93,6 +95,7 @@ public:
     int broughtToFront = 0;
     std::vector<Alert> alerts;
     std::vector<std::function<void(std::size_t)>> answers;
+    std::filesystem::path folderFrom;
     std::function<void(std::optional<std::filesystem::path>)> folderAnswer;
     int abouts = 0;
 };

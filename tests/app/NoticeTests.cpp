@@ -51,7 +51,8 @@ const Row table[] = {
          facts.sessionIsGone = true;
          facts.difference = SessionDifference{2, 0, 0};
      },
-     {{Kind::sessionGone, "“\u2068Friday Night\u2069” is not at /Volumes/Show any more.", "Choose…"}}},
+     {{Kind::sessionGone, "“\u2068Friday Night\u2069” is not at \u2068/Volumes/Show\u2069 any more.",
+       "Choose…"}}},
     {"TheLocalNetworkIsRefused",
      [](NoticeFacts &facts) { facts.networkIsRefused = true; },
      {{Kind::networkRefused,
@@ -76,6 +77,12 @@ const Row table[] = {
          facts.difference = SessionDifference{0, 0, 3};
      },
      {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” differs from the console in 3 tracks.", "Update…"}}},
+    {"TheSessionHasAnotherOrder",
+     [](NoticeFacts &facts) {
+         facts.difference = SessionDifference{0, 0, 0, 2};
+     },
+     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” has 2 tracks in another place than the console.",
+       "Update…"}}},
     {"ChangesArePendingAnyway", [](NoticeFacts &facts) { facts.difference.reset(); }, {}},
     {"AnUpdateRemovedRecordings",
      [](NoticeFacts &facts) {
@@ -94,9 +101,14 @@ const Row table[] = {
      {{Kind::takesRemoved, "1 track with recordings left the session: Talk. 2 recordings were made since."}}},
     {"ANameIsTooLong",
      [](NoticeFacts &facts) {
-         facts.nameProblems = {"One is too long.", "Two.", "Three."};
+         facts.overlongNames = {"One is too long.", "Two.", "Three."};
      },
      {{Kind::namesUnfit, "One is too long. (And 2 more.)"}}},
+    {"ANameIsRewritten",
+     [](NoticeFacts &facts) {
+         facts.rewrittenNames = {"One would be called Two.", "Three."};
+     },
+     {{Kind::namesRewritten, "One would be called Two. (And 1 more.)"}}},
     {"RecordingsAreAtRisk",
      [](NoticeFacts &facts) { facts.atRisk = {"Mix print"}; },
      {{Kind::takesAtRisk, "SYNC LV1 will take 1 recorded track out of the session: Mix print.",
@@ -122,22 +134,25 @@ const Row table[] = {
      [](NoticeFacts &facts) {
          facts.recording.volumes.push_back({"Small", 31ULL * 48'000 * 4 * 60 * 39 - 1});
      },
-     {{Kind::spaceLow, "38 minutes left on “\u2068Small\u2069” for 31 inputs at 48 kHz."}}},
+     {{Kind::spaceLow, "38 minutes left on “\u2068Small\u2069” for 31 inputs at 48 kHz.", "",
+       "“\u2068Small\u2069”", 1}}},
     {"OneMinuteIsLeftForOneInput",
      [](NoticeFacts &facts) {
          facts.recording = {1, {44'100, 4}, {{"", 44'100ULL * 4 * 60}}};
      },
-     {{Kind::spaceLow, "1 minute left on this computer for 1 input at 44.1 kHz."}}},
+     {{Kind::spaceLow, "1 minute left on this computer for 1 input at 44.1 kHz.", "", "this computer", 4}}},
     {"TheSessionsOwnFormatCounts",
      [](NoticeFacts &facts) {
          facts.recording = {2, {96'000, 3}, {{"Show", 2ULL * 96'000 * 3 * 60 * 30}}};
      },
-     {{Kind::spaceLow, "30 minutes left on “\u2068Show\u2069” for 2 inputs at 96 kHz."}}},
+     {{Kind::spaceLow, "30 minutes left on “\u2068Show\u2069” for 2 inputs at 96 kHz.", "",
+       "“\u2068Show\u2069”", 1}}},
     {"NothingIsLeft",
      [](NoticeFacts &facts) {
          facts.recording.volumes = {{"Show", 0}};
      },
-     {{Kind::spaceLow, "Less than a minute left on “\u2068Show\u2069” for 31 inputs at 48 kHz."}}},
+     {{Kind::spaceLow, "Less than a minute left on “\u2068Show\u2069” for 31 inputs at 48 kHz.", "",
+       "“\u2068Show\u2069”", 5}}},
     {"NothingIsRecorded",
      [](NoticeFacts &facts) {
          facts.recording = {0, {}, {{"Show", 0}}};
@@ -163,15 +178,39 @@ TEST(Notices, StandInTheOrderOfTheirImportance) {
     facts.sessionIsGone = true;
     facts.networkIsRefused = true;
     facts.linkIsDown = true;
-    facts.removedWithTakes = facts.nameProblems = facts.atRisk = facts.conflicts = {"One"};
+    facts.removedWithTakes = facts.overlongNames = facts.rewrittenNames = facts.atRisk =
+        facts.conflicts = {"One"};
     facts.lostMarker = {{"Solo", "LiveTrax does not answer."}};
     facts.recording.volumes = {{"Show", 0}};
     std::vector<Kind> kinds;
     for (const Notice &notice : notices(facts))
         kinds.push_back(notice.kind);
-    EXPECT_THAT(kinds, ElementsAre(Kind::createCannot, Kind::otherSession, Kind::sessionGone,
-                                   Kind::networkRefused, Kind::linkDown, Kind::takesRemoved, Kind::namesUnfit,
-                                   Kind::takesAtRisk, Kind::markerLost, Kind::patchConflict, Kind::spaceLow));
+    EXPECT_THAT(kinds,
+                ElementsAre(Kind::createCannot, Kind::otherSession, Kind::sessionGone, Kind::networkRefused,
+                            Kind::linkDown, Kind::takesRemoved, Kind::namesUnfit, Kind::takesAtRisk,
+                            Kind::markerLost, Kind::namesRewritten, Kind::patchConflict, Kind::spaceLow));
+}
+
+TEST(Notices, LittleRoomIsSaidAgainOnlyWhenItIsMuchLess) {
+    const auto left = [](const char *volume, std::uintmax_t minutes) {
+        NoticeFacts facts = well();
+        facts.recording = {1, {48'000, 4}, {{volume, 48'000ULL * 4 * 60 * minutes}}};
+        return notices(facts).front();
+    };
+    EXPECT_TRUE(left("Show", 38).covers(left("Show", 31)));
+    EXPECT_TRUE(left("Show", 31).covers(left("Show", 38)));
+    EXPECT_FALSE(left("Show", 38).covers(left("Show", 29)));
+    EXPECT_TRUE(left("Show", 29).covers(left("Show", 45)));
+    EXPECT_FALSE(left("Show", 29).covers(left("Show", 14)));
+    EXPECT_FALSE(left("Show", 38).covers(left("Other", 38)));
+}
+
+TEST(Notices, APathOfAnyLengthIsCut) {
+    NoticeFacts facts = well();
+    facts.session = "/" + std::string(100'000, 'x') + "/Show";
+    facts.lastOpened.reset();
+    facts.sessionIsGone = true;
+    EXPECT_LT(notices(facts).front().text.size(), 300U);
 }
 
 TEST(Notices, ANameOfAnyLengthIsCutBetweenTwoLetters) {

@@ -63,7 +63,8 @@ public:
         main.after(20ms, [chosen = onAlert(alert), answered = std::move(answered)] { answered(chosen); });
     }
     void showLines(const std::string &, const std::vector<std::string> &) override {}
-    void chooseFolder(std::function<void(std::optional<std::filesystem::path>)>) override {}
+    void chooseFolder(const std::filesystem::path &,
+                      std::function<void(std::optional<std::filesystem::path>)>) override {}
     void showAbout() override {}
 
     ButtonLook button = redLook;
