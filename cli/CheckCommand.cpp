@@ -150,7 +150,7 @@ private:
         if (!session.problem.empty())
             return session;
         if (channels) {
-            session.inStep = LiveTraxGenerator::sessionRecords(folder, *channels);
+            session.inStep = LiveTraxGenerator::sessionRecords(platform, folder, *channels);
             session.planProblem =
                 problemOf([&] { session.plan = LiveTraxGenerator::plan(platform, folder, *channels); });
         }

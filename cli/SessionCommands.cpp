@@ -1,3 +1,4 @@
+#include "base/Quotation.h"
 #include "base/Text.h"
 #include "cli/Json.h"
 #include "cli/SessionCommand.h"
@@ -144,6 +145,11 @@ class PlanCommand : public SessionCommand {
             warnings.emplace_back("There are no channels: every track would go.");
         if (plan.recoveryData)
             warnings.emplace_back(GeneratorError::recoveryDataPresent().what());
+        for (const TrackDecision &track : plan.tracks)
+            for (const std::int64_t input : track.silentInputs)
+                warnings.push_back(withoutControls(quotation(track.name)) +
+                                   " would record silence from input " + std::to_string(input + 1) +
+                                   ": nothing is connected to it in the session.");
         for (const std::string &problem : recorderNameProblems(channels))
             warnings.push_back(withoutControls(problem));
         return warnings;
@@ -242,6 +248,8 @@ class PlanCommand : public SessionCommand {
         add("colour ", track.was.color);
         if (track.was.armed == false)
             add("not armed", "");
+        if (track.rewired)
+            add("connected again", "");
         if (track.action == TrackDecision::Action::remove && track.takes > 0)
             add("holds ", track.takes == 1 ? "1 recording" : std::to_string(track.takes) + " recordings");
         return text;

@@ -112,9 +112,10 @@ public:
     static std::optional<std::string> sessionPatchSignature(const Path &sessionURL);
     /// The same of a session's tree; none where there are no routes at all.
     static std::optional<std::string> treePatchSignature(XMLElement root);
-    /// Whether a session on disk records these channels in their order; names may stand there as the recorder
-    /// writes them. None when it cannot be read.
-    static std::optional<bool> sessionRecords(const Path &sessionURL, const Channels &channels);
+    /// Whether a session on disk records these channels in their order, on its own device; names may stand
+    /// there as the recorder writes them. None when it or the base template cannot be read.
+    static std::optional<bool> sessionRecords(const RecorderSystem &system, const Path &sessionURL,
+                                              const Channels &channels);
     /// Checks that there is one audio track for each channel and that each of their inputs has a capture port
     /// of its own. Throws GeneratorError (generatedTrackCount, duplicateCapturePort, invalidTemplate).
     static void validateGeneratedPatch(XMLElement root, const Channels &channels);

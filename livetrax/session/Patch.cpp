@@ -1,6 +1,7 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 
 #include "base/Text.h"
+#include "livetrax/session/LiveTraxPaths.h"
 #include "livetrax/session/Track.h"
 #include "patch/RecorderNames.h"
 
@@ -42,11 +43,12 @@ std::int64_t connectedInput(IO input) {
     return number && *number > 0 ? *number - 1 : 0;
 }
 
-/// The tracks that take part in a patch, as the recorder shows them from top to bottom.
+/// The tracks that take part in a patch, all with a name and an input, as the recorder shows them from top to
+/// bottom.
 std::vector<Track> patchedTracks(XMLElement root) {
     std::vector<std::pair<std::int64_t, Track>> ordered;
     for (const Track track : audioTracks(root))
-        if (!isPreservedName(track.engineNamespace()))
+        if (track.name() && track.input() && !isPreservedName(track.engineNamespace()))
             ordered.emplace_back(integer(track.order().value_or("")).value_or(0), track);
     std::stable_sort(ordered.begin(), ordered.end(),
                      [](const auto &left, const auto &right) { return left.first < right.first; });
@@ -57,48 +59,15 @@ std::vector<Track> patchedTracks(XMLElement root) {
     return tracks;
 }
 
-/// What a track of a session records: the session's side of a channel.
-struct RecordedChannel {
-    std::string name;
-    std::int64_t width;
-    std::int64_t inputIndex;
-
-    bool records(const LV1Channel &channel) const {
-        return width == (channel.stereo() ? 2 : 1) && inputIndex == channel.inputIndex() &&
-               isRecorded(name, channel.name());
-    }
-};
-
-/// The patch of a session's tree; none where there are no routes at all.
-std::optional<std::vector<RecordedChannel>> treePatch(XMLElement root) {
-    if (!root.firstChild("Routes").firstChild("Route"))
-        return std::nullopt;
-    std::vector<RecordedChannel> patch;
-    for (const Track track : patchedTracks(root)) {
-        auto name = track.name();
-        const IO input = track.input();
-        if (name && input)
-            patch.push_back({*std::move(name), input.width(), connectedInput(input)});
-    }
-    return patch;
+bool hasRoutes(XMLElement root) {
+    return static_cast<bool>(root.firstChild("Routes").firstChild("Route"));
 }
 
-std::optional<std::string> signature(const std::optional<std::vector<RecordedChannel>> &patch) {
-    if (!patch)
-        return std::nullopt;
-    std::vector<std::string> lines;
-    for (const RecordedChannel &channel : *patch)
-        lines.push_back(signatureLine(channel.name, channel.width, channel.inputIndex));
-    return joined(lines);
-}
-
-/// The patch of a session on disk; none as well when it cannot be read, whatever keeps it from that.
-std::optional<std::vector<RecordedChannel>> sessionPatch(const std::filesystem::path &sessionURL) {
-    try {
-        return treePatch(XMLDocument::load(LiveTraxGenerator::sessionFile(sessionURL)).root());
-    } catch (const std::exception &) {
-        return std::nullopt;
-    }
+/// Whether a track is the channel's to an update: by what it records on the session's device.
+bool records(Track track, const LV1Channel &channel, const std::string &device) {
+    return track.width() == (channel.stereo() ? 2 : 1) &&
+           track.firstCapture(device) == std::int64_t{channel.inputIndex()} + 1 &&
+           isRecorded(*track.name(), channel.name());
 }
 
 } // namespace
@@ -112,19 +81,37 @@ std::string LiveTraxGenerator::patchSignature(const Channels &channels) {
 }
 
 std::optional<std::string> LiveTraxGenerator::sessionPatchSignature(const Path &sessionURL) {
-    return signature(sessionPatch(sessionURL));
+    try {
+        return treePatchSignature(XMLDocument::load(sessionFile(sessionURL)).root());
+    } catch (const std::exception &) {
+        return std::nullopt;
+    }
 }
 
 std::optional<std::string> LiveTraxGenerator::treePatchSignature(XMLElement root) {
-    return signature(treePatch(root));
+    if (!hasRoutes(root))
+        return std::nullopt;
+    std::vector<std::string> lines;
+    for (const Track track : patchedTracks(root))
+        lines.push_back(signatureLine(*track.name(), track.width(), connectedInput(track.input())));
+    return joined(lines);
 }
 
-std::optional<bool> LiveTraxGenerator::sessionRecords(const Path &sessionURL, const Channels &channels) {
-    const auto patch = sessionPatch(sessionURL);
-    if (!patch)
+std::optional<bool> LiveTraxGenerator::sessionRecords(const RecorderSystem &system, const Path &sessionURL,
+                                                      const Channels &channels) {
+    try {
+        const XMLDocument session = XMLDocument::load(sessionFile(sessionURL));
+        const XMLDocument base = XMLDocument::load(baseTemplateFile(system.resources));
+        if (!hasRoutes(session.root()))
+            return std::nullopt;
+        const std::string device = deviceOf(audioTracks(session.root()), deviceOf(audioTracks(base.root())));
+        const std::vector<Track> tracks = patchedTracks(session.root());
+        return std::equal(
+            tracks.begin(), tracks.end(), channels.begin(), channels.end(),
+            [&](Track track, const LV1Channel &channel) { return records(track, channel, device); });
+    } catch (const std::exception &) {
         return std::nullopt;
-    return std::equal(patch->begin(), patch->end(), channels.begin(), channels.end(),
-                      [](const auto &track, const auto &channel) { return track.records(channel); });
+    }
 }
 
 void LiveTraxGenerator::validateGeneratedPatch(XMLElement root, const Channels &channels) {

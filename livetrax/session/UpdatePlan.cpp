@@ -6,6 +6,7 @@
 #include "livetrax/session/Playlists.h"
 #include "livetrax/session/PortConnections.h"
 #include "livetrax/session/Track.h"
+#include "patch/RecorderNames.h"
 
 #include <algorithm>
 #include <array>
@@ -134,11 +135,39 @@ TrackDecision kept(const LV1Channel &channel, const Look &before, const Look &af
             made.action = Action::change;
         }
     };
-    note(before.name, after.name, made.was.name);
+    // What the recorder makes of a name when it saves is no difference that could ever be settled.
+    if (!before.name || !isRecorded(*before.name, channel.name()))
+        note(before.name, after.name, made.was.name);
     note(before.order, after.order, made.was.order);
     note(before.color, after.color, made.was.color);
     note(before.armed, after.armed, made.was.armed);
     return made;
+}
+
+/// What a track's inputs and direct outs are connected to outside of the session, with a blank entry between
+/// ports.
+std::vector<std::string> wiring(Track track) {
+    std::vector<std::string> found;
+    const auto read = [&](IO io) {
+        for (const XMLElement port : io.ports()) {
+            IO::forEachConnection(port,
+                                  [&](XMLAttribute, std::string_view other) { found.emplace_back(other); });
+            found.emplace_back();
+        }
+    };
+    read(track.input());
+    for (const DirectOut out : track.directOuts())
+        read(IO::outputOf(out.element()));
+    return found;
+}
+
+/// Whether a port is connected, within the session or on a device; an empty one is any.
+bool isConnected(XMLElement port, const std::string &device) {
+    for (const XMLElement connection : port.children())
+        if (connection.hasAttribute("other") &&
+            (device.empty() || connection.hasName("Connection") || connection.attributeIs("for", device)))
+            return true;
+    return false;
 }
 
 UpdateResult counted(const std::vector<TrackDecision> &tracks) {
@@ -166,6 +195,8 @@ public:
                              [&](Track track) { return track.element() == route; }))
                 playlists.keepFor(Track(route));
         for (const auto &track : claims)
+            wiringBefore.push_back(track ? wiring(*track) : std::vector<std::string>());
+        for (const auto &track : claims)
             if (track)
                 maker.repairDirectOuts(*track);
     }
@@ -181,6 +212,9 @@ public:
         connections.follow();
         maker.storeIds(root);
         settleEnginePorts(root, channels);
+        for (std::size_t position = 0; position < channels.size(); ++position)
+            if (claims[position])
+                noteWiring(*claims[position], position, plan.tracks[position]);
         plan.result = counted(plan.tracks);
         return plan;
     }
@@ -192,6 +226,19 @@ private:
         LiveTraxGenerator::configure(track.element(), playlists.named(track), channels[position], position,
                                      maker.givenNamespaces());
         return kept(channels[position], before, Look(track), takes);
+    }
+
+    /// Once all direct outs have found their places.
+    void noteWiring(Track track, std::size_t position, TrackDecision &made) const {
+        made.rewired = wiring(track) != wiringBefore[position];
+        if (made.rewired)
+            made.action = Action::change;
+        std::int64_t input = channels[position].inputIndex();
+        for (const XMLElement port : track.input().ports()) {
+            if (!isConnected(port, device))
+                made.silentInputs.push_back(input);
+            ++input;
+        }
     }
 
     TrackDecision add(std::size_t position, PortConnections &connections) {
@@ -221,7 +268,8 @@ private:
     std::string device;
     TrackMaker maker;
     Playlists playlists;
-    std::vector<std::optional<Track>> claims; ///< for each channel
+    std::vector<std::optional<Track>> claims;           ///< for each channel
+    std::vector<std::vector<std::string>> wiringBefore; ///< of each of these
     std::vector<Track> leaving;
 };
 

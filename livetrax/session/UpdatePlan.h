@@ -15,7 +15,7 @@ namespace corvane {
 struct TrackDecision {
     enum class Action {
         keep,   ///< stays as it is to look at
-        change, ///< stays, with another name, order or colour, or armed again
+        change, ///< stays, with another name, order or colour, or armed or connected again
         add,
         remove,
     };
@@ -36,6 +36,11 @@ struct TrackDecision {
     bool stereo;
     Was was;
     std::int64_t takes = 0; ///< how many recordings (regions) its playlist holds
+    /// One that stays: its inputs or direct outs are connected to other ports of the hardware than before.
+    bool rewired = false;
+    /// The inputs of one that stays, counted from 0, that are connected to nothing on the session's device:
+    /// it records silence from them.
+    std::vector<std::int64_t> silentInputs = {};
 
     bool operator==(const TrackDecision &) const = default;
 };

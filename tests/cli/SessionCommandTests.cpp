@@ -445,6 +445,30 @@ TEST_F(PlanCommandTest, MarksRecordingsThatWouldGoAndTracksThatWouldBeArmed) {
     EXPECT_EQ(2, printedJson()["tracks"][1]["takes"]);
 }
 
+TEST_F(PlanCommandTest, TellsWhatIsConnectedAgainAndWhatWouldRecordSilence) {
+    const auto session = makeSession(band);
+    const std::string made = fake.folder.read("out/Gig/Gig.ardour");
+    const auto planWith = [&](const std::string &connection) {
+        std::string text = made;
+        const std::string old = " other=\"system:capture_8\"";
+        fake.folder.write("out/Gig/Gig.ardour", text.replace(text.find(old), old.size(), connection));
+        output.printed.clear();
+        outcome.reset();
+        run({"plan", session, "--from", patchFile(band)});
+        return output.printed;
+    };
+    EXPECT_EQ("ACTION  TRACK  INPUT  BEFORE\n"
+              "keep    Kick   1\n"
+              "change  OH     7–8    connected again\n"
+              "keep    Voice  4\n"
+              "3 adjusted, 0 added, 0 removed\n",
+              planWith(" other=\"system:capture_9\""));
+    EXPECT_EQ(
+        "Nothing would change.\n“\u2068OH\u2069” would record silence from input 8: nothing is connected "
+        "to it in the session.\n",
+        planWith(""));
+}
+
 TEST_F(PlanCommandTest, WorksWhileLiveTraxRuns) {
     const auto session = makeSession(band);
     startLiveTrax();

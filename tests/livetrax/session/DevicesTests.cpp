@@ -106,5 +106,85 @@ TEST_F(Devices, AnEmptyConnectionNamesNoDeviceOfTheSession) {
     EXPECT_THAT(devicesIn(updated().route("New")), ElementsAre("device"));
 }
 
+/// What an update would do with each channel's track.
+class Wiring : public Devices {
+protected:
+    std::vector<TrackDecision> planned(const std::string &text, const std::vector<LV1Channel> &channels) {
+        platform.writeSession(text);
+        update(channels); // so that names, places and arming are the console's
+        return planned(channels);
+    }
+    std::vector<TrackDecision> planned(const std::vector<LV1Channel> &channels) const {
+        return LiveTraxGenerator::plan(platform.platform, platform.sessionFolder(), channels).tracks;
+    }
+    /// Replaces something in the session as it stands.
+    void replace(const std::string &old, const std::string &with) const {
+        std::string text = platform.session();
+        ASSERT_NE(text.find(old), std::string::npos);
+        replaceAll(text, old, with);
+        platform.writeSession(text);
+    }
+};
+
+TEST_F(Wiring, WhatIsConnectedAgainIsAChange) {
+    const std::vector<LV1Channel> console = {channel("Kick", 0), channel("Keys", 4, true)};
+    const std::string text = sessionText({track("Kick", 1, 1, 0), track("Keys", 5, 2, 1)});
+    for (const auto &[old, with] : {std::pair("other=\"system:capture_6\"", "other=\"system:capture_9\""),
+                                    {"other=\"system:playback_5\"", "other=\"system:playback_9\""},
+                                    {" other=\"system:playback_6\"", ""}}) {
+        EXPECT_EQ(planned(text, console)[1].action, TrackDecision::Action::keep);
+        replace(old, with);
+        const auto tracks = planned(console);
+        EXPECT_EQ(tracks[0].action, TrackDecision::Action::keep);
+        EXPECT_FALSE(tracks[0].rewired);
+        const bool isWritten = *with != '\0'; // a whole direct out is the user's own
+        EXPECT_EQ(tracks[1].rewired, isWritten) << old;
+        EXPECT_EQ(tracks[1].action, isWritten ? TrackDecision::Action::change : TrackDecision::Action::keep);
+        EXPECT_EQ(tracks[1].was, TrackDecision::Was());
+        update(console);
+        EXPECT_EQ(planned(console)[1].action, TrackDecision::Action::keep) << old;
+    }
+}
+
+TEST_F(Wiring, ADirectOutWhoseOutputsComeBackIsConnectedAgain) {
+    const std::vector<LV1Channel> console = {channel("Kick", 0)};
+    planned(sessionText({track("Kick", 1, 1, 0)}), console);
+    replace(" other=\"system:playback_1\"", "");
+    EXPECT_TRUE(planned(console).front().rewired);
+}
+
+TEST_F(Wiring, AnInputThatIsConnectedToNothingOnTheSessionsDeviceIsSilent) {
+    const std::vector<LV1Channel> console = {channel("Kick", 0), channel("Keys", 4, true), channel("Vox", 8)};
+    const std::string text =
+        sessionText({track("Kick", 1, 1, 0), track("Keys", 5, 2, 1), track("Vox", 9, 1, 2)});
+    for (const TrackDecision &made : planned(text, console))
+        EXPECT_THAT(made.silentInputs, ElementsAre());
+    replace(" other=\"system:capture_6\"", "");
+    replace("for=\"device\" other=\"system:capture_9\"", "for=\"Other\" other=\"system:capture_9\"");
+    const auto tracks = planned(console);
+    EXPECT_THAT(tracks[0].silentInputs, ElementsAre());
+    EXPECT_THAT(tracks[1].silentInputs, ElementsAre(5));
+    EXPECT_THAT(tracks[2].silentInputs, ElementsAre(8));
+    EXPECT_EQ(tracks[2].action, TrackDecision::Action::keep) << "nothing is changed about it";
+}
+
+TEST_F(Wiring, AnInputThatListensToAnotherTrackIsNotSilent) {
+    const std::vector<LV1Channel> console = {channel("Keys", 4, true)};
+    planned(sessionText({track("Keys", 5, 2, 0)}), console);
+    replace("<ExtConnection for=\"device\" other=\"system:capture_6\"/>",
+            "<Connection other=\"Master/audio_out 1\"/>");
+    EXPECT_THAT(planned(console).front().silentInputs, ElementsAre());
+}
+
+TEST_F(Wiring, ANameAsTheRecorderSavedItIsNoChange) {
+    const std::vector<LV1Channel> console = {channel("O:H", 0)};
+    planned(sessionText({track("O:H", 1, 1, 0)}), console);
+    replace("name=\"O:H\"", "name=\"O_H\"");
+    EXPECT_EQ(planned(console).front().action, TrackDecision::Action::keep);
+    EXPECT_EQ(planned(console).front().was, TrackDecision::Was());
+    replace("name=\"O_H\"", "name=\"OH\"");
+    EXPECT_EQ(planned(console).front().was.name, "OH");
+}
+
 } // namespace
 } // namespace corvane

@@ -50,7 +50,7 @@ TEST_F(SessionSignature, ANameAsTheRecorderWritesItIsTheChannels) {
     const std::vector<LV1Channel> channels = {channel("Kick/In ", 0), channel("Click", 6, true)};
     const auto holds = [&](const std::vector<TrackText> &tracks) {
         platform.writeSession(sessionText(tracks));
-        return Generator::sessionRecords(platform.sessionFolder(), channels);
+        return Generator::sessionRecords(platform.platform, platform.sessionFolder(), channels);
     };
     EXPECT_EQ(true, holds({track("Kick/In ", 1), track("Click", 7, 2)}));
     EXPECT_EQ(true, holds({track("Kick_In", 1), track("Click 1", 7, 2)}));
@@ -59,7 +59,22 @@ TEST_F(SessionSignature, ANameAsTheRecorderWritesItIsTheChannels) {
     EXPECT_EQ(false, holds({track("Kick_In", 1), track("Click 1", 7)})) << "another width";
     EXPECT_EQ(false, holds({track("Click 1", 7, 2), track("Kick_In", 1)})) << "another order";
     EXPECT_EQ(false, holds({track("Kick_In", 1)})) << "one less";
-    EXPECT_EQ(std::nullopt, Generator::sessionRecords(platform.folder.path() / "nowhere", channels));
+    EXPECT_EQ(std::nullopt,
+              Generator::sessionRecords(platform.platform, platform.folder.path() / "nowhere", channels));
+}
+
+TEST_F(SessionSignature, ASessionThatWasOpenedOnALaptopRecordsWhatItsOwnDeviceGives) {
+    const std::string connection = "<ExtConnection for=\"device\" other=\"system:capture_5\"/>";
+    std::string text = sessionText({track("Kick", 5)});
+    platform.writeSession(
+        text.insert(text.find(connection), "<ExtConnection for=\"Built-in\" other=\"system:capture_1\"/>"));
+    const auto records = [&](std::int32_t input) {
+        return Generator::sessionRecords(platform.platform, platform.sessionFolder(),
+                                         {channel("Kick", input)});
+    };
+    EXPECT_EQ(true, records(4));
+    EXPECT_EQ(false, records(0));
+    EXPECT_EQ(Generator::sessionPatchSignature(platform.sessionFolder()), "Kick|1|0");
 }
 
 TEST_F(SessionSignature, TheSessionMayBeGivenWithATrailingSlash) {
