@@ -12,9 +12,12 @@ namespace {
 /// A display repeats a held key sooner than this. One that was silent for longer has been let go of unheard.
 constexpr quint64 longestDelay = 1000; // milliseconds
 
-bool decides(int key) {
-    return key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space || key == Qt::Key_Escape ||
-           key == Qt::Key_Select;
+bool decides(const QKeyEvent &press) {
+    const int key = press.key();
+    if ((key == Qt::Key_Up || key == Qt::Key_Down) && press.modifiers().testFlag(Qt::AltModifier))
+        return true; // opens a list, and chooses from it
+    return key == Qt::Key_F4 || key == Qt::Key_Return || key == Qt::Key_Enter || key == Qt::Key_Space ||
+           key == Qt::Key_Escape || key == Qt::Key_Select;
 }
 
 bool isWritten(int key) {
@@ -43,7 +46,7 @@ bool HeldKeys::eventFilter(QObject *receiver, QEvent *event) {
     if (event->type() != QEvent::KeyPress)
         return false;
     const auto &press = static_cast<const QKeyEvent &>(*event);
-    return isHeld(press) && decides(press.key()) && !isWritten(press.key());
+    return isHeld(press) && decides(press) && !isWritten(press.key());
 }
 
 bool HeldKeys::isHeld(const QKeyEvent &press) {

@@ -5,6 +5,7 @@
 
 #include <QAbstractItemView>
 #include <QHelpEvent>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QToolTip>
@@ -103,6 +104,20 @@ void HostMenu::paintEvent(QPaintEvent *) {
     arrow.lineTo(tip);
     arrow.lineTo(tip + QPointF(4.5, -4.5));
     painter.drawPath(arrow);
+}
+
+void HostMenu::keyPressEvent(QKeyEvent *event) {
+    switch (event->key()) {
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_F4:
+    case Qt::Key_Space:
+        if (!event->isAutoRepeat())
+            showPopup();
+        break;
+    default:
+        event->ignore(); // also Return, which is the window's
+    }
 }
 
 void HostMenu::wheelEvent(QWheelEvent *event) {

@@ -21,6 +21,8 @@ public:
 protected:
     bool event(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+    /// While the list is closed no key chooses a console: arrows open it, letters and the like do nothing.
+    void keyPressEvent(QKeyEvent *event) override;
     /// Turning the wheel over the window must not choose another console by accident.
     void wheelEvent(QWheelEvent *event) override;
 

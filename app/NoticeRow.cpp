@@ -3,6 +3,7 @@
 #include "app/ElidedLabel.h"
 #include "app/Look.h"
 #include "app/PushButton.h"
+#include "app/ShownText.h"
 
 #include <QAccessible>
 #include <QHBoxLayout>
@@ -13,6 +14,9 @@ namespace {
 
 /// A press so soon after a notice took the place of another was meant for the other.
 constexpr int replacementPause = 400; // milliseconds
+
+/// The action's title leaves room for the words; points.
+constexpr int widestTitle = 220;
 
 } // namespace
 
@@ -48,10 +52,14 @@ QPushButton *NoticeRow::button(const char *name) {
 }
 
 void NoticeRow::setNotice(const QString &text, const QString &actionTitle) {
-    if (isVisible() && !text.isEmpty() && (words->text() != text || action->text() != actionTitle))
+    if (isVisible() && !text.isEmpty() && (words->text() != text || action->accessibleName() != actionTitle))
         replaced.start();
     words->setText(text);
-    action->setText(actionTitle);
+    const QString title = oneLine(actionTitle);
+    const QString shown = action->fontMetrics().elidedText(title, Qt::ElideMiddle, widestTitle);
+    action->setText(QString(shown).replace(u'&', QStringLiteral("&&"))); // no key is meant
+    action->setToolTip(shown == title ? QString() : plainToolTip(actionTitle));
+    action->setAccessibleName(actionTitle);
     action->setAccessibleDescription(text);
     action->setVisible(!actionTitle.isEmpty());
     setAccessibleDescription(text);

@@ -65,6 +65,16 @@ TEST_F(NoticeRowTest, HasAtMostOneActionAndAlwaysAWayToPutItAway) {
     EXPECT_EQ(actions, 1);
 }
 
+TEST_F(NoticeRowTest, AnActionsNameIsWrittenAsItIsAndDoesNotWidenTheWindow) {
+    row.setNotice("One", "Use “Rock & Roll”");
+    EXPECT_EQ(control("noticeAction")->text(), "Use “Rock && Roll”");
+    EXPECT_EQ(control("noticeAction")->accessibleName(), "Use “Rock & Roll”");
+    row.setNotice("Two", "Use “" + QString(120, 'W') + "”");
+    EXPECT_LT(row.minimumSizeHint().width(), 400);
+    EXPECT_TRUE(control("noticeAction")->text().endsWith("W”"));
+    EXPECT_NE(control("noticeAction")->toolTip(), "");
+}
+
 TEST_F(NoticeRowTest, TakesTheKeyboardFromNothing) {
     for (const char *text : {"One", "Two", ""}) {
         row.setNotice(text, text);

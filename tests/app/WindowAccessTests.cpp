@@ -3,6 +3,7 @@
 #include "app/BezelButton.h"
 #include "app/ElidedLabel.h"
 
+#include <QAbstractItemView>
 #include <QAccessible>
 #include <QComboBox>
 #include <QLineEdit>
@@ -69,6 +70,30 @@ TEST_F(WindowAccessTest, AKeyThatIsHeldPressesOnce) {
         send(QEvent::KeyRelease, false);
         EXPECT_EQ(fakes.browser->searches, before + 1) << key;
     }
+}
+
+TEST_F(WindowAccessTest, NoKeyChoosesAnotherConsoleWhileTheHostListIsClosed) {
+    launch();
+    controller->client->onEndpoints({{"FOH", "10.0.0.1", 1, "aa"}, {"MON", "10.0.0.2", 1, "bb"}});
+    auto *menu = control<QComboBox>("devicePopup");
+    menu->setFocus();
+    click("connectButton");
+    const auto links = fakes.network->streams.size();
+    ASSERT_EQ(links, 1U);
+    int chosen = 0;
+    QObject::connect(menu, &QComboBox::activated, menu, [&] { ++chosen; });
+    for (const int key : {Qt::Key_M, Qt::Key_PageUp, Qt::Key_PageDown, Qt::Key_Home, Qt::Key_End}) {
+        QTest::keyClick(menu, static_cast<Qt::Key>(key));
+        EXPECT_FALSE(menu->view()->isVisible()) << key;
+    }
+    for (const int key : {Qt::Key_Down, Qt::Key_Up, Qt::Key_F4, Qt::Key_Space}) {
+        QTest::keyClick(menu, static_cast<Qt::Key>(key));
+        EXPECT_TRUE(menu->view()->isVisible()) << key;
+        menu->hidePopup();
+    }
+    EXPECT_EQ(chosen, 0);
+    EXPECT_EQ(menu->currentIndex(), 0);
+    EXPECT_EQ(fakes.network->streams.size(), links);
 }
 
 /// Real keys, as a display delivers them: to the window that has the keyboard.
