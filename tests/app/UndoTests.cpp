@@ -378,6 +378,7 @@ TEST_F(UndoTest, RecordingsThatLiveTraxSavesWhenToldToKeepItOpen) {
     stepUntilStatus("The update was not undone.");
     EXPECT_EQ(view.alerts.back(), (Alert{"Update was not undone", "1 recording was made since then."}));
     EXPECT_EQ(liveTrax().terminateRequests, 0);
+    EXPECT_THAT(fakes.processes->started, IsEmpty());
 }
 
 TEST_F(UndoTest, ACopyThatVanishesWhileLiveTraxSavesKeepsItOpen) {
@@ -387,6 +388,7 @@ TEST_F(UndoTest, ACopyThatVanishesWhileLiveTraxSavesKeepsItOpen) {
     removeCopies();
     stepUntilStatus("The update was not undone.");
     EXPECT_EQ(liveTrax().terminateRequests, 0);
+    EXPECT_THAT(fakes.processes->started, IsEmpty());
     EXPECT_FALSE(view.updateUnderWay);
 }
 
