@@ -8,7 +8,9 @@
 #include "app/MainWindow.h"
 #include "app/QtMainQueue.h"
 #include "app/RehearsalStage.h"
+#include "livetrax/LiveTraxSurface.h"
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "platform/processes/UDPPortHolders.h"
 #include "tests/support/BuiltFiles.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/PrivateNetwork.h"
@@ -123,6 +125,10 @@ protected:
         ASSERT_TRUE(it->sessionExists());
         ASSERT_TRUE(it->sessionMatchesConsole());
         ASSERT_NE(it->liveTrax(), nullptr);
+        if (behaviour == std::string_view("deaf"))
+            return;
+        // It takes its time to start, and a press before it listens finds it silent.
+        ASSERT_TRUE(QTest::qWaitFor([] { return !udpPortHolders(liveTraxSurface::port).empty(); }, timeout));
     }
     /// And on to a patch that differs, with the question asked.
     void changePatchAndPressSync() {
