@@ -148,6 +148,7 @@ TEST_F(NoticeEndToEnd, AnUpdateThatTookARecordingOutIsUndoneByItsAction) {
     ASSERT_TRUE(tells("1 track with recordings left the session: ")) << notice();
     EXPECT_THAT(notice(), HasSubstr(moved));
     EXPECT_EQ(action(), "Undo");
+    ASSERT_TRUE(liveTraxListens()) << "opened again";
     press("noticeAction");
     EXPECT_EQ(
         it->alert(),

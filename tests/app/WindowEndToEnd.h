@@ -127,8 +127,11 @@ protected:
         ASSERT_NE(it->liveTrax(), nullptr);
         if (behaviour == std::string_view("deaf"))
             return;
-        // It takes its time to start, and a press before it listens finds it silent.
-        ASSERT_TRUE(QTest::qWaitFor([] { return !udpPortHolders(liveTraxSurface::port).empty(); }, timeout));
+        ASSERT_TRUE(liveTraxListens());
+    }
+    /// It takes its time to start, and a press before it listens finds it silent.
+    static bool liveTraxListens() {
+        return QTest::qWaitFor([] { return !udpPortHolders(liveTraxSurface::port).empty(); }, timeout);
     }
     /// And on to a patch that differs, with the question asked.
     void changePatchAndPressSync() {
