@@ -73,8 +73,7 @@ endfunction()
 
 # corvane_test(NAME SOURCES ... DEPENDS ... [TIMEOUT seconds] [RESOURCE_LOCK name] [LABELS ...])
 # One GoogleTest program whose every test is a test of ctest, in a process of its own; a sanitizer has five times as
-# long. Of those that name the same lock
-# one runs at a time.
+# long. Of those that name the same lock one runs at a time.
 function(corvane_test name)
     cmake_parse_arguments(TEST "" "TIMEOUT;RESOURCE_LOCK" "SOURCES;DEPENDS;LABELS" ${ARGN})
     if(NOT TEST_TIMEOUT)
