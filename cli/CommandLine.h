@@ -46,31 +46,31 @@ struct ChannelSourceOptions {
 /// A command line that makes sense. Paths are absolute and without a slash at their end.
 struct Options {
     Verb verb = Verb::hosts;
-    std::optional<std::filesystem::path> rehearsal;
-    bool json = false;
-    ChannelSourceOptions source;
-    /// `--for`
-    std::optional<std::chrono::milliseconds> duration;
     Format format = Format::table;
-    /// `--events`: those that `watch` prints; all when there are none.
-    std::set<std::string> events;
-    /// `--save`: where the patch file or the list of scenes goes.
-    std::optional<std::filesystem::path> saveTo;
+    /// `--style`, else CORVANE_MARKERS.
+    MarkerStyle markerStyle = MarkerStyle::classic;
+    bool json = false;
     bool launch = false;
     /// `--allow-empty`: no channels are a patch like any other.
     bool allowEmpty = false;
-    /// `--number` and `--at`: the copy to be restored; at most one of them, the newest when neither is given.
-    std::optional<std::uint64_t> copyNumber;
-    std::optional<std::string> copyTime;
     bool discardRecordings = false;
     /// `--confirm`: LiveTrax must answer before anything is sent.
     bool confirm = false;
     /// `--names`: those of channels, scenes, sessions and the home are told.
     bool withNames = false;
+    std::optional<std::filesystem::path> rehearsal;
+    ChannelSourceOptions source;
+    /// `--for`
+    std::optional<std::chrono::milliseconds> duration;
+    /// `--events`: those that `watch` prints; all when there are none.
+    std::set<std::string> events;
+    /// `--save`: where the patch file or the list of scenes goes.
+    std::optional<std::filesystem::path> saveTo;
+    /// `--number` and `--at`: the copy to be restored; at most one of them, the newest when neither is given.
+    std::optional<std::uint64_t> copyNumber;
+    std::optional<std::string> copyTime;
     /// The shell that completions are for.
     std::string shell;
-    /// `--style`, else CORVANE_MARKERS.
-    MarkerStyle markerStyle = MarkerStyle::classic;
     /// The session's or the marker's name.
     std::string name;
     /// The session's folder.

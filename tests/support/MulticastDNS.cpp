@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cerrno>
 #include <netinet/in.h>
 #include <string_view>
 #include <sys/socket.h>
+#include <system_error>
 
 namespace corvane {
 
@@ -99,7 +101,8 @@ void announceByMulticastDNS(const std::vector<AnnouncedService> &services) {
     const int farthest = 255;
     ::setsockopt(socket.get(), IPPROTO_IP, IP_MULTICAST_TTL, &farthest, sizeof farthest);
     const auto from = socketAddress(ownAddress);
-    ::bind(socket.get(), reinterpret_cast<const sockaddr *>(&from), sizeof from);
+    if (::bind(socket.get(), reinterpret_cast<const sockaddr *>(&from), sizeof from) != 0)
+        throw std::system_error(errno, std::generic_category(), "bind");
     ::setsockopt(socket.get(), IPPROTO_IP, IP_MULTICAST_IF, &from.sin_addr, sizeof from.sin_addr);
     const auto to = socketAddress("224.0.0.251");
     for (std::size_t first = 0; first < services.size(); first += servicesPerPacket) {
