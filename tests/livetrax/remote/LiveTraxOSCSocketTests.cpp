@@ -269,7 +269,8 @@ TEST_F(LiveTraxOSCSockets, EndingAtAnyMomentFreesThePortAndTellsNothing) {
         EXPECT_EQ(told, 0) << "round " << round;
         makeClient();
     }
-    EXPECT_EQ(save(), Addresses{"/save_state"});
+    // The last but one may still be closing, on a queue of its own.
+    EXPECT_TRUE(eventually([&] { return save() == Addresses{"/save_state"}; }));
 }
 
 TEST_F(LiveTraxOSCSockets, TheRuntimeMayEndFirst) {
