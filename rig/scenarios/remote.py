@@ -50,15 +50,6 @@ def remoteControl():
         report.equal("nobody answers once the recorder is gone", refused.status, 3)
 
 
-def beInState(wanted):
-    if wanted == "recording":
-        osc.send("/rec_enable_toggle")
-        recorder.settle((0, 1), "enabling the recording")
-    if wanted != "standing":
-        osc.send("/transport_play")
-        recorder.settle((1, int(wanted == "recording")), wanted)
-
-
 def undisturbed(wanted, action):
     """Does something and says whether the transport, the recording and the playhead went on as if nothing had been."""
     before, at = recorder.transport(), osc.ask("/transport_frame")[0]
@@ -77,7 +68,7 @@ def markersInBothWays():
     for place, wanted in enumerate(("standing", "playing", "recording")):
         osc.send("/locate", 48000 * 60 * (place + 1), 0)
         time.sleep(0.5)
-        beInState(wanted)
+        markers.enter(wanted)
         undisturbed(wanted, lambda: corvanectl("marker", f"{wanted}, named", "--style", "named"))
         # The classic way finds no marker under a playhead that moves on.
         undisturbed(wanted, lambda: corvanectl("marker", f"{wanted}, classic", "--style", "classic"))
