@@ -89,6 +89,31 @@ TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
     EXPECT_EQ(window.menuBar()->actions().front()->menu()->actions().size(), 6);
 }
 
+TEST_F(RehearsalStageTest, EachItemOfTheMenuTellsTheConsoleItsCommandsInTurn) {
+    const auto console =
+        fakes.folder.write("programs/lv1-console-sim", "#!/bin/sh\n"
+                                                       "printf '%s\\n' \"$@\" >\"$0.arguments\"\n"
+                                                       "exec cat >\"$0.told\"\n");
+    std::filesystem::permissions(console, std::filesystem::perms::owner_all);
+    MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
+    RehearsalStage stage(fakes.platform, console.parent_path());
+    buildRehearsalMenu(window, stage);
+    for (int times = 0; times < 2; ++times) {
+        for (QAction *item : window.menuBar()->actions().front()->menu()->actions()) {
+            EXPECT_EQ(item->menuRole(), QAction::NoRole) << item->text().toStdString();
+            item->trigger();
+        }
+    }
+    const std::string expected =
+        "next\nrename 1 Kick In\nmove 20 41\nstereo 24 off\ncolor 3 0.1 0.7 0.9\ndrop\n"
+        "next\nrename 1 Bombo In\nmove 20 25\nstereo 24 on\ncolor 3 0.9 0.8 0.1\ndrop\n";
+    const std::filesystem::path told = console.string() + ".told";
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return fileExists(told) && textOf(told).size() >= expected.size(); }, 30000));
+    EXPECT_EQ(textOf(told), expected);
+    EXPECT_EQ(textOf(console.string() + ".arguments"), "--announce\n127.0.0.1\n--name\nRehearsal Console\n");
+}
+
 TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {
     MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     RehearsalStage stage(fakes.platform, builtPrograms());

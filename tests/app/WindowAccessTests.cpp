@@ -175,6 +175,19 @@ TEST_F(HeldKeyTest, AKeyThatWasLetGoOfUnheardPressesAgain) {
     EXPECT_FALSE(controller->patchExpanded);
 }
 
+TEST_F(HeldKeyTest, AKeyThatWasSilentForASecondPressesAgain) {
+    launchWithKeyboardOn("patchButton");
+    const auto pressAt = [this](quint64 time) {
+        QKeyEvent event(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+        event.setTimestamp(time);
+        QApplication::sendEvent(window.windowHandle(), &event);
+        return controller->patchExpanded;
+    };
+    EXPECT_TRUE(pressAt(10000));
+    EXPECT_TRUE(pressAt(10999)) << "held";
+    EXPECT_FALSE(pressAt(11999));
+}
+
 TEST_F(HeldKeyTest, WritingRepeats) {
     launchWithKeyboardOn("sessionName");
     control<QLineEdit>("sessionName")->clear();

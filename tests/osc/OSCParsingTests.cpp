@@ -164,6 +164,13 @@ TEST(OSCCodec, BytesBehindATextAreNoPartOfIt) {
     }
 }
 
+TEST(OSCCodec, ATextThatAMessageCutsShortDoesNotEndInWhatStandsBehindIt) {
+    const auto buffer = raw("/x\0\0,s\0\0") + OSCBytes(40, 'a') + OSCBytes(16); // the next frame's header
+    for (std::size_t length = 8; length <= 48; ++length)
+        EXPECT_FALSE(OSCCodec::parse(OSCCodec::ByteView(buffer).first(length))) << length;
+    EXPECT_TRUE(OSCCodec::parse(OSCCodec::ByteView(buffer).first(49)));
+}
+
 TEST(OSCCodec, TheEdgesOfUTF8AreRead) {
     for (const char *text :
          {"\xC2\x80", "\xDF\xBF", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80", "\xEF\xBF\xBF",
