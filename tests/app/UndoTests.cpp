@@ -187,7 +187,7 @@ protected:
             step();
     }
 
-    std::string outcome() const {
+    std::string outcome() {
         const auto started = fakes.processes->started.size();
         const bool back = sessionSignature() == signature(kickAndKeys()) && holdsTheRecording();
         if (rewrites == 1 && started == 1 && back && ends == 0)

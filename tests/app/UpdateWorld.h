@@ -52,7 +52,7 @@ protected:
             if (!quitIsHeld && each->terminateRequests > 0 && ++stepsSinceQuit[each.get()] > 20)
                 each->terminated = true;
         const bool ran = isRunning();
-        const auto before = sessionSignature();
+        const std::string before = sessionSignature();
         fakes.clock->advance(std::chrono::milliseconds(50));
         if (sessionSignature() != before) {
             ++rewrites;
@@ -69,9 +69,16 @@ protected:
     void stepUntilStatus(const std::string &text) {
         stepUntil([&] { return view.status() == text; });
     }
-    std::string sessionSignature() const {
-        return LiveTraxGenerator::sessionPatchSignature(session).value_or("none");
+    /// Read anew when the file has changed: it is asked for at every step.
+    const std::string &sessionSignature() {
+        auto bytes = std::filesystem::exists(file()) ? readFile(file()) : Bytes();
+        if (bytes != lastRead || lastSignature.empty()) {
+            lastRead = std::move(bytes);
+            lastSignature = LiveTraxGenerator::sessionPatchSignature(session).value_or("none");
+        }
+        return lastSignature;
     }
+    std::filesystem::path file() const { return session / (session.filename().string() + ".ardour"); }
     void answerQuery() {
         const auto sent = sentToLiveTrax();
         const auto asked = std::count(sent.begin(), sent.end(), "/is_recording");
@@ -107,6 +114,10 @@ protected:
     std::ptrdiff_t queries = 0;
     std::set<std::size_t> answered; ///< questions, by their position among the alerts
     int rewrites = 0;
+
+private:
+    Bytes lastRead;
+    std::string lastSignature;
 };
 
 } // namespace corvane
