@@ -75,6 +75,8 @@ void RehearsalStage::furnish(const Path &folder, const Path &programs) {
 }
 
 RehearsalStage::RehearsalStage(const Platform &platform, const Path &programs) : platform(platform) {
+    if (platform.rehearsal && !platform.rehearsal->lead())
+        throw RehearsalIsOpen(platform.rehearsal->root());
     console.setProgram(text(programs / consoleProgram));
     console.setArguments({QStringLiteral("--announce"), QStringLiteral("127.0.0.1"), QStringLiteral("--name"),
                           QStringLiteral("Rehearsal Console")});
@@ -112,10 +114,10 @@ void RehearsalStage::endRecorder(RunningApplication &recorder) {
 RehearsalStage::~RehearsalStage() {
     disconnect(&console, &QProcess::finished, nullptr, nullptr); // from here on its end is expected
     const QDeadlineTimer end(recordersEndTime);
-    while (const auto recorder = LiveTraxGenerator::runningApplication(platform)) {
-        if (recorder->isTerminated() || end.hasExpired())
+    while (const auto running = recorder()) {
+        if (end.hasExpired())
             break;
-        endRecorder(*recorder);
+        endRecorder(*running);
     }
     console.terminate();
     if (!console.waitForFinished(endTime)) {
@@ -133,6 +135,11 @@ void RehearsalStage::whenConsoleEnds(const QObject *context, const std::function
 void RehearsalStage::tellConsole(const QByteArray &command) {
     if (console.state() == QProcess::Running)
         console.write(command + '\n');
+}
+
+std::shared_ptr<RunningApplication> RehearsalStage::recorder() const {
+    auto running = LiveTraxGenerator::runningApplication(platform);
+    return running && !running->isTerminated() ? running : nullptr;
 }
 
 void RehearsalStage::listenToTerminal() {
@@ -159,6 +166,18 @@ struct Happening {
     std::vector<QByteArray> commands;
 };
 
+void addQuitLiveTrax(QMenu &menu, RehearsalStage &stage) {
+    menu.addSeparator();
+    QAction *quit = menu.addAction(QStringLiteral("Quit LiveTrax"));
+    quit->setMenuRole(QAction::NoRole); // else macOS takes it for the program's own
+    QObject::connect(quit, &QAction::triggered, &stage, [&stage] {
+        if (const auto running = stage.recorder())
+            running->terminate();
+    });
+    QObject::connect(&menu, &QMenu::aboutToShow, &stage,
+                     [&stage, quit] { quit->setEnabled(stage.recorder() != nullptr); });
+}
+
 } // namespace
 
 void buildRehearsalMenu(MainWindow &window, RehearsalStage &stage) {
@@ -181,8 +200,10 @@ void buildRehearsalMenu(MainWindow &window, RehearsalStage &stage) {
             *next = (*next + 1) % happening.commands.size();
         });
     }
-    stage.whenConsoleEnds(menu, [menu] {
-        for (QAction *item : menu->actions())
+    const QList<QAction *> ofTheConsole = menu->actions();
+    addQuitLiveTrax(*menu, stage);
+    stage.whenConsoleEnds(menu, [menu, ofTheConsole] {
+        for (QAction *item : ofTheConsole)
             item->setEnabled(false);
         auto *first =
             new QAction(QStringLiteral("The Console's Stand-in Has Ended: Start the Rehearsal Again"), menu);

@@ -6,10 +6,20 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
+#include <stdexcept>
 
 class QSocketNotifier;
 
 namespace corvane {
+
+/// The rehearsal takes place in another window: ending this one would end the stand-ins of that.
+class RehearsalIsOpen : public std::runtime_error {
+public:
+    explicit RehearsalIsOpen(const std::filesystem::path &folder)
+        : std::runtime_error("The rehearsal in “" + folder.string() +
+                             "” is open in another window. Close that one first.") {}
+};
 
 /// What a rehearsal needs around the window: a console's stand-in that runs as long as this, and LiveTrax's
 /// stand-in, installed where the rehearsal's LiveTrax is looked for. Main thread only.
@@ -23,7 +33,8 @@ public:
     /// `programs`), in LiveTrax's place. Throws FileError.
     static void furnish(const Path &folder, const Path &programs);
 
-    /// Starts the console, which announces itself on loopback. Throws FileError when it cannot be started.
+    /// Starts the console, which announces itself on loopback. Throws RehearsalIsOpen when another window has
+    /// the same rehearsal, and FileError when the console cannot be started.
     RehearsalStage(const Platform &platform, const Path &programs);
     /// Ends the console and every LiveTrax of the rehearsal that runs.
     ~RehearsalStage() override;
@@ -33,6 +44,8 @@ public:
     void whenConsoleEnds(const QObject *context, const std::function<void()> &told);
     /// Has the console do something: one of the commands that it reads on its standard input.
     void tellConsole(const QByteArray &command);
+    /// The LiveTrax of the rehearsal; null when none runs.
+    std::shared_ptr<RunningApplication> recorder() const;
     /// Hands what is typed in the terminal on to the console.
     void listenToTerminal();
 
@@ -46,8 +59,8 @@ private:
 
 class MainWindow;
 
-/// A menu of what can happen on the console during a rehearsal; it says so when the console is no more. Made
-/// before the window is built.
+/// A menu of what can happen on the console during a rehearsal, which says so when the console is no more,
+/// and of how to quit LiveTrax, which has no window there. Made before the window is built.
 void buildRehearsalMenu(MainWindow &window, RehearsalStage &stage);
 
 } // namespace corvane

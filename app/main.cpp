@@ -107,6 +107,9 @@ int main(int argumentCount, char **arguments) {
     }
     try {
         return runApplication(*application, rehearsalFolder(options, folder), chosenMarkerStyle(markers));
+    } catch (const RehearsalIsOpen &error) {
+        std::cerr << error.what() << std::endl;
+        return inTheWay;
     } catch (const PortInUse &error) {
         std::cerr << error.what() << std::endl;
         return inTheWay;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -108,6 +109,14 @@ void FileHandle::flush() const {
         if (errno != EINTR)
             throw FileError::cannot("written", path, errno);
     }
+}
+
+bool FileHandle::tryLock() const {
+    int result = -1;
+    do {
+        result = ::flock(descriptor, LOCK_EX | LOCK_NB);
+    } while (result != 0 && errno == EINTR);
+    return result == 0 || errno != EWOULDBLOCK;
 }
 
 void FileHandle::close() {

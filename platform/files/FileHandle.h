@@ -29,6 +29,9 @@ public:
     std::size_t readAt(std::uint64_t offset, char *to, std::size_t room) const;
     /// Waits until what was written is on disk. Throws FileError.
     void flush() const;
+    /// Takes the lock that one open file at a time can have on it, and that ends with this or with the
+    /// process, however it ends. False when another has it; a file system without locks gives it to all.
+    bool tryLock() const;
     /// Closes it now, to learn of errors that only closing brings to light. Throws FileError.
     void close();
     int fileDescriptor() const { return descriptor; }

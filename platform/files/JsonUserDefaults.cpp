@@ -5,14 +5,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cerrno>
 #include <chrono>
 #include <exception>
 #include <system_error>
 #include <thread>
 #include <utility>
-
-#include <sys/file.h>
 
 namespace corvane {
 namespace {
@@ -25,19 +22,13 @@ using Path = std::filesystem::path;
 constexpr std::chrono::seconds lockTimeout{1};
 constexpr std::chrono::milliseconds lockRetryDelay{5};
 
-/// What a program holds while it changes the file. The lock belongs to the open file, so that it also keeps
-/// two threads of one program apart, and ends with the program.
+/// What a program holds while it changes the file; it also keeps two threads of one program apart.
 class Lock {
 public:
     explicit Lock(const Path &file) : handle(FileHandle::openForAppending(file)) {
         const auto deadline = std::chrono::steady_clock::now() + lockTimeout;
-        while (::flock(handle.fileDescriptor(), LOCK_EX | LOCK_NB) != 0) {
-            if (errno != EWOULDBLOCK && errno != EINTR)
-                return; // a file system without locks
-            if (std::chrono::steady_clock::now() > deadline)
-                return;
+        while (!handle.tryLock() && std::chrono::steady_clock::now() <= deadline)
             std::this_thread::sleep_for(lockRetryDelay);
-        }
     }
 
 private:

@@ -28,6 +28,8 @@ public:
     StandardFolders folders() const;
     /// The file that every participant has open.
     std::filesystem::path participantsFile() const { return folder / ".rehearsal"; }
+    /// Makes this program the one that has the stand-ins start and end. False when another one that runs is.
+    bool lead() const { return participation.tryLock(); }
 
 private:
     std::filesystem::path folder;

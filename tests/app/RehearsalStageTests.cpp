@@ -80,13 +80,56 @@ TEST_F(RehearsalStageTest, ARecorderThatDoesNotEndIsForced) {
     EXPECT_EQ(recorder->forceRequests, 1);
 }
 
+TEST_F(RehearsalStageTest, ASecondOneOfTheSameFolderIsRefusedAndLeavesTheFirstAlone) {
+    const auto takePart = [this](FakePlatform &whose) {
+        whose.platform.rehearsal = std::make_unique<Rehearsal>(
+            fakes.folder / "rehearsal", std::vector<std::uint16_t>(), Rehearsal::HeldByParticipants());
+    };
+    FakePlatform others;
+    const auto recorder = std::make_shared<FakeRunningApplication>();
+    others.applications->running["com.harrisonconsoles.LiveTrax3"] = recorder;
+    takePart(fakes);
+    takePart(others);
+    {
+        const RehearsalStage first(fakes.platform, builtPrograms());
+        EXPECT_THAT([&] { const RehearsalStage second(others.platform, builtPrograms()); },
+                    testing::ThrowsMessage<RehearsalIsOpen>(
+                        "The rehearsal in “" + (fakes.folder / "rehearsal").string() +
+                        "” is open in another window. Close that one first."));
+        EXPECT_EQ(recorder->terminateRequests, 0);
+    }
+    fakes.platform.rehearsal.reset(); // with the program
+    const RehearsalStage second(others.platform, builtPrograms());
+}
+
 TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
     MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     RehearsalStage stage(fakes.platform, builtPrograms());
     buildRehearsalMenu(window, stage);
     ASSERT_EQ(window.menuBar()->actions().size(), 1);
     EXPECT_EQ(window.menuBar()->actions().front()->text(), "Rehearsal");
-    EXPECT_EQ(window.menuBar()->actions().front()->menu()->actions().size(), 6);
+    const auto items = window.menuBar()->actions().front()->menu()->actions();
+    ASSERT_EQ(items.size(), 8);
+    EXPECT_TRUE(items[6]->isSeparator());
+    EXPECT_EQ(items[7]->text(), "Quit LiveTrax");
+}
+
+TEST_F(RehearsalStageTest, TheMenuQuitsLiveTraxWhileItRuns) {
+    MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
+    RehearsalStage stage(fakes.platform, builtPrograms());
+    buildRehearsalMenu(window, stage);
+    QMenu *menu = window.menuBar()->actions().front()->menu();
+    QAction *quit = menu->actions().back();
+    quit->trigger(); // nobody to quit
+    emit menu->aboutToShow();
+    EXPECT_FALSE(quit->isEnabled());
+    const auto recorder = std::make_shared<FakeRunningApplication>();
+    fakes.applications->running["com.harrisonconsoles.LiveTrax3"] = recorder;
+    emit menu->aboutToShow();
+    ASSERT_TRUE(quit->isEnabled());
+    quit->trigger();
+    EXPECT_EQ(recorder->terminateRequests, 1);
+    EXPECT_EQ(recorder->forceRequests, 0);
 }
 
 TEST_F(RehearsalStageTest, EachItemOfTheMenuTellsTheConsoleItsCommandsInTurn) {
@@ -121,15 +164,16 @@ TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {
     const QMenu *menu = window.menuBar()->actions().front()->menu();
     EXPECT_TRUE(menu->actions().front()->isEnabled());
     stage.tellConsole("quit");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return menu->actions().size() == 7; }, 5000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return menu->actions().size() == 9; }, 5000));
     EXPECT_TRUE(menu->actions().front()->text().contains("Has Ended"));
     for (const QAction *item : menu->actions())
-        EXPECT_FALSE(item->isEnabled()) << item->text().toStdString();
+        if (!item->isSeparator() && item->text() != "Quit LiveTrax")
+            EXPECT_FALSE(item->isEnabled()) << item->text().toStdString();
     stage.tellConsole("next"); // to nobody
 
     MainWindow late(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     buildRehearsalMenu(late, stage);
-    EXPECT_EQ(late.menuBar()->actions().front()->menu()->actions().size(), 7);
+    EXPECT_EQ(late.menuBar()->actions().front()->menu()->actions().size(), 9);
 }
 
 } // namespace

@@ -72,6 +72,44 @@ TEST(Rehearsal, AFolderThatCannotBeMadeIsAnError) {
     EXPECT_THROW(Rehearsal(folder / "file/x", needed, participantsHoldEverything), FileError);
 }
 
+TEST(Rehearsal, OneProgramLeadsAtATime) {
+    const TemporaryFolder folder;
+    const Rehearsal other(folder / "other", needed, participantsHoldEverything);
+    const Rehearsal second(folder / "one", needed, participantsHoldEverything);
+    {
+        const Rehearsal first(folder / "one", needed, participantsHoldEverything);
+        EXPECT_TRUE(first.lead());
+        EXPECT_FALSE(second.lead());
+        EXPECT_TRUE(other.lead());
+    }
+    EXPECT_TRUE(second.lead());
+}
+
+TEST(Rehearsal, AProgramThatWasKilledLeadsNoMore) {
+    const TemporaryFolder folder;
+    int ready[2];
+    ASSERT_EQ(::pipe2(ready, O_CLOEXEC), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const Rehearsal first(folder / "one", needed, participantsHoldEverything);
+        const char leads = first.lead() ? 'y' : 'n';
+        [[maybe_unused]] const auto told = ::write(ready[1], &leads, 1);
+        ::alarm(30);
+        ::pause();
+        ::_exit(0);
+    }
+    char leads = 0;
+    ASSERT_EQ(::read(ready[0], &leads, 1), 1);
+    EXPECT_EQ(leads, 'y');
+    const Rehearsal second(folder / "one", needed, participantsHoldEverything);
+    EXPECT_FALSE(second.lead());
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    EXPECT_TRUE(second.lead());
+    ::close(ready[0]);
+    ::close(ready[1]);
+}
+
 TEST(Rehearsal, SaysWhichPortIsInTheWay) {
     EXPECT_STREQ(PortInUse(8000).what(), "UDP port 8000 is in use by another program.");
 }
