@@ -53,6 +53,7 @@ void BridgeController::applicationDidFinishLaunching() {
 void BridgeController::buildUI() {
     view.buildUI();
     showLook(redLook);
+    view.setSceneDetail(sceneMarkers->explanation());
     if (const auto music = platform.folders.music())
         view.setOutputPath(music->string());
 }
@@ -220,7 +221,7 @@ void BridgeController::sceneChanged(const std::string &name) {
             controller->told.lostMarker.reset();
             controller->showNotices();
         });
-    view.setSceneDetail(sceneMarkers->recallsText());
+    view.setSceneDetail(sceneMarkers->explanation());
     if (recall.marked)
         showStatus("Scene marker added: " + name);
 }

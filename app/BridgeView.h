@@ -44,7 +44,7 @@ public:
     /// A longer explanation of the status, one thing a line; empty when there is none.
     virtual void setStatusDetail(const std::string &text) = 0;
     virtual void setSceneLabel(const std::string &text) = 0;
-    /// The scenes recalled last, one a line.
+    /// The scenes recalled last, one a line, and how they are marked.
     virtual void setSceneDetail(const std::string &text) = 0;
     /// Shows these hosts in the menu. The selected one stays selected while it is listed.
     virtual void setDevicePopup(const std::vector<std::string> &titles) = 0;

@@ -20,6 +20,11 @@ constexpr std::chrono::seconds savingTimeout{1};
 /// Bytes of a scene's name that are listed.
 constexpr std::size_t nameListed = 120;
 
+constexpr auto classicStyle =
+    "Marker style: classic. LiveTrax names a marker only while the transport stands; "
+    "started with --markers named, Corvane has all of them named.";
+constexpr auto namedStyle = "Marker style: named. Markers have their names also while LiveTrax records.";
+
 /// The name on one line, and not a longer one than a tooltip takes.
 std::string listed(const std::string &scene) {
     if (scene.size() <= nameListed)
@@ -99,12 +104,13 @@ SceneRecall SceneMarkers::recalled(const std::string &scene, const SceneContext 
     return decided;
 }
 
-std::string SceneMarkers::recallsText() const {
+std::string SceneMarkers::explanation() const {
     std::string text;
     for (const SceneRecall &recall : recalls)
-        text += (text.empty() ? "" : "\n") + timeOfDay(recall.time) + "  " + listed(recall.scene) + "  " +
-                (recall.marked ? "marked" : "not marked: " + recall.reason);
-    return text;
+        text += timeOfDay(recall.time) + "  " + listed(recall.scene) + "  " +
+                (recall.marked ? "marked" : "not marked: " + recall.reason) + "\n";
+    return text + (text.empty() ? "" : "\n") +
+           (liveTrax->markerStyle == MarkerStyle::named ? namedStyle : classicStyle);
 }
 
 } // namespace corvane

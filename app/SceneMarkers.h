@@ -32,8 +32,8 @@ public:
     /// Decides what becomes of a recall, and has LiveTrax add the marker; `sent` is told what became of that.
     SceneRecall recalled(const std::string &scene, const SceneContext &context,
                          LiveTraxOSC::SendCompletion sent = {});
-    /// The last recalls in words, one a line, the latest first; empty before there was one.
-    std::string recallsText() const;
+    /// The last recalls in words, one a line, the latest first, and beneath them the style of the markers.
+    std::string explanation() const;
 
 private:
     struct Reading;

@@ -18,6 +18,8 @@ protected:
         controller->client->onScene(name);
         fakes.clock->advance(std::chrono::seconds(1));
     }
+    /// What is said of the recalls, without the style of the markers beneath.
+    std::string recalls() const { return view.sceneDetail.substr(0, view.sceneDetail.find("\n\n")); }
     /// LiveTrax runs on a session and a first scene is known.
     void record() {
         fakes.defaults->values["CorvaneLastSession"] = "/Sessions/Show";
@@ -36,6 +38,21 @@ protected:
         return file;
     }
 };
+
+TEST_F(SceneTest, TheStyleOfTheMarkersIsExplainedFromTheStartOn) {
+    launch();
+    EXPECT_EQ(view.sceneDetail,
+              "Marker style: classic. LiveTrax names a marker only while the transport stands; "
+              "started with --markers named, Corvane has all of them named.");
+    recall("Intro");
+    EXPECT_THAT(view.sceneDetail, testing::HasSubstr("not marked: first\n\nMarker style: classic."));
+}
+
+TEST_F(SceneTest, TheNamedStyleIsExplainedAsWell) {
+    controller->liveTraxOSC->markerStyle = MarkerStyle::named;
+    launch();
+    EXPECT_EQ(view.sceneDetail, "Marker style: named. Markers have their names also while LiveTrax records.");
+}
 
 TEST_F(SceneTest, AnotherSceneDropsAMarker) {
     record();
@@ -220,17 +237,17 @@ TEST_F(SceneTest, WhatIsKnownOfASessionHoldsWhileItsFileIsAway) {
 
 TEST_F(SceneTest, TheSceneExplainsTheLastTwentyRecallsTheLatestFirst) {
     record();
-    EXPECT_EQ(view.sceneDetail, timeOfDay(fakeWallTime) + "  Intro  not marked: first");
+    EXPECT_EQ(recalls(), timeOfDay(fakeWallTime) + "  Intro  not marked: first");
     for (int number = 1; number <= 25; ++number)
         recall("Scene " + std::to_string(number));
     recall("no scene");
-    const auto lines = nonEmptyLines(view.sceneDetail);
+    const auto lines = nonEmptyLines(recalls());
     ASSERT_THAT(lines, SizeIs(20));
     EXPECT_THAT(lines.front(), testing::EndsWith("  no scene  not marked: no scene"));
     EXPECT_THAT(lines[1], testing::EndsWith("  Scene 25  marked"));
     EXPECT_THAT(lines.back(), testing::EndsWith("  Scene 7  marked"));
     recall(std::string(119, 'x') + "ñ\nlong");
-    EXPECT_THAT(nonEmptyLines(view.sceneDetail).front(),
+    EXPECT_THAT(nonEmptyLines(recalls()).front(),
                 testing::EndsWith("  " + std::string(119, 'x') + "…  marked"));
 }
 
