@@ -117,7 +117,8 @@ void MainWindow::showNotice(const std::optional<Notice> &newNotice) {
 /// What the controller has to say; else, while no console is heard, what to check.
 void MainWindow::showMostImportant() {
     if (notice)
-        noticeRow->setNotice(QString::fromStdString(notice->text), QString::fromStdString(notice->action));
+        noticeRow->setNotice(QString::fromStdString(notice->text), QString::fromStdString(notice->action),
+                             QString::fromStdString(notice->detail));
     else
         noticeRow->setNotice(searchLasts ? QString::fromUtf8(searchHint) : QString(), {});
 }

@@ -1,9 +1,11 @@
 #include "app/Notice.h"
 
+#include "app/PlanText.h"
 #include "base/Quotation.h"
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace corvane {
 
@@ -25,6 +27,11 @@ std::string nameOf(const std::filesystem::path &session) {
 std::string kilohertz(std::uint32_t rate) {
     const auto tenths = (rate % 1'000) / 100;
     return std::to_string(rate / 1'000) + (tenths == 0 ? "" : "." + std::to_string(tenths)) + " kHz";
+}
+
+Notice explained(Notice notice, std::string detail) {
+    notice.detail = std::move(detail);
+    return notice;
 }
 
 Found createCannot(const NoticeFacts &facts) {
@@ -97,15 +104,20 @@ Found takesRemoved(const NoticeFacts &facts) {
                        " with recordings left the session: " + joined(facts.removedWithTakes) + ".";
     if (since.value_or(0) > 0)
         text += " " + counted(std::size_t(*since), "recording was", "recordings were") + " made since.";
-    return Notice{Kind::takesRemoved, text, since == 0 ? "Undo" : ""};
+    if (since == 0)
+        return explained({Kind::takesRemoved, text, "Undo"},
+                         "Undo puts the whole session back as it was before the update: markers, edits and "
+                         "mixes made since go with it.");
+    return Notice{Kind::takesRemoved, text};
 }
 
 Found firstOf(Kind kind, const std::vector<std::string> &problems) {
     if (problems.empty())
         return {};
-    const std::size_t others = problems.size() - 1;
-    return Notice{kind,
-                  problems.front() + (others == 0 ? "" : " (And " + std::to_string(others) + " more.)")};
+    if (problems.size() == 1)
+        return Notice{kind, problems.front()};
+    return explained({kind, problems.front() + " (And " + std::to_string(problems.size() - 1) + " more.)"},
+                     listing("All of them:", problems));
 }
 
 Found namesUnfit(const NoticeFacts &facts) {
@@ -162,7 +174,7 @@ Found spaceLow(const NoticeFacts &facts) {
 
 bool Notice::covers(const Notice &other) const {
     if (step == 0)
-        return *this == other;
+        return kind == other.kind && text == other.text && action == other.action;
     return kind == other.kind && matter == other.matter && step >= other.step;
 }
 

@@ -40,6 +40,8 @@ struct Notice {
     /// is a step worse.
     std::string matter = {};
     int step = 0;
+    /// What there is to say beyond the text, one thing a line, for whoever hovers over it.
+    std::string detail = {};
 
     bool operator==(const Notice &) const = default;
     /// Whether who has put this one away need not be told the other.

@@ -51,24 +51,26 @@ QPushButton *NoticeRow::button(const char *name) {
     return made;
 }
 
-void NoticeRow::setNotice(const QString &text, const QString &actionTitle) {
-    if (isVisible() && !text.isEmpty() && (words->text() != text || action->accessibleName() != actionTitle))
+void NoticeRow::setNotice(const QString &text, const QString &actionTitle, const QString &detail) {
+    const bool isAnother = words->text() != text || action->accessibleName() != actionTitle;
+    if (isVisible() && !text.isEmpty() && isAnother)
         replaced.start();
     words->setText(text);
+    words->setDetail(detail);
     const QString title = oneLine(actionTitle);
     const QString shown = action->fontMetrics().elidedText(title, Qt::ElideMiddle, widestTitle);
     action->setText(QString(shown).replace(u'&', QStringLiteral("&&"))); // no key is meant
-    action->setToolTip(shown == title ? QString() : plainToolTip(actionTitle));
+    action->setToolTip(plainToolTip((shown == title ? detail : actionTitle + "\n\n" + detail).trimmed()));
     action->setAccessibleName(actionTitle);
-    action->setAccessibleDescription(text);
+    action->setAccessibleDescription((text + "\n" + detail).trimmed());
     action->setVisible(!actionTitle.isEmpty());
     setAccessibleDescription(text);
     setVisible(!text.isEmpty());
-    if (!text.isEmpty()) {
+    if (text.isEmpty()) {
+        replaced.invalidate();
+    } else if (isAnother) {
         QAccessibleEvent said(this, QAccessible::Alert);
         QAccessible::updateAccessibility(&said);
-    } else {
-        replaced.invalidate();
     }
 }
 

@@ -21,8 +21,9 @@ public:
 
     explicit NoticeRow(QWidget *parent = nullptr);
 
-    /// Shows this in place of what was shown; no button for no action, no row for no text.
-    void setNotice(const QString &text, const QString &action);
+    /// Shows this in place of what was shown; no button for no action, no row for no text. The detail is
+    /// shown on hover over either.
+    void setNotice(const QString &text, const QString &action, const QString &detail = {});
 
     std::function<void()> onAction;
     std::function<void()> onDismissal;

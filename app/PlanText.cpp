@@ -20,6 +20,13 @@ std::string onInput(const TrackDecision &track) {
                         : ", on input " + std::to_string(first);
 }
 
+/// ", with 2 recordings"
+std::string recordings(const TrackDecision &track) {
+    return track.takes > 0
+               ? ", with " + counted(static_cast<std::size_t>(track.takes), "recording", "recordings")
+               : "";
+}
+
 } // namespace
 
 std::vector<std::string> planLines(const UpdatePlan &plan) {
@@ -30,7 +37,7 @@ std::vector<std::string> planLines(const UpdatePlan &plan) {
         if (track.action == Action::add)
             lines.push_back(quotation(track.name) + " is added" + onInput(track));
         else if (track.action == Action::remove)
-            lines.push_back(quotation(track.name) + " is removed" + onInput(track));
+            lines.push_back(quotation(track.name) + " is removed" + onInput(track) + recordings(track));
         else if (track.was.name)
             lines.push_back(quotation(*track.was.name) + " becomes " + quotation(track.name));
         else if (track.was.order)

@@ -8,7 +8,8 @@
 namespace corvane {
 
 /// What an update does to a session, one real change a line: what is added, is called otherwise, moves or
-/// goes. Tracks that only change in colour are counted in one line; those that stay as they are do not count.
+/// goes, and then with how many recordings. Tracks that only change in colour are counted in one line; those
+/// that stay as they are do not count.
 std::vector<std::string> planLines(const UpdatePlan &plan);
 
 /// The lines under a title. A long list is cut short and ends with how many more there are. Empty when there

@@ -51,7 +51,9 @@ const SessionUpdate::Words SessionUpdate::ofUpdate{
     "LiveTrax did not close. Quit it and press SYNC LV1 again."};
 const SessionUpdate::Words SessionUpdate::ofUndo{
     "Undo Update",
-    "LiveTrax will close to put the session back as it was before the update, then reopen with it.",
+    "LiveTrax will close to put the session back as it was before the update, then reopen with it.\n\n"
+    "The whole session goes back: markers, edits and mixes made since the update go with it. As it is now it "
+    "stays in its history.",
     "Undo",
     "Undo cancelled.",
     "Stop the transport and recording before undoing the update.",

@@ -99,7 +99,8 @@ private:
 
     static std::string text(const HistoryCopy &restored, const HistoryCopy &kept) {
         return "Restored the copy of " + timeText(restored.time) + ". What was there before is copy " +
-               std::to_string(kept.number) + " now.\n";
+               std::to_string(kept.number) +
+               " now.\nMarkers, edits and mixes made since then are in that copy alone.\n";
     }
 
     CommandContext context;

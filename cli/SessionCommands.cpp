@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <optional>
 #include <string>
@@ -237,6 +238,16 @@ class PlanCommand : public SessionCommand {
         return track.stereo ? numbered(1) + "–" + numbered(2) : numbered(1);
     }
 
+    /// "#4080C0" of red, green, blue and alpha as one decimal number; any other text as it is.
+    static std::string rgbText(const std::string &color) {
+        const auto number = integer(color);
+        if (!number || *number < 0 || *number > std::numeric_limits<std::uint32_t>::max())
+            return color;
+        char text[16] = {};
+        std::snprintf(text, sizeof text, "#%06X", static_cast<unsigned>(*number >> 8));
+        return text;
+    }
+
     static std::string before(const TrackDecision &track) {
         std::string text;
         const auto add = [&](const char *what, const std::optional<std::string> &value) {
@@ -245,7 +256,8 @@ class PlanCommand : public SessionCommand {
         };
         add("name ", track.was.name);
         add("place ", track.was.order);
-        add("colour ", track.was.color);
+        if (track.was.color)
+            add("colour ", rgbText(*track.was.color));
         if (track.was.armed == false)
             add("not armed", "");
         if (track.rewired)

@@ -328,8 +328,9 @@ TEST_F(ControllerNoticesTest, RecordedTracksThatTheNextUpdateWouldTakeOutAreSaid
                 "SYNC LV1 will take 1 recorded track out of the session: “\u2068Keys\u2069”.", "Show plan"}));
     controller->noticeAction();
     EXPECT_EQ(view.linesTitle, "SYNC LV1 will change:");
-    EXPECT_THAT(view.linesShown, ElementsAre("“\u2068Keys\u2069” is added, on inputs 9–10",
-                                             "“\u2068Keys\u2069” is removed, on inputs 2–3"));
+    EXPECT_THAT(view.linesShown,
+                ElementsAre("“\u2068Keys\u2069” is added, on inputs 9–10",
+                            "“\u2068Keys\u2069” is removed, on inputs 2–3, with 2 recordings"));
     EXPECT_THAT(view.alerts, IsEmpty());
 
     record(show, "Kick", 3);

@@ -150,9 +150,11 @@ TEST_F(NoticeEndToEnd, AnUpdateThatTookARecordingOutIsUndoneByItsAction) {
     EXPECT_EQ(action(), "Undo");
     ASSERT_TRUE(liveTraxListens()) << "opened again";
     press("noticeAction");
-    EXPECT_EQ(
-        it->alert(),
-        "LiveTrax will close to put the session back as it was before the update, then reopen with it.");
+    EXPECT_THAT(it->alert(),
+                testing::StartsWith("LiveTrax will close to put the session back as it was before "
+                                    "the update, then reopen with it.\n\n"));
+    EXPECT_THAT(it->window.findChild<QPushButton *>("noticeAction")->toolTip().toStdString(),
+                HasSubstr("markers, edits and mixes"));
     it->answer(Qt::Key_Return);
     ASSERT_TRUE(it->says("The update was undone.")) << it->status();
     EXPECT_TRUE(it->is(amberLook));

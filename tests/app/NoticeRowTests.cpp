@@ -75,6 +75,16 @@ TEST_F(NoticeRowTest, AnActionsNameIsWrittenAsItIsAndDoesNotWidenTheWindow) {
     EXPECT_NE(control("noticeAction")->toolTip(), "");
 }
 
+TEST_F(NoticeRowTest, WhatIsBehindTheWordsIsShownOnHoverOverThemAndTheAction) {
+    row.setNotice("One", "Undo", "Markers <b>go</b> with it.");
+    EXPECT_TRUE(control("noticeAction")->toolTip().contains("Markers &lt;b&gt;go"));
+    EXPECT_EQ(control("noticeAction")->accessibleDescription(), "One\nMarkers <b>go</b> with it.");
+    EXPECT_EQ(control<QWidget>("noticeText")->accessibleDescription(), "Markers <b>go</b> with it.");
+    row.setNotice("Two", "Act");
+    EXPECT_EQ(control("noticeAction")->toolTip(), "");
+    EXPECT_EQ(control<QWidget>("noticeText")->accessibleDescription(), "");
+}
+
 TEST_F(NoticeRowTest, TakesTheKeyboardFromNothing) {
     for (const char *text : {"One", "Two", ""}) {
         row.setNotice(text, text);

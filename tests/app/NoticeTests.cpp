@@ -89,7 +89,9 @@ const Row table[] = {
          facts.removedWithTakes = {"Mix print", "Talk"};
          facts.recordingsSinceRemoval = 0;
      },
-     {{Kind::takesRemoved, "2 tracks with recordings left the session: Mix print, Talk.", "Undo"}}},
+     {{Kind::takesRemoved, "2 tracks with recordings left the session: Mix print, Talk.", "Undo", "", 0,
+       "Undo puts the whole session back as it was before the update: markers, edits and mixes made since go "
+       "with it."}}},
     {"AnUpdateRemovedARecordingForGood",
      [](NoticeFacts &facts) { facts.removedWithTakes = {"Talk"}; },
      {{Kind::takesRemoved, "1 track with recordings left the session: Talk."}}},
@@ -103,12 +105,14 @@ const Row table[] = {
      [](NoticeFacts &facts) {
          facts.overlongNames = {"One is too long.", "Two.", "Three."};
      },
-     {{Kind::namesUnfit, "One is too long. (And 2 more.)"}}},
+     {{Kind::namesUnfit, "One is too long. (And 2 more.)", "", "", 0,
+       "All of them:\nOne is too long.\nTwo.\nThree."}}},
     {"ANameIsRewritten",
      [](NoticeFacts &facts) {
          facts.rewrittenNames = {"One would be called Two.", "Three."};
      },
-     {{Kind::namesRewritten, "One would be called Two. (And 1 more.)"}}},
+     {{Kind::namesRewritten, "One would be called Two. (And 1 more.)", "", "", 0,
+       "All of them:\nOne would be called Two.\nThree."}}},
     {"RecordingsAreAtRisk",
      [](NoticeFacts &facts) { facts.atRisk = {"Mix print"}; },
      {{Kind::takesAtRisk, "SYNC LV1 will take 1 recorded track out of the session: Mix print.",
@@ -203,6 +207,12 @@ TEST(Notices, LittleRoomIsSaidAgainOnlyWhenItIsMuchLess) {
     EXPECT_TRUE(left("Show", 29).covers(left("Show", 45)));
     EXPECT_FALSE(left("Show", 29).covers(left("Show", 14)));
     EXPECT_FALSE(left("Show", 38).covers(left("Other", 38)));
+}
+
+TEST(Notices, WhatIsBehindOneIsNoReasonToSayItAgain) {
+    const Notice away{Kind::sessionDiffers, "It differs.", "Update…", "", 0, "One track is coloured."};
+    EXPECT_TRUE(away.covers({Kind::sessionDiffers, "It differs.", "Update…", "", 0, "Two are."}));
+    EXPECT_FALSE(away.covers({Kind::sessionDiffers, "It lacks a channel.", "Update…"}));
 }
 
 TEST(Notices, APathOfAnyLengthIsCut) {

@@ -20,7 +20,10 @@ using testing::StartsWith;
 
 const Alert question{
     "Undo Update",
-    "LiveTrax will close to put the session back as it was before the update, then reopen with it.",
+    "LiveTrax will close to put the session back as it was before the update, then reopen with it.\n\nThe "
+    "whole session goes back: markers, edits and mixes made since the update go with it. As it is now it "
+    "stays "
+    "in its history.",
     {"Undo", "Cancel"}};
 const Alert didNotClose{"Update was not undone", "LiveTrax did not close. Quit it and press Undo again."};
 constexpr auto undoneText = "The update was undone.";
@@ -36,7 +39,10 @@ protected:
         fakes.clock->run(); // what is at risk is read
         controller->connectSelected();
         fakes.clock->run();
-        ASSERT_EQ(view.notice, (Notice{Notice::Kind::takesRemoved, keysLeft, "Undo"}));
+        ASSERT_EQ(text(), keysLeft);
+        ASSERT_EQ(action(), "Undo");
+        ASSERT_THAT(view.notice->detail,
+                    testing::HasSubstr("markers, edits and mixes made since go with it"));
         ASSERT_EQ(sessionSignature(), signature(movedKeys()));
         ASSERT_EQ(view.connectButton, greenLook);
         forget();
@@ -469,7 +475,8 @@ TEST_F(UndoTest, EachSessionHasAWayBackOfItsOwn) {
     fakes.clock->run();
     while (view.notice && view.notice->kind != Notice::Kind::takesRemoved)
         controller->dismissNotice(); // that the session differs
-    ASSERT_EQ(view.notice, (Notice{Notice::Kind::takesRemoved, keysLeft, "Undo"}));
+    ASSERT_EQ(text(), keysLeft);
+    ASSERT_EQ(action(), "Undo");
     liveTrax().terminated = true;
     pressUndo();
     EXPECT_EQ(view.status(), undoneText);

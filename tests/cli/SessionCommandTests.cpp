@@ -313,6 +313,16 @@ TEST_F(RestoreCommandTest, PutsTheNewestCopyBack) {
               printedJson());
 }
 
+TEST_F(RestoreCommandTest, SaysWhatGoesBackWithTheSession) {
+    const auto session = makeSession(band);
+    sync(session, {mono("Snare", 1, 2)});
+    EXPECT_EQ(status::done, run({"restore", session}).status);
+    EXPECT_EQ("Restored the copy of " + timeText(fake.wallTime) +
+                  ". What was there before is copy 1 now.\n"
+                  "Markers, edits and mixes made since then are in that copy alone.\n",
+              output.printed);
+}
+
 TEST_F(RestoreCommandTest, ACopyIsChosenByItsNumberOrItsTime) {
     const auto session = makeSession(band);
     const std::string before = fake.folder.read("out/Gig/Gig.ardour");
@@ -421,6 +431,23 @@ TEST_F(PlanCommandTest, PeopleGetATable) {
               "keep    OH       7–8\n"
               "remove  Voice    4\n"
               "2 adjusted, 0 added, 1 removed\n",
+              output.printed);
+}
+
+TEST_F(PlanCommandTest, PeopleReadColoursAsTheyKnowThem) {
+    const auto session = makeSession({mono("Kick", 0, 1), mono("Vox", 1, 2)});
+    std::string text = fake.folder.read("out/Gig/Gig.ardour");
+    for (const char *other : {"3628020735", "-1"}) {
+        const std::size_t colour = text.find("color=\"1066195199\"");
+        ASSERT_NE(std::string::npos, colour);
+        text.replace(colour, 18, std::string("color=\"") + other + "\"");
+    }
+    fake.folder.write("out/Gig/Gig.ardour", text);
+    run({"plan", session, "--from", patchFile({mono("Kick", 0, 1), mono("Vox", 1, 2)})});
+    EXPECT_EQ("ACTION  TRACK  INPUT  BEFORE\n"
+              "change  Kick   1      colour #D83F33\n"
+              "change  Vox    2      colour -1\n"
+              "2 adjusted, 0 added, 0 removed\n",
               output.printed);
 }
 
