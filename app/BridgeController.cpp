@@ -114,8 +114,11 @@ void BridgeController::connectionStateChanged(bool connected) {
                        std::any_of(services.begin(), services.end(),
                                    [&](const auto &service) { return isLinked(*service); });
     linkIs(connected ? Link::up : leads ? Link::greeting : Link::lost);
-    if (!connected)
-        showLook(redLook);
+    if (connected)
+        return;
+    showLook(redLook);
+    if (!hasChanges()) // what the last update changed is behind no status of a lost link
+        view.setStatusDetail("");
 }
 
 void BridgeController::endpointsChanged(const std::vector<LV1Endpoint> &list) {
@@ -141,6 +144,7 @@ void BridgeController::servicesChanged(const std::vector<std::shared_ptr<NetServ
 }
 
 void BridgeController::channelsChanged(const Channels &list) {
+    const bool areOthers = channels != list;
     channels = list;
     std::string signature = LiveTraxGenerator::patchSignature(list);
     if (synchronizedPatch && *synchronizedPatch == signature)
@@ -150,9 +154,11 @@ void BridgeController::channelsChanged(const Channels &list) {
     view.reloadTable(channels);
     view.setSyncButtonEnabled(!channels.empty());
     showPatchTitle();
-    if (channelsPatch != signature) { // else only colours have changed
+    if (channelsPatch != signature) {
         channelsPatch = std::move(signature);
         channelsAreOthers();
+    } else if (areOthers) {
+        coloursAreOthers();
     }
 }
 

@@ -175,6 +175,7 @@ private:
     void showNotices();
     NoticeFacts knownFacts() const;
     void channelsAreOthers();
+    void coloursAreOthers();
     void linkIs(ButtonFacts::Link state);
     void markerLost(const std::string &name, const std::string &reason);
     void askAboutSessions();
@@ -187,6 +188,7 @@ private:
     /// Null when nothing that an update took out of this session can be told of.
     const Removal *newestRemoval(const std::optional<Path> &session) const;
     void chooseSession();
+    void updateNoticedSession();
 
     Platform &platform;
     BridgeView &view;
@@ -209,6 +211,7 @@ private:
     std::optional<Path> openedHere;       ///< the session that LiveTrax was last started on from here
     std::optional<Path> recentThen;       ///< the newest of LiveTrax's own list at that time
     bool sessionIsAwaited = false;        ///< the active session is yet to be made by LiveTrax
+    bool coloursAreNews = false;          ///< the disk is soon asked what they come to
 };
 
 } // namespace corvane

@@ -58,7 +58,11 @@ std::string pressMeaning(const ButtonFacts &facts) {
 } // namespace
 
 std::string connectMeaning(const ButtonFacts &facts) {
-    return colourMeaning(facts) + " " + pressMeaning(facts);
+    std::string text = colourMeaning(facts) + " " + pressMeaning(facts);
+    const std::string session = quotation(facts.session.value_or(""));
+    if (facts.session && text.find(session) == std::string::npos)
+        text += " The session is " + session + ".";
+    return text;
 }
 
 std::string createMeaning(const ButtonFacts &facts) {
@@ -72,7 +76,8 @@ std::string createMeaning(const ButtonFacts &facts) {
     if (facts.changesPending)
         return "Makes a LiveTrax session of the " + of +
                " of the last sync and opens it. The changes since are not in it.";
-    return "Makes a LiveTrax session of the console's " + of + ", one armed track for each, and opens it.";
+    const std::string which = facts.link == Link::up ? "console's " + of : of + " that the console had last";
+    return "Makes a LiveTrax session of the " + which + ", one armed track for each, and opens it.";
 }
 
 } // namespace corvane

@@ -19,6 +19,8 @@ namespace {
 
 /// How often the disk is asked without an occasion: a volume may fill up or be taken away at any time.
 constexpr std::chrono::seconds refreshDelay{15};
+/// From a channel's new colour to the question what an update would do with it.
+constexpr std::chrono::seconds coloursDelay{2};
 
 std::size_t inputsOf(const std::vector<LV1Channel> &channels) {
     std::size_t inputs = 0;
@@ -256,8 +258,10 @@ NoticeFacts BridgeController::knownFacts() const {
     }
     if (const auto *current = currentAnswer()) {
         const bool differs = current->signature && currentPatch && *current->signature != *currentPatch;
-        if (differs && current->plan && !hasChanges())
+        if (differs && current->plan && !hasChanges()) {
             facts.difference = difference(*current->plan);
+            facts.differences = planLines(*current->plan);
+        }
         if (hasChanges() && current->plan)
             facts.atRisk = removedWithTakes(*current->plan);
     }
@@ -280,6 +284,16 @@ void BridgeController::channelsAreOthers() {
     askAboutSessions();
     showNotices();
     showMeanings();
+}
+
+/// Colours follow a patch one by one, and what an update would do with them is known only when all are there.
+void BridgeController::coloursAreOthers() {
+    if (std::exchange(coloursAreNews, true))
+        return;
+    platform.main.after(coloursDelay, weakly(weak_from_this(), [](BridgeController &controller) {
+                            controller.coloursAreNews = false;
+                            controller.askAboutSessions();
+                        }));
 }
 
 void BridgeController::markerLost(const std::string &name, const std::string &reason) {
@@ -317,7 +331,7 @@ void BridgeController::noticeAction() {
         connectToSelectedHost();
         break;
     case Notice::Kind::sessionDiffers:
-        updateActiveSession(channels, *currentPatch);
+        updateNoticedSession();
         break;
     case Notice::Kind::takesRemoved:
         undoUpdate();
@@ -332,6 +346,30 @@ void BridgeController::noticeAction() {
     default:
         break; // nothing to press
     }
+}
+
+/// Whoever presses SYNC LV1 has seen it turn amber; here recorded tracks would go unannounced.
+void BridgeController::updateNoticedSession() {
+    const auto *current = currentAnswer();
+    const auto going =
+        current && current->plan ? removedWithTakes(*current->plan) : std::vector<std::string>();
+    if (going.empty() || runningLiveTrax()) { // which asks anyway
+        updateActiveSession(channels, *currentPatch);
+        return;
+    }
+    auto answered = [weak = weak_from_this(), of = channels, patch = *currentPatch](std::size_t button) {
+        const auto controller = weak.lock();
+        if (controller && button == 0)
+            controller->updateActiveSession(of, patch);
+        else if (controller)
+            controller->cancelUpdate("Sync cancelled.");
+    };
+    view.showAlert({"Update Session",
+                    "This takes " + counted(going.size(), "recorded track", "recorded tracks") +
+                        " out of the session: " + joined(going) +
+                        ". The sound files stay, and Undo is offered afterwards.",
+                    {"Update", "Cancel"}},
+                   std::move(answered));
 }
 
 void BridgeController::chooseSession() {

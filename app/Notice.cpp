@@ -81,19 +81,23 @@ Found sessionDiffers(const NoticeFacts &facts) {
     if (!facts.session || facts.sessionIsGone || !facts.difference)
         return {};
     const auto [lacks, extra, changed, moved] = *facts.difference;
-    std::string how;
+    std::vector<std::string> ways;
     if (lacks > 0)
-        how = " lacks " + std::to_string(lacks) + " of the console's " +
-              counted(facts.channels, "channel.", "channels.");
-    else if (extra > 0)
-        how = " has " + counted(extra, "track", "tracks") + " that the console does not have.";
-    else if (changed > 0)
-        how = " differs from the console in " + counted(changed, "track.", "tracks.");
-    else if (moved > 0)
-        how = " has " + counted(moved, "track", "tracks") + " in another place than the console.";
-    else
+        ways.push_back("lacks " + std::to_string(lacks) + " of the console's " +
+                       counted(facts.channels, "channel", "channels"));
+    if (extra > 0)
+        ways.push_back("has " + counted(extra, "track", "tracks") + " that the console does not have");
+    if (changed > 0)
+        ways.push_back("differs from the console in " + counted(changed, "track", "tracks"));
+    if (moved > 0 && ways.empty())
+        ways.push_back("has " + counted(moved, "track", "tracks") + " in another place than the console");
+    if (ways.empty())
         return {};
-    return Notice{Kind::sessionDiffers, nameOf(*facts.session) + how, "Update…"};
+    std::string text = nameOf(*facts.session);
+    for (const std::string &way : ways)
+        text += (&way == &ways.front() ? " " : " It ") + way + ".";
+    return explained({Kind::sessionDiffers, text, "Update…"},
+                     listing("The update would change:", facts.differences));
 }
 
 Found takesRemoved(const NoticeFacts &facts) {

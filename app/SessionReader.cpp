@@ -23,8 +23,9 @@ using FileStates = std::pair<FileState, FileState>;
 struct SessionReader::Reading {
     SessionAnswer answer;
     FileStates states;
-    Told told;          ///< empty once it was told
-    bool again = false; ///< asked for the same once more meanwhile
+    Told told; ///< empty once it was told
+    /// The same, asked once more meanwhile, maybe with other colours.
+    std::optional<SessionQuestion> again;
 };
 
 SessionReader::SessionReader(Platform &platform, VolumeOf volumeOf)
@@ -115,12 +116,14 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
 
 void SessionReader::ask(SessionQuestion question, Told told) {
     if (reading && reading->told && reading->answer.question == question) {
-        reading->again = true; // replacing it each time, a busy console would never get an answer
+        // Replacing it each time, a busy console would never get an answer.
+        reading->again = std::move(question);
         return;
     }
     const auto next = std::make_shared<Reading>();
-    // What was found for the same question still holds as long as the file is the same.
-    if (reading && !reading->told && reading->answer.question == question) {
+    // What was found for the same question still holds as long as the file and the colours are the same.
+    if (reading && !reading->told && reading->answer.question == question &&
+        reading->answer.question.channels == question.channels) {
         next->answer = reading->answer;
         next->states = reading->states;
     }
@@ -144,7 +147,7 @@ void SessionReader::ask(SessionQuestion question, Told told) {
             done->states = states;
             const auto tell = std::exchange(done->told, nullptr);
             if (done->again)
-                reader->ask(done->answer.question, tell);
+                reader->ask(*std::exchange(done->again, std::nullopt), tell);
             tell(answer);
         });
     });

@@ -24,7 +24,7 @@ struct SessionQuestion {
     std::filesystem::path saveIn;                 ///< where a new session would go
     std::optional<HistoryCopy> copy = {};         ///< of the session, that one might go back to
 
-    /// Channels are compared by `patch`: a change of colour does not make another question.
+    /// Channels are compared by `patch`: a change of colour does not take the place of a question.
     bool operator==(const SessionQuestion &other) const {
         return session == other.session && patch == other.patch && saveIn == other.saveIn &&
                copy == other.copy;
@@ -56,7 +56,7 @@ public:
     explicit SessionReader(Platform &platform, VolumeOf volumeOf = corvane::volumeOf);
 
     /// `told` is called on the main queue, unless another question comes first or the reader is destroyed.
-    /// When the same question is in flight already, it is asked once more afterwards, and the `told` of the
+    /// When the same question is in flight already, the latest is asked afterwards, and the `told` of the
     /// first call gets both answers.
     void ask(SessionQuestion question, Told told);
 

@@ -36,11 +36,14 @@ const Row table[] = {
          facts.red = true;
          facts.link = Link::greeting;
      },
-     "Red: the console is being greeted. Press to connect to the chosen host."},
+     "Red: the console is being greeted. Press to connect to the chosen host. The session is "
+     "“\u2068Show\u2069”."},
     {"AcceptedWithoutAPatch", [](ButtonFacts &facts) { facts.red = true; },
-     "Red: the console has not sent its patch yet. Press to connect to the chosen host."},
+     "Red: the console has not sent its patch yet. Press to connect to the chosen host. The session is "
+     "“\u2068Show\u2069”."},
     {"SyncedWhileGreeting", [](ButtonFacts &facts) { facts.link = Link::greeting; },
-     "Green: the patch is synced; the console is being greeted. Press to connect to the chosen host."},
+     "Green: the patch is synced; the console is being greeted. Press to connect to the chosen host. The "
+     "session is “\u2068Show\u2069”."},
     {"FirstPatchThatDiffersFromTheDisk", [](ButtonFacts &facts) { facts.comparison = Comparison::differs; },
      "Green: the first patch since the start; “\u2068Show\u2069” differs from it. Press to connect to the "
      "chosen host."},
@@ -53,15 +56,16 @@ const Row table[] = {
      "Red: no console is connected, and there are changes since the last sync. Press to update "
      "“\u2068Show\u2069”."},
     {"Synced", [](ButtonFacts &) {},
-     "Green: no changes since the last sync. Press to connect to the chosen host."},
+     "Green: no changes since the last sync. Press to connect to the chosen host. The session is "
+     "“\u2068Show\u2069”."},
     {"FirstPatch", [](ButtonFacts &facts) { facts.comparison = Comparison::none; },
      "Green: the first patch since the start; no session was compared with it. Press to connect to the "
-     "chosen "
-     "host."},
+     "chosen host. The session is “\u2068Show\u2069”."},
     {"ComparedWithTheDisk", [](ButtonFacts &facts) { facts.comparison = Comparison::session; },
      "Green: “\u2068Show\u2069” has the console's patch. Press to connect to the chosen host."},
     {"SyncedWithoutAConsole", [](ButtonFacts &facts) { facts.link = Link::lost; },
-     "Green: the patch is synced; no console is connected now. Press to connect to the chosen host."},
+     "Green: the patch is synced; no console is connected now. Press to connect to the chosen host. The "
+     "session is “\u2068Show\u2069”."},
     {"Overtaken", [](ButtonFacts &facts) { facts.changesPending = facts.justSynced = true; },
      "Green: synced, but the console's patch has changed since. Press to update “\u2068Show\u2069” again."},
     {"Changed", [](ButtonFacts &facts) { facts.changesPending = true; },
@@ -73,7 +77,8 @@ const Row table[] = {
      },
      "Amber: the console's patch has changed. Press to accept the patch for the next session."},
     {"UpdateUnderWay", [](ButtonFacts &facts) { facts.changesPending = facts.updateUnderWay = true; },
-     "Amber: the console's patch has changed. An update is under way; press to be asked again."},
+     "Amber: the console's patch has changed. An update is under way; press to be asked again. The session "
+     "is “\u2068Show\u2069”."},
 };
 
 class ConnectMeaningTest : public testing::TestWithParam<Row> {};
@@ -86,6 +91,19 @@ TEST_P(ConnectMeaningTest, IsTrueInEveryState) {
 
 INSTANTIATE_TEST_SUITE_P(States, ConnectMeaningTest, testing::ValuesIn(table),
                          [](const auto &each) { return each.param.name; });
+
+TEST(CreateMeaning, IsTrueWithoutAConsole) {
+    ButtonFacts facts = well();
+    facts.channelsKnown = true;
+    facts.channelsForCreate = 24;
+    EXPECT_EQ(
+        createMeaning(facts),
+        "Makes a LiveTrax session of the console's 24 channels, one armed track for each, and opens it.");
+    facts.link = Link::lost;
+    EXPECT_EQ(createMeaning(facts),
+              "Makes a LiveTrax session of the 24 channels that the console had last, one "
+              "armed track for each, and opens it.");
+}
 
 TEST(CreateMeaning, IsTrueWithoutChannelsToTake) {
     ButtonFacts facts = well();

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace corvane {
@@ -80,6 +81,37 @@ TEST_F(ControllerNoticesTest, ASessionThatIsNotInStepIsSaidAlthoughTheButtonIsGr
     EXPECT_EQ(view.status(), "Session updated: 2 adjusted, 1 added, 0 removed.");
     EXPECT_EQ(view.statusDetail, "The update changed:\n“\u2068Vox\u2069” is added, on input 10");
     EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, NoRecordedTrackGoesByANoticeUnasked) {
+    show = makeSession("Show", kickAndKeys());
+    record(show, "Keys");
+    opensLast(show);
+    launch();
+    consoleSendsPatch(movedKeys());
+    fakes.clock->run();
+    EXPECT_EQ(text(),
+              "“\u2068Show\u2069” lacks 1 of the console's 2 channels. It has 1 track that the console does "
+              "not have.");
+    EXPECT_EQ(view.notice->detail, "The update would change:\n“\u2068Keys\u2069” is added, on inputs 9–10\n"
+                                   "“\u2068Keys\u2069” is removed, on inputs 2–3, with 1 recording");
+    const std::string before = textOf(show / "Show.ardour");
+    controller->noticeAction();
+    ASSERT_THAT(view.alerts, SizeIs(1));
+    EXPECT_EQ(
+        view.alerts.back(),
+        (Alert{"Update Session",
+               "This takes 1 recorded track out of the session: “\u2068Keys\u2069”. The sound files stay, "
+               "and Undo is offered afterwards.",
+               {"Update", "Cancel"}}));
+    view.answer(1);
+    EXPECT_EQ(view.status(), "Sync cancelled.");
+    EXPECT_EQ(textOf(show / "Show.ardour"), before);
+    controller->noticeAction();
+    view.answer(0);
+    fakes.clock->run();
+    EXPECT_EQ(view.status(), "Session updated: 1 adjusted, 1 added, 1 removed.");
+    EXPECT_THAT(text(), StartsWith("1 track with recordings left the session"));
 }
 
 TEST_F(ControllerNoticesTest, AnotherSessionThatLiveTraxOpenedLastCanBeUsed) {
@@ -316,6 +348,40 @@ TEST_F(ControllerNoticesTest, PendingChangesAreExplainedByWhatTheUpdateWillDo) {
                                  "“\u2068Keys\u2069” is removed, on inputs 2–3");
 }
 
+TEST_F(ControllerNoticesTest, ColoursThatComeAfterThePatchAreNoChanges) {
+    const auto paint = [](Channels list) {
+        for (LV1Channel &each : list)
+            each.green = 1;
+        return list;
+    };
+    show = makeSession("Show", paint(kickAndKeys()));
+    opensLast(show);
+    launch();
+    consoleSendsPatch(kickAndKeys());
+    controller->client->onConnectionState(false);
+    consoleSendsPatch(movedKeys());
+    fakes.clock->run();
+    EXPECT_THAT(view.statusDetail, HasSubstr("1 track coloured"));
+    controller->client->onChannels(paint(movedKeys()));
+    fakes.clock->advance(2s);
+    EXPECT_EQ(view.statusDetail, "SYNC LV1 will change:\n“\u2068Keys\u2069” is added, on inputs 9–10\n"
+                                 "“\u2068Keys\u2069” is removed, on inputs 2–3");
+}
+
+TEST_F(ControllerNoticesTest, WhatTheLastUpdateChangedIsNotBehindALostLink) {
+    begin({channel("Kick", 1, 0), channel("Keys", 2, 1, true), channel("Vox", 3, 9)});
+    controller->noticeAction();
+    fakes.clock->run();
+    ASSERT_THAT(view.statusDetail, StartsWith("The update changed:"));
+    controller->client->onConnectionState(false);
+    EXPECT_EQ(view.statusDetail, "");
+    EXPECT_THAT(view.createMeaning, HasSubstr("the 3 channels that the console had last"));
+    consoleSendsPatch(kickAndKeys());
+    EXPECT_THAT(view.statusDetail, StartsWith("Changes since the last sync:"));
+    controller->client->onConnectionState(false);
+    EXPECT_THAT(view.statusDetail, StartsWith("Changes since the last sync:"));
+}
+
 TEST_F(ControllerNoticesTest, RecordedTracksThatTheNextUpdateWouldTakeOutAreSaidAndThePlanShown) {
     begin(kickAndKeys());
     record(show, "Keys", 1);
@@ -446,6 +512,24 @@ TEST_F(SessionReaderTest, TheSameQuestionAgainIsAnsweredOnceMoreAfterwards) {
     reader.ask(question(kickAndKeys()), keep());
     fakes.clock->run();
     EXPECT_THAT(answers, SizeIs(2));
+}
+
+TEST_F(SessionReaderTest, OtherColoursAreAnotherPlanOfTheSameQuestion) {
+    const auto coloured = [](const SessionAnswer &answer) {
+        return std::count_if(answer.plan->tracks.begin(), answer.plan->tracks.end(),
+                             [](const TrackDecision &track) { return track.was.color.has_value(); });
+    };
+    Channels red = kickAndKeys();
+    red[0].red = 1;
+    reader.ask(question(kickAndKeys()), keep());
+    reader.ask(question(red), keep()); // while it is in flight
+    fakes.clock->run();
+    ASSERT_THAT(answers, SizeIs(2));
+    EXPECT_EQ(coloured(answers[0]), 0);
+    EXPECT_EQ(coloured(answers[1]), 1);
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    EXPECT_EQ(coloured(answers.back()), 0);
 }
 
 TEST_F(SessionReaderTest, ASessionThatWasWrittenSinceIsReadAgain) {

@@ -65,12 +65,26 @@ const Row table[] = {
      [](NoticeFacts &facts) {
          facts.difference = SessionDifference{2, 1, 3};
      },
-     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” lacks 2 of the console's 24 channels.", "Update…"}}},
+     {{Kind::sessionDiffers,
+       "“\u2068Friday Night\u2069” lacks 2 of the console's 24 channels. It has 1 track that the console "
+       "does "
+       "not have. It differs from the console in 3 tracks.",
+       "Update…"}}},
+    {"TheSessionOnlyLacksChannels",
+     [](NoticeFacts &facts) {
+         facts.difference = SessionDifference{2, 0, 0, 3};
+         facts.differences = {"Vox is added", "OH is added"};
+     },
+     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” lacks 2 of the console's 24 channels.", "Update…",
+       "", 0, "The update would change:\nVox is added\nOH is added"}}},
     {"TheSessionHasAnotherTrack",
      [](NoticeFacts &facts) {
          facts.difference = SessionDifference{0, 1, 3};
      },
-     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” has 1 track that the console does not have.",
+     {{Kind::sessionDiffers,
+       "“\u2068Friday Night\u2069” has 1 track that the console does not have. It differs from the console "
+       "in 3 "
+       "tracks.",
        "Update…"}}},
     {"TheSessionHasOtherNames",
      [](NoticeFacts &facts) {

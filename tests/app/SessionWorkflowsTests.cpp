@@ -152,7 +152,8 @@ TEST_F(UpdateTest, TheChannelsOfTheClickAreUsedWhateverArrivesUntilTheAnswer) {
                                  "“\u2068Keys\u2069” is removed, on inputs 9–10");
     controller->connectSelected(); // LiveTrax has ended
     EXPECT_EQ(LiveTraxGenerator::sessionPatchSignature(session), signature({channel("Later", 7, 20)}));
-    EXPECT_EQ(view.meaning, "Green: no changes since the last sync. Press to search again.");
+    EXPECT_EQ(view.meaning, "Green: no changes since the last sync. Press to search again. The session is "
+                            "“\u2068Show\u2069”.");
     EXPECT_EQ(view.statusDetail, "The update changed:\n“\u2068Later\u2069” is added, on input 21\n"
                                  "“\u2068Kick\u2069” is removed, on input 1\n"
                                  "“\u2068Keys\u2069” is removed, on inputs 9–10");

@@ -535,6 +535,7 @@ TEST_F(UndoTest, OfAnUpdateThatCameWithTheFirstPatchTheButtonIsWhatItWas) {
     fakes.clock->run();
     ASSERT_EQ(action(), "Update…");
     controller->noticeAction();
+    answer(updateButton); // a recording goes
     fakes.clock->run();
     ASSERT_EQ(action(), "Undo");
     liveTrax().terminated = true;
