@@ -90,6 +90,11 @@ void BridgeController::wireClient() {
     client->onChannels = reaction(&BridgeController::channelsChanged);
     client->onPatch = reaction(&BridgeController::patchChanged);
     client->onScene = reaction(&BridgeController::sceneChanged);
+    liveTraxOSC->onFailure = [weak = weak_from_this()](const std::error_code &error,
+                                                       const std::string &reason) {
+        if (const auto controller = weak.lock())
+            controller->surfaceFailed(error, reason);
+    };
     liveTraxOSC->onMarkerLost = [weak = weak_from_this()](const std::string &name,
                                                           const std::string &reason) {
         if (const auto controller = weak.lock())

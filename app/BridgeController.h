@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace corvane {
@@ -178,6 +179,7 @@ private:
     void coloursAreOthers();
     void linkIs(ButtonFacts::Link state);
     void markerLost(const std::string &name, const std::string &reason);
+    void surfaceFailed(const std::error_code &error, const std::string &reason);
     void askAboutSessions();
     void askNowAndThen();
     void sessionsRead(const SessionAnswer &answer);

@@ -301,6 +301,18 @@ void BridgeController::markerLost(const std::string &name, const std::string &re
     showNotices();
 }
 
+void BridgeController::surfaceFailed(const std::error_code &error, const std::string &reason) {
+    if (error != std::errc::address_in_use)
+        return;
+    sceneMarkers->findPortHolder([weak = weak_from_this(), reason](const std::string &program) {
+        const auto controller = weak.lock();
+        if (!controller)
+            return;
+        controller->told.portHolder = {reason, program};
+        controller->showNotices();
+    });
+}
+
 void BridgeController::fieldsEdited() {
     told.createProblem = NoticeFacts::CreateProblem::none;
     showNotices();

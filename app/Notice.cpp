@@ -144,8 +144,10 @@ Found takesAtRisk(const NoticeFacts &facts) {
 Found markerLost(const NoticeFacts &facts) {
     if (!facts.lostMarker)
         return {};
-    return Notice{Kind::markerLost, "The marker " + quotation(facts.lostMarker->name) +
-                                        " did not reach LiveTrax: " + facts.lostMarker->reason};
+    const auto &[name, reason] = *facts.lostMarker;
+    const bool isHeld = facts.portHolder && facts.portHolder->problem == reason;
+    return Notice{Kind::markerLost, "The marker " + quotation(name) + " did not reach LiveTrax: " + reason +
+                                        (isHeld ? " It is held by " + facts.portHolder->program + "." : "")};
 }
 
 Found patchConflict(const NoticeFacts &facts) {

@@ -65,6 +65,11 @@ struct NoticeFacts {
         std::string name;
         std::string reason; ///< a sentence
     };
+    /// A program that holds a port which LiveTrax's answers come to.
+    struct PortHolder {
+        std::string problem; ///< that this makes, as the reason of a lost marker says it
+        std::string program;
+    };
     struct Recording {
         std::size_t inputs = 0; ///< that are recorded at once, a stereo channel counting as two
         RecordingFormat format;
@@ -87,6 +92,7 @@ struct NoticeFacts {
     std::vector<std::string> rewrittenNames; ///< sentences
     std::vector<std::string> atRisk;         ///< tracks with recordings that an update would take out
     std::optional<Marker> lostMarker;
+    std::optional<PortHolder> portHolder;
     std::vector<std::string> conflicts; ///< without a full stop
     Recording recording;
 };

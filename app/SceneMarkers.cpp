@@ -1,6 +1,7 @@
 #include "app/SceneMarkers.h"
 
 #include "base/Text.h"
+#include "livetrax/LiveTraxSurface.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/Markers.h"
 #include "platform/files/FileState.h"
@@ -10,6 +11,8 @@
 #include <system_error>
 #include <utility>
 #include <vector>
+
+#include <unistd.h>
 
 namespace corvane {
 
@@ -90,6 +93,16 @@ void SceneMarkers::lookAgain() {
                    std::filesystem::status(file, ignored).type() == std::filesystem::file_type::not_found) {
             tellNames({}); // LiveTrax has yet to make it
         }
+    });
+}
+
+void SceneMarkers::findPortHolder(std::function<void(const std::string &program)> told) {
+    queue->post([&main = platform.main, weak = weak_from_this(), holdersOf = platform.portHolders,
+                 told = std::move(told)] {
+        for (const UDPPortHolder &holder : holdersOf(liveTraxSurface::replyPort))
+            if (holder.pid != ::getpid())
+                return main.post(
+                    weakly(weak, [told, program = described(holder)](SceneMarkers &) { told(program); }));
     });
 }
 

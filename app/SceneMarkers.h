@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <deque>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,6 +30,9 @@ public:
     void sessionIs(const std::optional<std::filesystem::path> &session);
     /// Reads them again if the session's file has changed: LiveTrax saves when it is told to, and by itself.
     void lookAgain();
+    /// Finds out which other program holds the port of LiveTrax's answers; `told` is called on the main
+    /// queue, and not at all when there is none.
+    void findPortHolder(std::function<void(const std::string &program)> told);
     /// Decides what becomes of a recall, and has LiveTrax add the marker; `sent` is told what became of that.
     SceneRecall recalled(const std::string &scene, const SceneContext &context,
                          LiveTraxOSC::SendCompletion sent = {});

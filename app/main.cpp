@@ -112,6 +112,8 @@ int main(int argumentCount, char **arguments) {
         return inTheWay;
     } catch (const PortInUse &error) {
         std::cerr << error.what() << std::endl;
+        for (const UDPPortHolder &holder : udpPortHolders(error.port))
+            std::cerr << "  It is held by " << described(holder) << "." << std::endl;
         return inTheWay;
     } catch (const std::exception &error) {
         std::cerr << error.what() << std::endl;

@@ -117,10 +117,7 @@ private:
     Port portAt(std::uint16_t number) const {
         Port port;
         for (const UDPPortHolder &holder : context.portHolders(number)) {
-            const std::string program = holder.program.filename().string();
-            const Port found{kindOf(program),
-                             holder.pid == 0 ? "a program of another user"
-                                             : program + " (process " + std::to_string(holder.pid) + ")"};
+            const Port found{kindOf(holder.program.filename().string()), described(holder)};
             if (found.holder > port.holder)
                 port = found;
         }

@@ -8,6 +8,7 @@
 #include "platform/net/MulticastListening.h"
 #include "platform/net/Network.h"
 #include "platform/processes/Applications.h"
+#include "platform/processes/UDPPortHolders.h"
 #include "platform/queues/SerialQueue.h"
 #include "platform/rehearsal/Rehearsal.h"
 
@@ -34,6 +35,8 @@ struct Platform {
     std::unique_ptr<UserDefaults> defaults;
     std::unique_ptr<RunningApplications> applications;
     std::unique_ptr<ProcessLauncher> processes;
+    /// Who holds a UDP port; takes its time, and may be asked on any thread.
+    std::function<std::vector<UDPPortHolder>(std::uint16_t port)> portHolders = udpPortHolders;
     /// This computer's name, Ethernet addresses and a new UUID, as of now.
     std::function<HostInformation()> host;
     WallClock clock = std::chrono::system_clock::now;

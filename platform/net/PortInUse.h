@@ -11,7 +11,10 @@ class PortInUse : public std::runtime_error {
 public:
     /// "UDP port 8000 is in use by another program."
     explicit PortInUse(std::uint16_t port)
-        : std::runtime_error("UDP port " + std::to_string(port) + " is in use by another program.") {}
+        : std::runtime_error("UDP port " + std::to_string(port) + " is in use by another program."),
+          port(port) {}
+
+    std::uint16_t port;
 };
 
 } // namespace corvane

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <string>
 #include <vector>
 
 #include <sys/types.h>
@@ -16,6 +17,9 @@ struct UDPPortHolder {
 
     bool operator==(const UDPPortHolder &) const = default;
 };
+
+/// The holder as people are told of it: "corvane (process 4711)", "a program of another user".
+std::string described(const UDPPortHolder &holder);
 
 /// Who holds the UDP port of this machine, on whatever address; empty when nobody does. Any thread.
 std::vector<UDPPortHolder> udpPortHolders(std::uint16_t port);

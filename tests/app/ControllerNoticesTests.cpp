@@ -6,6 +6,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <system_error>
+
+#include <unistd.h>
 
 namespace corvane {
 
@@ -328,6 +331,20 @@ TEST_F(ControllerNoticesTest, AMarkerThatDidNotArriveIsSaid) {
     EXPECT_EQ(
         text(),
         "The marker “\u2068Solo\u2069” did not reach LiveTrax: UDP port 8000 is in use by another program.");
+}
+
+TEST_F(ControllerNoticesTest, TheProgramThatKeepsAMarkerFromLiveTraxIsNamed) {
+    begin(kickAndKeys());
+    fakes.portHolders[8000] = {{::getpid(), "/usr/bin/this"}, {4711, "/opt/bin/corvane"}};
+    const std::string reason = "UDP port 8000 is in use by another program.";
+    controller->liveTraxOSC->onFailure(std::make_error_code(std::errc::connection_refused), reason);
+    controller->liveTraxOSC->onMarkerLost("Solo", reason);
+    fakes.clock->run();
+    EXPECT_THAT(text(), testing::EndsWith(reason));
+    controller->liveTraxOSC->onFailure(std::make_error_code(std::errc::address_in_use), reason);
+    fakes.clock->run();
+    EXPECT_EQ(text(), "The marker “\u2068Solo\u2069” did not reach LiveTrax: " + reason +
+                          " It is held by corvane (process 4711).");
 }
 
 TEST_F(ControllerNoticesTest, APatchThatCannotBecomeASessionIsSaidAndShown) {

@@ -137,6 +137,19 @@ const Row table[] = {
      },
      {{Kind::markerLost, "The marker “\u2068Solo\u2069” did not reach LiveTrax: UDP port 8000 is in use by "
                          "another program."}}},
+    {"AMarkerIsLostToAProgramThatIsKnown",
+     [](NoticeFacts &facts) {
+         facts.lostMarker = {{"Solo", "UDP port 8000 is in use by another program."}};
+         facts.portHolder = {{"UDP port 8000 is in use by another program.", "corvane (process 12)"}};
+     },
+     {{Kind::markerLost, "The marker “\u2068Solo\u2069” did not reach LiveTrax: UDP port 8000 is in use by "
+                         "another program. It is held by corvane (process 12)."}}},
+    {"AMarkerIsLostForAnotherReason",
+     [](NoticeFacts &facts) {
+         facts.lostMarker = {{"Solo", "LiveTrax does not answer."}};
+         facts.portHolder = {{"UDP port 8000 is in use by another program.", "corvane (process 12)"}};
+     },
+     {{Kind::markerLost, "The marker “\u2068Solo\u2069” did not reach LiveTrax: LiveTrax does not answer."}}},
     {"ThePatchIsInConflict",
      [](NoticeFacts &facts) {
          facts.conflicts = {"“Vox” and “Vox FX” share SoundGrid input 25", "More"};

@@ -76,6 +76,7 @@ FakePlatform::FakePlatform() {
     defaults = give(platform.defaults, std::make_unique<FakeUserDefaults>());
     applications = give(platform.applications, std::make_unique<FakeRunningApplications>());
     processes = give(platform.processes, std::make_unique<FakeProcessLauncher>());
+    platform.portHolders = [this](std::uint16_t port) { return portHolders[port]; };
     platform.host = [this] { return host; };
     platform.clock = [this] { return wallTime; };
     activity = give(platform.activity, std::make_unique<FakeSystemActivity>());

@@ -120,6 +120,7 @@ public:
     std::shared_ptr<FakeBundleResources> resources = std::make_shared<FakeBundleResources>();
     HostInformation host = fakeHost();
     std::chrono::system_clock::time_point wallTime = fakeWallTime;
+    std::map<std::uint16_t, std::vector<UDPPortHolder>> portHolders;
 
     Platform platform{main};
     StandardFolders *folders = &platform.folders;

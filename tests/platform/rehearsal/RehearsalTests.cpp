@@ -142,6 +142,12 @@ TEST(UDPPortHolders, TheProgramThatHoldsAPortIsNamed) {
     EXPECT_TRUE(udpPortHolders(port).empty());
 }
 
+TEST(UDPPortHolders, PeopleAreToldOfThemByNameAndNumber) {
+    EXPECT_EQ(described({4711, "/usr/bin/corvane"}), "corvane (process 4711)");
+    EXPECT_EQ(described({4711, ""}), "process 4711");
+    EXPECT_EQ(described({}), "a program of another user");
+}
+
 TEST(UDPPortHolders, AProgramWithTheRehearsalsFileOpenTakesPart) {
     const TemporaryFolder folder;
     const BoundSocket holder;
