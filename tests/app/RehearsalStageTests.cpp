@@ -167,8 +167,8 @@ TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {
     ASSERT_TRUE(QTest::qWaitFor([&] { return menu->actions().size() == 9; }, 5000));
     EXPECT_TRUE(menu->actions().front()->text().contains("Has Ended"));
     for (const QAction *item : menu->actions())
-        if (!item->isSeparator() && item->text() != "Quit LiveTrax")
-            EXPECT_FALSE(item->isEnabled()) << item->text().toStdString();
+        EXPECT_TRUE(!item->isEnabled() || item->isSeparator() || item->text() == "Quit LiveTrax")
+            << item->text().toStdString();
     stage.tellConsole("next"); // to nobody
 
     MainWindow late(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
