@@ -167,7 +167,7 @@ struct Happening {
 };
 
 void addQuitLiveTrax(QMenu &menu, RehearsalStage &stage) {
-    menu.addSeparator();
+    menu.addSeparator()->setMenuRole(QAction::NoRole);
     QAction *quit = menu.addAction(QStringLiteral("Quit LiveTrax"));
     quit->setMenuRole(QAction::NoRole); // else macOS takes it for the program's own
     QObject::connect(quit, &QAction::triggered, &stage, [&stage] {
