@@ -1,6 +1,7 @@
 #include "tests/lv1/ClientTest.h"
 
 #include <chrono>
+#include <optional>
 
 namespace corvane {
 namespace {
@@ -280,6 +281,20 @@ TEST_F(LV1Connection, AConnectionThatFailsForgetsItsEndpoint) {
     run();
     EXPECT_THAT(takeDiary(), ElementsAre("<not connected>", "Connection error: Connection refused"));
     EXPECT_FALSE(client->multicastEndpoint);
+}
+
+TEST_F(LV1Connection, WhoIsToldOfAnInterruptionFindsTheLinkNoMore) {
+    link();
+    const LV1Endpoint host{"FOH", "10.0.0.1", 5000, ""};
+    ASSERT_TRUE(client->leadsTo(host));
+    std::optional<bool> leads;
+    client->onStatus = [&](const std::string &text) {
+        if (text.starts_with("Connection interrupted"))
+            leads = client->leadsTo(host);
+    };
+    stream().breakOff("Connection reset by peer");
+    run();
+    EXPECT_EQ(leads, false);
 }
 
 TEST_F(LV1Connection, ConnectingToAnEndpointRemembersIt) {

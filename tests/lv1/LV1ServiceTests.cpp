@@ -321,6 +321,25 @@ TEST_F(LV1Services, SeveralAreMentionedOnceAListWhileALinkIsAccepted) {
     EXPECT_THAT(takeDiary(), ElementsAre(severalHosts, "LV1 found: A"));
 }
 
+TEST_F(LV1Services, AListThatHasBecomeShorterUnderAnAcceptedLinkIsMentionedOnceMore) {
+    chooseByTheRules();
+    const auto service = fake.browser->find("A", false);
+    resolve(*service, "a.local.", 5000);
+    stream().becomeReady();
+    stream().deliver(framed("/handshake", {1}));
+    run();
+    const auto other = fake.browser->find("B", true);
+    const auto third = fake.browser->find("C", false);
+    takeDiary();
+    fake.browser->withdraw(*third);
+    run();
+    EXPECT_THAT(takeDiary(), IsEmpty());
+    for (const bool isFirst : {true, false}) {
+        resolve(*other, "b.local.", 5000);
+        EXPECT_EQ(takeDiary().front(), isFirst ? severalHosts : "LV1 found: B");
+    }
+}
+
 TEST_F(LV1Services, AServiceThatIsWithdrawnAndBackUnderAStandingLinkIsLeftAlone) {
     chooseByTheRules();
     const auto service = fake.browser->find("A", false);

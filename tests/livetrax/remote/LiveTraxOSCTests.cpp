@@ -297,6 +297,21 @@ TEST_F(LiveTraxOSCTest, AFirstHalfThatIsLostToARefusalIsARefusalWhateverBecomesO
     EXPECT_EQ(reports, (std::vector<SendReport>{{{"/marker"}, "LiveTrax does not answer."}}));
 }
 
+TEST_F(LiveTraxOSCTest, ARefusalConcernsWhatHasLeftThoughSomethingBeforeItWasLost) {
+    openReady();
+    const auto usual = connection().result;
+    connection().result = SendResult::lost;
+    client->addSceneMarker("Verse 2");
+    advance(40ms);
+    connection().result = usual;
+    std::vector<SendReport> reports;
+    client->save([&](const SendReport &report) { reports.push_back(report); });
+    advance(40ms);
+    connection().breakOff(std::errc::connection_refused);
+    run();
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{"/save_state"}, "LiveTrax does not answer."}}));
+}
+
 TEST_F(LiveTraxOSCTest, TheNamedWayIsOneMessage) {
     openReady();
     client->markerStyle = MarkerStyle::named;

@@ -63,6 +63,13 @@ TEST(Markers, RangesAndTheEnginesOwnAreLeftOut) {
     EXPECT_EQ(read.markers, (Markers{{0, "Solo"}}));
 }
 
+TEST(Markers, TheEnginesOwnAreLeftOutEvenWhereTheyAreMarks) {
+    for (const char *own : {"IsStart", "IsEnd", "IsSessionRange", "IsAutoLoop", "IsAutoPunch"})
+        EXPECT_THAT(markersIn(session(location("own", "a0", std::string("IsMark,") + own))).markers,
+                    IsEmpty())
+            << own;
+}
+
 TEST(Markers, AnOlderEnginesPlacesAreSamplesAlready) {
     EXPECT_EQ(markersIn(session(location("x", "96000"))).markers, (Markers{{96000, "x"}}));
 }

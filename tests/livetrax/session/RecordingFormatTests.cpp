@@ -28,6 +28,8 @@ const Case table[] = {
     {"AnUnknownFormat", withFormat("FormatInt8"), {96'000, 4}},
     {"NoRate", "<Session sample-rate='0'/>", {48'000, 4}},
     {"ANegativeRate", "<Session sample-rate='-44100'/>", {48'000, 4}},
+    {"TheHighestRate", "<Session sample-rate='1000000'/>", {1'000'000, 4}},
+    {"ARateAboveTheHighest", "<Session sample-rate='1000001'/>", {48'000, 4}},
     {"AnAbsurdRate", "<Session sample-rate='4294967297'/>", {48'000, 4}},
     {"ARateInWords", "<Session sample-rate='fast'/>", {48'000, 4}},
 };
