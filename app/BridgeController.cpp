@@ -65,7 +65,7 @@ void BridgeController::startBridgeServices() {
     liveTraxOSC->start();
     client->startDiscovery();
     showStatus(searchingText);
-    askNowAndThen();
+    askAboutSessions();
 }
 
 void BridgeController::applicationWillTerminate() {

@@ -181,7 +181,7 @@ private:
     void markerLost(const std::string &name, const std::string &reason);
     void surfaceFailed(const std::error_code &error, const std::string &reason);
     void askAboutSessions();
-    void askNowAndThen();
+    void askAgainLater();
     void sessionsRead(const SessionAnswer &answer);
     void sessionWasRewritten();
     bool isOfActiveSession(const SessionAnswer &read) const;
@@ -214,6 +214,7 @@ private:
     std::optional<Path> recentThen;       ///< the newest of LiveTrax's own list at that time
     bool sessionIsAwaited = false;        ///< the active session is yet to be made by LiveTrax
     bool coloursAreNews = false;          ///< the disk is soon asked what they come to
+    bool willAskAgain = false;            ///< the disk, after a while
 };
 
 } // namespace corvane

@@ -17,7 +17,9 @@ namespace corvane {
 
 namespace {
 
-/// How often the disk is asked without an occasion: a volume may fill up or be taken away at any time.
+/// How often the disk is asked without an occasion: a volume may fill up or be taken away at any time. Not
+/// before there is a session or a patch that it could say something of: a program that waits for its console
+/// sleeps.
 constexpr std::chrono::seconds refreshDelay{15};
 /// From a channel's new colour to the question what an update would do with it.
 constexpr std::chrono::seconds coloursDelay{2};
@@ -159,11 +161,15 @@ void BridgeController::sessionOpened(const Path &session) {
     askAboutSessions();
 }
 
-void BridgeController::askNowAndThen() {
-    askAboutSessions();
-    sceneMarkers->lookAgain();
+void BridgeController::askAgainLater() {
+    const bool saysAnything = activeSessionURL || channelsPatch || client->browser->mayBeRefused();
+    if (!saysAnything || willAskAgain)
+        return;
+    willAskAgain = true;
     platform.main.after(refreshDelay, weakly(weak_from_this(), [](BridgeController &controller) {
-                            controller.askNowAndThen();
+                            controller.willAskAgain = false;
+                            controller.askAboutSessions();
+                            controller.sceneMarkers->lookAgain();
                         }));
 }
 
@@ -175,6 +181,7 @@ void BridgeController::askAboutSessions() {
                           if (const auto controller = weak.lock())
                               controller->sessionsRead(read);
                       });
+    askAgainLater();
 }
 
 void BridgeController::sessionsRead(const SessionAnswer &read) {

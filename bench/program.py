@@ -238,7 +238,7 @@ def main():
     parser.add_argument("programs", help="folder of the built programs")
     parser.add_argument("result", help="file for the measurements, JSON")
     parser.add_argument("--starts", type=int, default=9)
-    parser.add_argument("--settle", type=float, default=5)
+    parser.add_argument("--settle", type=float, default=32)
     parser.add_argument("--idle", type=float, default=20)
     options = parser.parse_args()
     if "CORVANE_BENCH_NAMESPACE" not in os.environ:

@@ -1,6 +1,7 @@
 #include "platform/bonjour/DNSServiceBrowser.h"
 
 #include "base/UTF8.h"
+#include "platform/bonjour/DNSServiceDaemonWatch.h"
 
 #include <algorithm>
 #include <list>
@@ -366,6 +367,10 @@ std::optional<std::string> DNSServiceBrowser::error() const {
 
 bool DNSServiceBrowser::isRefused() const {
     return current->error && current->isRefused;
+}
+
+bool DNSServiceBrowser::mayBeRefused() const {
+    return localNetworkWantsPermission();
 }
 
 } // namespace corvane

@@ -24,6 +24,7 @@ public:
     void stop() override;
     std::optional<std::string> error() const override;
     bool isRefused() const override;
+    bool mayBeRefused() const override;
 
 private:
     class Service;

@@ -16,4 +16,7 @@ public:
 /// does not tell when the daemon comes.
 std::unique_ptr<DNSServiceDaemonWatch> watchForDNSServiceDaemon(std::function<void()> appeared);
 
+/// Whether a person decides in this system's settings if a program may search at all.
+bool localNetworkWantsPermission();
+
 } // namespace corvane

@@ -50,6 +50,8 @@ public:
     virtual std::optional<std::string> error() const = 0;
     /// Whether it is the system that keeps this program from the local network, until a person allows it.
     virtual bool isRefused() const { return false; }
+    /// Whether that can happen on this system at all. Nobody is told when it does: it is asked for.
+    virtual bool mayBeRefused() const { return false; }
 };
 
 } // namespace corvane

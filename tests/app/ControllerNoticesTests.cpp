@@ -68,6 +68,19 @@ TEST_F(ControllerNoticesTest, ARefusedLocalNetworkIsSaidUntilItIsAllowed) {
     EXPECT_EQ(text(), "");
 }
 
+TEST_F(ControllerNoticesTest, NothingIsAskedNowAndThenBeforeThereIsASessionOrAPatch) {
+    installLiveTrax();
+    fakes.browser->wantsPermission = false;
+    launch();
+    fakes.clock->advance(60s);
+    const std::size_t asleep = fakes.clock->pending();
+    consoleSendsPatch(kickAndKeys());
+    fakes.clock->run();
+    EXPECT_EQ(fakes.clock->pending(), asleep + 1);
+    fakes.clock->advance(60s);
+    EXPECT_EQ(fakes.clock->pending(), asleep + 1);
+}
+
 TEST_F(ControllerNoticesTest, ASessionThatIsNotInStepIsSaidAlthoughTheButtonIsGreen) {
     begin({channel("Kick", 1, 0), channel("Keys", 2, 1, true), channel("Vox", 3, 9)});
     EXPECT_EQ(view.connectButton, greenLook);

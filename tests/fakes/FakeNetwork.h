@@ -226,6 +226,7 @@ public:
     void stop() override;
     std::optional<std::string> error() const override { return errorText; }
     bool isRefused() const override { return refused; }
+    bool mayBeRefused() const override { return wantsPermission; }
 
     std::shared_ptr<FakeNetService> find(const std::string &name, bool moreComing = false);
     void resolve(FakeNetService &service, const std::string &host, int port);
@@ -238,6 +239,7 @@ public:
     std::string domain;
     std::optional<std::string> errorText;
     bool refused = false;
+    bool wantsPermission = true;
     std::function<void()> onSearch; ///< called at the moment of it
     std::function<void()> onStop;   ///< called at the moment of it
 

@@ -60,4 +60,8 @@ std::unique_ptr<DNSServiceDaemonWatch> watchForDNSServiceDaemon(std::function<vo
     return watch;
 }
 
+bool localNetworkWantsPermission() {
+    return false;
+}
+
 } // namespace corvane

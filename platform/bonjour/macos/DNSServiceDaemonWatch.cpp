@@ -7,4 +7,8 @@ std::unique_ptr<DNSServiceDaemonWatch> watchForDNSServiceDaemon(std::function<vo
     return nullptr;
 }
 
+bool localNetworkWantsPermission() {
+    return true;
+}
+
 } // namespace corvane
