@@ -1,8 +1,8 @@
 // How long the window's main thread is held at a time by what a large console sends: a patch of 1,000
 // channels, and a burst of 1,000 colours. Prints, for each, the longest hold by the clock and in the thread's
-// own time (which other programs on the machine do not lengthen), and the time for all of it. Fails when a
-// hold is above the limit in the thread's own time; given a file, it writes the holds there as JSON and
-// passes no verdict.
+// own time (which other programs on the machine do not lengthen), and the time for all of it; then what a
+// single colour costs that thread, with the patch view closed and open. Fails when a hold is above the limit
+// in the thread's own time; given a file, it writes what it measured there as JSON and passes no verdict.
 //
 //   window_hold [FILE]
 
@@ -35,10 +35,14 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr int channelCount = 1000;
 constexpr double limit = 16; // milliseconds: a frame
+// One colour at a time, as many a second as a lively show has.
+constexpr int colouredChannels = 128;
+constexpr int singleColours = 400;
+constexpr std::chrono::milliseconds betweenColours{5};
 
-Bytes patch(int firstInput) {
-    auto message = patchMessage(channelCount);
-    for (int number = 0; number < channelCount; ++number)
+Bytes patch(int firstInput, int channels = channelCount) {
+    auto message = patchMessage(channels);
+    for (int number = 0; number < channels; ++number)
         message.values[static_cast<std::size_t>(7 * number + 4)] = firstInput + 2 * number;
     return OSCCodec::frame(encoded(message));
 }
@@ -50,6 +54,10 @@ Bytes colours() {
         all.insert(all.end(), frame.begin(), frame.end());
     }
     return all;
+}
+
+Bytes lastWord() {
+    return OSCCodec::frame(encoded({"/Notify/Scene/Name", {"Encore"}}));
 }
 
 /// How long the event loop does not come round.
@@ -101,8 +109,7 @@ public:
     WindowHold() {
         window.setController(controller);
         controller->applicationDidFinishLaunching();
-        window.findChild<QAbstractButton *>(QStringLiteral("patchButton"))->click();
-        turnFor(500); // opened
+        togglePatchView();
         controller->client->connect("127.0.0.1", listener.port());
         console = std::make_unique<StreamPeer>(listener.accept());
         turnFor(100); // greeted
@@ -111,6 +118,30 @@ public:
     }
     ~WindowHold() { controller->applicationWillTerminate(); }
 
+    void togglePatchView() {
+        window.findChild<QAbstractButton *>(QStringLiteral("patchButton"))->click();
+        turnFor(500); // opened or closed
+    }
+
+    /// The main thread's own time for one of many colours that come one after another, each a new one.
+    Milliseconds colourCost(float red) {
+        turnFor(200);
+        const Milliseconds before = threadTime();
+        std::thread sending([&] {
+            for (int sent = 0; sent < singleColours; ++sent) {
+                auto message = colourMessage(sent % colouredChannels);
+                message.values[3] = red + static_cast<float>(sent) / (4 * singleColours);
+                console->write(OSCCodec::frame(encoded(message)));
+                std::this_thread::sleep_for(betweenColours);
+            }
+            console->write(lastWord());
+        });
+        loop.exec();
+        turnFor(50); // painted
+        sending.join();
+        return (threadTime() - before) / singleColours;
+    }
+
     /// Has the console say this, waits until all of it has been taken in and painted; the longest hold.
     Hold measure(const char *what, const Bytes &message) {
         turnFor(50);
@@ -118,7 +149,7 @@ public:
         const auto start = SerialQueue::Clock::now();
         std::thread sending([&] {
             console->write(message);
-            console->write(OSCCodec::frame(encoded({"/Notify/Scene/Name", {"Encore"}})));
+            console->write(lastWord());
         });
         loop.exec();
         const Milliseconds total = SerialQueue::Clock::now() - start;
@@ -167,6 +198,14 @@ int main(int argumentCount, char **arguments) {
     measure("a patch with 1,000 changes", patch(1));
     measure("1,000 colours, patch pending", colours());
     std::printf("longest hold of all, own time: %.2f ms, limit %.0f ms\n", longest.count(), limit);
+    hold.measure("a patch of 128 channels", patch(0, colouredChannels));
+    const Milliseconds open = hold.colourCost(0);
+    hold.togglePatchView();
+    const Milliseconds closed = hold.colourCost(0.5F);
+    std::printf("a colour of %d channels: %.0f us with the patch view closed, %.0f us with it open\n",
+                colouredChannels, 1e3 * closed.count(), 1e3 * open.count());
+    rows += ",\n \"colour\": {\"closed\": " + std::to_string(closed.count()) +
+            ", \"open\": " + std::to_string(open.count()) + "}";
     if (argumentCount > 1)
         return std::ofstream(arguments[1]) << rows << "}\n" ? 0 : 1;
     return longest.count() <= limit ? 0 : 1;

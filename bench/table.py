@@ -118,11 +118,19 @@ def hold_rows(paths):
     for path in paths:
         with open(path) as file:
             runs.append(json.load(file))
+    colours = [run.pop("colour") for run in runs]
     print("| main thread held by | by the clock | its own work | aim |")
     print("|---|---|---|---|")
     for name in runs[0]:
         clock, thread = (statistics.median(run[name][kind] for run in runs) for kind in ("clock", "thread"))
         print(f"| {name} | {clock:.1f} ms | {thread:.1f} ms | 16 ms |")
+    print()
+    closed, open_, ratio = (statistics.median(values) for values in (
+        [each["closed"] for each in colours], [each["open"] for each in colours],
+        [each["open"] / each["closed"] for each in colours]))
+    print("| main thread's work for | patch view closed | open | times | aim |")
+    print("|---|---|---|---|---|")
+    print(f"| a colour, of 200 a second on 128 channels | {1e3 * closed:.0f} µs | {1e3 * open_:.0f} µs | {ratio:.2f} | 2 |")
     print()
 
 
