@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <thread>
@@ -45,7 +46,7 @@ TEST_F(HostileConsole, OneThatAcceptsAndSaysNothingIsNegotiatedWithUntilTheUserT
 
 TEST_F(HostileConsole, OneThatNeverAnswersTheCallKeepsNobodyWaiting) {
     // A listener whose queue is full lets the system drop further calls.
-    const Descriptor full(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    const Descriptor full = newSocket(SOCK_STREAM);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -55,7 +56,8 @@ TEST_F(HostileConsole, OneThatNeverAnswersTheCallKeepsNobodyWaiting) {
     ASSERT_EQ(::listen(full.get(), 0), 0);
     std::vector<Descriptor> callers;
     for (int i = 0; i < 4; ++i) {
-        callers.emplace_back(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        callers.push_back(newSocket(SOCK_STREAM));
+        ::fcntl(callers.back().get(), F_SETFL, O_NONBLOCK);
         static_cast<void>(
             ::connect(callers.back().get(), reinterpret_cast<const sockaddr *>(&address), size));
     }

@@ -40,7 +40,7 @@ protected:
 };
 
 TEST_F(HostileNetwork, AnAnnouncementPortThatIsTakenLeavesTheRestAtWork) {
-    const Descriptor taken(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const Descriptor taken = newSocket(SOCK_DGRAM);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(announcementPort);

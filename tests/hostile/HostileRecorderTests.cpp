@@ -110,7 +110,7 @@ TEST_F(HostileRecorder, ARecorderThatKeepsSilentStopsTheUpdate) {
 TEST_F(HostileRecorder, AnswersFromAnotherPortOrAnotherAddressAreNoAnswers) {
     const DatagramPeer recorder(surface);
     const DatagramPeer stranger;
-    const Descriptor elsewhere(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const Descriptor elsewhere = newSocket(SOCK_DGRAM);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(surface);

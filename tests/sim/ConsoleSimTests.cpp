@@ -62,21 +62,18 @@ protected:
 /// A client of few words.
 class Client {
 public:
-    explicit Client(std::uint16_t port) : descriptor(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    explicit Client(std::uint16_t port) : socket(newSocket(SOCK_STREAM)) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         address.sin_port = htons(port);
-        if (::connect(descriptor, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0)
+        if (::connect(socket.get(), reinterpret_cast<sockaddr *>(&address), sizeof address) != 0)
             throw std::system_error(errno, std::generic_category(), "connect");
     }
-    ~Client() { ::close(descriptor); }
-    Client(const Client &) = delete;
-    Client &operator=(const Client &) = delete;
 
     void send(const OSCMessage &message) const {
         const auto bytes = OSCCodec::frame(OSCCodec::message(message.address, message.values));
-        EXPECT_EQ(::send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL),
+        EXPECT_EQ(::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(bytes.size()));
     }
     void greet() const {
@@ -88,7 +85,7 @@ public:
     void take() {
         std::array<std::uint8_t, 4096> part{};
         ssize_t count = 0;
-        while ((count = ::recv(descriptor, part.data(), part.size(), MSG_DONTWAIT)) > 0) {
+        while ((count = ::recv(socket.get(), part.data(), part.size(), MSG_DONTWAIT)) > 0) {
             received.insert(received.end(), part.begin(), part.begin() + count);
             ++reads;
         }
@@ -110,7 +107,7 @@ public:
     int reads = 0;
 
 private:
-    int descriptor;
+    Descriptor socket;
     Bytes received;
 };
 

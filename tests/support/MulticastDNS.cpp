@@ -97,7 +97,7 @@ sockaddr_in socketAddress(const char *host) {
 } // namespace
 
 void announceByMulticastDNS(const std::vector<AnnouncedService> &services) {
-    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const Descriptor socket = newSocket(SOCK_DGRAM);
     const int farthest = 255;
     ::setsockopt(socket.get(), IPPROTO_IP, IP_MULTICAST_TTL, &farthest, sizeof farthest);
     const auto from = socketAddress(ownAddress);

@@ -16,12 +16,6 @@ namespace corvane {
 
 namespace {
 
-#ifdef SOCK_CLOEXEC
-constexpr int closeOnExec = SOCK_CLOEXEC;
-#else
-constexpr int closeOnExec = 0;
-#endif
-
 sockaddr_in loopback(std::uint16_t port) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -36,7 +30,7 @@ void require(bool holds, const char *what) {
 }
 
 Descriptor boundSocket(int type, std::uint16_t port) {
-    Descriptor socket(::socket(AF_INET, type | closeOnExec, 0));
+    Descriptor socket = newSocket(type);
     const auto address = loopback(port);
     require(::bind(socket.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0, "bind");
     return socket;
@@ -64,6 +58,16 @@ Descriptor &Descriptor::operator=(Descriptor &&other) noexcept {
 void Descriptor::close() {
     if (number >= 0)
         ::close(std::exchange(number, -1));
+}
+
+Descriptor newSocket(int type) {
+#ifdef SOCK_CLOEXEC
+    return Descriptor(::socket(AF_INET, type | SOCK_CLOEXEC, 0));
+#else
+    Descriptor made(::socket(AF_INET, type, 0));
+    ::fcntl(made.get(), F_SETFD, FD_CLOEXEC);
+    return made;
+#endif
 }
 
 void StreamPeer::write(const Bytes &bytes) const {
@@ -121,14 +125,14 @@ StreamPeer StreamListener::accept() const {
     return StreamPeer(std::move(accepted));
 }
 
-SilentListener::SilentListener(std::uint16_t port) : socket(::socket(AF_INET, SOCK_STREAM | closeOnExec, 0)) {
+SilentListener::SilentListener(std::uint16_t port) : socket(newSocket(SOCK_STREAM)) {
     auto address = loopback(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + 1);
     const auto *place = reinterpret_cast<const sockaddr *>(&address);
     require(::bind(socket.get(), place, sizeof address) == 0, "bind");
     require(::listen(socket.get(), 0) == 0, "listen");
     for (int i = 0; i < 4; ++i) {
-        auto &each = waiting.emplace_back(::socket(AF_INET, SOCK_STREAM | closeOnExec, 0));
+        auto &each = waiting.emplace_back(newSocket(SOCK_STREAM));
         ::fcntl(each.get(), F_SETFL, O_NONBLOCK);
         require(::connect(each.get(), place, sizeof address) == 0 || errno == EINPROGRESS, "connect");
     }

@@ -61,6 +61,9 @@ private:
     int number;
 };
 
+/// A socket of IPv4 that no program inherits: SOCK_STREAM or SOCK_DGRAM.
+Descriptor newSocket(int type);
+
 /// The other end of a TCP connection, driven by plain blocking calls that give up in the end.
 class StreamPeer {
 public:

@@ -20,7 +20,7 @@ namespace {
 constexpr std::uint16_t announcementPort = 13337;
 
 bool isSettable() {
-    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    const Descriptor socket = newSocket(SOCK_DGRAM);
     const int on = 1;
     return ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == 0;
 }
