@@ -5,6 +5,8 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <memory>
+#include <string>
 
 namespace corvane {
 namespace {
@@ -34,23 +36,38 @@ protected:
         client = makeClient();
     }
     void setCable(const char *state) const {
-        neighbour->inside(
-            [&] { EXPECT_EQ(std::system((std::string("ip link set corvane1 ") + state).c_str()), 0); });
+        neighbour->inside([&] { setLink("corvane1", state); });
+    }
+    /// This computer's own end, which is down while it sleeps.
+    static void setOwnEnd(const char *state) { setLink("corvane0", state); }
+    static ConsoleSimOptions announced() {
+        ConsoleSimOptions options;
+        options.port = 5000;
+        options.announce = "10.77.0.1";
+        options.announceInterval = 200ms;
+        return options;
+    }
+    bool isLinked() {
+        client->startDiscovery();
+        return comes([&] { return !scenes.empty(); });
+    }
+    bool isDropped() {
+        return comes([&] { return !diary.empty() && diary.back().rfind("Connection error: ", 0) == 0; });
+    }
+
+private:
+    static void setLink(const char *interface, const char *state) {
+        EXPECT_EQ(std::system((std::string("ip link set ") + interface + " " + state).c_str()), 0);
     }
 };
 
 TEST_F(LV1Cable, ACableThatIsPulledIsNoticedWithin15SecondsAndTheConsoleConnectedAgainWhenItIsBack) {
-    ConsoleSimOptions options;
-    options.port = 5000;
-    options.announce = "10.77.0.1";
-    options.announceInterval = 200ms;
-    const DistantConsole desk(*neighbour, options);
-    client->startDiscovery();
-    ASSERT_TRUE(comes([&] { return !scenes.empty(); })) << testing::PrintToString(diary);
+    const DistantConsole desk(*neighbour, announced());
+    ASSERT_TRUE(isLinked()) << testing::PrintToString(diary);
     diary.clear();
     setCable("down");
     const auto pulled = std::chrono::steady_clock::now();
-    ASSERT_TRUE(comes([&] { return !diary.empty() && diary.back().rfind("Connection error: ", 0) == 0; }));
+    ASSERT_TRUE(isDropped());
     EXPECT_LT(std::chrono::steady_clock::now() - pulled, 15s);
     EXPECT_THAT(diary, testing::ElementsAre(StartsWith("Connection interrupted: "), "<not connected>",
                                             StartsWith("Connection error: ")));
@@ -59,6 +76,39 @@ TEST_F(LV1Cable, ACableThatIsPulledIsNoticedWithin15SecondsAndTheConsoleConnecte
     EXPECT_THAT(diary, Contains("<connected>"));
     desk.command("scene Encore");
     EXPECT_TRUE(comes([&] { return scenes.back() == "Encore"; }));
+}
+
+TEST_F(LV1Cable, ALinkThatOutlastsASleepMissesNothing) {
+    const DistantConsole desk(*neighbour, announced());
+    ASSERT_TRUE(isLinked()) << testing::PrintToString(diary);
+    diary.clear();
+    setOwnEnd("down");
+    desk.command("scene Encore");
+    runFor(2s);
+    EXPECT_EQ(scenes.size(), 1U);
+    setOwnEnd("up");
+    ASSERT_TRUE(comes([&] { return scenes.back() == "Encore"; })) << testing::PrintToString(diary);
+    desk.command("scene Bows");
+    EXPECT_TRUE(comes([&] { return scenes.back() == "Bows"; }));
+    EXPECT_THAT(diary, testing::IsEmpty());
+}
+
+TEST_F(LV1Cable, AConsoleThatWasRestartedDuringASleepIsDroppedOnWakingAndConnectedAnew) {
+    auto desk = std::make_unique<DistantConsole>(*neighbour, announced());
+    ASSERT_TRUE(isLinked()) << testing::PrintToString(diary);
+    diary.clear();
+    setOwnEnd("down");
+    desk->command("reset"); // without a word: as when its power goes
+    desk.reset();
+    desk = std::make_unique<DistantConsole>(*neighbour, announced());
+    runFor(2s);
+    EXPECT_THAT(diary, testing::IsEmpty());
+    setOwnEnd("up");
+    const auto woken = std::chrono::steady_clock::now();
+    ASSERT_TRUE(isDropped()) << testing::PrintToString(diary);
+    EXPECT_LT(std::chrono::steady_clock::now() - woken, 15s);
+    ASSERT_TRUE(comes([&] { return scenes.size() == 2; })) << testing::PrintToString(diary);
+    EXPECT_EQ(diary.back(), "<connected>");
 }
 
 } // namespace
