@@ -542,6 +542,14 @@ TEST_F(MainWindowTest, ClosingTheWindowQuits) {
     EXPECT_EQ(exitStatusAfter([this] { window.close(); }), 0);
 }
 
+// The program never goes on without its window: a click on its icon always has one to bring back.
+TEST_F(MainWindowTest, ClosingTheWindowQuitsWhateverElseIsOpen) {
+    launch();
+    controller->showAbout();
+    window.showLines("What would change", {"One line"});
+    EXPECT_EQ(exitStatusAfter([this] { window.close(); }), 0);
+}
+
 TEST_F(MainWindowTest, QuitInTheMenuQuits) {
     launch();
     EXPECT_EQ(

@@ -234,6 +234,31 @@ TEST_F(WindowAccessTest, EveryControlHasANameForScreenReaders) {
     }
 }
 
+TEST_F(WindowAccessTest, WhateverTakesTheKeyboardHasANameForScreenReadersAlsoInPanelsAndQuestions) {
+    fakes.resources->files["ThirdPartyNotices.txt"] = fakes.folder.write("notices.txt", "Somebody's licence");
+    launch();
+    consoleSendsPatch(channels(3));
+    click("patchButton");
+    window.showNotice(Notice{Notice::Kind::patchConflict, "Two channels have one name.", "Show"});
+    window.showLines("What would change", {"One line"});
+    controller->showAbout();
+    control<QAbstractButton>("licences")->click();
+    window.showAlert({"Update Session", "It will close.", {"Update", "Cancel"}}, [](std::size_t) {});
+    int reached = 0;
+    std::vector<std::string> nameless;
+    for (QWidget *each : QApplication::allWidgets()) {
+        if (!each->isVisible() || each->focusPolicy() == Qt::NoFocus)
+            continue;
+        ++reached;
+        QAccessibleInterface *spoken = QAccessible::queryAccessibleInterface(each);
+        if (spoken == nullptr || spoken->text(QAccessible::Name).isEmpty())
+            nameless.push_back(std::string(each->metaObject()->className()) + " " +
+                               each->objectName().toStdString());
+    }
+    EXPECT_THAT(nameless, testing::IsEmpty());
+    EXPECT_GE(reached, 16);
+}
+
 TEST_F(WindowAccessTest, TheSessionNameTakesTheSystemsKeysForEditing) {
     launch();
     QWidget *const field = control("sessionName");
