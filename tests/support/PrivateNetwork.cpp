@@ -132,7 +132,9 @@ std::unique_ptr<PrivateNetwork::Neighbour> PrivateNetwork::Neighbour::join(std::
     return nullptr;
 }
 
-PrivateNetwork::Neighbour::~Neighbour() = default;
+PrivateNetwork::Neighbour::~Neighbour() {
+    static_cast<void>(descriptor);
+}
 
 void PrivateNetwork::Neighbour::inside(const std::function<void()> &) const {}
 

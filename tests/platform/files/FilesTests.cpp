@@ -7,6 +7,7 @@
 
 #include <csignal>
 #include <grp.h>
+#include <initializer_list>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -122,7 +123,7 @@ TEST(Files, AFileThatIsNotThereYetIsCreatedAsTheUsersUmaskSays) {
 TEST(Files, TheModeOfAReplacedFileIsKept) {
     const TemporaryFolder folder;
     const fs::path file = folder.write("config", "old");
-    for (const mode_t mode : {0600U, 0664U, 0444U, 0755U}) {
+    for (const mode_t mode : std::initializer_list<mode_t>{0600, 0664, 0444, 0755}) {
         ASSERT_EQ(::chmod(file.c_str(), mode), 0);
         replaceFileAtomically(file, "new");
         EXPECT_EQ(modeOf(file), mode);

@@ -1,12 +1,9 @@
 #include "platform/files/JsonUserDefaults.h"
 #include "platform/files/StandardFolders.h"
 #include "platform/rehearsal/Rehearsal.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/TemporaryFolder.h"
-
-#ifdef __linux__
-#include "tests/support/BuiltFiles.h"
-#endif
 
 #include <gtest/gtest.h>
 
