@@ -323,6 +323,15 @@ TEST_F(WindowAccessTest, AScreenReaderSaysWhatTheColourOfTheButtonMeans) {
     EXPECT_TRUE(control("connectButton")->toolTip().startsWith("Amber"));
 }
 
+TEST_F(WindowAccessTest, TheCreateButtonSaysWhatItWouldMake) {
+    launch();
+    consoleSendsPatch(channels(3));
+    EXPECT_EQ(
+        control("syncButton")->toolTip().toStdString(),
+        "Makes a LiveTrax session of the console's 3 channels, one armed track for each, and opens it.");
+    EXPECT_EQ(control("syncButton")->accessibleDescription(), control("syncButton")->toolTip());
+}
+
 TEST_F(WindowAccessTest, TheStatusExplainsPendingChangesOnHover) {
     launch();
     consoleSendsPatch(channels(1));
