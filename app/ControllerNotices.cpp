@@ -6,6 +6,7 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "patch/PatchConflicts.h"
 #include "patch/PatchDifference.h"
+#include "patch/RecordedInputs.h"
 #include "patch/RecorderNames.h"
 
 #include <algorithm>
@@ -23,13 +24,6 @@ namespace {
 constexpr std::chrono::seconds refreshDelay{15};
 /// From a channel's new colour to the question what an update would do with it.
 constexpr std::chrono::seconds coloursDelay{2};
-
-std::size_t inputsOf(const std::vector<LV1Channel> &channels) {
-    std::size_t inputs = 0;
-    for (const LV1Channel &channel : channels)
-        inputs += channel.stereo() ? 2 : 1;
-    return inputs;
-}
 
 /// How many tracks the update would move among those that stay. Where they stand in the console's order
 /// already, other numbers for their places are nothing to tell.
@@ -278,7 +272,7 @@ NoticeFacts BridgeController::knownFacts() const {
 void BridgeController::channelsAreOthers() {
     told.createProblem = NoticeFacts::CreateProblem::none;
     told.channels = channels.size();
-    told.recording.inputs = inputsOf(channels);
+    told.recording.inputs = recordedInputs(channels);
     Channels names = channels;
     const auto rest = std::stable_partition(names.begin(), names.end(), [](const LV1Channel &channel) {
         return isTooLongToRecord(channel.name());

@@ -14,19 +14,11 @@ namespace {
 using Kind = Notice::Kind;
 using Found = std::optional<Notice>;
 
-constexpr std::uintmax_t fewMinutes = 60;
 /// Minutes of recording below which it is worth saying once more.
 constexpr std::array<std::uintmax_t, 4> worse{30, 15, 5, 1};
-constexpr std::uintmax_t secondsPerMinute = 60;
 
 std::string nameOf(const std::filesystem::path &session) {
     return quotation((session.has_filename() ? session : session.parent_path()).filename().string());
-}
-
-/// "48 kHz", "44.1 kHz"
-std::string kilohertz(std::uint32_t rate) {
-    const auto tenths = (rate % 1'000) / 100;
-    return std::to_string(rate / 1'000) + (tenths == 0 ? "" : "." + std::to_string(tenths)) + " kHz";
 }
 
 Notice explained(Notice notice, std::string detail) {
@@ -164,7 +156,7 @@ Found spaceLow(const NoticeFacts &facts) {
     if (inputs == 0 || tightest == volumes.end())
         return {};
     const auto minutes = recordingMinutes(tightest->available, inputs, format);
-    if (minutes >= fewMinutes)
+    if (minutes >= fewRecordingMinutes)
         return {};
     const std::string left =
         minutes == 0 ? "Less than a minute" : counted(std::size_t(minutes), "minute", "minutes");
@@ -192,11 +184,6 @@ std::vector<Notice> notices(const NoticeFacts &facts) {
         if (auto notice = row(facts))
             found.push_back(*std::move(notice));
     return found;
-}
-
-std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, const RecordingFormat &format) {
-    const std::uintmax_t perMinute = secondsPerMinute * inputs * format.rate * format.bytesPerSample;
-    return perMinute == 0 ? UINTMAX_MAX : bytes / perMinute;
 }
 
 } // namespace corvane

@@ -100,7 +100,4 @@ struct NoticeFacts {
 /// What there is to say, the most important first.
 std::vector<Notice> notices(const NoticeFacts &facts);
 
-/// How many minutes of recording so many bytes have room for.
-std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, const RecordingFormat &format);
-
 } // namespace corvane

@@ -1,8 +1,8 @@
 #include "cli/Checklist.h"
 #include "cli/Commands.h"
 #include "cli/Json.h"
-#include "cli/PatchReader.h"
-#include "cli/SessionCommand.h"
+#include "cli/PatchReadingCommand.h"
+#include "cli/SessionAdvice.h"
 #include "cli/Table.h"
 #include "livetrax/LiveTraxSurface.h"
 #include "livetrax/session/Backups.h"
@@ -20,7 +20,6 @@ namespace {
 
 using Path = std::filesystem::path;
 using Place = CheckFacts::Place;
-using Port = CheckFacts::Port;
 
 /// Runs a step that may fail; its error as a sentence, empty when there was none.
 template <class Step>
@@ -52,38 +51,20 @@ Place placeAt(const Path &folder) {
 }
 
 /// Hears the console, then looks at everything else, and changes nothing.
-class CheckCommand : public Command {
-public:
-    explicit CheckCommand(const CommandContext &context) : context(context) {}
+class CheckCommand : public PatchReadingCommand {
+    using PatchReadingCommand::PatchReadingCommand;
 
-    void stop() override {
-        if (reader)
-            reader->stop();
-        reader.reset();
-    }
+    void patchIs(const Channels &channels) override { report({}, withFiniteColours(channels)); }
+    void thereIsNoPatch(const Outcome &why) override { report(why.message, std::nullopt); }
 
-private:
-    void start() override {
-        const Options &options = context.options;
-        reader = std::make_shared<PatchReader>(context.platform, context.output, options.source,
-                                               options.duration.value_or(PatchReader::defaultTimeout));
-        reader->onFailure = [this](const Outcome &outcome) {
-            guarded([&] { report(outcome.message, std::nullopt); });
-        };
-        reader->onPatch = [this](const std::vector<LV1Channel> &channels) {
-            guarded([&] { report({}, withFiniteColours(channels)); });
-        };
-        reader->start();
-    }
-
-    void report(const std::string &problem, const std::optional<std::vector<LV1Channel>> &channels) {
+    void report(const std::string &problem, const std::optional<Channels> &channels) {
         context.output.progress("Looking at LiveTrax and the disk…");
         CheckFacts facts = look();
-        const auto &console = reader->console();
-        facts.console = {console.text(), console.way,
+        const auto &heard = console();
+        facts.console = {heard.text(), heard.way,
                          std::chrono::duration_cast<std::chrono::milliseconds>(context.platform.main.now() -
-                                                                               console.lastHeard),
-                         console.accepted, problem};
+                                                                               heard.lastHeard),
+                         heard.accepted, problem};
         facts.channels = channels;
         if (context.options.session)
             facts.session = sessionAt(*context.options.session, channels);
@@ -103,9 +84,10 @@ private:
                     readConfiguration(preferencesFolder(platform.folders, target->preferences));
             });
         }
+        facts.recorder.rehearsal = missingLiveTraxAdvice(platform);
         facts.recorder.runs = LiveTraxGenerator::runningApplication(platform) != nullptr;
-        facts.listening = portAt(liveTraxSurface::port);
-        facts.replies = portAt(liveTraxSurface::replyPort);
+        facts.listening = heldPort(context.portHolders(liveTraxSurface::port));
+        facts.replies = heldPort(context.portHolders(liveTraxSurface::replyPort));
         facts.templateProblem =
             problemOf([&] { facts.baseTemplate = readHardware(baseTemplateFile(platform.resources)); });
         if (!context.options.folder.empty())
@@ -113,34 +95,14 @@ private:
         return facts;
     }
 
-    /// Of several holders the one that is in the way.
-    Port portAt(std::uint16_t number) const {
-        Port port;
-        for (const UDPPortHolder &holder : context.portHolders(number)) {
-            const Port found{kindOf(holder.program.filename().string()), described(holder)};
-            if (found.holder > port.holder)
-                port = found;
-        }
-        return port;
-    }
-
-    static Port::Holder kindOf(const std::string &program) {
-        if (program == "LiveTrax3" || program == "LiveTrax1")
-            return Port::Holder::liveTrax;
-        if (program == "corvane" || program == "Corvane" || program == "corvanectl")
-            return Port::Holder::corvane;
-        return Port::Holder::other;
-    }
-
-    CheckFacts::Session sessionAt(const Path &folder,
-                                  const std::optional<std::vector<LV1Channel>> &channels) const {
+    CheckFacts::Session sessionAt(const Path &folder, const std::optional<Channels> &channels) const {
         CheckFacts::Session session;
         const Platform &platform = context.platform;
         const Path file = LiveTraxGenerator::sessionFile(folder);
         session.place = placeAt(folder);
         if (!fileExists(file)) {
             session.problem = GeneratorError::sessionMissing(file.string()).what();
-            session.neverMade = wasCreated(platform, folder);
+            session.advice = missingSessionAdvice(platform, folder);
             return session;
         }
         session.problem = problemOf([&] { session.made = readHardware(file); });
@@ -203,9 +165,6 @@ private:
         return {status::refused,
                 std::to_string(failed) + " of " + std::to_string(checks.size()) + " failed: " + names + "."};
     }
-
-    CommandContext context;
-    std::shared_ptr<PatchReader> reader;
 };
 
 } // namespace

@@ -5,8 +5,8 @@
 #include "livetrax/LiveTraxSurface.h"
 #include "livetrax/session/GeneratorError.h"
 #include "patch/PatchConflicts.h"
+#include "patch/RecordedInputs.h"
 #include "patch/RecorderNames.h"
-#include "patch/RecordingTime.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -17,8 +17,6 @@ namespace {
 
 using State = Check::State;
 using Facts = CheckFacts;
-
-constexpr std::uint32_t usualRate = 48'000;
 
 /// "0.4 s", "75 s"
 std::string secondsText(std::chrono::milliseconds time) {
@@ -90,20 +88,27 @@ Check patchCheck(const Facts &facts) {
 
 Check recorderCheck(const Facts::Recorder &recorder) {
     if (recorder.name.empty())
-        return {"LiveTrax", State::failed, GeneratorError::liveTraxMissing().what(), "Install LiveTrax."};
+        return {"LiveTrax", State::failed, GeneratorError::liveTraxMissing().what(),
+                recorder.rehearsal.empty() ? "Install LiveTrax." : recorder.rehearsal};
     return {"LiveTrax", State::ok,
             recorder.name + (recorder.runs ? " is installed and runs." : " is installed.")};
 }
 
-Check surfaceCheck(const Facts::Recorder &recorder) {
+/// Whether LiveTrax will listen. A stand-in keeps no configuration; one that listens needs none.
+Check surfaceCheck(const Facts::Recorder &recorder, const Facts::Port &listening) {
     const std::string place = "in the preferences " + quotation(recorder.preferences);
     if (!recorder.problem.empty())
         return {"OSC surface", State::failed, recorder.problem,
                 "Start LiveTrax by itself and quit it, so that it writes them anew."};
+    const bool isOn = recorder.configuration && recorder.configuration->surfaceIsOn();
+    if (!isOn && listening.holder == Facts::Port::Holder::liveTrax)
+        return {"OSC surface", State::ok, "It is on: LiveTrax listens."};
+    if (!recorder.configuration && !recorder.rehearsal.empty())
+        return {"OSC surface", State::ok, "LiveTrax's stand-in in a rehearsal needs no configuration."};
     if (!recorder.configuration)
         return {"OSC surface", State::warning, "LiveTrax has no configuration yet " + place + ".",
                 "Start LiveTrax once and quit it."};
-    if (!recorder.configuration->surfaceIsOn())
+    if (!isOn)
         return {"OSC surface", State::warning, "It is off " + place + ".",
                 "Have Corvane start LiveTrax: that switches it on."};
     return {"OSC surface", State::ok, "It is on " + place + "."};
@@ -172,10 +177,11 @@ Check spaceCheck(const Facts &facts) {
     const std::string where = tightest->name.empty() ? "" : " on " + quotation(tightest->name);
     if (inputs == 0)
         return {"space", State::ok, sizeText(tightest->available) + " are free" + where + "."};
-    const std::uint32_t rate = made && made->rate ? *made->rate : usualRate;
-    const auto minutes = recordingMinutes(tightest->available, inputs, rate);
+    const RecordingFormat format = made ? made->format : RecordingFormat();
+    const auto minutes = recordingMinutes(tightest->available, inputs, format);
     const std::string text = durationText(minutes) + " of recording left" + where + ": " +
-                             counted(inputs, "input", "inputs") + " at " + kilohertz(rate) + ", 32 bit.";
+                             counted(inputs, "input", "inputs") + " at " + kilohertz(format.rate) + ", " +
+                             std::to_string(8 * format.bytesPerSample) + " bit.";
     if (minutes >= fewRecordingMinutes)
         return {"space", State::ok, text};
     return {"space", minutes == 0 ? State::failed : State::warning, text,
@@ -238,9 +244,8 @@ void addSession(std::vector<Check> &list, const Facts::Session &session) {
     const std::string folder = quotation(session.place.folder.string());
     if (!session.problem.empty()) {
         list.push_back({"session", State::failed, session.problem,
-                        session.neverMade
-                            ? "LiveTrax makes it when Corvane starts it: create the session with --launch."
-                            : "See whether it is the session's folder."});
+                        session.advice.empty() ? "See whether it is the session's folder."
+                                               : withoutControls(session.advice)});
         return;
     }
     if (!session.place.problem.empty())
@@ -257,7 +262,7 @@ void addSession(std::vector<Check> &list, const Facts::Session &session) {
 std::vector<Check> checklist(const CheckFacts &facts) {
     std::vector<Check> list{consoleCheck(facts.console), patchCheck(facts), recorderCheck(facts.recorder)};
     if (!facts.recorder.name.empty())
-        list.push_back(surfaceCheck(facts.recorder));
+        list.push_back(surfaceCheck(facts.recorder, facts.listening));
     list.push_back(listeningCheck(facts.listening, facts.recorder));
     list.push_back(replyCheck(facts.replies));
     list.push_back(deviceCheck(facts));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cli/HeldPort.h"
 #include "livetrax/session/RecorderConfiguration.h"
 #include "livetrax/session/SessionHardware.h"
 #include "livetrax/session/UpdatePlan.h"
@@ -8,7 +9,6 @@
 
 #include <chrono>
 #include <cstddef>
-#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -44,12 +44,9 @@ struct CheckFacts {
         bool runs = false;
         std::optional<RecorderConfiguration> configuration; ///< none when it was never started
         std::string problem;                                ///< with the configuration
+        std::string rehearsal = {}; ///< in one: which folder is meant by "/Applications"
     };
-    struct Port {
-        enum class Holder { nobody, liveTrax, corvane, other };
-        Holder holder = Holder::nobody;
-        std::string name; ///< of the program: "Thunderbird (process 4711)"
-    };
+    using Port = HeldPort;
     struct Place {
         std::filesystem::path folder;
         bool exists = true;
@@ -59,7 +56,7 @@ struct CheckFacts {
     struct Session {
         Place place;
         std::string problem;                 ///< why it cannot be read
-        bool neverMade = false;              ///< Corvane made its template, LiveTrax not yet the session
+        std::string advice;                  ///< where else to look then
         std::optional<SessionHardware> made; ///< what it was made for
         std::optional<bool> inStep;          ///< with the console; none without a patch to compare
         std::optional<UpdatePlan> plan;

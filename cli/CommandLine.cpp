@@ -162,7 +162,9 @@ Parser::Parser() {
 
 CLI::App *Parser::add(Verb verb, const char *name, const char *description) {
     CLI::App *command = app.add_subcommand(name, description);
-    command->add_option("--rehearse", values.rehearsal, "Work in FOLDER instead of the real world")
+    command
+        ->add_option("--rehearse", values.rehearsal,
+                     "Work in FOLDER instead of the real world; FOLDER/home is the home")
         ->type_name("FOLDER")
         ->check(notEmpty());
     verbs[command] = verb;
@@ -323,7 +325,8 @@ void Parser::addRecorder() {
 
     auto *markers = add(Verb::markers, "markers", "List the markers of a session");
     addSession(markers, true);
-    addFormat(markers, "table, csv, json or labels", {"table", "csv", "json", "labels"});
+    addFormat(markers, "table, csv, json, or labels: start, end and name, which audio editors import",
+              {"table", "csv", "json", "labels"});
 }
 
 void Parser::addSupport() {

@@ -1,15 +1,6 @@
 #include "cli/Commands.h"
 
-#include "platform/rehearsal/Rehearsal.h"
-
 namespace corvane::cli {
-
-std::vector<UDPPortHolder> holdersOfUDPPort(std::uint16_t port) {
-    auto holders = udpPortHolders(port);
-    if (holders.empty() && isUDPPortInUse(port))
-        holders.emplace_back();
-    return holders;
-}
 
 std::shared_ptr<Command> makeCommand(const CommandContext &context) {
     switch (context.options.verb) {

@@ -2,9 +2,9 @@
 
 #include "cli/Command.h"
 #include "cli/CommandLine.h"
+#include "cli/HeldPort.h"
 #include "cli/Output.h"
 #include "platform/Platform.h"
-#include "platform/processes/UDPPortHolders.h"
 
 #include <cstdint>
 #include <functional>
@@ -12,9 +12,6 @@
 #include <vector>
 
 namespace corvane::cli {
-
-/// Who holds a UDP port. Where the system tells nothing of other users' programs, that it is taken does.
-std::vector<UDPPortHolder> holdersOfUDPPort(std::uint16_t port);
 
 /// What a command works with. Everything outlives the command.
 struct CommandContext {

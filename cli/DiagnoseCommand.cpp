@@ -257,9 +257,7 @@ class DiagnoseCommand : public ListeningCommand {
              {liveTraxSurface::port, liveTraxSurface::replyPort, lv1Surface::announcementPort}) {
             Json holders = Json::array();
             for (const UDPPortHolder &holder : context.portHolders(port))
-                holders.push_back(holder.pid == 0 ? "a program of another user"
-                                                  : holder.program.filename().string() + " (process " +
-                                                        std::to_string(holder.pid) + ")");
+                holders.push_back(described(holder));
             ports.push_back({{"port", port}, {"holders", holders}});
         }
         return ports;

@@ -1,7 +1,10 @@
 #include "cli/Json.h"
+#include "cli/SessionAdvice.h"
 #include "cli/SessionCommand.h"
 #include "cli/Table.h"
 #include "livetrax/session/History.h"
+#include "livetrax/session/LiveTraxGenerator.h"
+#include "platform/files/Files.h"
 
 #include <algorithm>
 #include <string>
@@ -31,6 +34,16 @@ private:
         end();
     }
 
+    /// No copies are no error; a folder that is not there may be one of spelling.
+    std::string none() const {
+        const auto &session = *context.options.session;
+        if (fileExists(LiveTraxGenerator::sessionFile(session)))
+            return "No copies are kept of this session.\n";
+        const std::string advice = missingSessionAdvice(context.platform, session);
+        return "No copies are kept of " + session.string() + ", and there is no session there." +
+               (advice.empty() ? "" : " " + advice) + "\n";
+    }
+
     static Json json(const std::vector<HistoryCopy> &copies) {
         Json list = Json::array();
         for (const HistoryCopy &copy : copies) {
@@ -46,10 +59,10 @@ private:
         return {{"copies", list}};
     }
 
-    static std::string text(const std::vector<HistoryCopy> &copies) {
+    std::string text(const std::vector<HistoryCopy> &copies) const {
         if (copies.empty())
-            return "No copies are kept of this session.\n";
-        std::vector<std::vector<std::string>> rows{{"COPY", "TIME", "TRACKS", "BEFORE", "WHICH"}};
+            return none();
+        std::vector<std::vector<std::string>> rows{{"COPY", "TIME", "TRACKS", "KEPT BEFORE A", "WHICH"}};
         for (const HistoryCopy &copy : copies)
             rows.push_back({std::to_string(copy.number), timeText(copy.time),
                             std::to_string(copy.note.tracks), beforeText(copy.note), changes(copy.note)});
@@ -92,9 +105,20 @@ private:
                                     : copy.number == options.copyNumber.value_or(1);
         });
         if (found == copies.end())
-            throw CommandFailure(status::wrongUsage,
-                                 "There is no such copy of " + options.session->string() + ".");
+            throw CommandFailure(status::wrongUsage, "There is no such copy of " + options.session->string() +
+                                                         "." + beneath(whatThereIs(copies)));
         return *found;
+    }
+
+    /// Which copies a person can choose from.
+    std::string whatThereIs(const std::vector<HistoryCopy> &copies) const {
+        if (copies.empty())
+            return missingSessionAdvice(context.platform, *context.options.session);
+        const auto told = [](const HistoryCopy &copy) {
+            return std::to_string(copy.number) + " (" + timeText(copy.time) + ")";
+        };
+        return copies.size() == 1 ? "The only one is " + told(copies.front()) + "."
+                                  : "They are " + told(copies.front()) + " to " + told(copies.back()) + ".";
     }
 
     static std::string text(const HistoryCopy &restored, const HistoryCopy &kept) {

@@ -79,10 +79,9 @@ private:
 
     void report() {
         if (hosts.empty()) {
-            const auto errors = discoveryErrors(*multicast, *browser);
             if (context.options.json)
                 context.output.print(json());
-            throw CommandFailure(status::noAnswer, errors.empty() ? nothingHeard(listening()) : errors);
+            throw CommandFailure(status::noAnswer, nothingHeard(*multicast, *browser, listening()));
         }
         context.output.print(context.options.json ? json() : text());
         end();

@@ -1,6 +1,7 @@
 #include "base/Text.h"
 #include "cli/Commands.h"
 #include "cli/Json.h"
+#include "cli/SessionAdvice.h"
 #include "cli/Table.h"
 #include "livetrax/session/Markers.h"
 #include "platform/files/Files.h"
@@ -70,6 +71,8 @@ std::string labels(const SessionMarkers &session) {
 std::string textOf(const SessionMarkers &session, Format format) {
     switch (format) {
     case Format::table:
+        if (session.markers.empty())
+            return "LiveTrax had no markers when it last saved the session; corvanectl save has it save.\n";
         return table(rowsOf(session, {"NUMBER", "TIME", "SAMPLES", "NAME"}));
     case Format::json:
         return document(jsonOf(session));
@@ -99,7 +102,8 @@ private:
         try {
             return readMarkers(session);
         } catch (const FileError &) {
-            throw CommandFailure(status::refused, unreadable);
+            throw CommandFailure(status::refused,
+                                 unreadable + beneath(missingSessionAdvice(context.platform, session)));
         } catch (const XMLError &error) {
             throw CommandFailure(status::refused, unreadable + "\n  " + error.what());
         }

@@ -13,6 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr std::chrono::milliseconds patchTimeout = 10s;
 constexpr auto silenceTimeout = 300ms;
 /// A console that never falls silent (somebody plays with its colours) is not waited for longer than this.
 constexpr auto settlingTimeout = 5s;
@@ -31,9 +32,9 @@ std::string PatchReader::Console::text() const {
     return name.empty() ? address : name + " (" + address + ")";
 }
 
-PatchReader::PatchReader(Platform &platform, Output &output, ChannelSourceOptions source,
-                         std::chrono::milliseconds timeout)
-    : platform(platform), output(output), source(std::move(source)), timeout(timeout) {}
+PatchReader::PatchReader(const CommandContext &context)
+    : platform(context.platform), output(context.output), source(context.options.source),
+      timeout(context.options.duration.value_or(patchTimeout)) {}
 
 void PatchReader::start() {
     client = LV1Client::make(platform);
@@ -79,7 +80,7 @@ void PatchReader::wireClient() {
         wire([](PatchReader &reader, const auto &services) { reader.heardServices(services); });
     client->onEndpoints = wire([](PatchReader &reader, const std::vector<LV1Endpoint> &endpoints) {
         if (endpoints.size() > 1)
-            reader.fail(LV1Client::severalHostsStatus);
+            reader.fail(severalHosts(*reader.client));
     });
     client->onLinkEvent =
         wire([](PatchReader &reader, const LV1LinkEvent &event) { reader.happened(event); });
@@ -99,8 +100,8 @@ void PatchReader::heardServices(const std::vector<std::shared_ptr<NetService>> &
         heardConsole = {services.front()->name(), "Bonjour",           address.first,
                         address.second,           platform.main.now(), heardConsole.accepted};
     }
-    if (const auto text = chooseHost(*client, client->endpoints, services))
-        fail(*text);
+    if (chooseHost(*client, client->endpoints, services))
+        fail(severalHosts(*client));
 }
 
 void PatchReader::happened(const LV1LinkEvent &event) {
@@ -151,8 +152,7 @@ std::string PatchReader::whyNothingCame() const {
         return heardConsole.host + " does not answer on port " + std::to_string(heardConsole.port) + ".";
     if (!heardConsole.name.empty())
         return lastStatus;
-    const auto errors = discoveryErrors(*client->multicast, *client->browser);
-    return errors.empty() ? nothingHeard(timeout) : errors;
+    return nothingHeard(*client->multicast, *client->browser, timeout);
 }
 
 void PatchReader::finish() {

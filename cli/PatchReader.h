@@ -1,8 +1,6 @@
 #pragma once
 
-#include "cli/CommandLine.h"
-#include "cli/Outcome.h"
-#include "cli/Output.h"
+#include "cli/Commands.h"
 #include "lv1/LV1Client.h"
 
 #include <chrono>
@@ -33,11 +31,9 @@ public:
         std::string text() const;
     };
 
-    /// How long to wait for the first patch.
-    static constexpr std::chrono::seconds defaultTimeout{10};
-
-    PatchReader(Platform &platform, Output &output, ChannelSourceOptions source,
-                std::chrono::milliseconds timeout);
+    /// Reads from the console that the options name; waits ten seconds for its first patch unless they say
+    /// how long.
+    explicit PatchReader(const CommandContext &context);
 
     /// Exactly one of the two is called, once; set before `start`.
     std::function<void(const Channels &)> onPatch;
@@ -62,8 +58,8 @@ private:
 
     Platform &platform;
     Output &output;
-    ChannelSourceOptions source;
-    std::chrono::milliseconds timeout;
+    const ChannelSourceOptions &source;
+    const std::chrono::milliseconds timeout;
     std::shared_ptr<LV1Client> client;
     DelayedTask deadline;
     DelayedTask silence;

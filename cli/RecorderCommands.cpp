@@ -1,5 +1,6 @@
 #include "cli/Commands.h"
 #include "cli/Json.h"
+#include "livetrax/LiveTraxSurface.h"
 #include "livetrax/remote/LiveTraxOSC.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/Markers.h"
@@ -36,7 +37,7 @@ protected:
                                             *platform.network);
         osc->onFailure = [this](const std::error_code &error, const std::string &reason) {
             if (error == std::errc::address_in_use)
-                end({status::noAnswer, reason});
+                end({status::noAnswer, reason + ownHolder(context.portHolders(liveTraxSurface::replyPort))});
         };
         context.output.progress("Asking LiveTrax…");
         osc->start();

@@ -1,6 +1,8 @@
 #include "cli/SessionCommand.h"
 
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "patch/FiniteColours.h"
+#include "patch/PatchDocument.h"
 #include "platform/files/Files.h"
 
 namespace corvane::cli {
@@ -10,29 +12,28 @@ void refuseWhileLiveTraxRuns(const Platform &platform) {
         throw CommandFailure(status::refused, LiveTraxGenerator::liveTraxRuns);
 }
 
-bool wasCreated(const Platform &platform, const std::filesystem::path &session) {
-    const auto target = LiveTraxGenerator::target(platform.folders);
-    return target &&
-           fileExists(LiveTraxGenerator::userTemplate(platform.folders, *target, lastPathComponent(session)));
-}
-
-void SessionCommand::stop() {
-    if (source)
-        source->stop();
-    source.reset();
+std::vector<LV1Channel> readPatchFile(const std::filesystem::path &file) {
+    try {
+        const Bytes bytes = readFile(file);
+        return readPatchDocument({reinterpret_cast<const char *>(bytes.data()), bytes.size()});
+    } catch (const PatchDocumentError &error) {
+        throw CommandFailure(status::wrongUsage, file.string() + ": " + error.what());
+    } catch (const FileError &error) {
+        throw CommandFailure(status::wrongUsage, error.what());
+    }
 }
 
 void SessionCommand::start() {
     prepare();
-    source = std::make_unique<ChannelSource>(context);
-    source->obtain(
-        [this](const Channels &channels) {
-            guarded([&] {
-                work(channels);
-                end();
-            });
-        },
-        [this](const Outcome &outcome) { end(outcome); });
+    if (const auto &file = context.options.source.file)
+        patchIs(readPatchFile(*file));
+    else
+        PatchReadingCommand::start();
+}
+
+void SessionCommand::patchIs(const Channels &channels) {
+    work(withFiniteColours(channels));
+    end();
 }
 
 } // namespace corvane::cli

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "cli/ChannelSource.h"
+#include "cli/PatchReadingCommand.h"
 
 #include <filesystem>
-#include <memory>
+#include <string>
 #include <vector>
 
 namespace corvane::cli {
@@ -11,31 +11,24 @@ namespace corvane::cli {
 /// Throws CommandFailure when LiveTrax runs: it would overwrite whatever is written into its session.
 void refuseWhileLiveTraxRuns(const Platform &platform);
 
-/// Whether `create` has made a session's template; LiveTrax makes the session itself when it is started on
-/// it.
-bool wasCreated(const Platform &platform, const std::filesystem::path &session);
+/// The channels of a patch file. Throws CommandFailure.
+std::vector<LV1Channel> readPatchFile(const std::filesystem::path &file);
 
-/// What the commands that need the console's channels for a session have in common: preparation, then the
-/// channels, then the work.
-class SessionCommand : public Command {
+/// What the commands that need channels for a session have in common: preparation, then the channels, from a
+/// patch file or a console, then the work.
+class SessionCommand : public PatchReadingCommand {
 public:
-    explicit SessionCommand(const CommandContext &context) : context(context) {}
-
-    void stop() override;
+    using PatchReadingCommand::PatchReadingCommand;
 
 protected:
-    using Channels = std::vector<LV1Channel>;
-
     void start() override;
     /// Checks that do not need the channels; throws CommandFailure to refuse.
     virtual void prepare() {}
     /// The work on the channels. The command ends when this returns, and fails when it throws.
     virtual void work(const Channels &channels) = 0;
 
-    CommandContext context;
-
 private:
-    std::unique_ptr<ChannelSource> source;
+    void patchIs(const Channels &channels) override;
 };
 
 } // namespace corvane::cli

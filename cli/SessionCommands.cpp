@@ -1,6 +1,7 @@
 #include "base/Quotation.h"
 #include "base/Text.h"
 #include "cli/Json.h"
+#include "cli/SessionAdvice.h"
 #include "cli/SessionCommand.h"
 #include "cli/Table.h"
 #include "livetrax/session/LiveTraxGenerator.h"
@@ -41,11 +42,10 @@ auto telling(const CommandContext &context, const std::vector<LV1Channel> &chann
         return step();
     } catch (const GeneratorError &error) {
         std::string text = refusal(error, channels);
-        if (error.errorCase() == GeneratorError::Case::sessionMissing && context.options.session &&
-            wasCreated(context.platform, *context.options.session))
-            text += "\n  Its template is made, the session is not: LiveTrax makes it when it is started on "
-                    "it, by "
-                    "create --launch.";
+        if (error.errorCase() == GeneratorError::Case::sessionMissing && context.options.session)
+            text += beneath(missingSessionAdvice(context.platform, *context.options.session));
+        if (error.errorCase() == GeneratorError::Case::liveTraxMissing)
+            text += beneath(missingLiveTraxAdvice(context.platform));
         throw CommandFailure(status::refused, text);
     }
 }
@@ -84,18 +84,12 @@ class CreateCommand : public SessionCommand {
         const auto written =
             installed ? LiveTraxGenerator::userTemplate(platform.folders, *installed, context.options.name)
                       : std::filesystem::path();
+        // A folder that is typed in a rehearsal is that very folder.
+        const std::string outside = outsideAdvice(platform, context.options.folder);
         context.output.print(context.options.json
                                  ? document({{"session", session.string()}, {"template", written.string()}})
                                  : "session  " + session.string() + "\ntemplate " + written.string() + "\n" +
-                                       outside());
-    }
-
-    /// What is meant by a folder that is typed in a rehearsal: that very folder.
-    std::string outside() const {
-        const auto &rehearsal = context.options.rehearsal;
-        if (!rehearsal || (context.options.folder.string() + "/").starts_with(rehearsal->string() + "/"))
-            return {};
-        return "note     " + context.options.folder.string() + " is outside of the rehearsal's folder.\n";
+                                       (outside.empty() ? "" : "note     " + outside + "\n"));
     }
 };
 
@@ -114,7 +108,8 @@ class SyncCommand : public SessionCommand {
             return LiveTraxGenerator::update(context.platform, *options.session, channels);
         });
         if (options.launch)
-            LiveTraxGenerator::launchExisting(context.platform, *options.session, channels);
+            telling(context, channels,
+                    [&] { LiveTraxGenerator::launchExisting(context.platform, *options.session, channels); });
         context.output.print(options.json ? document({{"adjusted", result.updated},
                                                       {"added", result.added},
                                                       {"removed", result.removed}})
@@ -224,7 +219,22 @@ class PlanCommand : public SessionCommand {
             rows.push_back({actionText(track.action), track.name, inputText(track), before(track)});
         return table(rows) + std::to_string(plan.result.updated) + " adjusted, " +
                std::to_string(plan.result.added) + " added, " + std::to_string(plan.result.removed) +
-               " removed\n";
+               " removed\n" + changedText(plan);
+    }
+
+    /// Tracks that stay are adjusted as a whole, whether anything of them becomes different or not.
+    static std::string changedText(const UpdatePlan &plan) {
+        const auto changed =
+            std::count_if(plan.tracks.begin(), plan.tracks.end(), [](const TrackDecision &track) {
+                return track.action == TrackDecision::Action::change;
+            });
+        if (changed == plan.result.updated)
+            return {};
+        if (changed == 0)
+            return "The adjusted tracks stay as they are.\n";
+        return counted(std::size_t(changed), "of the adjusted tracks changes",
+                       "of the adjusted tracks change") +
+               "; the others stay as they are.\n";
     }
 
     static std::string inputText(const TrackDecision &track) {
@@ -287,7 +297,8 @@ private:
         if (auto text = LiveTraxGenerator::sessionPatchSignature(*options.session))
             return *text;
         throw CommandFailure(status::refused,
-                             "The session at " + options.session->string() + " cannot be read.");
+                             "The session at " + options.session->string() + " cannot be read." +
+                                 beneath(missingSessionAdvice(context.platform, *options.session)));
     }
 
     CommandContext context;

@@ -8,6 +8,7 @@ namespace {
 
 /// Samples a second of the fastest converters there are, and more.
 constexpr std::int64_t highestRate = 1'000'000;
+constexpr std::uintmax_t secondsPerMinute = 60;
 
 struct NamedFormat {
     const char *name;
@@ -28,6 +29,16 @@ RecordingFormat recordingFormat(XMLElement sessionRoot) {
         if (option && option.attributeIs("value", name))
             found.bytesPerSample = bytes;
     return found;
+}
+
+std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, const RecordingFormat &format) {
+    const std::uintmax_t perMinute = secondsPerMinute * inputs * format.rate * format.bytesPerSample;
+    return perMinute == 0 ? UINTMAX_MAX : bytes / perMinute;
+}
+
+std::string kilohertz(std::uint32_t rate) {
+    const auto tenths = (rate % 1'000) / 100;
+    return std::to_string(rate / 1'000) + (tenths == 0 ? "" : "." + std::to_string(tenths)) + " kHz";
 }
 
 } // namespace corvane

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace corvane {
 
@@ -17,5 +18,14 @@ struct RecordingFormat {
 
 /// What a session says of it; for what it does not say, or in no way that LiveTrax does, the usual.
 RecordingFormat recordingFormat(XMLElement sessionRoot);
+
+/// How many minutes of recording so many bytes have room for.
+std::uintmax_t recordingMinutes(std::uintmax_t bytes, std::size_t inputs, const RecordingFormat &format);
+
+/// Less than this is worth a warning.
+inline constexpr std::uintmax_t fewRecordingMinutes = 60;
+
+/// "48 kHz", "44.1 kHz"
+std::string kilohertz(std::uint32_t rate);
 
 } // namespace corvane

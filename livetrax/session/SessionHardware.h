@@ -1,11 +1,10 @@
 #pragma once
 
+#include "livetrax/session/RecordingFormat.h"
 #include "livetrax/session/XMLTree.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <filesystem>
-#include <optional>
 #include <string>
 
 namespace corvane {
@@ -15,8 +14,7 @@ struct SessionHardware {
     /// "BACKEND;DRIVER;DEVICE" of what most of its tracks are connected to; empty when they are connected to
     /// nothing.
     std::string device;
-    /// Samples a second; a template leaves that to the device.
-    std::optional<std::uint32_t> rate;
+    RecordingFormat format; ///< of a template the usual, but for what it says
     std::size_t inputs = 0; ///< that its tracks record at once
 
     bool operator==(const SessionHardware &) const = default;

@@ -103,6 +103,38 @@ TEST_F(CheckCommandTest, ASessionIsComparedWithTheConsole) {
     EXPECT_EQ("1 of 13 failed: recovery data.", outcome->message);
 }
 
+TEST_F(CheckCommandTest, SpaceIsCountedInTheSessionsOwnFormat) {
+    fake.folder.write("Gig/Gig.ardour",
+                      "<Session sample-rate='96000'><Config><Option name='native-file-data-format' "
+                      "value='FormatInt24'/></Config></Session>");
+    begin({"check", "Gig", "--json"});
+    hearConsole();
+    EXPECT_THAT(check("space")["text"].get<std::string>(), HasSubstr("2 inputs at 96 kHz, 24 bit."));
+}
+
+TEST_F(CheckCommandTest, InARehearsalAStandInThatNeverSavedItsConfigurationIsNoWarning) {
+    begin({"check", "--json"});
+    hearConsole();
+    EXPECT_EQ("warning", check("OSC surface")["state"]);
+    rehearse();
+    output.printed.clear();
+    outcome.reset();
+    begin({"check", "--json"});
+    hearConsole();
+    EXPECT_EQ("ok", check("OSC surface")["state"]);
+}
+
+TEST_F(CheckCommandTest, SeveralConsolesAreNamedWithHowToChooseOne) {
+    begin({"check", "--json"});
+    announce("FOH", "10.0.0.1", 5000);
+    announce("Monitors", "10.0.0.2", 5001);
+    EXPECT_EQ("failed", check("console")["state"]);
+    EXPECT_EQ("Several LV1 hosts found. Choose one and press SYNC LV1.", check("console")["text"]);
+    EXPECT_EQ("--host 10.0.0.1 --port 5000 is “\u2068FOH\u2069”. "
+              "--host 10.0.0.2 --port 5001 is “\u2068Monitors\u2069”.",
+              check("console")["advice"]);
+}
+
 TEST_F(CheckCommandTest, WhatIsNoSessionFails) {
     fake.folder.write("Gig/Gig.ardour", "<Session");
     begin({"check", "Gig", "--json"});

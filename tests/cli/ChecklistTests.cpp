@@ -23,11 +23,11 @@ CheckFacts ready() {
     facts.console = {"FOH (10.0.0.1:5000)", "multicast", 400ms, true, ""};
     facts.channels = {mono("Kick", 0), {"OH", true, "SoundGrid", 6, "Mixer_Ch", 2}};
     facts.recorder = {"LiveTrax 3", "LiveTrax3", false, RecorderConfiguration{{}, true, {}}, ""};
-    facts.baseTemplate = SessionHardware{"CoreAudio;;Waves SoundGrid", std::nullopt, 3};
+    facts.baseTemplate = SessionHardware{"CoreAudio;;Waves SoundGrid", {}, 3};
     facts.folder = {"/Shows", true, "", Volume{"Shows", 3'000'000'000'000}};
     CheckFacts::Session session;
     session.place = {"/Shows/Gig", true, "", Volume{"Shows", 3'000'000'000'000}};
-    session.made = SessionHardware{"CoreAudio;;Waves SoundGrid", 96'000, 3};
+    session.made = SessionHardware{"CoreAudio;;Waves SoundGrid", {96'000, 4}, 3};
     session.inStep = true;
     session.plan.emplace();
     session.copies = 2;
@@ -123,6 +123,28 @@ TEST(Checklist, ASurfaceThatIsOffIsSwitchedOnByAStart) {
     EXPECT_EQ(State::failed, checkOf(facts, "OSC surface").state);
 }
 
+TEST(Checklist, ALiveTraxThatListensHasItsSurfaceOn) {
+    auto facts = ready();
+    facts.recorder.configuration.reset();
+    facts.listening = {Holder::liveTrax, "LiveTrax3 (process 12)"};
+    EXPECT_EQ((Check{"OSC surface", State::ok, "It is on: LiveTrax listens."}),
+              checkOf(facts, "OSC surface"));
+    facts.recorder.configuration = RecorderConfiguration{{}, false, {}};
+    EXPECT_EQ(State::ok, checkOf(facts, "OSC surface").state);
+}
+
+TEST(Checklist, AStandInNeedsNoConfigurationAndWhereItBelongsIsSaid) {
+    auto facts = ready();
+    facts.recorder.rehearsal = "In this rehearsal that is /room/Applications.";
+    facts.recorder.configuration.reset();
+    EXPECT_EQ((Check{"OSC surface", State::ok, "LiveTrax's stand-in in a rehearsal needs no configuration."}),
+              checkOf(facts, "OSC surface"));
+    facts.recorder.configuration = RecorderConfiguration{{}, false, {}};
+    EXPECT_EQ(State::warning, checkOf(facts, "OSC surface").state) << "it has one, and that says no";
+    facts.recorder.name.clear();
+    EXPECT_EQ("In this rehearsal that is /room/Applications.", checkOf(facts, "LiveTrax").advice);
+}
+
 TEST(Checklist, ThePortsBelongToTheirPrograms) {
     struct Row {
         bool runs;
@@ -167,6 +189,10 @@ TEST(Checklist, SpaceIsSaidAsRecordingTimeAtTheSessionsRate) {
                      "59 min of recording left on “\u2068Small\u2069”: 3 inputs at 96 kHz, 32 bit.",
                      "Free some space, or record elsewhere."}),
               checkOf(facts, "space"));
+    facts.session->made->format = {48'000, 3};
+    facts.session->place.volume = Volume{"Small", minute * 48'000 * 60};
+    EXPECT_EQ("1 h 20 min of recording left on “\u2068Small\u2069”: 3 inputs at 48 kHz, 24 bit.",
+              checkOf(facts, "space").text);
     facts.session.reset();
     facts.folder->volume = Volume{"", minute * 48'000 * 95};
     EXPECT_EQ((Check{"space", State::ok, "1 h 35 min of recording left: 3 inputs at 48 kHz, 32 bit."}),
@@ -219,8 +245,9 @@ TEST(Checklist, ASessionThatIsNotThereSaysWhatIsMeant) {
     facts.session->problem = "The active LiveTrax session was not found at /Shows/Gig/Gig.ardour.";
     EXPECT_EQ(State::failed, checkOf(facts, "session").state);
     EXPECT_EQ("session", checklist(facts).back().name);
-    facts.session->neverMade = true;
-    EXPECT_THAT(checkOf(facts, "session").advice, HasSubstr("--launch"));
+    EXPECT_EQ("See whether it is the session's folder.", checkOf(facts, "session").advice);
+    facts.session->advice = "There is /Archive/Gig.";
+    EXPECT_EQ("There is /Archive/Gig.", checkOf(facts, "session").advice);
 }
 
 TEST(Checklist, NoCopyIsAWarningOnlyOnceTheSessionWasChanged) {

@@ -93,6 +93,11 @@ std::shared_ptr<FakeRunningApplication> CommandTest::startLiveTrax() {
     return application;
 }
 
+void CommandTest::rehearse() {
+    fake.platform.rehearsal =
+        std::make_unique<Rehearsal>(fake.folder.path(), std::vector<std::uint16_t>{}, nullptr);
+}
+
 std::string CommandTest::patchFile(const std::vector<LV1Channel> &channels) {
     return fake.folder.write("patch.json", patchDocument(channels)).string();
 }

@@ -56,6 +56,8 @@ protected:
     /// A LiveTrax 3 installation and the base template.
     void installLiveTrax();
     std::shared_ptr<FakeRunningApplication> startLiveTrax();
+    /// From now on the test's folder is that of a rehearsal.
+    void rehearse();
     /// A patch file of these channels.
     std::string patchFile(const std::vector<LV1Channel> &channels);
 

@@ -3,9 +3,9 @@
 #include "osc/OSCCodec.h"
 #include "patch/PatchDocument.h"
 
-#include <sstream>
-
+#include <algorithm>
 #include <limits>
+#include <sstream>
 
 namespace corvane::cli {
 namespace {
@@ -96,6 +96,24 @@ TEST_F(HostsCommandTest, NothingHeardAndNothingInTheWayIsNoAnswer) {
               "  --host and --port name a console that is not heard.",
               outcome->message);
     EXPECT_EQ(json::array(), printedJson());
+}
+
+TEST_F(HostsCommandTest, WithoutBonjourMulticastIsListenedToAndThatIsSaid) {
+    begin({"hosts"});
+    fake.browser->errorText = "The DNS-SD daemon is not running.";
+    fake.clock->advance(3s);
+    EXPECT_EQ(status::noAnswer, outcome->status);
+    EXPECT_THAT(outcome->message, testing::StartsWith("No LV1 host was heard.\n"
+                                                      "  Bonjour: The DNS-SD daemon is not running.\n"
+                                                      "  Listened for 3 s to multicast announcements.\n"));
+}
+
+TEST_F(HostsCommandTest, ASystemThatKeepsTheProgramFromTheNetworkComesFirst) {
+    begin({"hosts"});
+    fake.browser->errorText = "This computer does not let Corvane use the local network.";
+    fake.browser->refused = true;
+    fake.clock->advance(3s);
+    EXPECT_EQ("Bonjour: This computer does not let Corvane use the local network.", outcome->message);
 }
 
 TEST_F(HostsCommandTest, PeopleGetNoListOfNothing) {
@@ -400,10 +418,13 @@ TEST_F(PatchCommandTest, ASoleHostFoundByBonjourIsConnectedTo) {
 TEST_F(PatchCommandTest, SeveralHostsAreForAPersonToChooseFrom) {
     begin({"patch"});
     announce("FOH", "10.0.0.9", 5009);
-    announce("Monitors", "10.0.0.8", 5009);
+    announce("Moni\ntors", "10.0.0.8", 5010);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::noAnswer, outcome->status);
-    EXPECT_EQ("Several LV1 hosts found. Choose one and press SYNC LV1.", outcome->message);
+    EXPECT_EQ("Several LV1 hosts found. Choose one and press SYNC LV1.\n"
+              "  --host 10.0.0.9 --port 5009 is “\u2068FOH\u2069”.\n"
+              "  --host 10.0.0.8 --port 5010 is “\u2068Moni tors\u2069”.",
+              outcome->message);
 }
 
 TEST_F(PatchCommandTest, SeveralBonjourHostsAreForAPersonToChooseFrom) {
@@ -411,7 +432,22 @@ TEST_F(PatchCommandTest, SeveralBonjourHostsAreForAPersonToChooseFrom) {
     fake.browser->find("FOH", true);
     fake.browser->find("Monitors", false);
     ASSERT_TRUE(ended());
-    EXPECT_EQ("Several LV1 hosts found. Choose one and press SYNC LV1.", outcome->message);
+    EXPECT_EQ("Several LV1 hosts found. Choose one and press SYNC LV1.\n"
+              "  “\u2068FOH\u2069”: corvanectl hosts tells its address.\n"
+              "  “\u2068Monitors\u2069”: corvanectl hosts tells its address.",
+              outcome->message);
+}
+
+TEST_F(PatchCommandTest, OfVeryManyHostsTheFirstAreNamed) {
+    begin({"patch"});
+    const auto first = fake.browser->find("Stage", true);
+    fake.browser->resolve(*first, "stage.local.", 5002);
+    for (int more = 0; more < 9; ++more)
+        fake.browser->find(std::to_string(more), more < 8);
+    ASSERT_TRUE(ended());
+    EXPECT_THAT(outcome->message, HasSubstr("\n  --host stage.local. --port 5002 is “\u2068Stage\u2069”.\n"));
+    EXPECT_EQ(9, std::count(outcome->message.begin(), outcome->message.end(), '\n'));
+    EXPECT_THAT(outcome->message, testing::EndsWith("\n  corvanectl hosts lists 2 more."));
 }
 
 TEST_F(PatchCommandTest, WithoutAnyHostItSaysWhatWasTriedAndWhatToCheck) {

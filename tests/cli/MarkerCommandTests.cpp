@@ -61,6 +61,19 @@ TEST_F(MarkerCommandTest, MarkersListsThemInOrderOfTime) {
               output.printed);
 }
 
+TEST_F(MarkerCommandTest, WithoutMarkersPeopleAreToldThatTheyComeWithASave) {
+    const auto empty = fake.folder.write("Shows/New/New.ardour", R"(<Session sample-rate="48000"/>)");
+    const std::string quiet = empty.parent_path().string();
+    EXPECT_EQ(status::done, run({"markers", quiet}).status);
+    EXPECT_EQ("LiveTrax had no markers when it last saved the session; corvanectl save has it save.\n",
+              output.printed);
+    output.printed.clear();
+    run({"markers", quiet, "--format", "labels"});
+    EXPECT_EQ("", output.printed);
+    run({"markers", quiet, "--format", "csv"});
+    EXPECT_EQ("number,time,samples,name\n", output.printed);
+}
+
 TEST_F(MarkerCommandTest, MarkersForPrograms) {
     run({"markers", session + "/", "--json"});
     EXPECT_EQ((json{{"rate", 48000},

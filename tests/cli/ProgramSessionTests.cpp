@@ -164,6 +164,23 @@ TEST_F(SessionProgramTest, OutsideARehearsalATakenReplyPortIsSaid) {
     EXPECT_EQ("UDP port 8000 is in use by another program.\n", ran.errors);
 }
 
+TEST_F(SessionProgramTest, APortThatCorvanesWindowHoldsIsSaidToBeIts) {
+    const EnvironmentVariable home("HOME", work.path().c_str());
+    // A program of that name: the holder is known by the file that it runs.
+    const std::string window =
+        "cp \"$(python3 -c 'import sys; print(sys.executable)')\" \"$work/corvane\" && \"$work/corvane\" -c "
+        "\"import socket, subprocess, sys; s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM); "
+        "s.bind(('127.0.0.1', 8000)); sys.exit(subprocess.call(sys.argv[1:]))\" \"$corvanectl\" save";
+    for (const std::string where : {"", " --rehearse \"$room\""}) {
+        const Ran ran = shell(window + where);
+        EXPECT_EQ(status::noAnswer, ran.status);
+        EXPECT_THAT(ran.errors, testing::MatchesRegex(
+                                    "UDP port 8000 is in use by another program.\n  It is held by corvane "
+                                    ".process [0-9]+.: as long as it runs, it alone talks to LiveTrax.\n"))
+            << where;
+    }
+}
+
 TEST_F(SessionProgramTest, WrongUsageIsOneLineAndExitTwo) {
     for (const Arguments &wrong : {Arguments{"create", "--in", sessions},
                                    {"create", " ", "--in", sessions},
@@ -201,7 +218,9 @@ TEST_F(SessionProgramTest, WhatTheEngineRefusesIsTheMessage) {
     const Console console;
     const Ran missing = run(Arguments{"create", "Gig", "--in", sessions} + console.address());
     EXPECT_EQ(status::refused, missing.status);
-    EXPECT_EQ("LiveTrax 3 or LiveTrax 1 was not found in /Applications.\n", missing.errors);
+    EXPECT_EQ("LiveTrax 3 or LiveTrax 1 was not found in /Applications.\n  In this rehearsal that is " +
+                  (room / "Applications").string() + ".\n",
+              missing.errors);
 
     const Ran noSession = run(Arguments{"sync", session} + console.address());
     EXPECT_EQ(status::refused, noSession.status);

@@ -73,6 +73,26 @@ TEST_F(RecorderCommandTest, ATakenReplyPortIsSaidAtOnce) {
     }
 }
 
+TEST_F(RecorderCommandTest, AReplyPortThatCorvaneItselfHoldsIsSaidToBeItsOwn) {
+    fake.network->datagramsBecomeReady = false;
+    const std::string taken = "UDP port 8000 is in use by another program.";
+    const std::map<std::string, std::string> beneath{
+        {"/usr/bin/corvane",
+         "\n  It is held by corvane (process 4711): as long as it runs, it alone talks to LiveTrax."},
+        {"/Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3",
+         "\n  It is held by LiveTrax3 (process 4711)."},
+        {"/usr/bin/thunderbird", ""}};
+    for (const auto &[program, line] : beneath) {
+        portHolders[8000] = {{4711, program}};
+        outcome.reset();
+        begin({"save"});
+        surface().fail(std::errc::address_in_use);
+        fake.clock->run();
+        ASSERT_TRUE(ended()) << program;
+        EXPECT_EQ(taken + line, outcome->message);
+    }
+}
+
 TEST_F(RecorderCommandTest, SaveWaitsUntilItsDatagramHasLeftAndARefusalWouldHaveCome) {
     begin({"save", "--json"});
     fake.clock->advance(139ms);

@@ -2,6 +2,7 @@
 
 #include "livetrax/session/History.h"
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "tests/support/EnvironmentVariable.h"
 
 #include <cmath>
 #include <filesystem>
@@ -65,6 +66,25 @@ TEST_F(CreateCommandTest, TellsPeopleWhatWasWrittenWhere) {
     run({"create", "Gig", "--in", "out", "--from", patchFile(band)});
     EXPECT_EQ("session  " + (fake.folder / "out/Gig").string() + "\ntemplate " + templatePath("Gig") + "\n",
               output.printed);
+}
+
+TEST_F(CreateCommandTest, AFolderOutsideOfTheRehearsalIsTakenAndThatIsSaid) {
+    rehearse();
+    run({"create", "Gig", "--in", "out", "--from", patchFile(band)});
+    EXPECT_THAT(output.printed, testing::Not(HasSubstr("note")));
+    output.printed.clear();
+    outcome.reset();
+    const TemporaryFolder elsewhere;
+    const std::string shows = (elsewhere / "Shows").string();
+    run({"create", "Gig", "--in", shows, "--from", patchFile(band)});
+    EXPECT_EQ("session  " + shows + "/Gig\ntemplate " + templatePath("Gig") + "\nnote     " + shows +
+                  " is outside of the rehearsal's folder; its own sessions are in " +
+                  (fake.folder / "home/Music").string() + ".\n",
+              output.printed);
+    output.printed.clear();
+    outcome.reset();
+    run({"create", "Gig", "--in", shows, "--from", patchFile(band), "--json"});
+    EXPECT_EQ((json{{"session", shows + "/Gig"}, {"template", templatePath("Gig")}}), printedJson());
 }
 
 TEST_F(CreateCommandTest, LaunchStartsLiveTraxOnTheNewSession) {
@@ -134,6 +154,12 @@ TEST_F(CreateCommandTest, WithoutLiveTraxNothingIsCreated) {
     const Outcome outcome = run({"create", "Gig", "--in", "out", "--from", patchFile(band)});
     EXPECT_EQ(status::refused, outcome.status);
     EXPECT_EQ("LiveTrax 3 or LiveTrax 1 was not found in /Applications.", outcome.message);
+    rehearse();
+    std::filesystem::remove_all(fake.folder / "Applications");
+    this->outcome.reset();
+    EXPECT_EQ("LiveTrax 3 or LiveTrax 1 was not found in /Applications.\n  In this rehearsal that is " +
+                  (fake.folder / "Applications").string() + ".",
+              run({"create", "Gig", "--in", "out", "--from", patchFile(band)}).message);
 }
 
 TEST_F(CreateCommandTest, APatchFileThatCannotBeUsedIsWrongUsage) {
@@ -285,12 +311,28 @@ TEST_F(HistoryCommandTest, PeopleGetATable) {
     const auto session = makeSession(band);
     EXPECT_EQ(status::done, run({"history", session}).status);
     EXPECT_EQ("No copies are kept of this session.\n", output.printed);
+    output.printed.clear();
     outcome.reset();
     sync(session, {mono("Kick in", 0, 1), mono("Snare", 1, 2)});
     run({"history", session});
-    EXPECT_EQ("COPY  TIME                           TRACKS  BEFORE  WHICH\n"
+    EXPECT_EQ("COPY  TIME                           TRACKS  KEPT BEFORE A  WHICH\n"
               "1     " +
-                  timeText(fake.wallTime) + "  3       sync    adjusted 1, added 1, removed OH, Voice\n",
+                  timeText(fake.wallTime) +
+                  "  3       sync           adjusted 1, added 1, removed OH, Voice\n",
+              output.printed);
+}
+
+TEST_F(HistoryCommandTest, AFolderWithoutASessionIsSaidToBeSo) {
+    const std::string gone = (fake.folder / "nowhere").string();
+    EXPECT_EQ(status::done, run({"history", gone}).status);
+    EXPECT_EQ("No copies are kept of " + gone + ", and there is no session there.\n", output.printed);
+    const auto session = makeSession(band);
+    sync(session, band);
+    output.printed.clear();
+    outcome.reset();
+    run({"history", "elsewhere/Gig"});
+    EXPECT_EQ("No copies are kept of " + (fake.folder / "elsewhere/Gig").string() +
+                  ", and there is no session there. A session of that name is at " + session + ".\n",
               output.printed);
 }
 
@@ -349,8 +391,18 @@ TEST_F(RestoreCommandTest, ACopyThatIsNotThereIsWrongUsage) {
         outcome.reset();
         const Outcome outcome = run({"restore", session, which[0], which[1]});
         EXPECT_EQ(status::wrongUsage, outcome.status);
-        EXPECT_EQ("There is no such copy of " + session + ".", outcome.message);
+        EXPECT_EQ("There is no such copy of " + session + ".\n  The only one is 1 (" +
+                      timeText(fake.wallTime) + ").",
+                  outcome.message);
     }
+    const std::string first = timeText(fake.wallTime);
+    sync(session, band);
+    EXPECT_EQ("There is no such copy of " + session + ".\n  They are 1 (" + timeText(fake.wallTime) +
+                  ") to 2 (" + first + ").",
+              run({"restore", session, "--number", "9"}).message);
+    outcome.reset();
+    EXPECT_EQ("There is no such copy of " + (fake.folder / "nowhere").string() + ".",
+              run({"restore", "nowhere"}).message);
     outcome.reset();
     EXPECT_EQ(status::wrongUsage, run({"restore", session, "--number", "x"}).status);
     outcome.reset();
@@ -430,7 +482,8 @@ TEST_F(PlanCommandTest, PeopleGetATable) {
               "change  Kick in  1      name Kick\n"
               "keep    OH       7–8\n"
               "remove  Voice    4\n"
-              "2 adjusted, 0 added, 1 removed\n",
+              "2 adjusted, 0 added, 1 removed\n"
+              "1 of the adjusted tracks changes; the others stay as they are.\n",
               output.printed);
 }
 
@@ -488,7 +541,8 @@ TEST_F(PlanCommandTest, TellsWhatIsConnectedAgainAndWhatWouldRecordSilence) {
               "keep    Kick   1\n"
               "change  OH     7–8    connected again\n"
               "keep    Voice  4\n"
-              "3 adjusted, 0 added, 0 removed\n",
+              "3 adjusted, 0 added, 0 removed\n"
+              "1 of the adjusted tracks changes; the others stay as they are.\n",
               planWith(" other=\"system:capture_9\""));
     EXPECT_EQ(
         "Nothing would change.\n“\u2068OH\u2069” would record silence from input 8: nothing is connected "
@@ -534,6 +588,70 @@ TEST_F(PlanCommandTest, BeforeLiveTraxHasMadeTheSessionItSaysWhatIsMeant) {
     EXPECT_EQ("The active LiveTrax session was not found at " +
                   (fake.folder / "Other/Other.ardour").string() + ".",
               run({"plan", "Other", "--from", patch}).message);
+}
+
+TEST_F(PlanCommandTest, TracksThatAllStayAsTheyAreAreSaidTo) {
+    const auto session = makeSession(band);
+    run({"plan", session, "--from", patchFile({band[0], band[1], band[2], mono("Snare", 1, 4)})});
+    EXPECT_THAT(
+        output.printed,
+        testing::EndsWith("\n3 adjusted, 1 added, 0 removed\nThe adjusted tracks stay as they are.\n"));
+}
+
+/// What stands beneath the refusal for a folder without a session.
+class WrongFolderTest : public SessionCommandTest {
+protected:
+    std::string adviceFor(const std::string &folder) {
+        outcome.reset();
+        const std::string message = run({"plan", folder, "--from", patchFile(band)}).message;
+        const auto line = message.find("\n  ");
+        return line == std::string::npos ? "" : message.substr(line + 3);
+    }
+};
+
+TEST_F(WrongFolderTest, ASessionOfThatNameElsewhereIsNamed) {
+    const auto session = makeSession(band);
+    EXPECT_EQ("", adviceFor("wrong/Other"));
+    EXPECT_THAT(adviceFor("wrong/Gig"), HasSubstr("Its template is made")) << "nobody knows of the session";
+    fake.folder.write("home/Library/Preferences/LiveTrax3/recent", "Gig\n" + session + "\n");
+    EXPECT_EQ("A session of that name is at " + session + ".", adviceFor("wrong/Gig"));
+    EXPECT_EQ("A session of that name is at " + session + ".", adviceFor("Gig"));
+}
+
+TEST_F(WrongFolderTest, WhereSessionsAreIsLookedAtAsWell) {
+    fake.folder.write("home/Music/Gig/Gig.ardour", "<Session/>");
+    EXPECT_EQ("A session of that name is at " + (fake.folder / "home/Music/Gig").string() + ".",
+              adviceFor("wrong/Gig"));
+}
+
+TEST_F(WrongFolderTest, AFolderThatHoldsSessionsSaysSo) {
+    fake.folder.write("Shows/Sunday/Sunday.ardour", "<Session/>");
+    fake.folder.write("Shows/Friday/Friday.ardour", "<Session/>");
+    EXPECT_EQ("That folder holds sessions; name one of them, as " + (fake.folder / "Shows/Friday").string() +
+                  ".",
+              adviceFor("Shows"));
+}
+
+TEST_F(WrongFolderTest, InARehearsalTheHomeIsAnother) {
+    const TemporaryFolder own;
+    const EnvironmentVariable home("HOME", own.path().c_str());
+    EXPECT_EQ("", adviceFor((own / "Music/Gig").string()));
+    rehearse();
+    EXPECT_EQ((own / "Music/Gig").string() +
+                  " is outside of the rehearsal's folder; its own sessions are in " +
+                  (fake.folder / "home/Music").string() + ".",
+              adviceFor((own / "Music/Gig").string()));
+}
+
+TEST_F(WrongFolderTest, MarkersAndSignatureSayItToo) {
+    const auto session = makeSession(band);
+    fake.defaults->values["CorvaneLastSession"] = session;
+    for (const char *command : {"markers", "signature"}) {
+        outcome.reset();
+        EXPECT_EQ("The session at " + (fake.folder / "wrong/Gig").string() +
+                      " cannot be read.\n  A session of that name is at " + session + ".",
+                  run({command, "wrong/Gig"}).message);
+    }
 }
 
 } // namespace

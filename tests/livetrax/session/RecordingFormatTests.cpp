@@ -41,6 +41,21 @@ TEST_P(RecordingFormatTest, IsWhatTheSessionSays) {
     EXPECT_EQ(recordingFormat(session.root()), GetParam().expected);
 }
 
+TEST(RecordingFormat, AMinuteOfOneInputTakesElevenMegabytes) {
+    constexpr std::uintmax_t minute = 48'000ULL * 4 * 60;
+    EXPECT_EQ(1U, recordingMinutes(minute, 1, {48'000, 4}));
+    EXPECT_EQ(0U, recordingMinutes(minute - 1, 1, {48'000, 4}));
+    EXPECT_EQ(30U, recordingMinutes(minute * 60, 2, {48'000, 4}));
+    EXPECT_EQ(60U, recordingMinutes(minute * 120, 1, {96'000, 4}));
+    EXPECT_EQ(80U, recordingMinutes(minute * 60, 1, {48'000, 3})) << "24 bits take three quarters";
+    EXPECT_EQ(UINTMAX_MAX, recordingMinutes(1, 0, {48'000, 4}));
+}
+
+TEST(RecordingFormat, RatesAreSaidAsEngineersDo) {
+    EXPECT_EQ("48 kHz", kilohertz(48'000));
+    EXPECT_EQ("44.1 kHz", kilohertz(44'100));
+}
+
 INSTANTIATE_TEST_SUITE_P(Sessions, RecordingFormatTest, testing::ValuesIn(table),
                          [](const auto &each) { return each.param.name; });
 

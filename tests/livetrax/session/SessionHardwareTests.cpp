@@ -15,19 +15,19 @@ TrackText track(const std::string &name, int width) {
     return made;
 }
 
-TEST(SessionHardware, TheBaseTemplateIsForSoundGridAndLeavesTheRateToIt) {
-    EXPECT_EQ((SessionHardware{"CoreAudio;;Waves SoundGrid", std::nullopt, 3}), readHardware(seedTemplate()));
+TEST(SessionHardware, TheBaseTemplateIsForSoundGridAndOfTheUsualFormat) {
+    EXPECT_EQ((SessionHardware{"CoreAudio;;Waves SoundGrid", {}, 3}), readHardware(seedTemplate()));
 }
 
 TEST(SessionHardware, ASessionSaysItsRateAndWhatItRecords) {
     const Tree tree(sessionText({track("Kick", 1), track("OH", 2)}, R"(sample-rate="96000")"));
-    EXPECT_EQ((SessionHardware{"device", 96'000, 3}), hardwareOf(tree.root()));
+    EXPECT_EQ((SessionHardware{"device", {96'000, 4}, 3}), hardwareOf(tree.root()));
 }
 
-TEST(SessionHardware, ARateThatIsNoneIsNotSaid) {
+TEST(SessionHardware, ARateThatIsNoneIsTheUsual) {
     for (const char *rate : {"", "0", "-1", "fast", "4294967296"}) {
         const Tree tree(sessionText({track("Kick", 1)}, "sample-rate=\"" + std::string(rate) + "\""));
-        EXPECT_EQ(std::nullopt, hardwareOf(tree.root()).rate) << rate;
+        EXPECT_EQ(48'000U, hardwareOf(tree.root()).format.rate) << rate;
     }
 }
 
