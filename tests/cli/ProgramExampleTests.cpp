@@ -1,5 +1,7 @@
 #include "tests/cli/ProgramTest.h"
 
+#include "tests/support/EnvironmentVariable.h"
+
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -23,9 +25,9 @@ std::string textOf(const std::filesystem::path &file) {
 class ExampleTest : public ProgramTest {
 protected:
     /// Runs an example; what it is given more stands behind it.
-    Ran example(const std::string &line) const {
+    Ran example(const std::string &line, const std::string &program = "$corvanectl") const {
         const auto folder = seedTemplate().parent_path().parent_path() / "examples";
-        return shell("export CORVANECTL=$corvanectl; cd '" + folder.string() + "' && ./" + line);
+        return shell("export CORVANECTL=\"" + program + "\"; cd '" + folder.string() + "' && ./" + line);
     }
 
     static std::string consoleOptions(const Console &console) {
@@ -53,6 +55,37 @@ TEST_F(ExampleTest, AKeyDropsAMarkerOnceLiveTraxAnswers) {
         return run({"markers", work / "shows/Friday Night"}).output.find("Encore, again") !=
                std::string::npos;
     }));
+}
+
+TEST_F(ExampleTest, TheScriptsSayHowTheyAreUsedAndLookWhereTheGuidePutsTheProgram) {
+    const auto program = work.write("path", "#!/bin/sh\necho \"$PATH\"\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    const std::map<std::string, std::string> scripts{
+        {"mark-scene", "usage: mark-scene NAME [OPTION OF corvanectl marker...]\n"},
+        {"nightly-check", "usage: nightly-check SESSION KEEP_IN [OPTION OF corvanectl check...]\n"}};
+    for (const auto &[script, usage] : scripts) {
+        const Ran wrong = example(script);
+        EXPECT_EQ(2, wrong.status);
+        EXPECT_EQ(usage, wrong.errors);
+        const EnvironmentVariable path("PATH", "/usr/bin:/bin");
+        const Ran started =
+            example(script + " x \"$work/kept\"; cat \"$work\"/kept/check-* 2>/dev/null", "$work/path");
+        EXPECT_EQ("/usr/bin:/bin:/usr/local/bin\n", started.output) << script;
+    }
+}
+
+TEST_F(ExampleTest, AnInputListOfAFileThatIsNoneSaysSo) {
+    const Ran missing = example("input-list \"$work/list\" --from \"$work/nowhere.json\"");
+    EXPECT_EQ(2, missing.status);
+    EXPECT_THAT(missing.errors, AllOf(HasSubstr("nowhere.json"), testing::Not(HasSubstr("Traceback"))));
+    work.write("torn.json", "{\"version\":1");
+    const Ran torn = example("input-list \"$work/list\" --from \"$work/torn.json\"");
+    EXPECT_EQ(2, torn.status);
+    EXPECT_THAT(torn.errors, StartsWith((work / "torn.json").string() + ": "));
+    work.write("patch.json", R"({"version":1,"channels":[]})");
+    const Ran unwritable = example("input-list /nowhere/list --from \"$work/patch.json\"");
+    EXPECT_EQ(1, unwritable.status);
+    EXPECT_EQ("input-list: /nowhere/list.csv: No such file or directory\n", unwritable.errors);
 }
 
 TEST_F(ExampleTest, TheNightlyCheckKeepsItsListAndSpeaksUpOnlyWhenALineFailed) {
@@ -97,6 +130,7 @@ TEST_F(ExampleTest, TheListBeforeAShowSeesARunningLiveTraxAndTheSessionInStep) {
     EXPECT_THAT(texts["port 3819"], HasSubstr("LiveTrax3 (process "));
     EXPECT_EQ("The session has the console's patch.", texts["in step"]);
     EXPECT_THAT(texts["space"], HasSubstr("at 48 kHz, 32 bit."));
+    EXPECT_EQ("It is on: LiveTrax listens.", texts["OSC surface"]);
     quitLiveTrax();
 }
 
