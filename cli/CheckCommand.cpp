@@ -145,6 +145,7 @@ class CheckCommand : public PatchReadingCommand {
 
     static std::string text(const std::vector<Check> &checks) {
         std::vector<std::vector<std::string>> rows;
+        rows.reserve(checks.size());
         for (const Check &check : checks)
             rows.push_back({stateText(check.state), check.name,
                             check.text + (check.advice.empty() ? "" : " " + check.advice)});
