@@ -194,11 +194,11 @@ public:
             if (std::none_of(leaving.begin(), leaving.end(),
                              [&](Track track) { return track.element() == route; }))
                 playlists.keepFor(Track(route));
-        for (const auto &track : claims)
+        for (const auto &track : claims) {
             wiringBefore.push_back(track ? wiring(*track) : std::vector<std::string>());
-        for (const auto &track : claims)
             if (track)
                 maker.repairDirectOuts(*track);
+        }
     }
 
     UpdatePlan run() {

@@ -44,7 +44,7 @@ ProgramRunningApplications::find(const std::string & /*bundleIdentifier*/,
                                  const std::filesystem::path &program) const {
     try {
         std::vector<ProcessIdentity> running = processesRunning(program);
-        if (within) {
+        if (within && !running.empty()) { // each of the two looks through all processes
             const std::vector<ProcessIdentity> allowed = processesRunningBelow(*within);
             std::erase_if(running, [&](const ProcessIdentity &identity) {
                 return std::find(allowed.begin(), allowed.end(), identity) == allowed.end();
