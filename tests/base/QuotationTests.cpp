@@ -5,6 +5,11 @@
 namespace corvane {
 namespace {
 
+TEST(Quotation, NoMarkOfIsolationIsTakenOver) {
+    for (const char *mark : {"\u2066", "\u2067", "\u2068", "\u2069"})
+        EXPECT_EQ(isolated(std::string("a") + mark + mark + "b"), "\u2068ab\u2069");
+}
+
 TEST(Quotation, IsolatesWhatItQuotes) {
     EXPECT_EQ(quotation("Kick"), "“\u2068Kick\u2069”");
     EXPECT_EQ(quotation(""), "“\u2068\u2069”");

@@ -16,6 +16,18 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+TEST(Text, ACellIsQuotedOnlyWhereItMustBe) {
+    const auto cell = [](const std::string &text) {
+        std::string row = "x,";
+        appendCell(row, text);
+        return row;
+    };
+    EXPECT_EQ(cell("Kick In"), "x,Kick In");
+    EXPECT_EQ(cell("a,b"), "x,\"a,b\"");
+    EXPECT_EQ(cell("12\""), "x,\"12\"\"\"");
+    EXPECT_EQ(cell("a\nb"), "x,\"a\nb\"");
+}
+
 TEST(Text, WhiteSpaceOfEveryScriptIsTrimmed) {
     EXPECT_EQ(trimmed("  a b \t\r\n"), "a b");
     EXPECT_EQ(trimmed("\u00A0\u3000\u2028\u2029\u0085\u1680\u2003\u200A\u202F\u205F\v\fx\u3000"), "x");
