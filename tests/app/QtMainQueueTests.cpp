@@ -17,6 +17,7 @@ namespace {
 using std::chrono::milliseconds;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::UnorderedElementsAre;
 
 class QtMainQueueTest : public testing::Test {
 protected:
@@ -59,15 +60,14 @@ TEST_F(QtMainQueueTest, RunsTasksOfOtherThreadsOnTheMainThread) {
 
 TEST_F(QtMainQueueTest, RunsADelayedTaskNotBeforeItsTime) {
     const auto start = queue.now();
-    SerialQueue::Clock::time_point end;
-    queue.after(milliseconds(60), [&] {
-        end = queue.now();
-        ran.push_back(1);
-    });
-    queue.after(milliseconds(20), note(0));
+    for (const int delay : {60, 20})
+        queue.after(milliseconds(delay), [this, start, delay] {
+            EXPECT_GE(queue.now() - start, milliseconds(delay));
+            ran.push_back(delay);
+        });
     ASSERT_TRUE(waitFor(2));
-    EXPECT_THAT(ran, ElementsAre(0, 1));
-    EXPECT_GE(end - start, milliseconds(60));
+    // A machine that is so busy that both are late may run them in either order.
+    EXPECT_THAT(ran, UnorderedElementsAre(20, 60));
 }
 
 TEST_F(QtMainQueueTest, ADelayedTaskOfAnotherThreadRunsHere) {
