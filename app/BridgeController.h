@@ -190,6 +190,7 @@ private:
     /// Null when nothing that an update took out of this session can be told of.
     const Removal *newestRemoval(const std::optional<Path> &session) const;
     void chooseSession();
+    std::vector<std::string> takesThatWouldGo() const;
     void updateNoticedSession();
 
     Platform &platform;

@@ -4,6 +4,7 @@
 #include "app/PlanText.h"
 #include "base/Quotation.h"
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "patch/FiniteColours.h"
 #include "patch/PatchConflicts.h"
 #include "patch/PatchDifference.h"
 #include "patch/RecordedInputs.h"
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <exception>
 #include <system_error>
 #include <utility>
 
@@ -169,8 +171,8 @@ void BridgeController::askAgainLater() {
 
 void BridgeController::askAboutSessions() {
     const auto *removal = newestRemoval(activeSessionURL);
-    sessionReader.ask({activeSessionURL, channelsPatch.value_or(""), channels, folderToSaveIn(),
-                       removal != nullptr ? removal->copy : std::nullopt},
+    sessionReader.ask({activeSessionURL, channelsPatch.value_or(""), withFiniteColours(channels),
+                       folderToSaveIn(), removal != nullptr ? removal->copy : std::nullopt},
                       [weak = weak_from_this()](const SessionAnswer &read) {
                           if (const auto controller = weak.lock())
                               controller->sessionsRead(read);
@@ -262,6 +264,7 @@ NoticeFacts BridgeController::knownFacts() const {
         if (differs && current->plan && !hasChanges()) {
             facts.difference = difference(*current->plan);
             facts.differences = planLines(*current->plan);
+            facts.takesInDifference = removedWithTakes(*current->plan);
         }
         if (hasChanges() && current->plan)
             facts.atRisk = removedWithTakes(*current->plan);
@@ -288,12 +291,16 @@ void BridgeController::channelsAreOthers() {
 }
 
 /// Colours follow a patch one by one, and what an update would do with them is known only when all are there.
+/// While no plan is on show nobody waits for it.
 void BridgeController::coloursAreOthers() {
     if (std::exchange(coloursAreNews, true))
         return;
     platform.main.after(coloursDelay, weakly(weak_from_this(), [](BridgeController &controller) {
                             controller.coloursAreNews = false;
-                            controller.askAboutSessions();
+                            const bool differs =
+                                controller.notice && controller.notice->kind == Notice::Kind::sessionDiffers;
+                            if (differs || controller.hasChanges())
+                                controller.askAboutSessions();
                         }));
 }
 
@@ -305,6 +312,7 @@ void BridgeController::markerLost(const std::string &name, const std::string &re
 void BridgeController::surfaceFailed(const std::error_code &error, const std::string &reason) {
     if (error != std::errc::address_in_use)
         return;
+    told.portHolder.reset();
     sceneMarkers->findPortHolder([weak = weak_from_this(), reason](const std::string &program) {
         const auto controller = weak.lock();
         if (!controller)
@@ -361,12 +369,21 @@ void BridgeController::noticeAction() {
     }
 }
 
+/// The recorded tracks that an update would take out now: what was read last may be older than a recording.
+std::vector<std::string> BridgeController::takesThatWouldGo() const {
+    try {
+        return removedWithTakes(
+            LiveTraxGenerator::plan(platform, *activeSessionURL, withFiniteColours(channels)));
+    } catch (const std::exception &) {
+        return {}; // the update says what is wrong
+    }
+}
+
 /// Whoever presses SYNC LV1 has seen it turn amber; here recorded tracks would go unannounced.
 void BridgeController::updateNoticedSession() {
-    const auto *current = currentAnswer();
-    const auto going =
-        current && current->plan ? removedWithTakes(*current->plan) : std::vector<std::string>();
-    if (going.empty() || runningLiveTrax()) { // which asks anyway
+    // A LiveTrax that runs has its own question asked anyway.
+    const auto going = runningLiveTrax() ? std::vector<std::string>() : takesThatWouldGo();
+    if (going.empty()) {
         updateActiveSession(channels, *currentPatch);
         return;
     }

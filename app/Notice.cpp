@@ -88,6 +88,9 @@ Found sessionDiffers(const NoticeFacts &facts) {
     std::string text = nameOf(*facts.session);
     for (const std::string &way : ways)
         text += (&way == &ways.front() ? " " : " It ") + way + ".";
+    if (const auto &going = facts.takesInDifference; !going.empty())
+        text += " An update takes " + counted(going.size(), "recorded track", "recorded tracks") +
+                " out: " + joined(going) + ".";
     return explained({Kind::sessionDiffers, text, "Update…"},
                      listing("The update would change:", facts.differences));
 }

@@ -85,6 +85,7 @@ struct NoticeFacts {
     std::size_t channels = 0;                    ///< of the console
     std::optional<SessionDifference> difference; ///< unless changes are pending anyway
     std::vector<std::string> differences;        ///< what an update would do about it, each in words
+    std::vector<std::string> takesInDifference;  ///< names of recorded tracks that it would take out
     std::vector<std::string> removedWithTakes;   ///< tracks that the last update took out
     /// Recordings in the session that the copy from before does not know; none when that cannot be told.
     std::optional<std::int64_t> recordingsSinceRemoval;

@@ -1,7 +1,6 @@
 #include "app/SessionReader.h"
 
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "patch/FiniteColours.h"
 #include "platform/files/FileState.h"
 
 #include <exception>
@@ -104,9 +103,8 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
             found.reset();
         }
     };
-    trying(answer.plan, [&] {
-        return LiveTraxGenerator::plan(system, *question.session, withFiniteColours(question.channels));
-    });
+    trying(answer.plan,
+           [&] { return LiveTraxGenerator::plan(system, *question.session, question.channels); });
     if (question.copy && isWanted())
         trying(answer.recordingsSince,
                [&] { return History(system).recordingsSince(*question.session, *question.copy); });

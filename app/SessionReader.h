@@ -20,7 +20,7 @@ namespace corvane {
 struct SessionQuestion {
     std::optional<std::filesystem::path> session; ///< the active one
     std::string patch;                            ///< the signature of the console's channels
-    std::vector<LV1Channel> channels;             ///< of the console
+    std::vector<LV1Channel> channels;             ///< of the console, with colours that are numbers
     std::filesystem::path saveIn;                 ///< where a new session would go
     std::optional<HistoryCopy> copy = {};         ///< of the session, that one might go back to
 

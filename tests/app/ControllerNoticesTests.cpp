@@ -108,7 +108,7 @@ TEST_F(ControllerNoticesTest, NoRecordedTrackGoesByANoticeUnasked) {
     fakes.clock->run();
     EXPECT_EQ(text(),
               "“\u2068Show\u2069” lacks 1 of the console's 2 channels. It has 1 track that the console does "
-              "not have.");
+              "not have. An update takes 1 recorded track out: “\u2068Keys\u2069”.");
     EXPECT_EQ(view.notice->detail, "The update would change:\n“\u2068Keys\u2069” is added, on inputs 9–10\n"
                                    "“\u2068Keys\u2069” is removed, on inputs 2–3, with 1 recording");
     const std::string before = textOf(show / "Show.ardour");
@@ -128,6 +128,33 @@ TEST_F(ControllerNoticesTest, NoRecordedTrackGoesByANoticeUnasked) {
     fakes.clock->run();
     EXPECT_EQ(view.status(), "Session updated: 1 adjusted, 1 added, 1 removed.");
     EXPECT_THAT(text(), StartsWith("1 track with recordings left the session"));
+}
+
+TEST_F(ControllerNoticesTest, ARecordingOfAMomentAgoIsAskedAboutAsWell) {
+    show = makeSession("Show", kickAndKeys());
+    opensLast(show);
+    launch();
+    consoleSendsPatch(movedKeys());
+    fakes.clock->run();
+    record(show, "Keys");
+    controller->noticeAction();
+    ASSERT_THAT(view.alerts, SizeIs(1));
+    EXPECT_THAT(view.alerts.back().informativeText, StartsWith("This takes 1 recorded track out of the session"));
+}
+
+TEST_F(ControllerNoticesTest, ColoursHaveNoSessionReadWhileNoPlanIsOnShow) {
+    begin(kickAndKeys());
+    fakes.clock->advance(1s);
+    const std::size_t asleep = fakes.clock->pending();
+    Channels painted = kickAndKeys();
+    painted.front().green = 1;
+    controller->client->onChannels(painted);
+    EXPECT_EQ(fakes.clock->pending(), asleep + 1);
+    opensLast(makeSession("Palau", kickAndKeys()));
+    fakes.clock->advance(2s);
+    EXPECT_EQ(text(), ""); // a look would have found the other session
+    fakes.clock->advance(15s);
+    EXPECT_THAT(text(), StartsWith("LiveTrax opened"));
 }
 
 TEST_F(ControllerNoticesTest, AnotherSessionThatLiveTraxOpenedLastCanBeUsed) {

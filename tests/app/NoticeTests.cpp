@@ -86,6 +86,15 @@ const Row table[] = {
        "in 3 "
        "tracks.",
        "Update…"}}},
+    {"AnUpdateWouldTakeRecordingsOut",
+     [](NoticeFacts &facts) {
+         facts.difference = SessionDifference{0, 2, 0};
+         facts.takesInDifference = {"Mix print", "Talk"};
+     },
+     {{Kind::sessionDiffers,
+       "“\u2068Friday Night\u2069” has 2 tracks that the console does not have. An update takes 2 recorded "
+       "tracks out: Mix print, Talk.",
+       "Update…"}}},
     {"TheSessionHasOtherNames",
      [](NoticeFacts &facts) {
          facts.difference = SessionDifference{0, 0, 3};
