@@ -1,6 +1,7 @@
 #include "tests/app/WindowFixture.h"
 
 #include "app/Look.h"
+#include "tests/app/Activate.h"
 #include "tests/support/BuiltFiles.h"
 
 #include <QAbstractItemView>
@@ -156,7 +157,7 @@ TEST_F(MainWindowTest, TheTableShowsThatItHasTheKeyboard) {
     const auto edge = [this] { return control("table")->grab().toImage().pixelColor(0, 100); };
     const QColor without = edge();
     control("table")->setFocus();
-    QApplication::setActiveWindow(&window);
+    activate(window);
     ASSERT_TRUE(QTest::qWaitFor([&] { return control("table")->hasFocus(); }, 3000));
     EXPECT_NE(edge(), without);
     EXPECT_GT(edge().blue(), 150);

@@ -2,6 +2,7 @@
 
 #include "app/ElidedLabel.h"
 #include "app/Look.h"
+#include "tests/app/Activate.h"
 
 #include <QAccessible>
 #include <QLineEdit>
@@ -26,12 +27,12 @@ protected:
         window.resize(720, 120);
         window.show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(&window));
-        QApplication::setActiveWindow(&window);
+        activate(window);
         field.setFocus();
     }
     template <class Control = QPushButton>
     Control *control(const char *name) const {
-        auto *found = row.findChild<Control *>(QString::fromUtf8(name));
+        auto *found = dynamic_cast<Control *>(row.findChild<QWidget *>(QString::fromUtf8(name)));
         EXPECT_NE(found, nullptr) << name;
         return found;
     }

@@ -2,6 +2,7 @@
 
 #include "app/BezelButton.h"
 #include "app/ElidedLabel.h"
+#include "tests/app/Activate.h"
 
 #include <QAbstractItemView>
 #include <QAccessible>
@@ -102,14 +103,14 @@ protected:
     void launchWithKeyboardOn(const char *name) {
         launch();
         control(name)->setFocus();
-        QApplication::setActiveWindow(&window);
+        activate(window);
     }
     QMessageBox *ask() {
         window.showAlert({"Update Session", "It will close.", {"Update", "Cancel"}},
                          [this](std::size_t button) { answers.push_back(button); });
         auto *box = window.findChild<QMessageBox *>("alert");
         EXPECT_TRUE(QTest::qWaitForWindowExposed(box));
-        QApplication::setActiveWindow(box);
+        activate(*box);
         return box;
     }
     static void press(QWidget &in, Qt::Key key) { QTest::keyPress(in.windowHandle(), key); }

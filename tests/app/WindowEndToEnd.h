@@ -53,7 +53,8 @@ public:
     ~Rehearsing() { controller->applicationWillTerminate(); }
 
     bool is(const ButtonLook &look) const {
-        return window.findChild<BezelButton *>("connectButton")->currentLook() == look;
+        return dynamic_cast<const BezelButton &>(*window.findChild<QWidget *>("connectButton"))
+                   .currentLook() == look;
     }
     bool becomes(const ButtonLook &look) const {
         return QTest::qWaitFor([&] { return is(look); }, timeout);

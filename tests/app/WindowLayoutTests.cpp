@@ -2,6 +2,7 @@
 
 #include "app/ButtonLook.h"
 #include "app/Look.h"
+#include "tests/app/Activate.h"
 #include "tests/app/WindowFixture.h"
 
 #include <QComboBox>
@@ -143,7 +144,7 @@ TEST_F(WindowLayoutTest, IsInFrontAtLaunchAndForTheQuestion) {
     QWidget other;
     other.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&other));
-    QApplication::setActiveWindow(&other);
+    activate(other);
     window.showMinimized();
     window.bringToFront();
     EXPECT_FALSE(window.isMinimized());
