@@ -139,7 +139,8 @@ TEST_F(ControllerNoticesTest, ARecordingOfAMomentAgoIsAskedAboutAsWell) {
     record(show, "Keys");
     controller->noticeAction();
     ASSERT_THAT(view.alerts, SizeIs(1));
-    EXPECT_THAT(view.alerts.back().informativeText, StartsWith("This takes 1 recorded track out of the session"));
+    EXPECT_THAT(view.alerts.back().informativeText,
+                StartsWith("This takes 1 recorded track out of the session"));
 }
 
 TEST_F(ControllerNoticesTest, ColoursHaveNoSessionReadWhileNoPlanIsOnShow) {
@@ -520,106 +521,6 @@ TEST_F(ControllerNoticesTest, WhileAnUpdateIsUnderWayTheButtonSaysWhatAPressWoul
     controller->connectSelected();
     view.answer(0);
     EXPECT_THAT(view.meaning, HasSubstr("An update is under way; press to be asked again."));
-}
-
-// Reading
-
-class SessionReaderTest : public WorkflowTest {
-protected:
-    SessionReaderTest() {
-        installLiveTrax();
-        LiveTraxGenerator::generate(fakes.platform, "Show", *fakes.musicFolder, kickAndKeys());
-        session = makeSessionFolder("Show");
-    }
-    SessionQuestion question(const Channels &channels) {
-        return {session, signature(channels), channels, *fakes.musicFolder};
-    }
-    SessionReader::Told keep() {
-        return [this](const SessionAnswer &answer) { answers.push_back(answer); };
-    }
-
-    std::filesystem::path session;
-    SessionReader reader{fakes.platform, [](const std::filesystem::path &) { return Volume{"Show", 7}; }};
-    std::vector<SessionAnswer> answers;
-};
-
-TEST_F(SessionReaderTest, ReadsOnAQueueOfItsOwnAndTellsOnTheMainQueue) {
-    reader.ask(question(movedKeys()), keep());
-    EXPECT_THAT(answers, IsEmpty());
-    fakes.clock->run();
-    ASSERT_THAT(answers, SizeIs(1));
-    EXPECT_TRUE(answers[0].exists);
-    EXPECT_EQ(answers[0].signature, signature(kickAndKeys()));
-    ASSERT_TRUE(answers[0].plan);
-    EXPECT_EQ(answers[0].plan->result.added, 1U);
-    EXPECT_THAT(answers[0].volumes, ElementsAre(Volume{"Show", 7}, Volume{"Show", 7}));
-}
-
-TEST_F(SessionReaderTest, AnotherQuestionTakesThePlaceOfTheOneThatIsBeingAnswered) {
-    reader.ask(question(movedKeys()), keep());
-    reader.ask(question(kickAndKeys()), keep());
-    fakes.clock->run();
-    ASSERT_THAT(answers, SizeIs(1));
-    EXPECT_EQ(answers[0].question, question(kickAndKeys()));
-}
-
-TEST_F(SessionReaderTest, TheSameQuestionAgainIsAnsweredOnceMoreAfterwards) {
-    reader.ask(question(kickAndKeys()), keep());
-    reader.ask(question(kickAndKeys()), keep());
-    reader.ask(question(kickAndKeys()), keep());
-    fakes.clock->run();
-    EXPECT_THAT(answers, SizeIs(2));
-}
-
-TEST_F(SessionReaderTest, OtherColoursAreAnotherPlanOfTheSameQuestion) {
-    const auto coloured = [](const SessionAnswer &answer) {
-        return std::count_if(answer.plan->tracks.begin(), answer.plan->tracks.end(),
-                             [](const TrackDecision &track) { return track.was.color.has_value(); });
-    };
-    Channels red = kickAndKeys();
-    red[0].red = 1;
-    reader.ask(question(kickAndKeys()), keep());
-    reader.ask(question(red), keep()); // while it is in flight
-    fakes.clock->run();
-    ASSERT_THAT(answers, SizeIs(2));
-    EXPECT_EQ(coloured(answers[0]), 0);
-    EXPECT_EQ(coloured(answers[1]), 1);
-    reader.ask(question(kickAndKeys()), keep());
-    fakes.clock->run();
-    EXPECT_EQ(coloured(answers.back()), 0);
-}
-
-TEST_F(SessionReaderTest, ASessionThatWasWrittenSinceIsReadAgain) {
-    reader.ask(question(kickAndKeys()), keep());
-    fakes.clock->run();
-    LiveTraxGenerator::update(fakes.platform, session, movedKeys());
-    touch(session / "Show.ardour");
-    reader.ask(question(kickAndKeys()), keep());
-    fakes.clock->run();
-    ASSERT_THAT(answers, SizeIs(2));
-    EXPECT_EQ(answers[1].signature, signature(movedKeys()));
-}
-
-TEST_F(SessionReaderTest, ASessionThatIsGoneOrTornIsToldAsSuch) {
-    fakes.folder.write("home/Music/Show/Show.ardour", "no session");
-    reader.ask(question(kickAndKeys()), keep());
-    fakes.clock->run();
-    EXPECT_TRUE(answers.back().exists);
-    EXPECT_FALSE(answers.back().signature);
-    EXPECT_FALSE(answers.back().plan);
-    std::filesystem::remove_all(session);
-    reader.ask(question(kickAndKeys()), keep());
-    fakes.clock->run();
-    EXPECT_FALSE(answers.back().exists);
-}
-
-TEST_F(SessionReaderTest, AReaderThatIsGoneTellsNothing) {
-    {
-        SessionReader other(fakes.platform);
-        other.ask(question(kickAndKeys()), keep());
-    }
-    fakes.clock->run();
-    EXPECT_THAT(answers, IsEmpty());
 }
 
 } // namespace
