@@ -47,6 +47,8 @@ void hideQuoted(std::string &text) {
 }
 
 bool isSystems(std::string_view path) {
+    if (path.starts_with("/dev/shm/")) // memory that serves anybody as a disk
+        return false;
     return std::any_of(systemFolders.begin(), systemFolders.end(),
                        [&](std::string_view folder) { return path.starts_with(folder); });
 }

@@ -29,6 +29,7 @@ TEST(Redaction, APathIsTakenOutUpToTheEndOfTheLine) {
     EXPECT_EQ("Loading …", redaction.line("Loading /Users/maria/Music/Late Set"));
     EXPECT_EQ("Loading …", redaction.line("Loading /Users/mariana/Late Set"));
     EXPECT_EQ("session=…", redaction.line("session=/tmp/Late Set"));
+    EXPECT_EQ("Loading …", redaction.line("Loading /dev/shm/Late Set"));
 }
 
 TEST(Redaction, TheSystemsPathsAndThoseOfTheLibraryStay) {
