@@ -4,11 +4,11 @@ import copy
 import time
 
 import corvane
+import markers
 import osc
 import recorder
 from corvane import patchFile
 from report import report
-from scenarios.remote import beInState
 from shows import BAND, checkSession, checkSignature, complaints, create, savedByRecorder, scenario
 
 
@@ -50,7 +50,7 @@ def throughTheWindow():
 @scenario("The window: scenes A, B, A while it records")
 def scenesAgainWhileRecording():
     folder = create("Again", BAND)
-    beInState("recording")
+    markers.enter("recording")
     with corvane.Console(BAND, "--announce", "multicast") as console, corvane.Window():
         console.waitForClient()
         for name in "A", "B", "A":  # the console has told its first scene already
