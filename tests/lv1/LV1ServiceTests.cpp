@@ -11,7 +11,18 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using LV1Services = DiscoveryTest;
+struct LV1Services : DiscoveryTest {
+    /// The sole service, found, chosen by the rules and with an accepted link.
+    std::shared_ptr<FakeNetService> acceptedService() {
+        chooseByTheRules();
+        auto service = fake.browser->find("A", false);
+        resolve(*service, "a.local.", 5000);
+        stream().becomeReady();
+        stream().deliver(framed("/handshake", {1}));
+        run();
+        return service;
+    }
+};
 
 TEST_F(LV1Services, AServiceThatIsFoundIsResolvedFor5Seconds) {
     const auto service = fake.browser->find("Bonjour", false);
@@ -298,12 +309,7 @@ TEST_F(LV1Services, TwoServicesAreLeftToTheUserToChooseFrom) {
 }
 
 TEST_F(LV1Services, SeveralAreMentionedOnceAListWhileALinkIsAccepted) {
-    chooseByTheRules();
-    const auto service = fake.browser->find("A", false);
-    resolve(*service, "a.local.", 5000);
-    stream().becomeReady();
-    stream().deliver(framed("/handshake", {1}));
-    run();
+    const auto service = acceptedService();
     takeDiary();
     const auto other = fake.browser->find("B", false);
     EXPECT_THAT(takeDiary(), ElementsAre(severalHosts));
@@ -322,12 +328,7 @@ TEST_F(LV1Services, SeveralAreMentionedOnceAListWhileALinkIsAccepted) {
 }
 
 TEST_F(LV1Services, AListThatHasBecomeShorterUnderAnAcceptedLinkIsMentionedOnceMore) {
-    chooseByTheRules();
-    const auto service = fake.browser->find("A", false);
-    resolve(*service, "a.local.", 5000);
-    stream().becomeReady();
-    stream().deliver(framed("/handshake", {1}));
-    run();
+    const auto service = acceptedService();
     const auto other = fake.browser->find("B", true);
     const auto third = fake.browser->find("C", false);
     takeDiary();
