@@ -110,6 +110,10 @@ void Show::statusShown(const std::string &text) {
         linkChanged = now();
         trouble = Trouble::none;
         ++counts.links;
+        if (phase == Phase::playing && oneIn(3)) // before the patch has come, when that trickles
+            resetLink();
+    } else if (text.starts_with("LV1 closed the connection.") || text.starts_with("Connection error: ")) {
+        linkLost();
     } else if (text == "Closing LiveTrax…") {
         account.recorderLeaves(now());
     } else if (text.starts_with("Session updated: ")) {
@@ -151,7 +155,14 @@ void Show::checkLastScene() {
 }
 
 void Show::buttonShown(const ButtonLook &look) {
-    if (look != redLook || !linkUp)
+    if (look == redLook)
+        linkLost();
+}
+
+/// Told by the button, or by the status where the button was still red: a link is up from its acceptance on,
+/// which comes before the patch that gives the button another colour.
+void Show::linkLost() {
+    if (!linkUp)
         return;
     // What was recalled before an orderly close comes before it.
     if (awaited && trouble == Trouble::drop)

@@ -47,6 +47,7 @@ private:
     void statusShown(const std::string &text);
     void sceneShown(const std::string &name);
     void buttonShown(const ButtonLook &look);
+    void linkLost();
     std::size_t alertShown(const Alert &alert);
     void checkLastScene();
 
@@ -59,6 +60,8 @@ private:
     void recallScene();
     std::string nextScene();
     void makeTrouble();
+    void trickle();
+    void resetLink();
     void restartRecorder();
     void reopenRecorder();
     void pressSync();

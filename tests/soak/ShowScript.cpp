@@ -18,6 +18,7 @@ constexpr auto tickInterval = 5ms;
 constexpr double betweenScenes = 0.15;
 constexpr double betweenSyncs = 4;
 constexpr double betweenPresses = 2;
+constexpr double trickling = 1;
 constexpr double markerTimeout = 1.5;
 constexpr double sceneTimeout = 30;
 constexpr double syncTimeout = 90;
@@ -160,15 +161,25 @@ void Show::makeTrouble() {
         trouble = Trouble::drop;
         return desk.tell("drop");
     case 1:
-        trouble = Trouble::reset;
-        return desk.tell("reset");
+        if (oneIn(2))
+            trickle();
+        return resetLink();
     case 2:
         trouble = Trouble::restart;
         return desk.restart();
     default:
-        trickleUntil = now() + 0.3;
-        return desk.tell("trickle on");
+        return trickle();
     }
+}
+
+void Show::trickle() {
+    trickleUntil = now() + trickling;
+    desk.tell("trickle on");
+}
+
+void Show::resetLink() {
+    trouble = Trouble::reset;
+    desk.tell("reset");
 }
 
 void Show::restartRecorder() {
