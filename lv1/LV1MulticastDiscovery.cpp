@@ -45,7 +45,7 @@ void LV1MulticastDiscovery::start() {
     };
     auto opened = listening.open(group, lv1Surface::announcementPort, longestDatagram, queue, heard);
     socket = std::move(opened.socket);
-    errorText = std::move(opened.error);
+    errorText = socket ? "" : std::move(opened.error);
 }
 
 void LV1MulticastDiscovery::count(std::function<void(const LV1Counters::Announcements &)> told) const {

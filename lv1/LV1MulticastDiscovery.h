@@ -28,8 +28,8 @@ public:
     void stop();
     /// Calls `told` on "Corvane.Discovery" with what was counted since this was made. Any thread.
     void count(std::function<void(const LV1Counters::Announcements &)> told) const;
-    /// Why announcements cannot be heard since the last `start`; empty when nothing does.
-    const std::string &error() const { return errorText; }
+    /// Why announcements cannot be heard now, which an interface that comes may mend; else empty.
+    std::string error() const { return socket ? socket->error() : errorText; }
 
     /// The endpoint that a datagram announces; none when it is anything else.
     static std::optional<LV1Endpoint> announcement(const Bytes &datagram);
@@ -48,7 +48,7 @@ private:
     MulticastListening &listening;
     std::shared_ptr<Hearing> hearing = std::make_shared<Hearing>();
     std::unique_ptr<MulticastSocket> socket;
-    std::string errorText;
+    std::string errorText; ///< why there is no socket
 };
 
 } // namespace corvane

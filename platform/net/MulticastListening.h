@@ -18,6 +18,8 @@ class MulticastSocket {
 public:
     virtual ~MulticastSocket() = default;
     virtual void cancel() = 0;
+    /// What keeps the group from being heard now, also on single interfaces; else empty. Any thread.
+    virtual std::string error() const = 0;
 };
 
 /// Opens multicast sockets.
@@ -25,7 +27,7 @@ class MulticastListening {
 public:
     struct Opened {
         std::unique_ptr<MulticastSocket> socket; ///< none when it cannot be opened
-        std::string error;                       ///< what went wrong, also with single interfaces; else empty
+        std::string error; ///< what went wrong so far, as the socket says it; else empty
     };
     /// Called on the queue with each datagram, cut to the capacity asked for.
     using DatagramHandler = std::function<void(const Bytes &datagram)>;

@@ -84,7 +84,7 @@ public:
             ::close(descriptor);
         awaitChange(); // before they are looked at: nothing is missed
         const std::lock_guard lock(mutex);
-        return memberships->update(socket.native_handle());
+        return problem = memberships->update(socket.native_handle());
     }
 
     void readNext() {
@@ -98,6 +98,12 @@ public:
                     self->queue->post([self, error, count] { self->haveRead(error, count); });
                 });
         });
+    }
+
+    /// What keeps the group from being heard, or nothing. Any thread.
+    std::string error() {
+        const std::lock_guard lock(mutex);
+        return problem;
     }
 
     /// Any thread.
@@ -136,7 +142,7 @@ private:
             const std::lock_guard lock(mutex);
             if (!socket.is_open())
                 return;
-            memberships->update(socket.native_handle());
+            problem = memberships->update(socket.native_handle());
         }
         awaitChange();
     }
@@ -162,6 +168,7 @@ private:
     asio::posix::stream_descriptor changes;      ///< of the interfaces; guarded by the mutex
     std::array<char, 8'192> change{};            ///< the operation's in flight
     std::optional<GroupMemberships> memberships; ///< guarded by the mutex
+    std::string problem;                         ///< with those; guarded by the mutex
 };
 
 class Socket final : public MulticastSocket {
@@ -169,6 +176,7 @@ public:
     explicit Socket(std::shared_ptr<Reader> reader) : reader(std::move(reader)) {}
     ~Socket() override { reader->retire(); }
     void cancel() override { reader->close(); }
+    std::string error() const override { return reader->error(); }
 
 private:
     std::shared_ptr<Reader> reader;

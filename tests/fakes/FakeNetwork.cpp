@@ -56,17 +56,20 @@ struct FakeMulticastListening::Listener {
 
 class FakeMulticastListening::Socket : public MulticastSocket {
 public:
-    Socket(std::function<void()> onCancel, std::shared_ptr<Listener> listener)
-        : onCancel(std::move(onCancel)), listener(std::move(listener)) {}
+    Socket(std::function<void()> onCancel, std::shared_ptr<Listener> listener,
+           std::shared_ptr<std::string> problem)
+        : onCancel(std::move(onCancel)), listener(std::move(listener)), problem(std::move(problem)) {}
     void cancel() override {
         if (onCancel)
             onCancel();
         listener.reset();
     }
+    std::string error() const override { return *problem; }
 
 private:
     std::function<void()> onCancel;
     std::shared_ptr<Listener> listener;
+    std::shared_ptr<std::string> problem;
 };
 
 MulticastListening::Opened FakeMulticastListening::open(const std::string &newGroup, std::uint16_t newPort,
@@ -80,7 +83,7 @@ MulticastListening::Opened FakeMulticastListening::open(const std::string &newGr
     ++opened;
     auto listener = std::make_shared<Listener>(Listener{capacity, std::move(queue), std::move(handler)});
     listeners.push_back(listener);
-    return {std::make_unique<Socket>(onCancel, std::move(listener)), ""};
+    return {std::make_unique<Socket>(onCancel, std::move(listener), socketError), *socketError};
 }
 
 void FakeMulticastListening::deliver(const Bytes &datagram) {

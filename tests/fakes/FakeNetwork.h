@@ -184,6 +184,8 @@ public:
 
     /// When set, the next `open` gives no socket and says this.
     std::string error;
+    /// What an open socket says that keeps the group from being heard.
+    std::shared_ptr<std::string> socketError = std::make_shared<std::string>();
     std::string group;
     std::uint16_t port = 0;
     std::size_t opened = 0;

@@ -235,6 +235,14 @@ TEST_F(LV1Discovery, WithoutASocketNothingIsHeardAndBonjourGoesOn) {
     EXPECT_THAT(takeDiary(), ElementsAre("<services> Bonjour"));
 }
 
+TEST_F(LV1Discovery, WhatKeptAnnouncementsFromBeingHeardIsOverWhenTheSocketSaysSo) {
+    *fake.multicast->socketError = "No network interface supports multicast.";
+    client->startDiscovery();
+    EXPECT_EQ(client->multicast->error(), "No network interface supports multicast.");
+    fake.multicast->socketError->clear(); // a cable was plugged in
+    EXPECT_EQ(client->multicast->error(), "");
+}
+
 TEST_F(LV1Discovery, TheListenerMayBeRestartedByTheOneWhoIsTold) {
     client->onEndpoints = [this](const auto &endpoints) {
         if (endpoints.size() == 1)

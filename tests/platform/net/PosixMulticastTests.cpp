@@ -175,6 +175,7 @@ TEST(PosixMulticast, AnInterfaceThatComesLaterIsHeardHoweverOftenItWentBefore) {
             const auto heard = listener.heard->all();
             return std::find(heard.begin(), heard.end(), word) != heard.end();
         })) << round;
+        EXPECT_EQ(listener.opened.socket->error(), "");
         ASSERT_EQ(std::system("ip link delete corvane0"), 0);
     }
 }
