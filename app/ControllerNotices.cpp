@@ -66,15 +66,6 @@ bool isInStep(const SessionAnswer &answer) {
     return answer.plan && difference(*answer.plan) == SessionDifference{};
 }
 
-/// The tracks that go although they hold recordings.
-std::vector<std::string> removedWithTakes(const UpdatePlan &plan) {
-    std::vector<std::string> names;
-    for (const TrackDecision &track : plan.tracks)
-        if (track.action == TrackDecision::Action::remove && track.takes > 0)
-            names.push_back(quotation(track.name));
-    return names;
-}
-
 } // namespace
 
 // The buttons

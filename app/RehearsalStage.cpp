@@ -77,6 +77,7 @@ void RehearsalStage::furnish(const Path &folder, const Path &programs) {
 RehearsalStage::RehearsalStage(const Platform &platform, const Path &programs) : platform(platform) {
     if (platform.rehearsal && !platform.rehearsal->lead())
         throw RehearsalIsOpen(platform.rehearsal->root());
+    furnish(platform.folders.applications.parent_path(), programs);
     console.setProgram(text(programs / consoleProgram));
     console.setArguments({QStringLiteral("--announce"), QStringLiteral("127.0.0.1"), QStringLiteral("--name"),
                           QStringLiteral("Rehearsal Console")});

@@ -33,8 +33,9 @@ public:
     /// `programs`), in LiveTrax's place. Throws FileError.
     static void furnish(const Path &folder, const Path &programs);
 
-    /// Starts the console, which announces itself on loopback. Throws RehearsalIsOpen when another window has
-    /// the same rehearsal, and FileError when the console cannot be started.
+    /// Furnishes the rehearsal's folder and starts the console, which announces itself on loopback. Throws
+    /// RehearsalIsOpen, with nothing touched, when another window has the same rehearsal, and FileError when
+    /// the stand-ins are not there or cannot be started.
     RehearsalStage(const Platform &platform, const Path &programs);
     /// Ends the console and every LiveTrax of the rehearsal that runs.
     ~RehearsalStage() override;

@@ -44,10 +44,8 @@ int runApplication(QApplication &application, const std::optional<Path> &rehears
     const auto platform =
         makePlatform(main, {rehearsal, {liveTraxSurface::ports.begin(), liveTraxSurface::ports.end()}});
     std::unique_ptr<RehearsalStage> stage;
-    if (rehearsal) {
-        RehearsalStage::furnish(platform->folders.applications.parent_path(), programs);
+    if (rehearsal)
         stage = std::make_unique<RehearsalStage>(*platform, programs);
-    }
     MainWindow window(platform->resources,
                       rehearsal ? QString::fromStdString(rehearsal->string()) : QString());
     const auto controller = BridgeController::make(*platform, window);

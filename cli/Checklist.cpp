@@ -188,14 +188,6 @@ Check spaceCheck(const Facts &facts) {
             "Free some space, or record elsewhere."};
 }
 
-std::vector<std::string> recordedAndGoing(const UpdatePlan &plan) {
-    std::vector<std::string> names;
-    for (const TrackDecision &track : plan.tracks)
-        if (track.action == TrackDecision::Action::remove && track.takes > 0)
-            names.push_back(quotation(track.name));
-    return names;
-}
-
 void addStep(std::vector<Check> &list, const Facts::Session &session) {
     if (!session.planProblem.empty())
         list.push_back({"in step", State::failed, session.planProblem});
@@ -210,7 +202,7 @@ void addStep(std::vector<Check> &list, const Facts::Session &session) {
                             std::to_string(counts.added) + ", remove " + std::to_string(counts.removed) +
                             " tracks.",
                         "Press SYNC LV1, or use corvanectl sync."});
-    const auto going = recordedAndGoing(*session.plan);
+    const auto going = removedWithTakes(*session.plan);
     if (going.empty())
         list.push_back({"recordings", State::ok, "A sync would take out no recorded track."});
     else

@@ -19,7 +19,7 @@ struct CommandContext {
     Output &output;
     const Options &options;
     /// The programs of this computer that hold a UDP port.
-    std::function<std::vector<UDPPortHolder>(std::uint16_t port)> portHolders = holdersOfUDPPort;
+    std::function<std::vector<UDPPortHolder>(std::uint16_t port)> portHolders = udpPortHolders;
 };
 
 /// The command that the options ask for.

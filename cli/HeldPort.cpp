@@ -1,9 +1,5 @@
 #include "cli/HeldPort.h"
 
-#include "platform/rehearsal/Rehearsal.h"
-
-#include <exception>
-
 namespace corvane::cli {
 
 namespace {
@@ -17,17 +13,6 @@ HeldPort::Holder kindOf(const std::string &program) {
 }
 
 } // namespace
-
-std::vector<UDPPortHolder> holdersOfUDPPort(std::uint16_t port) {
-    auto holders = udpPortHolders(port);
-    try {
-        if (holders.empty() && isUDPPortInUse(port))
-            holders.emplace_back();
-    } catch (const std::exception &) {
-        // Without a socket to try with, nothing more is known.
-    }
-    return holders;
-}
 
 HeldPort heldPort(const std::vector<UDPPortHolder> &holders) {
     HeldPort port;

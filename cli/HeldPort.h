@@ -2,7 +2,6 @@
 
 #include "platform/processes/UDPPortHolders.h"
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -16,9 +15,6 @@ struct HeldPort {
     Holder holder = Holder::nobody;
     std::string name; ///< of the program: "Thunderbird (process 4711)"
 };
-
-/// Who holds a UDP port. Where the system tells nothing of other users' programs, that it is taken does.
-std::vector<UDPPortHolder> holdersOfUDPPort(std::uint16_t port);
 
 /// Of several holders the one that is in the way.
 HeldPort heldPort(const std::vector<UDPPortHolder> &holders);

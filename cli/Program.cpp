@@ -48,7 +48,7 @@ Outcome runCommand(const Options &options) {
     try {
         return perform(options, main, output);
     } catch (const PortInUse &error) {
-        return {status::noAnswer, error.what() + ownHolder(holdersOfUDPPort(error.port))};
+        return {status::noAnswer, error.what() + ownHolder(udpPortHolders(error.port))};
     } catch (const std::exception &error) {
         return {status::refused, error.what()};
     }

@@ -1,5 +1,6 @@
 #include "livetrax/session/UpdatePlan.h"
 
+#include "base/Quotation.h"
 #include "livetrax/session/EnginePorts.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/ObjectIds.h"
@@ -274,6 +275,14 @@ private:
 };
 
 } // namespace
+
+std::vector<std::string> removedWithTakes(const UpdatePlan &plan) {
+    std::vector<std::string> names;
+    for (const TrackDecision &track : plan.tracks)
+        if (track.action == TrackDecision::Action::remove && track.takes > 0)
+            names.push_back(quotation(track.name));
+    return names;
+}
 
 UpdatePlan updateSessionTree(XMLElement sessionRoot, XMLElement templateRoot,
                              const std::vector<LV1Channel> &channels) {

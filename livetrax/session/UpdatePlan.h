@@ -55,6 +55,9 @@ struct UpdatePlan {
     bool operator==(const UpdatePlan &) const = default;
 };
 
+/// The names, as people are told of them, of the tracks that go although they hold recordings.
+std::vector<std::string> removedWithTakes(const UpdatePlan &plan);
+
 /// Decides what becomes of each track of a session and does it to the session's tree, and to nothing else.
 /// New tracks are copied from the base template. Throws GeneratorError; the tree is then of no more use.
 UpdatePlan updateSessionTree(XMLElement sessionRoot, XMLElement templateRoot,

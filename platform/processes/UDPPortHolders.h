@@ -21,6 +21,9 @@ struct UDPPortHolder {
 /// The holder as people are told of it: "corvane (process 4711)", "a program of another user".
 std::string described(const UDPPortHolder &holder);
 
+/// Whether a program holds the UDP port, on any address. Throws FileError when sockets cannot be made.
+bool isUDPPortInUse(std::uint16_t port);
+
 /// Who holds the UDP port of this machine, on whatever address; empty when nobody does. Any thread.
 std::vector<UDPPortHolder> udpPortHolders(std::uint16_t port);
 

@@ -5,16 +5,7 @@
 #include "platform/processes/UDPPortHolders.h"
 
 #include <algorithm>
-
-#include <cerrno>
-#include <string>
 #include <system_error>
-
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-
-#include <fcntl.h>
 
 namespace corvane {
 namespace {
@@ -43,21 +34,6 @@ Rehearsal::Rehearsal(const std::filesystem::path &folder, const std::vector<std:
 StandardFolders Rehearsal::folders() const {
     const std::filesystem::path home = folder / "home";
     return {home, folder / "Applications", [home] { return musicFolderIn(home); }};
-}
-
-bool isUDPPortInUse(std::uint16_t port) {
-    // Binding to every address without sharing fails if anybody else holds the port.
-    const FileHandle socket(::socket(AF_INET, SOCK_DGRAM, 0));
-    if (socket.fileDescriptor() < 0)
-        throw FileError("A socket could not be opened: " + std::generic_category().message(errno) + ".");
-    ::fcntl(socket.fileDescriptor(), F_SETFD, FD_CLOEXEC);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_ANY);
-    return ::bind(socket.fileDescriptor(), reinterpret_cast<const sockaddr *>(&address), sizeof address) !=
-               0 &&
-           errno == EADDRINUSE;
 }
 
 bool isUDPPortHeldByParticipants(std::uint16_t port, const Rehearsal &rehearsal) {

@@ -36,9 +36,6 @@ private:
     FileHandle participation;
 };
 
-/// Whether a program holds the UDP port, on any address. Throws FileError when sockets cannot be made.
-bool isUDPPortInUse(std::uint16_t port);
-
 /// Whether every program that holds the UDP port takes part in the rehearsal. A holder that cannot be found
 /// out (a program of another user) does not.
 bool isUDPPortHeldByParticipants(std::uint16_t port, const Rehearsal &rehearsal);

@@ -97,6 +97,7 @@ TEST_F(RehearsalStageTest, ASecondOneOfTheSameFolderIsRefusedAndLeavesTheFirstAl
                         "The rehearsal in “" + (fakes.folder / "rehearsal").string() +
                         "” is open in another window. Close that one first."));
         EXPECT_EQ(recorder->terminateRequests, 0);
+        EXPECT_FALSE(std::filesystem::exists(others.folder / "home/Music")) << "furnished all the same";
     }
     fakes.platform.rehearsal.reset(); // with the program
     const RehearsalStage second(others.platform, builtPrograms());
@@ -138,6 +139,7 @@ TEST_F(RehearsalStageTest, EachItemOfTheMenuTellsTheConsoleItsCommandsInTurn) {
                                                        "printf '%s\\n' \"$@\" >\"$0.arguments\"\n"
                                                        "exec cat >\"$0.told\"\n");
     std::filesystem::permissions(console, std::filesystem::perms::owner_all);
+    fakes.folder.write("programs/livetrax-sim", "");
     MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     RehearsalStage stage(fakes.platform, console.parent_path());
     buildRehearsalMenu(window, stage);

@@ -1,5 +1,6 @@
 #include "platform/processes/UDPPortHolders.h"
 
+#include "platform/files/Files.h"
 #include "platform/processes/ProcessTable.h"
 
 #include <algorithm>
@@ -51,6 +52,13 @@ std::vector<UDPPortHolder> udpPortHolders(std::uint16_t port) {
     for (const pid_t pid : processNumbers())
         if (anyDescriptor(pid, [&](const proc_fdinfo &each) { return isUDPSocket(pid, each, port); }))
             holders.push_back({pid, programOf(pid).value_or("")});
+    // Of other users' programs the system tells nothing; that the port is taken does.
+    try {
+        if (holders.empty() && isUDPPortInUse(port))
+            holders.emplace_back();
+    } catch (const FileError &) {
+        // Without a socket to try with, nothing more is known.
+    }
     return holders;
 }
 

@@ -2,9 +2,9 @@
 
 #include "osc/OSCCodec.h"
 #include "platform/net/AsioNetwork.h"
+#include "platform/processes/UDPPortHolders.h"
 #include "platform/queues/AsioMainQueue.h"
 #include "platform/queues/AsioRuntime.h"
-#include "platform/rehearsal/Rehearsal.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Peers.h"
 #include "tests/support/PrivateNetwork.h"
