@@ -97,7 +97,7 @@ TEST_F(RehearsalStageTest, ASecondOneOfTheSameFolderIsRefusedAndLeavesTheFirstAl
                         "The rehearsal in “" + (fakes.folder / "rehearsal").string() +
                         "” is open in another window. Close that one first."));
         EXPECT_EQ(recorder->terminateRequests, 0);
-        EXPECT_FALSE(std::filesystem::exists(others.folder / "home/Music")) << "furnished all the same";
+        EXPECT_FALSE(std::filesystem::exists(others.folder / "Applications/LiveTrax3.app")) << "furnished";
     }
     fakes.platform.rehearsal.reset(); // with the program
     const RehearsalStage second(others.platform, builtPrograms());
