@@ -17,16 +17,13 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Path = std::filesystem::path;
 
-/// A change takes milliseconds. Who holds the lock for longer is stopped or stuck, and must not hold up this
-/// program as well.
-constexpr std::chrono::seconds lockTimeout{1};
 constexpr std::chrono::milliseconds lockRetryDelay{5};
 
 /// What a program holds while it changes the file; it also keeps two threads of one program apart.
 class Lock {
 public:
-    explicit Lock(const Path &file) : handle(FileHandle::openForAppending(file)) {
-        const auto deadline = std::chrono::steady_clock::now() + lockTimeout;
+    Lock(const Path &file, std::chrono::milliseconds timeout) : handle(FileHandle::openForAppending(file)) {
+        const auto deadline = std::chrono::steady_clock::now() + timeout;
         while (!handle.tryLock() && std::chrono::steady_clock::now() <= deadline)
             std::this_thread::sleep_for(lockRetryDelay);
     }
@@ -71,7 +68,8 @@ Json readForChange(const Path &file) {
 
 } // namespace
 
-JsonUserDefaults::JsonUserDefaults(Path file) : file(std::move(file)) {}
+JsonUserDefaults::JsonUserDefaults(Path file, std::chrono::milliseconds lockTimeout)
+    : file(std::move(file)), lockTimeout(lockTimeout) {}
 
 std::optional<std::string> JsonUserDefaults::string(const std::string &key) const {
     try {
@@ -88,7 +86,7 @@ std::optional<std::string> JsonUserDefaults::string(const std::string &key) cons
 void JsonUserDefaults::set(const std::string &key, const std::string &value) {
     try {
         createFolders(file.parent_path());
-        const Lock lock(file.string() + ".lock");
+        const Lock lock(file.string() + ".lock", lockTimeout);
         Json object = readForChange(file);
         const auto found = object.find(key);
         if (found != object.end() && *found == value)

@@ -2,6 +2,7 @@
 
 #include "platform/files/UserDefaults.h"
 
+#include <chrono>
 #include <filesystem>
 
 namespace corvane {
@@ -16,7 +17,10 @@ public:
         return configuration / "corvane/defaults.json";
     }
 
-    explicit JsonUserDefaults(std::filesystem::path file);
+    /// A change takes milliseconds. Who holds the lock for longer than `lockTimeout` is stopped or stuck, and
+    /// does not hold up this program as well: the change is then made without it.
+    explicit JsonUserDefaults(std::filesystem::path file,
+                              std::chrono::milliseconds lockTimeout = std::chrono::seconds(1));
 
     std::optional<std::string> string(const std::string &key) const override;
     /// A file that is not a JSON object is kept under a name of its own before a new one is written.
@@ -24,6 +28,7 @@ public:
 
 private:
     std::filesystem::path file;
+    std::chrono::milliseconds lockTimeout;
 };
 
 } // namespace corvane

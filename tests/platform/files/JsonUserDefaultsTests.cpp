@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -53,7 +54,7 @@ TEST(JsonUserDefaults, ChangesMadeAtTheSameTimeAreAllKept) {
     std::vector<std::thread> threads;
     for (int writer = 0; writer < writers; ++writer)
         threads.emplace_back([&file, writer] {
-            JsonUserDefaults defaults(file);
+            JsonUserDefaults defaults(file, std::chrono::minutes(1)); // on a busy machine each may wait long
             for (int change = 0; change < changes; ++change)
                 defaults.set(std::to_string(writer) + "." + std::to_string(change), "x");
         });
