@@ -5,6 +5,7 @@ sure that the check bites: each deliberate fault must be refused.
 usage: check-bundle.py BUILD_FOLDER WORK_FOLDER WINDOW(ON|OFF) ICON(ON|OFF)
 """
 
+import json
 import os
 import plistlib
 import shutil
@@ -17,6 +18,8 @@ shutil.rmtree(work, ignore_errors=True)
 subprocess.run(["cmake", "--install", build, "--component", "bundle", "--prefix", work], check=True,
                stdout=subprocess.DEVNULL)
 contents = os.path.join(work, "Corvane.app", "Contents")
+with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "..", "CMakePresets.json")) as file:
+    preset = next(each["cacheVariables"] for each in json.load(file)["configurePresets"] if each["name"] == "macos")
 
 
 def inside(name):
@@ -68,6 +71,12 @@ def check_properties():
     assert not any("@" in value for value in properties.values() if isinstance(value, str)), properties
     with open(inside("PkgInfo"), "rb") as file:
         assert file.read() == b"APPL????"
+
+
+def check_preset():
+    """What the preset builds on a Mac is for both processors, and for the system that the property list promises."""
+    assert sorted(preset.get("CMAKE_OSX_ARCHITECTURES", "").split(";")) == ["arm64", "x86_64"], preset
+    assert preset.get("CMAKE_OSX_DEPLOYMENT_TARGET") == "13.0", preset
 
 
 def check_icon():
@@ -154,6 +163,10 @@ def check_the_checks():
                        ("NSLocalNetworkUsageDescription", "why"), ("NSRequiresAquaSystemAppearance", True),
                        ("LSMinimumSystemVersion", "12.0")):
         must_refuse(check_properties, f"{key} is {value!r}", "Info.plist", with_value(key, value))
+    for key, value in (("CMAKE_OSX_ARCHITECTURES", "arm64"), ("CMAKE_OSX_DEPLOYMENT_TARGET", "14.0")):
+        right, preset[key] = preset[key], value
+        assert refused(check_preset), f"the preset's {key} is {value}: went unnoticed"
+        preset[key] = right
     must_refuse(check_properties, "a torn property list", "Info.plist", lambda whole: whole[:len(whole) // 2])
     must_refuse(check_properties, "another kind of package", "PkgInfo", lambda whole: b"FMWK????")
     if icon == "ON":
@@ -178,7 +191,7 @@ def check_the_checks():
     os.remove(inside("Resources/stray"))
 
 
-checks = (check_layout, check_properties, check_icon)
+checks = (check_layout, check_properties, check_preset, check_icon)
 for each in checks:
     each()
 check_programs()
