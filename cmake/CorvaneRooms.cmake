@@ -89,5 +89,6 @@ function(corvane_test name)
     add_executable(${name} ${TEST_SOURCES})
     target_link_libraries(${name} PRIVATE ${TEST_DEPENDS} corvane::test_support GTest::gmock GTest::gtest_main)
     corvane_warnings(${name})
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${TEST_TIMEOUT} ${lock} LABELS "${TEST_LABELS}")
+    gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT ${TEST_TIMEOUT} ${lock} LABELS "${TEST_LABELS}")
 endfunction()

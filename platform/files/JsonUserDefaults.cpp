@@ -68,8 +68,8 @@ Json readForChange(const Path &file) {
 
 } // namespace
 
-JsonUserDefaults::JsonUserDefaults(Path file, std::chrono::milliseconds lockTimeout)
-    : file(std::move(file)), lockTimeout(lockTimeout) {}
+JsonUserDefaults::JsonUserDefaults(Path file, std::chrono::milliseconds timeout)
+    : file(std::move(file)), timeout(timeout) {}
 
 std::optional<std::string> JsonUserDefaults::string(const std::string &key) const {
     try {
@@ -86,7 +86,7 @@ std::optional<std::string> JsonUserDefaults::string(const std::string &key) cons
 void JsonUserDefaults::set(const std::string &key, const std::string &value) {
     try {
         createFolders(file.parent_path());
-        const Lock lock(file.string() + ".lock", lockTimeout);
+        const Lock lock(file.string() + ".lock", timeout);
         Json object = readForChange(file);
         const auto found = object.find(key);
         if (found != object.end() && *found == value)

@@ -17,10 +17,11 @@ public:
         return configuration / "corvane/defaults.json";
     }
 
-    /// A change takes milliseconds. Who holds the lock for longer than `lockTimeout` is stopped or stuck, and
-    /// does not hold up this program as well: the change is then made without it.
-    explicit JsonUserDefaults(std::filesystem::path file,
-                              std::chrono::milliseconds lockTimeout = std::chrono::seconds(1));
+    /// A change takes milliseconds. Who holds the lock for longer is stopped or stuck, and must not hold up
+    /// this program as well: the change is then made without it.
+    static constexpr std::chrono::milliseconds lockTimeout{1'000};
+
+    explicit JsonUserDefaults(std::filesystem::path file, std::chrono::milliseconds timeout = lockTimeout);
 
     std::optional<std::string> string(const std::string &key) const override;
     /// A file that is not a JSON object is kept under a name of its own before a new one is written.
@@ -28,7 +29,7 @@ public:
 
 private:
     std::filesystem::path file;
-    std::chrono::milliseconds lockTimeout;
+    std::chrono::milliseconds timeout; ///< of the lock
 };
 
 } // namespace corvane
