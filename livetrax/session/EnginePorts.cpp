@@ -1,10 +1,11 @@
 #include "livetrax/session/EnginePorts.h"
 
 #include "base/Preconditions.h"
+#include "base/Text.h"
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "livetrax/session/Track.h"
 
 #include <algorithm>
+#include <string_view>
 #include <unordered_set>
 
 namespace corvane {
@@ -34,48 +35,38 @@ private:
     std::unordered_set<std::int64_t> taken;
 };
 
-/// A direct out and the run of playback channels that it claims.
-struct Claim {
-    explicit Claim(DirectOut out) : out(out), slot(out.slot()), width(out.width()) {}
-    DirectOut out;
-    std::int64_t slot;
-    std::int64_t width;
-};
-
 /// Lets the generated direct outs whose slot agrees with their patch keep their runs and returns all others,
 /// in the order in which they are placed: generated ones first, then preserved ones.
-std::vector<Claim> withoutSettled(const std::vector<DirectOut> &all, TakenChannels &taken) {
-    std::vector<Claim> queue;
-    std::vector<Claim> preserved;
-    for (const DirectOut out : all) {
-        const Claim claim(out);
-        if (LiveTraxGenerator::isPreserved(out.element()))
-            preserved.push_back(claim);
-        else if (claim.slot >= 1 && out.firstPlaybackChannel() == claim.slot &&
-                 taken.isFree(claim.slot, claim.width))
+std::vector<SlotClaim *> withoutSettled(std::vector<SlotClaim> &all, TakenChannels &taken) {
+    std::vector<SlotClaim *> queue;
+    std::vector<SlotClaim *> preserved;
+    for (SlotClaim &claim : all) {
+        if (claim.isPreserved)
+            preserved.push_back(&claim);
+        else if (claim.slot >= 1 && claim.connected == claim.slot && taken.isFree(claim.slot, claim.width))
             taken.take(claim.slot, claim.width);
         else
-            queue.push_back(claim);
+            queue.push_back(&claim);
     }
     queue.insert(queue.end(), preserved.begin(), preserved.end());
     return queue;
 }
 
-void reassign(const std::vector<DirectOut> &all) {
+void reassign(std::vector<SlotClaim> &all) {
     TakenChannels taken;
     std::int64_t candidate = 1;
-    for (Claim claim : withoutSettled(all, taken)) {
-        if (claim.slot >= 1 && taken.isFree(claim.slot, claim.width)) {
-            taken.take(claim.slot, claim.width);
-            if (claim.slot >= candidate)
-                candidate = addingChecked(claim.slot, claim.width);
+    for (SlotClaim *const claim : withoutSettled(all, taken)) {
+        if (claim->slot >= 1 && taken.isFree(claim->slot, claim->width)) {
+            taken.take(claim->slot, claim->width);
+            if (claim->slot >= candidate)
+                candidate = addingChecked(claim->slot, claim->width);
             continue;
         }
-        while (!taken.isFree(candidate, claim.width))
+        while (!taken.isFree(candidate, claim->width))
             candidate = addingChecked(candidate, std::int64_t{1});
-        claim.out.moveTo(candidate);
-        taken.take(candidate, claim.width);
-        candidate = addingChecked(candidate, claim.width);
+        claim->moveTo(candidate);
+        taken.take(candidate, claim->width);
+        candidate = addingChecked(candidate, claim->width);
     }
 }
 
@@ -88,54 +79,78 @@ bool needsAny(const std::vector<LV1Channel> &channels, std::int64_t first, std::
 
 /// The recorder writes slot 0 on a bus's direct out; only its connection says where it goes. Without a slot
 /// of its own it would be moved at every update, and lose what it is connected to.
-void restoreBusSlots(const std::vector<DirectOut> &all, const std::vector<LV1Channel> &channels) {
-    for (DirectOut out : all) {
-        if (out.slot() != 0 || !Track(out.route()).isSurelyNoAudioTrack())
+void restoreBusSlots(std::vector<SlotClaim> &all, const std::vector<LV1Channel> &channels) {
+    for (SlotClaim &claim : all) {
+        if (claim.slot != 0 || !Track(claim.out.route()).isSurelyNoAudioTrack())
             continue;
-        const auto first = out.firstPlaybackChannel();
-        if (first && *first >= 1 && !needsAny(channels, *first, out.width()))
-            out.setSlot(*first);
+        if (claim.connected && *claim.connected >= 1 && !needsAny(channels, *claim.connected, claim.width))
+            claim.setSlot(*claim.connected);
     }
 }
 
-void expectUniquePorts(const std::vector<XMLElement> &ports) {
-    std::unordered_set<std::string> names;
-    for (const XMLElement port : ports) {
-        const auto name = port.attribute("name");
-        if (name && !names.insert(*name).second)
-            throw GeneratorError::duplicateEnginePort(*name);
-    }
+void expectUniqueNames(const std::vector<std::string> &ports) {
+    std::unordered_set<std::string_view> names;
+    for (const std::string &port : ports)
+        if (!names.insert(port).second)
+            throw GeneratorError::duplicateEnginePort(port);
 }
 
-void expectUniqueSlots(const std::vector<DirectOut> &directOuts) {
-    std::unordered_set<std::string> slots;
-    for (const DirectOut out : directOuts) {
-        const auto slot = out.slotText();
-        if (slot && !slots.insert(*slot).second)
-            throw GeneratorError::duplicateDirectOutBitSlot(*slot);
-    }
+void expectUniqueSlots(const std::vector<SlotClaim> &claims) {
+    std::unordered_set<std::string_view> slots;
+    for (const SlotClaim &claim : claims)
+        if (claim.text && !slots.insert(*claim.text).second)
+            throw GeneratorError::duplicateDirectOutBitSlot(*claim.text);
 }
 
 } // namespace
 
 void LiveTraxGenerator::validateUniqueEnginePorts(XMLElement root) {
-    expectUniquePorts(EnginePorts(root).ports);
+    expectUniqueNames(EnginePorts(root).names);
 }
 
 void LiveTraxGenerator::validateUniqueDirectOutSlots(XMLElement root) {
-    expectUniqueSlots(EnginePorts(root).directOuts);
+    expectUniqueSlots(EnginePorts(root).claims);
 }
 
 void LiveTraxGenerator::reassignCollidingDirectOutSlots(XMLElement root) {
-    reassign(EnginePorts(root).directOuts);
+    EnginePorts all(root);
+    reassign(all.claims);
 }
 
-void session::settleEnginePorts(XMLElement root, const std::vector<LV1Channel> &channels) {
-    const EnginePorts all(root);
-    restoreBusSlots(all.directOuts, channels);
-    reassign(all.directOuts);
-    expectUniquePorts(all.ports);
-    expectUniqueSlots(all.directOuts);
+SlotClaim::SlotClaim(XMLElement processor)
+    : out(processor), text(processor.attribute("bitslot")), slot(text ? integer(*text).value_or(0) : 0),
+      width(LiveTraxGenerator::playbackWidth(processor)),
+      connected(LiveTraxGenerator::firstPlaybackChannel(processor)),
+      isPreserved(LiveTraxGenerator::isPreserved(processor)) {}
+
+void SlotClaim::setSlot(std::int64_t to) {
+    slot = to;
+    text = std::to_string(to);
+    out.setSlot(*text);
+}
+
+void SlotClaim::moveTo(std::int64_t first) {
+    setSlot(first);
+    out.connect(first);
+}
+
+void EnginePorts::add(XMLElement top) {
+    for (const XMLElement element : top.descendants({"Port", "Processor"}))
+        addElement(element);
+}
+
+void EnginePorts::addElement(XMLElement element) {
+    if (DirectOut::is(element))
+        claims.emplace_back(element);
+    else if (auto name = element.hasName("Port") ? element.attribute("name") : std::nullopt)
+        names.push_back(*std::move(name));
+}
+
+void session::settleEnginePorts(EnginePorts all, const std::vector<LV1Channel> &channels) {
+    restoreBusSlots(all.claims, channels);
+    reassign(all.claims);
+    expectUniqueNames(all.names);
+    expectUniqueSlots(all.claims);
 }
 
 } // namespace corvane

@@ -69,19 +69,6 @@ bool DirectOut::is(XMLElement element) {
     return element.hasName("Processor") && element.attributeIs("role", "DirectOuts");
 }
 
-std::int64_t DirectOut::slot() const {
-    const auto text = slotText();
-    return text ? integer(*text).value_or(0) : 0;
-}
-
-std::optional<std::int64_t> DirectOut::firstPlaybackChannel() const {
-    return LiveTraxGenerator::firstPlaybackChannel(processor);
-}
-
-std::int64_t DirectOut::width() const {
-    return LiveTraxGenerator::playbackWidth(processor);
-}
-
 void DirectOut::configure(const std::string &name, std::int64_t firstChannel) {
     processor.setExistingAttribute("bitslot", std::to_string(firstChannel));
     IO output = IO::outputOf(processor);
@@ -92,11 +79,10 @@ void DirectOut::configure(const std::string &name, std::int64_t firstChannel) {
     output.connect(PLAYBACK_PREFIX, firstChannel);
 }
 
-void DirectOut::moveTo(std::int64_t slot) {
-    setSlot(slot);
+void DirectOut::connect(std::int64_t firstChannel) {
     for (const XMLElement io : processor.children("IO"))
         if (io.attributeIs("direction", "Output"))
-            IO(io).connect(PLAYBACK_PREFIX, slot, PLAYBACK_PREFIX);
+            IO(io).connect(PLAYBACK_PREFIX, firstChannel, PLAYBACK_PREFIX);
 }
 
 XMLElement DirectOut::takeOutputFrom(DirectOut model) {
@@ -140,29 +126,6 @@ std::vector<std::string> Track::devices() const {
     return found;
 }
 
-void Track::setLook(const std::string &name, const std::string &order, const std::string &color) {
-    route.setExistingAttribute("name", name);
-    XMLElement shown = presentation();
-    shown.setExistingAttribute("order", order);
-    shown.setExistingAttribute("color", color);
-}
-
-std::vector<DirectOut> Track::directOuts() const {
-    std::vector<DirectOut> found;
-    for (const XMLElement processor : route.children("Processor"))
-        if (DirectOut::is(processor))
-            found.emplace_back(processor);
-    return found;
-}
-
-bool Track::isArmed() const {
-    return route.firstChild("Controllable", "name", "rec-enable").attributeIs("value", "1");
-}
-
-void Track::arm() {
-    route.firstChild("Controllable", "name", "rec-enable").setExistingAttribute("value", "1");
-}
-
 std::string Track::engineNamespace() const {
     std::string buffer;
     for (const XMLElement io : route.children("IO")) {
@@ -185,18 +148,18 @@ std::vector<Track> audioTracks(XMLElement root) {
     return tracks;
 }
 
-std::string deviceOf(const std::vector<Track> &tracks, const std::string &preferred) {
-    std::vector<std::pair<std::string, std::size_t>> counted;
-    for (const Track track : tracks) {
-        for (std::string &device : track.devices()) {
-            const auto known = std::find_if(counted.begin(), counted.end(),
-                                            [&](const auto &each) { return each.first == device; });
-            if (known == counted.end())
-                counted.emplace_back(std::move(device), 1);
-            else
-                ++known->second;
-        }
+void DeviceCount::add(Track track) {
+    for (std::string &device : track.devices()) {
+        const auto known = std::find_if(counted.begin(), counted.end(),
+                                        [&](const auto &each) { return each.first == device; });
+        if (known == counted.end())
+            counted.emplace_back(std::move(device), 1);
+        else
+            ++known->second;
     }
+}
+
+std::string DeviceCount::most(const std::string &preferred) const {
     const auto most =
         std::max_element(counted.begin(), counted.end(),
                          [](const auto &left, const auto &right) { return left.second < right.second; });
@@ -207,6 +170,13 @@ std::string deviceOf(const std::vector<Track> &tracks, const std::string &prefer
     return preferredIsEqual ? preferred : most->first;
 }
 
+std::string deviceOf(const std::vector<Track> &tracks, const std::string &preferred) {
+    DeviceCount devices;
+    for (const Track track : tracks)
+        devices.add(track);
+    return devices.most(preferred);
+}
+
 void useDevice(XMLElement copy, const std::string &device) {
     if (device.empty())
         return;
@@ -214,21 +184,8 @@ void useDevice(XMLElement copy, const std::string &device) {
         connection.setExistingAttribute("for", device);
 }
 
-std::vector<XMLElement> portsOf(XMLElement route) {
-    return route.descendants({"Port"});
-}
-
 bool isPreservedName(std::string_view name) {
     return name.starts_with("Corvane Preserved");
-}
-
-EnginePorts::EnginePorts(XMLElement root) {
-    for (const XMLElement element : root.descendants({"Port", "Processor"})) {
-        if (element.hasName("Port"))
-            ports.push_back(element);
-        else if (DirectOut::is(element))
-            directOuts.emplace_back(element);
-    }
 }
 
 ModelTracks modelTracks(const std::vector<Track> &tracks) {

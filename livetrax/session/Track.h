@@ -2,10 +2,12 @@
 
 #include "livetrax/session/XMLTree.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // What the session engine sees of a session's or a template's tree: views, each as cheap to copy as the
@@ -86,19 +88,12 @@ public:
     explicit DirectOut(XMLElement processor) : processor(processor) {}
 
     XMLElement element() const { return processor; }
-    /// Its first playback channel, as it says itself: 0 when it says none.
-    std::int64_t slot() const;
-    std::optional<std::string> slotText() const { return processor.attribute("bitslot"); }
-    /// The first playback channel that it is connected to.
-    std::optional<std::int64_t> firstPlaybackChannel() const;
-    /// How many playback channels it takes, at least 1.
-    std::int64_t width() const;
     /// Fills a model's direct out for a channel; a slot that is not there is not added. `name` is one that
     /// the recorder can hold (directOutName).
     void configure(const std::string &name, std::int64_t firstChannel);
-    void setSlot(std::int64_t slot) { processor.setAttribute("bitslot", std::to_string(slot)); }
-    /// Moves it to the run of playback channels that begins with `slot`, also one that had no slot so far.
-    void moveTo(std::int64_t slot);
+    void setSlot(const std::string &slot) { processor.setAttribute("bitslot", slot); }
+    /// Redirects its playback connections, of all its outputs, to the run that begins with a channel.
+    void connect(std::int64_t firstChannel);
     /// Takes a copy of a model's output in place of its own, which may be missing, and returns it.
     XMLElement takeOutputFrom(DirectOut model);
     /// The route that it stands in.
@@ -118,10 +113,8 @@ public:
     bool isAudioTrack() const;
     /// Whether it says what it is, and that it is no audio track.
     bool isSurelyNoAudioTrack() const;
-    /// Its place from the top, counted from 1, and its colour, as they stand in the file.
+    /// Its place from the top, counted from 1, as it stands in the file.
     std::optional<std::string> order() const { return presentation().attribute("order"); }
-    std::optional<std::string> color() const { return presentation().attribute("color"); }
-    void setLook(const std::string &name, const std::string &order, const std::string &color);
     IO input() const { return IO::inputOf(route); }
     std::int64_t width() const { return input().width(); }
     /// The number of the first capture port that its input is connected to; with `device`, of that device's
@@ -129,9 +122,6 @@ public:
     std::optional<std::int64_t> firstCapture(const std::string &device = "") const;
     /// The devices that its input is connected to, each once.
     std::vector<std::string> devices() const;
-    std::vector<DirectOut> directOuts() const;
-    void arm();
-    bool isArmed() const;
     /// The text before "/audio_" in the names of its own ports.
     std::string engineNamespace() const;
     /// What it names as its playlist.
@@ -145,16 +135,24 @@ private:
 /// The audio tracks among the routes of a root's first "Routes", in document order.
 std::vector<Track> audioTracks(XMLElement root);
 
-/// The device that most of the tracks are connected to; on a tie `preferred` if it is one of them, else the
-/// first. (The recorder keeps connections for every device that a session ever ran on.) Empty when there is
-/// none.
+/// Counts the devices that tracks are connected to. (The recorder keeps connections for every device that a
+/// session ever ran on.)
+class DeviceCount {
+public:
+    void add(Track track);
+    /// The one that most of the tracks are connected to; on a tie `preferred` if it is one of them, else the
+    /// first. Empty when there is none.
+    std::string most(const std::string &preferred = "") const;
+
+private:
+    std::vector<std::pair<std::string, std::size_t>> counted;
+};
+
+/// The device that most of these tracks are connected to, as DeviceCount has it.
 std::string deviceOf(const std::vector<Track> &tracks, const std::string &preferred = "");
 
 /// Makes all hardware connections of a copied model those of a device; an empty one changes nothing.
 void useDevice(XMLElement copy, const std::string &device);
-
-/// All ports in a route, its processors' included, in document order.
-std::vector<XMLElement> portsOf(XMLElement route);
 
 /// Calls `visit` with each connection of a port to a port within the session, and with that one's name.
 template <class Visit>
@@ -166,13 +164,6 @@ void forEachInnerConnection(XMLElement port, Visit visit) {
 
 /// Whether a name marks what belongs to the user ("Corvane Preserved…": see docs/Names.md).
 bool isPreservedName(std::string_view name);
-
-/// All ports and direct outs of a tree, each in document order.
-struct EnginePorts {
-    explicit EnginePorts(XMLElement root);
-    std::vector<XMLElement> ports;
-    std::vector<DirectOut> directOuts;
-};
 
 /// The mono and the stereo audio track of the base template that new tracks are copied from.
 struct ModelTracks {

@@ -1,6 +1,6 @@
 #include "base/Preconditions.h"
 #include "livetrax/session/LiveTraxGenerator.h"
-#include "livetrax/session/Track.h"
+#include "livetrax/session/TrackParts.h"
 #include "patch/RecorderNames.h"
 
 #include <algorithm>
@@ -157,17 +157,23 @@ private:
 
 void LiveTraxGenerator::configure(XMLElement route, XMLElement playlist, const LV1Channel &channel,
                                   std::size_t position, const std::vector<std::string> &given) {
+    TrackParts(route).configure(playlist, channel, position, given);
+}
+
+void TrackParts::configure(XMLElement playlist, const LV1Channel &channel, std::size_t position,
+                           const std::vector<std::string> &given) {
     const std::string order = std::to_string(addingChecked(position, std::size_t{1}));
     const std::int64_t firstNumber = addingChecked(std::int64_t{channel.inputIndex()}, std::int64_t{1});
 
-    setEngineNamespace(route, "Audio " + order, given);
-    Track track(route);
-    track.setLook(channel.name(), order, std::to_string(packedColor(channel)));
+    LiveTraxGenerator::setEngineNamespace(route.element(), "Audio " + order, given);
+    route.element().setExistingAttribute("name", channel.name());
+    presentation.setExistingAttribute("order", order);
+    presentation.setExistingAttribute("color", std::to_string(packedColor(channel)));
     playlist.setExistingAttribute("name", channel.name());
-    for (DirectOut out : track.directOuts())
+    for (DirectOut &out : outs)
         out.configure(directOutName(channel.name()), firstNumber);
-    track.input().connect(CAPTURE_PREFIX, firstNumber);
-    track.arm();
+    recorded.connect(CAPTURE_PREFIX, firstNumber);
+    armed.setExistingAttribute("value", "1");
 }
 
 void LiveTraxGenerator::setEngineNamespace(XMLElement route, const std::string &engineNamespace,

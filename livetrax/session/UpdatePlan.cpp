@@ -5,8 +5,8 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/ObjectIds.h"
 #include "livetrax/session/Playlists.h"
-#include "livetrax/session/PortConnections.h"
-#include "livetrax/session/Track.h"
+#include "livetrax/session/SessionPorts.h"
+#include "livetrax/session/TrackParts.h"
 #include "patch/RecorderNames.h"
 
 #include <algorithm>
@@ -22,44 +22,67 @@ namespace {
 using Action = TrackDecision::Action;
 using Channels = std::vector<LV1Channel>;
 
-/// The audio tracks of a session as it was read, to be claimed by what they record.
-class ExistingTracks {
+/// An audio track of a session as it was read.
+struct ExistingTrack {
+    ExistingTrack(XMLElement route, SessionPorts::Number number)
+        : parts(route), number(number), wiring(parts.wiring()) {}
+    TrackParts parts;
+    SessionPorts::Number number;
+    std::vector<std::string> wiring;
+    bool claimed = false;
+};
+
+/// What an update needs of a session, read route by route: a tree is larger than any cache, so what is asked
+/// of a route is asked while it is there.
+struct SessionReading {
+    SessionReading(XMLElement root, const std::string &preferredDevice) {
+        DeviceCount devices;
+        for (const XMLElement route : root.firstChild("Routes").children("Route")) {
+            const SessionPorts::Number number = ports.read(route);
+            const Track track(route);
+            if (!track.isAudioTrack()) {
+                others.push_back(track);
+                continue;
+            }
+            tracks.emplace_back(route, number);
+            devices.add(track);
+        }
+        device = devices.most(preferredDevice);
+    }
+
+    std::vector<ExistingTrack> tracks;
+    std::vector<Track> others; ///< routes that are no audio tracks
+    SessionPorts ports;
+    std::string device;
+};
+
+/// The audio tracks of a session, to be claimed by what they record.
+class TrackClaims {
 public:
-    ExistingTracks(std::vector<Track> all, const std::string &device)
-        : tracks(std::move(all)), claimed(tracks.size(), false) {
-        for (std::size_t index = tracks.size(); index-- > 0;) {
-            const std::int64_t width = tracks[index].width();
-            const auto start = tracks[index].firstCapture(device);
+    TrackClaims(std::vector<ExistingTrack> &tracks, const std::string &device) {
+        for (auto track = tracks.rbegin(); track != tracks.rend(); ++track) {
+            const std::int64_t width = track->parts.input().width();
+            const auto start = track->parts.track().firstCapture(device);
             if ((width == 1 || width == 2) && start)
-                byStart[width == 2][*start].push_back(index);
+                byStart[width == 2][*start].push_back(&*track);
         }
     }
 
-    /// The first unclaimed track, in document order, of the channel's width and first input.
-    std::optional<Track> claim(const LV1Channel &channel) {
+    /// The first unclaimed track, in document order, of the channel's width and first input; may be null.
+    ExistingTrack *claim(const LV1Channel &channel) {
         auto &waiting = byStart[channel.stereo()];
         const auto found = waiting.find(std::int64_t{channel.inputIndex()} + 1);
         if (found == waiting.end() || found->second.empty())
-            return {};
-        const std::size_t index = found->second.back();
+            return nullptr;
+        ExistingTrack *const track = found->second.back();
         found->second.pop_back();
-        claimed[index] = true;
-        return tracks[index];
-    }
-
-    std::vector<Track> unclaimed() const {
-        std::vector<Track> left;
-        for (std::size_t index = 0; index < tracks.size(); ++index)
-            if (!claimed[index])
-                left.push_back(tracks[index]);
-        return left;
+        track->claimed = true;
+        return track;
     }
 
 private:
-    std::vector<Track> tracks;
-    std::vector<bool> claimed;
     /// For mono and for stereo tracks: by first capture number, the last in document order first.
-    std::array<std::unordered_map<std::int64_t, std::vector<std::size_t>>, 2> byStart;
+    std::array<std::unordered_map<std::int64_t, std::vector<ExistingTrack *>>, 2> byStart;
 };
 
 /// Copies tracks, or parts of them, from the base template into a session.
@@ -68,8 +91,9 @@ public:
     TrackMaker(XMLElement sessionRoot, XMLElement templateRoot, std::string device)
         : routes(sessionRoot.firstChild("Routes")), playlists(sessionRoot.firstChild("Playlists")),
           modelPlaylists(templateRoot.firstChild("Playlists")),
-          models(modelTracks(audioTracks(templateRoot))), namespaces(models.namespaces()), ids(sessionRoot),
-          device(std::move(device)) {}
+          models(modelTracks(audioTracks(templateRoot))), modelParts{TrackParts(models.mono.element()),
+                                                                     TrackParts(models.stereo.element())},
+          namespaces(models.namespaces()), ids(sessionRoot), device(std::move(device)) {}
 
     Track add(const LV1Channel &channel, std::size_t position) {
         const Track model = models.forWidth(channel.stereo() ? 2 : 1);
@@ -88,20 +112,23 @@ public:
     }
 
     /// Restores the outputs (ports and connections) of a track's direct outs: the recorder drops them when it
-    /// runs on a device with fewer outputs.
-    void repairDirectOuts(Track track) {
-        const std::int64_t width = track.width();
-        const std::vector<DirectOut> modelOuts = models.forWidth(width).directOuts();
-        if (modelOuts.empty() || !IO::outputOf(modelOuts.front().element()))
-            return;
+    /// runs on a device with fewer outputs. Tells whether it had to.
+    bool repairDirectOuts(const TrackParts &track) {
+        const std::int64_t width = track.input().width();
+        const TrackParts &model = modelParts[width == 2];
+        if (model.directOuts().empty() || !IO::outputOf(model.directOuts().front().element()))
+            return false;
+        bool repaired = false;
         for (DirectOut out : track.directOuts()) {
             const IO output = IO::outputOf(out.element());
             if (output.width() >= width && output.isConnected())
                 continue;
-            const XMLElement made = out.takeOutputFrom(modelOuts.front());
+            const XMLElement made = out.takeOutputFrom(model.directOuts().front());
             ids.renumber(made, {});
             useDevice(made, device);
+            repaired = true;
         }
+        return repaired;
     }
 
     const std::vector<std::string> &givenNamespaces() const { return namespaces; }
@@ -112,6 +139,7 @@ private:
     XMLElement playlists;
     XMLElement modelPlaylists;
     ModelTracks models;
+    std::array<TrackParts, 2> modelParts; ///< of the mono and the stereo one
     std::vector<std::string> namespaces;
     ObjectIds ids;
     std::string device;
@@ -123,8 +151,8 @@ struct Look {
     std::optional<std::string> color;
     bool armed;
 
-    explicit Look(Track track)
-        : name(track.name()), order(track.order()), color(track.color()), armed(track.isArmed()) {}
+    explicit Look(const TrackParts &track)
+        : name(track.track().name()), order(track.order()), color(track.color()), armed(track.isArmed()) {}
 };
 
 /// What became of a track that stays.
@@ -143,23 +171,6 @@ TrackDecision kept(const LV1Channel &channel, const Look &before, const Look &af
     note(before.color, after.color, made.was.color);
     note(before.armed, after.armed, made.was.armed);
     return made;
-}
-
-/// What a track's inputs and direct outs are connected to outside of the session, with a blank entry between
-/// ports.
-std::vector<std::string> wiring(Track track) {
-    std::vector<std::string> found;
-    const auto read = [&](IO io) {
-        for (const XMLElement port : io.ports()) {
-            IO::forEachConnection(port,
-                                  [&](XMLAttribute, std::string_view other) { found.emplace_back(other); });
-            found.emplace_back();
-        }
-    };
-    read(track.input());
-    for (const DirectOut out : track.directOuts())
-        read(IO::outputOf(out.element()));
-    return found;
 }
 
 /// Whether a port is connected, within the session or on a device; an empty one is any.
@@ -184,74 +195,74 @@ UpdateResult counted(const std::vector<TrackDecision> &tracks) {
 class TreeUpdate {
 public:
     TreeUpdate(XMLElement sessionRoot, XMLElement templateRoot, const Channels &channels)
-        : root(sessionRoot), channels(channels),
-          device(deviceOf(audioTracks(root), deviceOf(audioTracks(templateRoot)))),
-          maker(root, templateRoot, device), playlists(root) {
-        ExistingTracks existing(audioTracks(root), device);
+        : root(sessionRoot), channels(channels), session(root, deviceOf(audioTracks(templateRoot))),
+          maker(root, templateRoot, session.device), playlists(root) {
+        TrackClaims existing(session.tracks, session.device);
         for (const LV1Channel &channel : channels)
             claims.push_back(existing.claim(channel));
-        leaving = existing.unclaimed();
-        for (const XMLElement route : root.firstChild("Routes").children("Route"))
-            if (std::none_of(leaving.begin(), leaving.end(),
-                             [&](Track track) { return track.element() == route; }))
-                playlists.keepFor(Track(route));
-        for (const auto &track : claims) {
-            wiringBefore.push_back(track ? wiring(*track) : std::vector<std::string>());
-            if (track)
-                maker.repairDirectOuts(*track);
-        }
+        for (const Track route : session.others)
+            playlists.keepFor(route);
+        for (const ExistingTrack &track : session.tracks)
+            if (track.claimed)
+                playlists.keepFor(track.parts.track());
+        for (const ExistingTrack *track : claims)
+            if (track != nullptr && maker.repairDirectOuts(track->parts))
+                session.ports.readAgain(track->number);
     }
 
     UpdatePlan run() {
-        PortConnections connections(root.firstChild("Routes"));
         UpdatePlan plan;
         for (std::size_t position = 0; position < channels.size(); ++position)
-            plan.tracks.push_back(claims[position] ? reconfigure(*claims[position], position)
-                                                   : add(position, connections));
-        for (const Track track : leaving)
-            plan.tracks.push_back(remove(track, connections));
-        connections.follow();
+            plan.tracks.push_back(claims[position] != nullptr ? reconfigure(*claims[position], position)
+                                                              : add(position));
+        for (const ExistingTrack &track : session.tracks)
+            if (!track.claimed)
+                plan.tracks.push_back(remove(track));
+        session.ports.follow();
         maker.storeIds(root);
-        settleEnginePorts(root, channels);
+        settleEnginePorts(session.ports.all(root), channels);
         for (std::size_t position = 0; position < channels.size(); ++position)
-            if (claims[position])
+            if (claims[position] != nullptr)
                 noteWiring(*claims[position], position, plan.tracks[position]);
         plan.result = counted(plan.tracks);
         return plan;
     }
 
 private:
-    TrackDecision reconfigure(Track track, std::size_t position) {
+    TrackDecision reconfigure(ExistingTrack &existing, std::size_t position) {
+        TrackParts &track = existing.parts;
         const Look before(track);
-        const std::int64_t takes = playlists.takes(track);
-        LiveTraxGenerator::configure(track.element(), playlists.named(track), channels[position], position,
-                                     maker.givenNamespaces());
+        const std::int64_t takes = playlists.takes(track.track());
+        track.configure(playlists.named(track.track()), channels[position], position,
+                        maker.givenNamespaces());
+        session.ports.changed(existing.number);
         return kept(channels[position], before, Look(track), takes);
     }
 
     /// Once all direct outs have found their places.
-    void noteWiring(Track track, std::size_t position, TrackDecision &made) const {
-        made.rewired = wiring(track) != wiringBefore[position];
+    void noteWiring(const ExistingTrack &track, std::size_t position, TrackDecision &made) const {
+        made.rewired = track.parts.wiring() != track.wiring;
         if (made.rewired)
             made.action = Action::change;
         std::int64_t input = channels[position].inputIndex();
-        for (const XMLElement port : track.input().ports()) {
-            if (!isConnected(port, device))
+        for (const XMLElement port : track.parts.input().ports()) {
+            if (!isConnected(port, session.device))
                 made.silentInputs.push_back(input);
             ++input;
         }
     }
 
-    TrackDecision add(std::size_t position, PortConnections &connections) {
+    TrackDecision add(std::size_t position) {
         const LV1Channel &channel = channels[position];
         const Track made = maker.add(channel, position);
         playlists.keepFor(made);
-        connections.added(made);
+        session.ports.added(made.element());
         return {Action::add, channel.name(), channel.inputIndex(), channel.stereo(), {}};
     }
 
-    TrackDecision remove(Track track, PortConnections &connections) {
-        const auto start = track.firstCapture(device);
+    TrackDecision remove(const ExistingTrack &leaving) {
+        Track track = leaving.parts.track();
+        const auto start = track.firstCapture(session.device);
         TrackDecision made{Action::remove,
                            track.name().value_or(""),
                            start ? std::optional(std::max<std::int64_t>(*start, 1) - 1) : std::nullopt,
@@ -259,19 +270,17 @@ private:
                            {},
                            playlists.takes(track)};
         playlists.removeNamed(track);
-        connections.removed(track);
+        session.ports.removed(leaving.number);
         track.element().remove();
         return made;
     }
 
     XMLElement root;
     const Channels &channels;
-    std::string device;
+    SessionReading session;
     TrackMaker maker;
     Playlists playlists;
-    std::vector<std::optional<Track>> claims;           ///< for each channel
-    std::vector<std::vector<std::string>> wiringBefore; ///< of each of these
-    std::vector<Track> leaving;
+    std::vector<ExistingTrack *> claims; ///< for each channel; may be null
 };
 
 } // namespace
