@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <functional>
 
 namespace corvane::cli {
 namespace {
@@ -57,6 +58,131 @@ TEST(Checklist, EverythingIsThereInTheOrderInWhichItIsSetUp) {
     EXPECT_THAT(names, ElementsAre("console", "patch", "LiveTrax", "OSC surface", "port 3819", "port 8000",
                                    "device", "folder", "space", "session", "in step", "recordings", "history",
                                    "recovery data"));
+}
+
+TEST(Checklist, OnAMachineThatIsReadyEachLineSaysWhatWasFound) {
+    std::vector<std::string> lines;
+    for (const Check &check : checklist(ready()))
+        lines.push_back(check.name + ": " + check.text + check.advice);
+    EXPECT_THAT(
+        lines,
+        ElementsAre(
+            "console: FOH (10.0.0.1:5000) was heard by multicast 0.4 s ago and has accepted the link.",
+            "patch: 2 channels, 3 inputs.", "LiveTrax: LiveTrax 3 is installed.",
+            "OSC surface: It is on in the preferences “\u2068LiveTrax3\u2069”.",
+            "port 3819: It is free for LiveTrax.", "port 8000: It is free for Corvane.",
+            "device: New sessions are made for “\u2068CoreAudio;;Waves SoundGrid\u2069”, and so was the "
+            "session.",
+            "folder: “\u2068/Shows\u2069” can be written to.",
+            "space: 723 h 22 min of recording left on “\u2068Shows\u2069”: 3 inputs at 96 kHz, 32 bit.",
+            "session: “\u2068/Shows/Gig\u2069” can be read and written.",
+            "in step: The session has the console's patch.",
+            "recordings: A sync would take out no recorded track.",
+            "history: 2 copies are kept, the newest of 2026-01-31T19:04:05.250+01:00.",
+            "recovery data: There is none."));
+}
+
+TEST(Checklist, EachLineThatIsNotAsItShouldBeSaysWhatToDo) {
+    struct Row {
+        std::function<void(CheckFacts &)> change;
+        Check becomes;
+    };
+    const std::string device = "New sessions are made for “\u2068CoreAudio;;Waves SoundGrid\u2069”";
+    const std::string preferences = "in the preferences “\u2068LiveTrax3\u2069”.";
+    const Row rows[] = {
+        {[](CheckFacts &facts) { facts.console = {}; },
+         {"console", State::failed, "No LV1 host was heard.",
+          "See that the console is on and in this computer's network; --host and --port name one that is not "
+          "heard."}},
+        {[](CheckFacts &facts) { facts.channels.reset(); },
+         {"patch", State::failed, "The console's patch is not known."}},
+        {[](CheckFacts &facts) { facts.channels->clear(); },
+         {"patch", State::failed, "There are no channels to record.",
+          "Patch inputs to channels on the console."}},
+        {[](CheckFacts &facts) {
+             facts.channels = {mono("Vox", 24), mono("FX", 24)};
+         },
+         {"patch", State::failed,
+          "2 channels, 2 inputs. “\u2068Vox\u2069” and “\u2068FX\u2069” share SoundGrid input 25.",
+          "Change that on the console: no session can be made of it."}},
+        {[](CheckFacts &facts) { facts.recorder = {}; },
+         {"LiveTrax", State::failed, "LiveTrax 3 or LiveTrax 1 was not found in /Applications.",
+          "Install LiveTrax."}},
+        {[](CheckFacts &facts) { facts.recorder.runs = true; },
+         {"LiveTrax", State::ok, "LiveTrax 3 is installed and runs."}},
+        {[](CheckFacts &facts) { facts.recorder.problem = "They cannot be read."; },
+         {"OSC surface", State::failed, "They cannot be read.",
+          "Start LiveTrax by itself and quit it, so that it writes them anew."}},
+        {[](CheckFacts &facts) { facts.recorder.configuration.reset(); },
+         {"OSC surface", State::warning, "LiveTrax has no configuration yet " + preferences,
+          "Start LiveTrax once and quit it."}},
+        {[](CheckFacts &facts) { facts.recorder.configuration->surfaceActive = false; },
+         {"OSC surface", State::warning, "It is off " + preferences,
+          "Have Corvane start LiveTrax: that switches it on."}},
+        {[](CheckFacts &facts) {
+             facts.listening = {Holder::liveTrax, "LiveTrax3 (process 7)"};
+         },
+         {"port 3819", State::ok, "LiveTrax listens there: LiveTrax3 (process 7)."}},
+        {[](CheckFacts &facts) {
+             facts.listening = {Holder::other, "Mail (process 7)"};
+         },
+         {"port 3819", State::failed, "It is held by Mail (process 7).",
+          "Quit that program: LiveTrax has to listen there."}},
+        {[](CheckFacts &facts) { facts.recorder.runs = true; },
+         {"port 3819", State::failed, "LiveTrax runs and does not listen there.",
+          "Quit LiveTrax and have Corvane start it."}},
+        {[](CheckFacts &facts) {
+             facts.replies = {Holder::corvane, "corvane (process 7)"};
+         },
+         {"port 8000", State::ok, "Corvane listens there: corvane (process 7)."}},
+        {[](CheckFacts &facts) {
+             facts.replies = {Holder::other, "Mail (process 7)"};
+         },
+         {"port 8000", State::failed, "It is held by Mail (process 7).",
+          "Quit that program: LiveTrax's answers come to this port."}},
+        {[](CheckFacts &facts) { facts.session.reset(); },
+         {"device", State::ok, device + ".", "LiveTrax's Audio/MIDI Setup has to name the same device."}},
+        {[](CheckFacts &facts) { facts.session->made->device = "JACK;;"; },
+         {"device", State::warning, device + ", the session for “\u2068JACK;;\u2069”.",
+          "See which of the two LiveTrax's Audio/MIDI Setup names."}},
+        {[](CheckFacts &facts) { facts.folder->problem = "It is full."; },
+         {"folder", State::failed, "It is full.", "Choose another folder, or see to its rights."}},
+        {[](CheckFacts &facts) { facts.folder->exists = false; },
+         {"folder", State::ok, "“\u2068/Shows\u2069” is not there yet and can be made."}},
+        {[](CheckFacts &facts) {
+             facts.folder->volume.reset();
+             facts.session->place.volume.reset();
+         },
+         {"space", State::warning, "It cannot be told how much is free."}},
+        {[](CheckFacts &facts) { facts.session->place.problem = "It is read-only."; },
+         {"session", State::failed, "It is read-only.", "See to the rights of the folder."}},
+        {[](CheckFacts &facts) {
+             facts.session->plan->tracks = {{TrackDecision::Action::remove, "Vox", 24, false, {}, 1},
+                                            {TrackDecision::Action::remove, "Sax", 25, false, {}, 2}};
+         },
+         {"recordings", State::warning,
+          "A sync would take out 2 recorded tracks: “\u2068Vox\u2069”, “\u2068Sax\u2069”.",
+          "Patch these channels on the console again, or save the session under another name first."}},
+        {[](CheckFacts &facts) { facts.session->copies = 1; },
+         {"history", State::ok, "1 copy is kept, the newest of 2026-01-31T19:04:05.250+01:00."}},
+        {[](CheckFacts &facts) { facts.session->copies = 0; },
+         {"history", State::warning, "No copy is kept of the session as it was before it was changed.",
+          "Save a copy of the session in LiveTrax."}},
+        {[](CheckFacts &facts) {
+             facts.session->copies = 0;
+             facts.session->wasUpdated = false;
+         },
+         {"history", State::ok, "No copy yet: the first is kept when Corvane first changes the session."}},
+        {[](CheckFacts &facts) { facts.session->recoveryData = true; },
+         {"recovery data", State::failed, "LiveTrax was not closed properly while recording.",
+          "Open the session in LiveTrax once and have it recover the recording."}},
+    };
+    for (const Row &row : rows) {
+        auto facts = ready();
+        row.change(facts);
+        const Check check = checkOf(facts, row.becomes.name);
+        EXPECT_EQ(row.becomes, check) << check.text << '\n' << check.advice;
+    }
 }
 
 TEST(Checklist, WithoutFolderAndSessionNothingIsSaidOfThem) {

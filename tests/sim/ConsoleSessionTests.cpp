@@ -196,6 +196,14 @@ TEST_F(ConsoleSessionTest, ReportsWhatAClientThatLeavesStillOwed) {
                                      "the client left in the middle of a frame"));
 }
 
+TEST_F(ConsoleSessionTest, ReportsAClientThatLeavesWithoutHavingIntroducedItself) {
+    receive(first);
+    now += 250ms;
+    receive(second);
+    session.end();
+    EXPECT_THAT(reports, ElementsAre("the client left without a /device_name"));
+}
+
 TEST(ConsoleState, TheBandHas24ChannelsMonoAndStereoOnInputsOfTheirOwn) {
     const auto state = bandOnStage();
     ASSERT_EQ(state.channels.size(), 24U);

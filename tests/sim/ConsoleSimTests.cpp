@@ -200,6 +200,18 @@ TEST_F(ConsoleSimTest, DropClosesEveryConnectionInOrder) {
     EXPECT_TRUE(client.hears("/Notify/Scene/Name \"Last\""));
 }
 
+TEST_F(ConsoleSimTest, DropClosesAConnectionThatHasNothingMoreToHear) {
+    Client client(sim.port());
+    client.greet();
+    ASSERT_TRUE(comes([&] { return client.hears("/Notify/Scene/Name \"Prueba de sonido\""); }));
+    sim.poll(); // the last of it is behind the console, too
+    command("drop");
+    EXPECT_TRUE(comes([&] {
+        client.take();
+        return client.closed;
+    }));
+}
+
 TEST_F(ConsoleSimTest, ResetBreaksEveryConnection) {
     Client client(sim.port());
     client.greet();

@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace corvane {
@@ -53,6 +54,15 @@ bool withoutInterfaceLists(const std::function<void()> &action) {
                        action);
 }
 
+bool withoutHardLinks(const std::function<void()> &action) {
+    std::vector filter{loaded(offsetof(seccomp_data, nr)), unless(__NR_linkat, 1), refused};
+#ifdef __NR_link
+    filter.insert(filter.end(), {unless(__NR_link, 1), refused});
+#endif
+    filter.push_back(allowed);
+    return runFiltered(std::move(filter), action);
+}
+
 } // namespace corvane
 
 #else
@@ -64,6 +74,10 @@ bool withoutSocketOptions(const std::function<void()> &) {
 }
 
 bool withoutInterfaceLists(const std::function<void()> &) {
+    return false;
+}
+
+bool withoutHardLinks(const std::function<void()> &) {
     return false;
 }
 

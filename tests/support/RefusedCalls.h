@@ -13,4 +13,7 @@ bool withoutSocketOptions(const std::function<void()> &action);
 /// The same, where the system cannot be asked for its network interfaces or for changes of them.
 bool withoutInterfaceLists(const std::function<void()> &action);
 
+/// The same, where no file gets a second name, as on a drive that was formatted for cameras.
+bool withoutHardLinks(const std::function<void()> &action);
+
 } // namespace corvane

@@ -1,5 +1,6 @@
 #include "platform/files/FileHandle.h"
 #include "platform/files/Files.h"
+#include "tests/support/RefusedCalls.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -312,6 +313,23 @@ TEST(Files, ACopyNeverReplacesWhatIsThere) {
               "The file “" + backup.string() + "” could not be written: File exists.");
     EXPECT_EQ(textOf(backup), "old");
     EXPECT_EQ(TemporaryFolder::entries(folder.path()), 2);
+}
+
+TEST(Files, ADriveWithoutHardLinksGetsItsCopyAndNothingThereIsReplacedEither) {
+    const TemporaryFolder folder;
+    const fs::path file = folder.write("config", "new");
+    const fs::path backup = folder.write("backup", "old");
+    const bool isRun = withoutHardLinks([&] {
+        EXPECT_NE(::link(file.c_str(), (folder / "second").c_str()), 0);
+        EXPECT_EQ(errorOf([&] { copyFile(file, backup); }),
+                  "The file “" + backup.string() + "” could not be written: File exists.");
+        copyFile(file, folder / "copy");
+    });
+    if (!isRun)
+        GTEST_SKIP() << "this system refuses no calls";
+    EXPECT_EQ(textOf(backup), "old");
+    EXPECT_EQ(textOf(folder / "copy"), "new");
+    EXPECT_EQ(TemporaryFolder::entries(folder.path()), 3);
 }
 
 TEST(Files, ACopyThatFailsLeavesNothing) {

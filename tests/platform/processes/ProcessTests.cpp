@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -127,6 +128,48 @@ TEST_F(ProcessTest, AProgramIsStartedAlsoWhenOurStandardDescriptorsAreClosed) {
     int status = -1;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
+    EXPECT_THAT(printed("descriptor"), ElementsAre("0 /dev/null", "1 " + log.string(), "2 " + log.string()));
+}
+
+/// Leaves this program so many descriptors and no more.
+class FewDescriptors {
+public:
+    explicit FewDescriptors(std::size_t left) {
+        ::getrlimit(RLIMIT_NOFILE, &previous);
+        constexpr rlim_t few = 64;
+        const rlimit limit{few, previous.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+        for (int taken = 0; (taken = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) >= 0;)
+            held.push_back(taken);
+        EXPECT_GE(held.size(), left);
+        for (; left > 0; --left, held.pop_back())
+            ::close(held.back());
+    }
+    ~FewDescriptors() {
+        for (const int descriptor : held)
+            ::close(descriptor);
+        ::setrlimit(RLIMIT_NOFILE, &previous);
+    }
+
+private:
+    rlimit previous{};
+    std::vector<int> held;
+};
+
+TEST_F(ProcessTest, AProgramThatCannotGetItsDescriptorsIsNotStartedAndThatIsSaid) {
+    const auto output = FileHandle::openForAppending(log);
+    std::size_t left = 0;
+    for (bool isStarted = false; !isStarted; ++left) {
+        ASSERT_LT(left, 20U);
+        const FewDescriptors few(left);
+        try {
+            launcher.start({probe, {}, {}}, output);
+            isStarted = true;
+        } catch (const FileError &error) {
+            EXPECT_THAT(error.what(), HasSubstr("could not be started: Too many open files."));
+        }
+    }
+    EXPECT_GT(left, 3U); // a pipe, and then some for the program itself
     EXPECT_THAT(printed("descriptor"), ElementsAre("0 /dev/null", "1 " + log.string(), "2 " + log.string()));
 }
 
