@@ -40,7 +40,7 @@ std::optional<struct stat> statusOf(const Path &path) {
 /// Follows the links that the last component may be, to a place where nothing need be yet.
 Path followingLinks(Path path) {
     constexpr int mostLinks = 40; // as many as Linux follows
-    for (int links = 0; links < mostLinks; ++links) {
+    for (int links = 0; links <= mostLinks; ++links) {
         struct stat status {};
         if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode))
             return path;

@@ -203,6 +203,23 @@ TEST(Files, ALinkToItselfIsAnErrorOfTheSystem) {
     EXPECT_FALSE(fileExists(folder / "a"));
 }
 
+TEST(Files, AsManyLinksAreFollowedAsTheSystemFollows) {
+    const TemporaryFolder folder;
+    fs::path last = folder.write("config", "old");
+    const auto link = [&](int number) {
+        fs::create_symlink(last.filename(), folder / std::to_string(number));
+        last = folder / std::to_string(number);
+    };
+    for (int number = 1; number <= 40; ++number)
+        link(number);
+    replaceFileAtomically(last, "new");
+    EXPECT_EQ(textOf(last), "new");
+    link(41);
+    EXPECT_FALSE(fileExists(last));
+    EXPECT_THAT(errorOf([&] { replaceFileAtomically(last, "x"); }), HasSubstr("Too many levels"));
+    EXPECT_EQ(textOf(folder / "config"), "new");
+}
+
 TEST(Files, WhatCannotBeWrittenWholeLeavesTheOldFileAndNoTemporaryOne) {
     const TemporaryFolder folder;
     const fs::path file = folder.write("Show.ardour", "old");
@@ -415,6 +432,14 @@ TEST(FileHandle, AFullDiskIsToldInASentence) {
     const FileHandle handle = FileHandle::openForAppending("/dev/full");
     EXPECT_EQ(errorOf([&] { handle.write("x"); }),
               "The file “/dev/full” could not be written: No space left on device.");
+}
+
+TEST(FileHandle, WhatTheSystemSaysAtItsCloseIsTold) {
+    const TemporaryFolder folder;
+    FileHandle handle = FileHandle::openForAppending(folder / "log");
+    ::close(handle.fileDescriptor()); // as a server that is gone refuses it
+    EXPECT_THAT(errorOf([&] { handle.close(); }), HasSubstr("could not be written: Bad file descriptor."));
+    EXPECT_LT(handle.fileDescriptor(), 0);
 }
 
 TEST(FileHandle, AFolderCannotBeAppendedTo) {
