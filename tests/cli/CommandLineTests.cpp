@@ -114,6 +114,11 @@ TEST(CommandLine, AFormatIsOneOfThreeWords) {
     EXPECT_EQ("--format: 1 is not one of table, json, csv", refused({"patch", "--format", "1"}));
 }
 
+TEST(CommandLine, ATimeIsANumberOfSeconds) {
+    for (const std::string wrong : {"soon", "5s", "", "-1", "nan", "1e12"})
+        EXPECT_EQ("--for: is not a number of seconds: " + wrong, refused({"hosts", "--for", wrong}));
+}
+
 TEST(CommandLine, AWordThatIsNoCommandIsNamed) {
     EXPECT_EQ("“\u2068foo\u2069” is no command of corvanectl; --help lists them.", refused({"foo"}));
     EXPECT_EQ("“\u2068dance\u2069” is no command of corvanectl; --help lists them.",

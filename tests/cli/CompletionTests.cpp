@@ -1,5 +1,6 @@
 #include "cli/Completion.h"
 
+#include "base/Text.h"
 #include "cli/CommandLine.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <regex>
 
 namespace corvane::cli {
 namespace {
@@ -47,6 +49,17 @@ TEST(Completion, EveryShellKnowsEveryCommandAndEveryOption) {
                 }
         }
     }
+}
+
+TEST(Completion, EveryLineForFishIsOneCompletion) {
+    const std::regex line("complete -c corvanectl(?: -f|(?: -n (?:__fish_use_subcommand|'[^']+')"
+                          "(?: -[lsa] [a-z-]+| -[xrF]| -a '[^']+')* -d '[^']+'))");
+    auto lines = nonEmptyLines(completion("fish", commandTree()));
+    ASSERT_FALSE(lines.empty());
+    EXPECT_THAT(lines.front(), testing::StartsWith("# "));
+    lines.erase(lines.begin());
+    for (const std::string &each : lines)
+        EXPECT_TRUE(std::regex_match(each, line)) << each;
 }
 
 /// What bash offers after these words, with what only later versions of it know taken away.

@@ -3,6 +3,7 @@
 #include "tests/support/BuiltFiles.h"
 
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 namespace corvane::cli {
@@ -22,14 +23,15 @@ protected:
         fake.folder.write("home/Library/Application Support/Corvane/livetrax.log", text);
     }
 
-    /// A session that LiveTrax had open, with the base template's tracks, and one that is gone.
+    /// A session that LiveTrax had open, with a track of a name, and one that is gone.
     void knowSessions() {
         const auto shows = fake.folder / "Secret Shows";
         std::filesystem::create_directories(shows / "Late Set");
         std::ifstream seed(seedTemplate());
         std::stringstream text;
         text << seed.rdbuf();
-        fake.folder.write("Secret Shows/Late Set/Late Set.ardour", text.str());
+        fake.folder.write("Secret Shows/Late Set/Late Set.ardour",
+                          std::regex_replace(text.str(), std::regex("name=\"183\""), "name=\"Uncle Joe\""));
         fake.folder.write("home/Library/Preferences/LiveTrax3/recent",
                           "Late Set\n" + (shows / "Late Set").string() + "\nMatinee\n" +
                               (shows / "Matinee").string() + "\n");
@@ -70,6 +72,39 @@ TEST_F(DiagnoseCommandTest, TellsWhatSupportAsksFor) {
     EXPECT_EQ((json{"one", "two"}), found["log"]);
 }
 
+/// In the order of the alphabet.
+std::string namesIn(const json &object) {
+    std::string names;
+    for (const auto &[name, value] : object.items())
+        names += (names.empty() ? "" : " ") + name;
+    return names;
+}
+
+TEST_F(DiagnoseCommandTest, EachFindingHasItsName) {
+    fake.folder.write(
+        "home/Library/Preferences/LiveTrax3/config",
+        "<Ardour><Config><Option name=\"osc-port\" value=\"3819\"/></Config><ControlProtocols>"
+        "<Protocol name=\"Open Sound Control (OSC)\" active=\"1\"/></ControlProtocols></Ardour>");
+    const json found = diagnose({"--names"});
+    EXPECT_EQ("console corvane defaults interfaces liveTrax log ports system", namesIn(found));
+    EXPECT_EQ("compiler libraries version", namesIn(found["corvane"]));
+    EXPECT_EQ("Asio CLI11 libxml2 nlohmann-json", namesIn(found["corvane"]["libraries"]));
+    EXPECT_EQ("computer name", namesIn(found["system"]));
+    for (const json &interface : found["interfaces"])
+        EXPECT_EQ("addresses multicast name up", namesIn(interface));
+    EXPECT_EQ("counters errors hosts status", namesIn(found["console"]));
+    EXPECT_EQ("accepted announcements droppedAnnouncements frames links malformedColours malformedPatches "
+              "malformedScenes messages millisecondsSinceLastMessage pings reconnects refusedAnnouncements "
+              "refusedHeaders skippedChannels unreadableFrames",
+              namesIn(found["console"]["counters"]));
+    EXPECT_EQ("configuration preferences program runs sessionsRemembered target", namesIn(found["liveTrax"]));
+    EXPECT_EQ("devices options surfaceActive surfaceIsOn", namesIn(found["liveTrax"]["configuration"]));
+    EXPECT_EQ(true, found["liveTrax"]["configuration"]["surfaceActive"]);
+    EXPECT_EQ(3819, found["ports"][0]["port"]);
+    EXPECT_EQ(8000, found["ports"][1]["port"]);
+    EXPECT_EQ(13337, found["ports"][2]["port"]);
+}
+
 TEST_F(DiagnoseCommandTest, CountsTheLinksThatWereMadeAnewAndTheFramesThatHoldNoMessage) {
     begin({"diagnose", "--json"});
     announce("FOH", "10.0.0.1", 5000);
@@ -100,11 +135,12 @@ TEST_F(DiagnoseCommandTest, TheLogsLastTwoHundredLinesAreEnough) {
 TEST_F(DiagnoseCommandTest, NoNameIsToldUnlessTheyAreAskedFor) {
     knowSessions();
     fake.defaults->set("CorvaneLastSession", (fake.folder / "Secret Shows/Late Set").string());
-    log("Opening Late Set, then Matinee\nTrack Aunt Mary is armed; Mono Model too\nScene Encore\n"
+    log("Opening Late Set, then Matinee\nTrack Aunt Mary is armed; Uncle Joe too\nScene Encore\n"
         "Reading " +
         (fake.folder / "home/Music/x").string() + "\nWriting /srv/Shows of Bob/x\n");
     const std::string found = diagnose().dump();
-    for (const char *name : {"Late Set", "Matinee", "Aunt Mary", "Encore", "Secret", "Bob", "Music"})
+    for (const char *name :
+         {"Late Set", "Matinee", "Aunt Mary", "Uncle Joe", "Encore", "Secret", "Bob", "Music"})
         EXPECT_THAT(found, Not(HasSubstr(name)));
     EXPECT_THAT(found, Not(HasSubstr(fake.folder.path().string())));
     EXPECT_THAT(found, Not(HasSubstr("Front of House"))) << "the computer's name";
@@ -126,6 +162,54 @@ TEST_F(DiagnoseCommandTest, WithoutAConsoleAndWithoutLiveTraxThereIsStillAReport
     EXPECT_EQ(status::done, outcome->status);
     EXPECT_THAT(output.printed, AllOf(HasSubstr("corvane\n  version: "), HasSubstr("  hosts\n    none\n"),
                                       HasSubstr("  target: -\n"), HasSubstr("log\n  none\n")));
+}
+
+TEST_F(DiagnoseCommandTest, PeopleReadItIndentedSectionBySection) {
+    std::filesystem::remove_all(fake.folder / "Applications");
+    log("one\ntwo\n");
+    portHolders[8000] = {{4711, "/usr/bin/thunderbird"}};
+    begin({"diagnose", "--for", "1"});
+    fake.clock->advance(1s);
+    ASSERT_TRUE(ended());
+    const auto console = output.printed.find("console\n");
+    ASSERT_NE(std::string::npos, console);
+    EXPECT_EQ("console\n"
+              "  hosts\n"
+              "    none\n"
+              "  status: Buscando LV1 V17…\n"
+              "  errors\n"
+              "    none\n"
+              "  counters\n"
+              "    links: 0\n"
+              "    accepted: 0\n"
+              "    reconnects: 0\n"
+              "    frames: 0\n"
+              "    messages: 0\n"
+              "    pings: 0\n"
+              "    unreadableFrames: 0\n"
+              "    refusedHeaders: 0\n"
+              "    malformedPatches: 0\n"
+              "    skippedChannels: 0\n"
+              "    malformedColours: 0\n"
+              "    malformedScenes: 0\n"
+              "    announcements: 0\n"
+              "    refusedAnnouncements: 0\n"
+              "    droppedAnnouncements: 0\n"
+              "    millisecondsSinceLastMessage: -\n"
+              "liveTrax\n"
+              "  runs: false\n"
+              "  sessionsRemembered: 0\n"
+              "  target: -\n"
+              "ports\n"
+              "  port 3819, holders []\n"
+              "  port 8000, holders [\"thunderbird (process 4711)\"]\n"
+              "  port 13337, holders []\n"
+              "defaults\n"
+              "  none\n"
+              "log\n"
+              "  one\n"
+              "  two\n",
+              output.printed.substr(console));
 }
 
 TEST_F(DiagnoseCommandTest, SaveWritesItToAFileInstead) {

@@ -15,12 +15,26 @@ TEST(Redaction, NamesGoWhereverTheyStandAsWords) {
     EXPECT_EQ("the user … has no access", redaction.line("the user maria has no access"));
 }
 
+TEST(Redaction, AWordGoesOnWithLettersOfAnyScriptAndDigitsAndWithNothingElse) {
+    for (const std::string more : {"a", "z", "A", "Z", "0", "9", "é"}) {
+        EXPECT_EQ("on " + more + "Kick now", redaction.line("on " + more + "Kick now"));
+        EXPECT_EQ("on Kick" + more + " now", redaction.line("on Kick" + more + " now"));
+    }
+    for (const std::string other : {"@", "[", "{", ":", ".", "_", "-"})
+        EXPECT_EQ("on " + other + "…" + other, redaction.line("on " + other + "Kick" + other));
+    EXPECT_EQ("Kicker, …, OHM, …", redaction.line("Kicker, Kick, OHM, OH"));
+    EXPECT_EQ("……", Redaction("/home/x", {"<Vox>"}).line("<Vox><Vox>"));
+}
+
 TEST(Redaction, TheLongerNameGoesFirst) {
     EXPECT_EQ("… …", Redaction("/home/x", {"Vox", "Vox FX"}).line("Vox FX Vox"));
 }
 
 TEST(Redaction, WhatStandsInQuotesGoesWithThem) {
     EXPECT_EQ("Cannot open “…” and \"…\"", redaction.line("Cannot open “Gig” and \"The other\""));
+    EXPECT_EQ("Cannot open '…'", redaction.line("Cannot open 'Gig'"));
+    EXPECT_EQ("Cannot open `…'", redaction.line("Cannot open `The other'"));
+    EXPECT_EQ("“…”, “…” and “half", redaction.line("“Gig”, “The other” and “half"));
     EXPECT_EQ("Don't worry", redaction.line("Don't worry"));
 }
 
@@ -30,12 +44,18 @@ TEST(Redaction, APathIsTakenOutUpToTheEndOfTheLine) {
     EXPECT_EQ("Loading …", redaction.line("Loading /Users/mariana/Late Set"));
     EXPECT_EQ("session=…", redaction.line("session=/tmp/Late Set"));
     EXPECT_EQ("Loading …", redaction.line("Loading /dev/shm/Late Set"));
+    EXPECT_EQ("Loading …", redaction.line("Loading ~/Music/Late Set"));
+    EXPECT_EQ("…", redaction.line("/Volumes/Shows/Late Set"));
+    EXPECT_EQ("From /usr/share/x to …", redaction.line("From /usr/share/x to /Volumes/Shows"));
+    EXPECT_EQ("a full path: …", Redaction("/", {}).line("a full path: /Volumes/Shows"));
 }
 
 TEST(Redaction, TheSystemsPathsAndThoseOfTheLibraryStay) {
     for (const char *line :
          {"Using /Applications/LiveTrax3.app/Contents/lib", "Read /usr/share/x and /dev/null",
-          "3/4 time, and/or", "12 MB/s", "Synced: 24 tracks / 31 inputs"})
+          "Read /System/Library/x", "Read /Library/Audio/x", "Read /opt/x", "Read /proc/1/stat",
+          "Read /lib/x", "Read ../share/x", "Read ./x", "Read x~/y", "3/4 time, and/or", "12 MB/s",
+          "Synced: 24 tracks / 31 inputs", "Either/", "On /"})
         EXPECT_EQ(line, redaction.line(line));
     EXPECT_EQ("Read ~/Library/Preferences/LiveTrax3/config",
               redaction.line("Read /Users/maria/Library/Preferences/LiveTrax3/config"));

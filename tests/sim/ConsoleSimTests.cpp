@@ -26,10 +26,7 @@
 namespace corvane::sim {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::StartsWith;
 
 /// A console on a free port of the loopback interface, worked by the test's own thread.
 class ConsoleSimTest : public testing::Test {

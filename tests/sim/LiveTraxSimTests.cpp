@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace corvane {
@@ -40,21 +41,27 @@ TEST(LiveTraxSimOptions, OpensAFolderOrMakesOneFromATemplate) {
     EXPECT_EQ(making.templateName, "Corvane Friday");
 }
 
-TEST(LiveTraxSimOptions, AWrongCommandLineIsRefused) {
-    const std::vector<Lines> table = {
-        {},
-        {"-a", "-n", "-k"},
-        {"-a", "-n", "-k", "keys"},
-        {"-T", "name", "/shows/Friday"},
-        {"-N", "/shows/Friday"},
-        {"-T", "name", "-N", "/shows/Friday", "/shows/Saturday"},
-        {"/shows/Friday", "/shows/Saturday"},
-        {"-x", "/shows/Friday"},
-        {"/"},
+TEST(LiveTraxSimOptions, AWrongCommandLineIsRefusedAndThatIsSaid) {
+    const std::string usage = "usage: livetrax-sim -a -n -k KEYS (FOLDER | -T NAME -N FOLDER)";
+    const std::vector<std::pair<Lines, std::string>> table = {
+        {{}, usage},
+        {{"-a", "-n", "-k"}, "-k needs a value"},
+        {{"-a", "-n", "-k", "keys"}, usage},
+        {{"-T", "name", "/shows/Friday"}, "-T and -N go together"},
+        {{"-N", "/shows/Friday"}, "-T and -N go together"},
+        {{"-T", "name", "-N", "/shows/Friday", "/shows/Saturday"}, usage},
+        {{"/shows/Friday", "/shows/Saturday"}, "more than one session: /shows/Saturday"},
+        {{"-x", "/shows/Friday"}, "unknown option: -x"},
+        {{"/"}, "not a session folder: /"},
     };
-    for (const auto &arguments : table)
-        EXPECT_THROW(LiveTraxCommandLine::parse(arguments), LiveTraxSimUsageError)
-            << testing::PrintToString(arguments);
+    for (const auto &[arguments, message] : table) {
+        try {
+            LiveTraxCommandLine::parse(arguments);
+            ADD_FAILURE() << "is taken: " << testing::PrintToString(arguments);
+        } catch (const LiveTraxSimUsageError &error) {
+            EXPECT_EQ(message, error.what());
+        }
+    }
 }
 
 TEST(LiveTraxSimOptions, WordsChangeTheBehaviour) {

@@ -45,7 +45,7 @@ protected:
     }
 
     fs::path install(const std::string &name) const {
-        const fs::path program = folder / name;
+        fs::path program = folder / name;
         fs::create_directories(program.parent_path());
         fs::copy_file(probe, program);
         return program;
