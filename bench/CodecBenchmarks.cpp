@@ -97,6 +97,12 @@ void encodeLiblo(benchmark::State &state) {
 
 // ---- parse to owned values
 
+/// What somebody who uses another library fills: the standard library's containers.
+struct PlainMessage {
+    std::string address;
+    std::vector<OSCValue> values;
+};
+
 void parseCorvane(benchmark::State &state) {
     const auto message = messageOf(state.range(0));
     const auto bytes = encoded(message);
@@ -111,7 +117,7 @@ void parseOscpack(benchmark::State &state) {
     for (auto _ : state) {
         const osc::ReceivedPacket packet(reinterpret_cast<const char *>(bytes.data()), bytes.size());
         const osc::ReceivedMessage received(packet);
-        OSCMessage owned{received.AddressPattern(), {}};
+        PlainMessage owned{received.AddressPattern(), {}};
         owned.values.reserve(received.ArgumentCount());
         for (auto argument = received.ArgumentsBegin(); argument != received.ArgumentsEnd(); ++argument) {
             if (argument->IsInt32())
@@ -137,7 +143,7 @@ void parseLiblo(benchmark::State &state) {
         const char *types = lo_message_get_types(received);
         lo_arg **arguments = lo_message_get_argv(received);
         const auto count = static_cast<std::size_t>(lo_message_get_argc(received));
-        OSCMessage owned{reinterpret_cast<const char *>(copy.data()), {}};
+        PlainMessage owned{reinterpret_cast<const char *>(copy.data()), {}};
         owned.values.reserve(count);
         for (std::size_t i = 0; i < count; ++i) {
             if (types[i] == 'i')
@@ -197,6 +203,18 @@ void framesInOneRead(benchmark::State &state) {
                            benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
+/// The same with messages that are read.
+void messagesInOneRead(benchmark::State &state) {
+    const auto stream = frames(1000, encoded(messageOf(state.range(0))));
+    OSCCodec::Bytes buffer;
+    buffer.reserve(stream.size());
+    for (auto _ : state) {
+        buffer.assign(stream.begin(), stream.end());
+        benchmark::DoNotOptimize(OSCCodec::readFrames(buffer));
+    }
+    state.SetItemsProcessed(state.iterations() * 1000);
+}
+
 void frameByteByByte(benchmark::State &state) {
     const auto stream = frames(1, encoded(colourMessage()));
     for (auto _ : state) {
@@ -228,6 +246,7 @@ void longestFrame(benchmark::State &state) {
 }
 
 BENCHMARK(framesInOneRead)->Arg(10)->Arg(1000)->Arg(10000)->Arg(100000);
+BENCHMARK(messagesInOneRead)->Arg(0)->Arg(1);
 BENCHMARK(frameByteByByte);
 BENCHMARK(longestFrame)->Unit(benchmark::kMicrosecond);
 

@@ -49,6 +49,8 @@ def codec_rows(rows):
     print("|---|---|---|")
     for count in (10, 1000, 10000, 100000):
         print(f"| {count} frames in one read | {time(rows[f'framesInOneRead/{count}']['cpu'] / count)} | under 10 ns |")
+    for shape, title in (("0", "pings"), ("1", "colours")):
+        print(f"| 1000 {title} in one read, parsed | {time(rows[f'messagesInOneRead/{shape}']['cpu'] / 1000)} | |")
     print(f"| a frame byte by byte | {time(rows['frameByteByByte']['ns/byte'])} | |")
     print(f"| the longest frame in reads of 64 KiB | {time(rows['longestFrame']['cpu'])} for 2 MB | |")
     print()

@@ -33,13 +33,13 @@ std::size_t memoryOf(const std::vector<LV1Channel> &channels) {
     return size;
 }
 
-std::optional<LV1LinkEvent> readHandshake(const std::vector<OSCValue> &values) {
+std::optional<LV1LinkEvent> readHandshake(std::span<const OSCValue> values) {
     if (values.empty() || values.front() != OSCValue(std::int32_t{1}))
         return std::nullopt;
     return lv1::Accepted{};
 }
 
-std::optional<LV1LinkEvent> readScene(std::vector<OSCValue> values, LV1Counters::Traffic &traffic) {
+std::optional<LV1LinkEvent> readScene(std::span<OSCValue> values, LV1Counters::Traffic &traffic) {
     auto *name = values.empty() ? nullptr : std::get_if<std::string>(&values.front());
     if (!name) {
         ++traffic.malformedScenes;
@@ -54,15 +54,15 @@ std::optional<LV1LinkEvent> LV1Notifications::read(OSCMessage message, LV1Counte
     if (message.address == "/handshake")
         return readHandshake(message.values);
     if (message.address == "/Notify/IOConnections")
-        return readPatch(std::move(message.values), traffic);
+        return readPatch(message.values, traffic);
     if (message.address == "/Notify/TrackColor")
         return readColour(message.values, traffic);
     if (message.address == "/Notify/Scene/Name")
-        return readScene(std::move(message.values), traffic);
+        return readScene(message.values, traffic);
     return std::nullopt;
 }
 
-std::optional<LV1LinkEvent> LV1Notifications::readPatch(std::vector<OSCValue> values,
+std::optional<LV1LinkEvent> LV1Notifications::readPatch(std::span<OSCValue> values,
                                                         LV1Counters::Traffic &traffic) {
     const auto *count = values.empty() ? nullptr : std::get_if<std::int32_t>(&values.front());
     if (count && *count < 0)
@@ -110,7 +110,7 @@ std::optional<LV1Channel> LV1Notifications::channel(OSCValue *record) const {
     return channel;
 }
 
-std::optional<LV1LinkEvent> LV1Notifications::readColour(const std::vector<OSCValue> &values,
+std::optional<LV1LinkEvent> LV1Notifications::readColour(std::span<const OSCValue> values,
                                                          LV1Counters::Traffic &traffic) {
     const bool isLongEnough = values.size() >= valuesPerColour;
     const auto *group = isLongEnough ? std::get_if<std::int32_t>(&values[0]) : nullptr;

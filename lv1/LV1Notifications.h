@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -31,9 +32,8 @@ private:
         float blue;
     };
 
-    std::optional<LV1LinkEvent> readPatch(std::vector<OSCValue> values, LV1Counters::Traffic &traffic);
-    std::optional<LV1LinkEvent> readColour(const std::vector<OSCValue> &values,
-                                           LV1Counters::Traffic &traffic);
+    std::optional<LV1LinkEvent> readPatch(std::span<OSCValue> values, LV1Counters::Traffic &traffic);
+    std::optional<LV1LinkEvent> readColour(std::span<const OSCValue> values, LV1Counters::Traffic &traffic);
     std::optional<LV1Channel> channel(OSCValue *record) const;
 
     /// The last patch, with colours applied.

@@ -156,7 +156,7 @@ std::size_t lengthOf(const std::uint8_t *start, std::size_t count) {
 
 /// A text's bytes up to its NUL; moves `offset` behind the padding, possibly past the end. None when there is
 /// no NUL. Most texts are a few words of ASCII, which one look at each word settles.
-std::optional<Text> readBytes(OSCCodec::ByteView bytes, std::size_t &offset) {
+[[gnu::always_inline]] inline std::optional<Text> readBytes(OSCCodec::ByteView bytes, std::size_t &offset) {
     if (offset >= bytes.size())
         return std::nullopt;
     constexpr std::uint64_t ones = 0x0101010101010101, highBits = 0x8080808080808080;
@@ -200,15 +200,15 @@ bool remains(OSCCodec::ByteView bytes, std::size_t offset, std::size_t count) {
 
 /// Appends a text of the message. Most are short enough to stand in the string itself, and then it is cheaper
 /// to copy a fixed number of bytes and cut them off than to copy as many as there are.
-void appendText(std::vector<OSCValue> &values, std::string_view text, OSCCodec::ByteView bytes) {
+void appendText(OSCValues &values, std::string_view text, OSCCodec::ByteView bytes) {
     constexpr std::size_t fixed = 15;
     const auto *const end = reinterpret_cast<const char *>(bytes.data() + bytes.size());
     if (text.empty() || text.size() > fixed || static_cast<std::size_t>(end - text.data()) < fixed) {
         values.emplace_back(std::in_place_type<std::string>, text);
         return;
     }
-    values.emplace_back(std::in_place_type<std::string>, text.data(), fixed);
-    std::get_if<std::string>(&values.back())->resize(text.size());
+    auto &value = values.emplace_back(std::in_place_type<std::string>, text.data(), fixed);
+    std::get_if<std::string>(&value)->resize(text.size());
 }
 
 /// The least number of four-byte words that the argument of a tag takes; more than there can be for a tag
@@ -233,7 +233,7 @@ bool canHold(std::string_view tags, std::size_t room) {
 }
 
 /// Reads the argument of `tag` at `offset` and moves it on; false when it is cut short.
-bool readArgument(char tag, OSCCodec::ByteView bytes, std::size_t &offset, std::vector<OSCValue> &values) {
+bool readArgument(char tag, OSCCodec::ByteView bytes, std::size_t &offset, OSCValues &values) {
     switch (tag) {
     case 'i':
         if (!remains(bytes, offset, 4))
@@ -271,6 +271,48 @@ bool readArgument(char tag, OSCCodec::ByteView bytes, std::size_t &offset, std::
         values.emplace_back(tag == 'T');
         return true;
     }
+}
+
+/// The beginning of a message: its address and its tags, behind which the arguments are at `offset`.
+struct Head {
+    std::string_view address;
+    std::string_view tags;
+    std::size_t offset;
+};
+
+/// None when there is no such beginning, or too little behind it for the tags.
+std::optional<Head> readHead(OSCCodec::ByteView bytes) {
+    std::size_t offset = 0;
+    const auto address = readString(bytes, offset);
+    if (!address)
+        return std::nullopt;
+    // Every byte of the tags is looked at below, so they need no look at their UTF-8.
+    const auto tags = readBytes(bytes, offset);
+    if (!tags || !tags->bytes.starts_with(','))
+        return std::nullopt;
+    const std::string_view arguments = tags->bytes.substr(1);
+    if (!canHold(arguments, bytes.size() - std::min(offset, bytes.size())))
+        return std::nullopt;
+    return Head{*address, arguments, offset};
+}
+
+/// Appends the arguments behind a head; false when one is cut short.
+bool readArguments(const Head &head, OSCCodec::ByteView bytes, OSCValues &values) {
+    std::size_t offset = head.offset;
+    values.reserve(head.tags.size());
+    for (const char tag : head.tags) {
+        if (!readArgument(tag, bytes, offset, values))
+            return false;
+    }
+    return true;
+}
+
+/// Built where it is returned: a message is dear to move.
+std::optional<OSCMessage> completed(const Head &head, OSCCodec::ByteView bytes) {
+    std::optional<OSCMessage> message(std::in_place, head.address);
+    if (!readArguments(head, bytes, message->values))
+        message.reset();
+    return message;
 }
 
 } // namespace
@@ -332,8 +374,12 @@ std::vector<OSCMessage> OSCCodec::readFrames(Bytes &buffer, std::size_t *frames)
         const std::size_t length = load<std::uint32_t>(all.data() + offset);
         if (!remains(all, offset, frameHeaderSize + length))
             break;
-        if (auto message = parse(all.subspan(offset + frameHeaderSize, length)))
-            messages.push_back(std::move(*message));
+        const auto payload = all.subspan(offset + frameHeaderSize, length);
+        if (const auto head = readHead(payload)) {
+            messages.emplace_back(head->address);
+            if (!readArguments(*head, payload, messages.back().values))
+                messages.pop_back();
+        }
         offset += frameHeaderSize + length;
         ++count;
     }
@@ -351,26 +397,8 @@ bool OSCCodec::isRefused(ByteView buffer) {
 }
 
 std::optional<OSCMessage> OSCCodec::parse(ByteView bytes) {
-    std::size_t offset = 0;
-    const auto address = readString(bytes, offset);
-    if (!address)
-        return std::nullopt;
-    // Every byte of the tags is looked at below, so they need no look at their UTF-8.
-    const auto tags = readBytes(bytes, offset);
-    if (!tags || !tags->bytes.starts_with(','))
-        return std::nullopt;
-    const std::string_view arguments = tags->bytes.substr(1);
-    if (!canHold(arguments, bytes.size() - std::min(offset, bytes.size())))
-        return std::nullopt;
-
-    std::optional<OSCMessage> message(std::in_place);
-    message->address = *address;
-    message->values.reserve(arguments.size());
-    for (const char tag : arguments) {
-        if (!readArgument(tag, bytes, offset, message->values))
-            return std::nullopt;
-    }
-    return message;
+    const auto head = readHead(bytes);
+    return head ? completed(*head, bytes) : std::nullopt;
 }
 
 } // namespace corvane

@@ -223,12 +223,13 @@ void ConsoleSession::end() {
 }
 
 void ConsoleSession::sendPatch() {
-    std::vector<OSCValue> values{static_cast<std::int32_t>(state.channels.size())};
+    OSCValues values{static_cast<std::int32_t>(state.channels.size())};
     for (const auto &channel : state.channels) {
         const OSCValue record[] = {channel.name(),       channel.stereo() ? 1 : 0, channel.driver(),
                                    channel.inputIndex(), channel.sourceType(),     channel.sourceIndex(),
                                    std::int32_t{0}};
-        values.insert(values.end(), std::begin(record), std::end(record));
+        for (const OSCValue &value : record)
+            values.push_back(value);
     }
     send("/Notify/IOConnections", values);
 }
@@ -245,7 +246,7 @@ void ConsoleSession::sendScene() {
     send("/Notify/Scene/Name", {state.scene});
 }
 
-void ConsoleSession::send(const std::string &address, const std::vector<OSCValue> &values) {
+void ConsoleSession::send(const std::string &address, const OSCValues &values) {
     if (accepted && onSend)
         onSend(OSCCodec::frame(OSCCodec::message(address, values)));
 }

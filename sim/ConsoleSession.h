@@ -51,7 +51,7 @@ private:
     void accept();
     void handleDeviceName(const OSCMessage &message);
     void handlePong(const OSCMessage &message);
-    void send(const std::string &address, const std::vector<OSCValue> &values);
+    void send(const std::string &address, const OSCValues &values);
     void report(const std::string &text) const;
 
     const ConsoleState &state;
@@ -63,7 +63,7 @@ private:
     bool introduced = false;
     std::int32_t pingNumber = 0;
     /// The values of the pings that have not been answered.
-    std::deque<std::vector<OSCValue>> unanswered;
+    std::deque<OSCValues> unanswered;
 };
 
 /// A message as text: its address and its values.

@@ -120,7 +120,7 @@ struct LiveTraxOSC::Surface : std::enable_shared_from_this<Surface> {
     using DeliveryPointer = std::shared_ptr<Delivery>;
     DeliveryPointer beginDelivery(std::size_t messages, SendCompletion done);
     /// Sends a message of a delivery after sendDelay, if there is a connection then.
-    void send(const std::string &address, const std::vector<OSCValue> &values, DeliveryPointer delivery);
+    void send(const std::string &address, const OSCValues &values, DeliveryPointer delivery);
     void sent(const DeliveryPointer &delivery, const std::string &address, SendResult result);
     void refused();
     void finish(const DeliveryPointer &delivery);
@@ -280,7 +280,7 @@ LiveTraxOSC::Surface::DeliveryPointer LiveTraxOSC::Surface::beginDelivery(std::s
     return deliveries.emplace_back(std::make_shared<Delivery>(Delivery{messages, std::move(done)}));
 }
 
-void LiveTraxOSC::Surface::send(const std::string &address, const std::vector<OSCValue> &values,
+void LiveTraxOSC::Surface::send(const std::string &address, const OSCValues &values,
                                 DeliveryPointer delivery) {
     open();
     auto transmission = [address, datagram = OSCCodec::message(address, values),
@@ -386,8 +386,7 @@ LiveTraxOSC::SendCompletion LiveTraxOSC::onMain(SendCompletion completion) const
     };
 }
 
-void LiveTraxOSC::send(const std::string &address, const std::vector<OSCValue> &values,
-                       SendCompletion completion) {
+void LiveTraxOSC::send(const std::string &address, const OSCValues &values, SendCompletion completion) {
     queue->post(weakly(std::weak_ptr(surface),
                        [address, values, done = onMain(std::move(completion))](Surface &alive) {
                            alive.send(address, values, alive.beginDelivery(1, done));

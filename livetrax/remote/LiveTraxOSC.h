@@ -52,8 +52,7 @@ public:
     /// Sends one message after 40 ms, opening the connection first if needed. `completion`, when given, runs
     /// 100 ms after the message was sent, long enough for a refusal (ICMP) to come back, or as soon as the
     /// message is known to be refused or lost.
-    void send(const std::string &address, const std::vector<OSCValue> &values = {},
-              SendCompletion completion = {});
+    void send(const std::string &address, const OSCValues &values = {}, SendCompletion completion = {});
     /// Asks for the transport's state. `completion` runs once, with none when LiveTrax did not answer within
     /// 2.5 s. A query made while one is pending replaces it, and the first one's completion never runs.
     void queryTransport(QueryCompletion completion);

@@ -17,7 +17,8 @@ struct AnnouncementCase {
 class RefusedAnnouncement : public testing::TestWithParam<AnnouncementCase> {};
 
 std::vector<OSCValue> announcedValues(const LV1Endpoint &endpoint) {
-    return OSCCodec::parse(announcement(endpoint))->values;
+    const auto message = OSCCodec::parse(announcement(endpoint)).value();
+    return {message.values.begin(), message.values.end()};
 }
 
 std::optional<LV1Endpoint> read(const std::string &address, const std::vector<OSCValue> &values) {

@@ -80,7 +80,7 @@ TEST(OSCFraming, TheLongestFrameIsReadWhenItsLastByteIsThere) {
     buffer.push_back(whole.back());
     const auto messages = OSCCodec::readFrames(buffer);
     ASSERT_EQ(messages.size(), 1U);
-    EXPECT_EQ(messages[0].values, std::vector<V>{V(std::string(text.begin(), text.end()))});
+    EXPECT_EQ(messages[0].values, OSCValues{V(std::string(text.begin(), text.end()))});
     EXPECT_TRUE(buffer.empty());
 }
 
@@ -114,7 +114,7 @@ OSCBytes randomStream(std::mt19937 &random) {
                 stream = stream + header(random() % 2 == 0 ? 0 : 2'000'000);
             break;
         default: {
-            std::vector<V> values;
+            OSCValues values;
             for (auto count = random() % 6; count > 0; --count) {
                 if (random() % 2 == 0)
                     values.emplace_back(static_cast<std::int32_t>(random()));

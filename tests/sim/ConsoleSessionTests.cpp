@@ -135,7 +135,7 @@ TEST_F(ConsoleSessionTest, ReportsAWrongIntroduction) {
     receive(first);
     now += 250ms;
     receive(second);
-    const auto introduce = [&](std::vector<OSCValue> values) {
+    const auto introduce = [&](OSCValues values) {
         reports.clear();
         receive(OSCMessage{"/device_name", std::move(values)});
         EXPECT_EQ(reports.size(), 2U);

@@ -190,9 +190,9 @@ TEST_F(LiveTraxSimTest, AnswersOfTheTransport) {
          {Row{"", 0, 0, 0}, Row{"rolling", 1, 0, 0}, Row{"armed", 0, 1, 0}, Row{"recording", 1, 1, 1}}) {
         home.write("shows/Friday/Friday.ardour", templateText);
         auto sim = start(opening(), row.words);
-        EXPECT_EQ(sim.handle({"/transport_speed", {}})->values, std::vector<V>{row.speed}) << row.words;
-        EXPECT_EQ(sim.handle({"/record_enabled", {}})->values, std::vector<V>{row.armed}) << row.words;
-        EXPECT_EQ(sim.handle({"/is_recording", {}})->values, std::vector<V>{row.recording}) << row.words;
+        EXPECT_EQ(sim.handle({"/transport_speed", {}})->values, OSCValues{row.speed}) << row.words;
+        EXPECT_EQ(sim.handle({"/record_enabled", {}})->values, OSCValues{row.armed}) << row.words;
+        EXPECT_EQ(sim.handle({"/is_recording", {}})->values, OSCValues{row.recording}) << row.words;
     }
 }
 
@@ -236,7 +236,7 @@ TEST_F(LiveTraxSimTest, ANameThatComesWhenThePlayheadHasMovedOnNamesNothing) {
     EXPECT_EQ(log.back(), "no marker under the playhead to be called Verse");
     sim.handle({"/save_state", {}});
     EXPECT_EQ(markersInFile(), (Lines{"mark1 at a564480000"}));
-    EXPECT_EQ(sim.handle({"/is_recording", {}})->values, std::vector<V>{1});
+    EXPECT_EQ(sim.handle({"/is_recording", {}})->values, OSCValues{1});
 }
 
 TEST_F(LiveTraxSimTest, AMarkerThatIsDroppedWithItsNameHasItWhateverTheTransportDoes) {
@@ -259,9 +259,9 @@ TEST_F(LiveTraxSimTest, TheNameOfAMarkerThatExistsIsAPlaceToGoToAndEndsARecordin
     sim.handle({"/add_marker", {}});
     sim.handle({"/marker", {V("Solo")}});
     EXPECT_EQ(log.back(), "goes to the marker Solo");
-    EXPECT_EQ(sim.handle({"/transport_speed", {}})->values, std::vector<V>{0.0F});
-    EXPECT_EQ(sim.handle({"/record_enabled", {}})->values, std::vector<V>{0});
-    EXPECT_EQ(sim.handle({"/is_recording", {}})->values, std::vector<V>{0});
+    EXPECT_EQ(sim.handle({"/transport_speed", {}})->values, OSCValues{0.0F});
+    EXPECT_EQ(sim.handle({"/record_enabled", {}})->values, OSCValues{0});
+    EXPECT_EQ(sim.handle({"/is_recording", {}})->values, OSCValues{0});
     sim.handle({"/add_marker", {V("here")}});
     sim.handle({"/save_state", {}});
     EXPECT_EQ(markersInFile(), (Lines{"Solo at a282240000", "mark1 at a1411200000", "here at a282240000"}));

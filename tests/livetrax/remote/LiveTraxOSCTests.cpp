@@ -260,7 +260,7 @@ TEST_F(LiveTraxOSCTest, TrimmingKnowsBlanksBeyondASCII) {
     client->addSceneMarker("\xC2\xA0\xE3\x80\x80Verse\xC2\xA0\x32\xE2\x80\xA8");
     advance(130ms);
     ASSERT_EQ(connection().sent.size(), 2U);
-    EXPECT_EQ(OSCCodec::parse(connection().sent[1].datagram)->values, std::vector<V>{"Verse\xC2\xA0\x32"});
+    EXPECT_EQ(OSCCodec::parse(connection().sent[1].datagram)->values, OSCValues{"Verse\xC2\xA0\x32"});
 }
 
 TEST_F(LiveTraxOSCTest, ABlankMarkerSendsNothing) {
