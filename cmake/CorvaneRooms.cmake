@@ -71,6 +71,22 @@ function(corvane_program name)
     corvane_warnings(${name})
 endfunction()
 
+# The headers that nearly every test includes, compiled once: a quarter of the tests' time in the compiler. Not with ccache,
+# which does better without, nor with Qt's tests, whose flags differ, nor with clang, which wants the same definitions.
+function(corvane_precompiled_headers test)
+    if(CMAKE_CXX_COMPILER_LAUNCHER OR NOT CMAKE_CXX_COMPILER_ID STREQUAL "GNU" OR Qt6::Test IN_LIST ARGN)
+        return()
+    endif()
+    get_property(owner GLOBAL PROPERTY corvane_owner_of_headers)
+    if(owner)
+        target_precompile_headers(${test} REUSE_FROM ${owner})
+    else()
+        set_property(GLOBAL PROPERTY corvane_owner_of_headers ${test})
+        target_precompile_headers(${test} PRIVATE <gmock/gmock.h> <gtest/gtest.h> <chrono> <filesystem> <fstream>
+            <functional> <memory> <optional> <sstream> <string> <vector>)
+    endif()
+endfunction()
+
 # corvane_test(NAME SOURCES ... DEPENDS ... [TIMEOUT seconds] [RESOURCE_LOCK name] [LABELS ...])
 # One GoogleTest program whose every test is a test of ctest, in a process of its own; a sanitizer has five times as
 # long. Of those that name the same lock one runs at a time.
@@ -89,6 +105,7 @@ function(corvane_test name)
     add_executable(${name} ${TEST_SOURCES})
     target_link_libraries(${name} PRIVATE ${TEST_DEPENDS} corvane::test_support GTest::gmock GTest::gtest_main)
     corvane_warnings(${name})
+    corvane_precompiled_headers(${name} ${TEST_DEPENDS})
     gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT ${TEST_TIMEOUT} ${lock} LABELS "${TEST_LABELS}")
 endfunction()
