@@ -6,6 +6,7 @@
 #include "platform/files/Files.h"
 #include "platform/memory/CurrentArena.h"
 
+#include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlsave.h>
@@ -197,6 +198,11 @@ public:
         context.reset(required(xmlNewParserCtxt()));
         context->_private = this;
         events().serror = note;
+        // Nobody looks elements up by their ids: attributes need not be asked whether they are one.
+        events().startDocument = [](void *parser) {
+            static_cast<xmlParserCtxtPtr>(parser)->loadsubset |= XML_SKIP_IDS;
+            xmlSAX2StartDocument(parser);
+        };
     }
     Parser(const Parser &) = delete;
     Parser &operator=(const Parser &) = delete;
@@ -359,6 +365,10 @@ std::string XMLAttribute::value() const {
 
 void XMLAttribute::setValue(std::string_view value) {
     const xmlAttrPtr node = XMLHandles::node(*this);
+    const xmlNodePtr text = node->children;
+    if (text != nullptr && text->next == nullptr && text->type == XML_TEXT_NODE &&
+        view(text->content) == value)
+        return; // most of what an update sets stands there already
     const AllocatingFor document(node->parent);
     required(xmlSetNsProp(node->parent, node->ns, node->name, xml(holdableByXML(value).c_str())));
 }
