@@ -52,9 +52,11 @@ std::vector<SlotClaim *> withoutSettled(std::vector<SlotClaim> &all, TakenChanne
     return queue;
 }
 
-void reassign(std::vector<SlotClaim> &all) {
+/// Tells whether any was moved.
+bool reassign(std::vector<SlotClaim> &all) {
     TakenChannels taken;
     std::int64_t candidate = 1;
+    bool moved = false;
     for (SlotClaim *const claim : withoutSettled(all, taken)) {
         if (claim->slot >= 1 && taken.isFree(claim->slot, claim->width)) {
             taken.take(claim->slot, claim->width);
@@ -65,9 +67,11 @@ void reassign(std::vector<SlotClaim> &all) {
         while (!taken.isFree(candidate, claim->width))
             candidate = addingChecked(candidate, std::int64_t{1});
         claim->moveTo(candidate);
+        moved = true;
         taken.take(candidate, claim->width);
         candidate = addingChecked(candidate, claim->width);
     }
+    return moved;
 }
 
 bool needsAny(const std::vector<LV1Channel> &channels, std::int64_t first, std::int64_t width) {
@@ -146,11 +150,12 @@ void EnginePorts::addElement(XMLElement element) {
         names.push_back(*std::move(name));
 }
 
-void session::settleEnginePorts(EnginePorts all, const std::vector<LV1Channel> &channels) {
+bool session::settleEnginePorts(EnginePorts all, const std::vector<LV1Channel> &channels) {
     restoreBusSlots(all.claims, channels);
-    reassign(all.claims);
+    const bool moved = reassign(all.claims);
     expectUniqueNames(all.names);
     expectUniqueSlots(all.claims);
+    return moved;
 }
 
 } // namespace corvane

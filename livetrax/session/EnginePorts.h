@@ -43,8 +43,8 @@ struct EnginePorts {
 /// Makes a session's port names and playback channels consistent. First, direct outs of buses whose slot the
 /// recorder has written as 0 get their slots back, unless a channel of the console needs them; then every
 /// direct out gets a run of playback channels of its own; last, port names and direct-out ids are checked to
-/// be unique. The last two are what three operations of LiveTraxGenerator do one by one. Throws
-/// GeneratorError. Internal to livetrax/session.
-void settleEnginePorts(EnginePorts all, const std::vector<LV1Channel> &channels);
+/// be unique. The last two are what three operations of LiveTraxGenerator do one by one. Tells whether a
+/// direct out was connected anew. Throws GeneratorError. Internal to livetrax/session.
+bool settleEnginePorts(EnginePorts all, const std::vector<LV1Channel> &channels);
 
 } // namespace corvane::session

@@ -66,7 +66,7 @@ bool hasRoutes(XMLElement root) {
 /// Whether a track is the channel's to an update: by what it records on the session's device.
 bool records(Track track, const LV1Channel &channel, const std::string &device) {
     return track.width() == (channel.stereo() ? 2 : 1) &&
-           track.firstCapture(device) == std::int64_t{channel.inputIndex()} + 1 &&
+           track.captures().first(device) == std::int64_t{channel.inputIndex()} + 1 &&
            isRecorded(*track.name(), channel.name());
 }
 

@@ -3,15 +3,6 @@
 #include <utility>
 
 namespace corvane::session {
-namespace {
-
-const std::size_t *find(const std::unordered_map<std::string, std::size_t> &index,
-                        const std::optional<std::string> &text) {
-    const auto found = text ? index.find(*text) : index.end();
-    return found == index.end() ? nullptr : &found->second;
-}
-
-} // namespace
 
 Playlists::Playlists(XMLElement root) {
     for (const char *list : {"Playlists", "UnusedPlaylists"}) {
@@ -26,43 +17,41 @@ Playlists::Playlists(XMLElement root) {
     }
 }
 
-const std::size_t *Playlists::idOf(Track track) const {
-    return find(byId, track.playlist());
+Playlists::Reference Playlists::of(Track track) const {
+    const auto text = track.playlist();
+    if (!text)
+        return {};
+    if (const auto found = byId.find(*text); found != byId.end())
+        return {found->second};
+    const auto found = byName.find(*text);
+    return found == byName.end() ? Reference() : Reference{found->second, true};
 }
 
-const std::size_t *Playlists::nameOf(Track track) const {
-    return idOf(track) == nullptr ? find(byName, track.playlist()) : nullptr;
+XMLElement Playlists::named(Reference reference) const {
+    return reference.byName ? entries[*reference.entry].playlist : XMLElement();
 }
 
-XMLElement Playlists::named(Track track) const {
-    const std::size_t *const entry = nameOf(track);
-    return entry == nullptr ? XMLElement() : entries[*entry].playlist;
-}
-
-std::int64_t Playlists::takes(Track track) const {
-    const std::size_t *const byIdFound = idOf(track);
-    const std::size_t *const entry = byIdFound == nullptr ? nameOf(track) : byIdFound;
+std::int64_t Playlists::takes(Reference reference) const {
     std::int64_t count = 0;
-    if (entry != nullptr)
-        for (XMLElement region = entries[*entry].playlist.firstChild("Region"); region;
+    if (reference.entry)
+        for (XMLElement region = entries[*reference.entry].playlist.firstChild("Region"); region;
              region = region.next("Region"))
             ++count;
     return count;
 }
 
-void Playlists::keepFor(Track route) {
-    for (const std::size_t *const entry : {idOf(route), nameOf(route)})
-        if (entry != nullptr)
-            entries[*entry].kept = true;
+void Playlists::keep(Reference reference) {
+    if (reference.entry)
+        entries[*reference.entry].kept = true;
 }
 
-void Playlists::removeNamed(Track track) {
-    const std::size_t *const entry = nameOf(track);
-    if (entry == nullptr || entries[*entry].kept)
+void Playlists::removeNamed(Reference reference) {
+    if (!reference.byName || entries[*reference.entry].kept)
         return;
-    entries[*entry].playlist.remove();
-    entries[*entry].playlist = {};
-    entries[*entry].kept = true; // gone: no other track takes it away again
+    Entry &entry = entries[*reference.entry];
+    entry.playlist.remove();
+    entry.playlist = {};
+    entry.kept = true; // gone: no other track takes it away again
 }
 
 } // namespace corvane::session

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -17,14 +18,21 @@ class Playlists {
 public:
     explicit Playlists(XMLElement root);
 
-    /// The playlist that a track refers to by name; none when it names none or an unknown one.
-    XMLElement named(Track track) const;
-    /// How many recordings the playlist holds that a track refers to, by id or by name.
-    std::int64_t takes(Track track) const;
-    /// From now on the playlist that a route refers to, by id or by name, stays.
-    void keepFor(Track route);
-    /// Removes the playlist that a track names, unless it is kept for another route. Each goes once.
-    void removeNamed(Track track);
+    /// The playlist that a track refers to.
+    struct Reference {
+        std::optional<std::size_t> entry; ///< none when it names none or an unknown one
+        bool byName = false;              ///< else by id
+    };
+    Reference of(Track track) const;
+
+    /// The playlist where the track refers to it by name, else none.
+    XMLElement named(Reference reference) const;
+    /// How many recordings it holds.
+    std::int64_t takes(Reference reference) const;
+    /// From now on it stays.
+    void keep(Reference reference);
+    /// Removes it where the track refers to it by name, unless it is kept for another route. Each goes once.
+    void removeNamed(Reference reference);
 
 private:
     struct Entry {
@@ -36,8 +44,6 @@ private:
     std::vector<Entry> entries;
     Index byId;
     Index byName; ///< of several of a name the first
-    const std::size_t *idOf(Track track) const;
-    const std::size_t *nameOf(Track track) const;
 };
 
 } // namespace corvane::session

@@ -20,21 +20,20 @@ std::int64_t IO::width() const {
     return count;
 }
 
-std::optional<std::string> IO::firstConnectionText(std::string_view prefix, const std::string &device) const {
+std::optional<std::string> IO::firstConnectionText(std::string_view prefix) const {
     std::string buffer;
     for (const XMLElement port : ports()) {
         for (const XMLElement connection : port.children("ExtConnection")) {
             const XMLAttribute other = connection.findAttribute("other");
-            if (other && other.value(buffer).starts_with(prefix) &&
-                (device.empty() || connection.attributeIs("for", device)))
+            if (other && other.value(buffer).starts_with(prefix))
                 return other.value();
         }
     }
     return std::nullopt;
 }
 
-std::optional<std::int64_t> IO::firstConnection(std::string_view prefix, const std::string &device) const {
-    const auto text = firstConnectionText(prefix, device);
+std::optional<std::int64_t> IO::firstConnection(std::string_view prefix) const {
+    const auto text = firstConnectionText(prefix);
     return text ? integer(std::string_view(*text).substr(prefix.size())) : std::nullopt;
 }
 
@@ -65,6 +64,27 @@ void IO::nameSends(const std::string &name) {
         port.setExistingAttribute("name", name + "/audio_send " + std::to_string(number++));
 }
 
+Captures::Captures(IO input) {
+    std::string buffer;
+    for (const XMLElement port : input.ports()) {
+        for (const XMLElement connection : port.children("ExtConnection")) {
+            const XMLAttribute other = connection.findAttribute("other");
+            const std::string_view text = other ? other.value(buffer) : std::string_view();
+            if (text.starts_with(CAPTURE_PREFIX))
+                numbers.emplace_back(connection.attribute("for").value_or(""),
+                                     integer(text.substr(CAPTURE_PREFIX.size())));
+        }
+    }
+}
+
+std::optional<std::int64_t> Captures::first(const std::string &device) const {
+    if (numbers.empty())
+        return std::nullopt;
+    const auto own = std::find_if(numbers.begin(), numbers.end(),
+                                  [&](const auto &number) { return number.first == device; });
+    return !device.empty() && own != numbers.end() && own->second ? own->second : numbers.front().second;
+}
+
 bool DirectOut::is(XMLElement element) {
     return element.hasName("Processor") && element.attributeIs("role", "DirectOuts");
 }
@@ -83,6 +103,11 @@ void DirectOut::connect(std::int64_t firstChannel) {
     for (const XMLElement io : processor.children("IO"))
         if (io.attributeIs("direction", "Output"))
             IO(io).connect(PLAYBACK_PREFIX, firstChannel, PLAYBACK_PREFIX);
+}
+
+bool DirectOut::isWhole(std::int64_t width) const {
+    const IO output = IO::outputOf(processor);
+    return output.width() >= width && output.isConnected();
 }
 
 XMLElement DirectOut::takeOutputFrom(DirectOut model) {
@@ -106,11 +131,6 @@ bool Track::isAudioTrack() const {
 
 bool Track::isSurelyNoAudioTrack() const {
     return presentation().hasAttribute("flags") && !isAudioTrack();
-}
-
-std::optional<std::int64_t> Track::firstCapture(const std::string &device) const {
-    const auto own = device.empty() ? std::nullopt : input().firstConnection(CAPTURE_PREFIX, device);
-    return own ? own : input().firstConnection(CAPTURE_PREFIX);
 }
 
 std::vector<std::string> Track::devices() const {
@@ -202,7 +222,7 @@ ModelTracks modelTracks(const std::vector<Track> &tracks) {
 } // namespace session
 
 std::optional<std::int64_t> LiveTraxGenerator::captureStart(XMLElement route) {
-    return Track(route).firstCapture();
+    return Track(route).captures().first();
 }
 
 std::optional<std::int64_t> LiveTraxGenerator::firstPlaybackChannel(XMLElement element) {

@@ -62,12 +62,9 @@ public:
         for (const XMLElement port : ports())
             forEachConnection(port, visit);
     }
-    /// The first connection that begins with `prefix`, and the number that follows it there; with `device`,
-    /// of those that are made for it.
-    std::optional<std::string> firstConnectionText(std::string_view prefix,
-                                                   const std::string &device = "") const;
-    std::optional<std::int64_t> firstConnection(std::string_view prefix,
-                                                const std::string &device = "") const;
+    /// The first connection that begins with `prefix`, and the number that follows it there.
+    std::optional<std::string> firstConnectionText(std::string_view prefix) const;
+    std::optional<std::int64_t> firstConnection(std::string_view prefix) const;
     /// Whether any port is connected, to hardware or within the session.
     bool isConnected() const;
     XMLElement toElement() const { return element; }
@@ -79,6 +76,18 @@ public:
 
 private:
     XMLElement element;
+};
+
+/// The capture ports that a track's input is connected to, as they were when it was read.
+class Captures {
+public:
+    explicit Captures(IO input);
+    /// The number of the first; with `device`, of that device's before any other's.
+    std::optional<std::int64_t> first(const std::string &device = "") const;
+
+private:
+    /// In document order, by the devices that they are made for.
+    std::vector<std::pair<std::string, std::optional<std::int64_t>>> numbers;
 };
 
 /// The processor that sends a track to playback channels of its own.
@@ -94,6 +103,8 @@ public:
     void setSlot(const std::string &slot) { processor.setAttribute("bitslot", slot); }
     /// Redirects its playback connections, of all its outputs, to the run that begins with a channel.
     void connect(std::int64_t firstChannel);
+    /// Whether its output has at least so many ports, any of them connected.
+    bool isWhole(std::int64_t width) const;
     /// Takes a copy of a model's output in place of its own, which may be missing, and returns it.
     XMLElement takeOutputFrom(DirectOut model);
     /// The route that it stands in.
@@ -117,9 +128,7 @@ public:
     std::optional<std::string> order() const { return presentation().attribute("order"); }
     IO input() const { return IO::inputOf(route); }
     std::int64_t width() const { return input().width(); }
-    /// The number of the first capture port that its input is connected to; with `device`, of that device's
-    /// before any other's.
-    std::optional<std::int64_t> firstCapture(const std::string &device = "") const;
+    Captures captures() const { return Captures(input()); }
     /// The devices that its input is connected to, each once.
     std::vector<std::string> devices() const;
     /// The text before "/audio_" in the names of its own ports.

@@ -1,5 +1,7 @@
 #include "livetrax/session/TrackParts.h"
 
+#include <algorithm>
+
 namespace corvane::session {
 
 TrackParts::TrackParts(XMLElement element) : route(element) {
@@ -13,6 +15,11 @@ TrackParts::TrackParts(XMLElement element) : route(element) {
         else if (DirectOut::is(child))
             outs.emplace_back(child);
     }
+}
+
+bool TrackParts::hasWholeDirectOuts() const {
+    const std::int64_t width = recorded.width();
+    return std::all_of(outs.begin(), outs.end(), [&](DirectOut out) { return out.isWhole(width); });
 }
 
 std::vector<std::string> TrackParts::wiring() const {

@@ -19,6 +19,8 @@ public:
     Track track() const { return route; }
     IO input() const { return recorded; }
     const std::vector<DirectOut> &directOuts() const { return outs; }
+    /// Whether all direct outs can play what it records.
+    bool hasWholeDirectOuts() const;
     /// Its place from the top, counted from 1, and its colour, as they stand in the file.
     std::optional<std::string> order() const { return presentation.attribute("order"); }
     std::optional<std::string> color() const { return presentation.attribute("color"); }

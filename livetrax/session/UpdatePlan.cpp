@@ -24,10 +24,15 @@ using Channels = std::vector<LV1Channel>;
 
 /// An audio track of a session as it was read.
 struct ExistingTrack {
-    ExistingTrack(XMLElement route, SessionPorts::Number number)
-        : parts(route), number(number), wiring(parts.wiring()) {}
+    ExistingTrack(XMLElement route, SessionPorts::Number number, Playlists::Reference playlist)
+        : parts(route), number(number), playlist(playlist), captures(parts.input()),
+          width(parts.input().width()), isWhole(parts.hasWholeDirectOuts()), wiring(parts.wiring()) {}
     TrackParts parts;
     SessionPorts::Number number;
+    Playlists::Reference playlist;
+    Captures captures;
+    std::int64_t width;
+    bool isWhole; ///< its direct outs are
     std::vector<std::string> wiring;
     bool claimed = false;
 };
@@ -35,24 +40,25 @@ struct ExistingTrack {
 /// What an update needs of a session, read route by route: a tree is larger than any cache, so what is asked
 /// of a route is asked while it is there.
 struct SessionReading {
-    SessionReading(XMLElement root, const std::string &preferredDevice) {
+    SessionReading(XMLElement root, const std::string &preferredDevice) : playlists(root) {
         DeviceCount devices;
         for (const XMLElement route : root.firstChild("Routes").children("Route")) {
             const SessionPorts::Number number = ports.read(route);
             const Track track(route);
+            const Playlists::Reference playlist = playlists.of(track);
             if (!track.isAudioTrack()) {
-                others.push_back(track);
+                playlists.keep(playlist);
                 continue;
             }
-            tracks.emplace_back(route, number);
+            tracks.emplace_back(route, number, playlist);
             devices.add(track);
         }
         device = devices.most(preferredDevice);
     }
 
-    std::vector<ExistingTrack> tracks;
-    std::vector<Track> others; ///< routes that are no audio tracks
+    Playlists playlists;
     SessionPorts ports;
+    std::vector<ExistingTrack> tracks;
     std::string device;
 };
 
@@ -61,10 +67,9 @@ class TrackClaims {
 public:
     TrackClaims(std::vector<ExistingTrack> &tracks, const std::string &device) {
         for (auto track = tracks.rbegin(); track != tracks.rend(); ++track) {
-            const std::int64_t width = track->parts.input().width();
-            const auto start = track->parts.track().firstCapture(device);
-            if ((width == 1 || width == 2) && start)
-                byStart[width == 2][*start].push_back(&*track);
+            const auto start = track->captures.first(device);
+            if ((track->width == 1 || track->width == 2) && start)
+                byStart[track->width == 2][*start].push_back(&*track);
         }
     }
 
@@ -112,23 +117,18 @@ public:
     }
 
     /// Restores the outputs (ports and connections) of a track's direct outs: the recorder drops them when it
-    /// runs on a device with fewer outputs. Tells whether it had to.
-    bool repairDirectOuts(const TrackParts &track) {
-        const std::int64_t width = track.input().width();
+    /// runs on a device with fewer outputs.
+    void repairDirectOuts(const TrackParts &track, std::int64_t width) {
         const TrackParts &model = modelParts[width == 2];
         if (model.directOuts().empty() || !IO::outputOf(model.directOuts().front().element()))
-            return false;
-        bool repaired = false;
+            return;
         for (DirectOut out : track.directOuts()) {
-            const IO output = IO::outputOf(out.element());
-            if (output.width() >= width && output.isConnected())
+            if (out.isWhole(width))
                 continue;
             const XMLElement made = out.takeOutputFrom(model.directOuts().front());
             ids.renumber(made, {});
             useDevice(made, device);
-            repaired = true;
         }
-        return repaired;
     }
 
     const std::vector<std::string> &givenNamespaces() const { return namespaces; }
@@ -196,18 +196,19 @@ class TreeUpdate {
 public:
     TreeUpdate(XMLElement sessionRoot, XMLElement templateRoot, const Channels &channels)
         : root(sessionRoot), channels(channels), session(root, deviceOf(audioTracks(templateRoot))),
-          maker(root, templateRoot, session.device), playlists(root) {
+          maker(root, templateRoot, session.device) {
         TrackClaims existing(session.tracks, session.device);
         for (const LV1Channel &channel : channels)
             claims.push_back(existing.claim(channel));
-        for (const Track route : session.others)
-            playlists.keepFor(route);
-        for (const ExistingTrack &track : session.tracks)
-            if (track.claimed)
-                playlists.keepFor(track.parts.track());
-        for (const ExistingTrack *track : claims)
-            if (track != nullptr && maker.repairDirectOuts(track->parts))
+        for (const ExistingTrack *track : claims) {
+            if (track == nullptr)
+                continue;
+            session.playlists.keep(track->playlist);
+            if (!track->isWhole) {
+                maker.repairDirectOuts(track->parts, track->width);
                 session.ports.readAgain(track->number);
+            }
+        }
     }
 
     UpdatePlan run() {
@@ -220,10 +221,10 @@ public:
                 plan.tracks.push_back(remove(track));
         session.ports.follow();
         maker.storeIds(root);
-        settleEnginePorts(session.ports.all(root), channels);
+        const bool moved = settleEnginePorts(session.ports.all(root), channels);
         for (std::size_t position = 0; position < channels.size(); ++position)
             if (claims[position] != nullptr)
-                noteWiring(*claims[position], position, plan.tracks[position]);
+                conclude(*claims[position], moved, plan.tracks[position]);
         plan.result = counted(plan.tracks);
         return plan;
     }
@@ -231,20 +232,24 @@ public:
 private:
     TrackDecision reconfigure(ExistingTrack &existing, std::size_t position) {
         TrackParts &track = existing.parts;
+        const Playlists &playlists = session.playlists;
         const Look before(track);
-        const std::int64_t takes = playlists.takes(track.track());
-        track.configure(playlists.named(track.track()), channels[position], position,
+        const std::int64_t takes = playlists.takes(existing.playlist);
+        track.configure(playlists.named(existing.playlist), channels[position], position,
                         maker.givenNamespaces());
         session.ports.changed(existing.number);
-        return kept(channels[position], before, Look(track), takes);
+        TrackDecision made = kept(channels[position], before, Look(track), takes);
+        made.rewired = track.wiring() != existing.wiring;
+        return made;
     }
 
-    /// Once all direct outs have found their places.
-    void noteWiring(const ExistingTrack &track, std::size_t position, TrackDecision &made) const {
-        made.rewired = track.parts.wiring() != track.wiring;
+    /// Once all direct outs have found their places, and connections within the session have followed.
+    void conclude(const ExistingTrack &track, bool moved, TrackDecision &made) const {
+        if (moved)
+            made.rewired = track.parts.wiring() != track.wiring;
         if (made.rewired)
             made.action = Action::change;
-        std::int64_t input = channels[position].inputIndex();
+        std::int64_t input = *made.inputIndex;
         for (const XMLElement port : track.parts.input().ports()) {
             if (!isConnected(port, session.device))
                 made.silentInputs.push_back(input);
@@ -255,21 +260,21 @@ private:
     TrackDecision add(std::size_t position) {
         const LV1Channel &channel = channels[position];
         const Track made = maker.add(channel, position);
-        playlists.keepFor(made);
+        session.playlists.keep(session.playlists.of(made));
         session.ports.added(made.element());
         return {Action::add, channel.name(), channel.inputIndex(), channel.stereo(), {}};
     }
 
     TrackDecision remove(const ExistingTrack &leaving) {
         Track track = leaving.parts.track();
-        const auto start = track.firstCapture(session.device);
+        const auto start = leaving.captures.first(session.device);
         TrackDecision made{Action::remove,
                            track.name().value_or(""),
                            start ? std::optional(std::max<std::int64_t>(*start, 1) - 1) : std::nullopt,
-                           track.width() == 2,
+                           leaving.width == 2,
                            {},
-                           playlists.takes(track)};
-        playlists.removeNamed(track);
+                           session.playlists.takes(leaving.playlist)};
+        session.playlists.removeNamed(leaving.playlist);
         session.ports.removed(leaving.number);
         track.element().remove();
         return made;
@@ -279,7 +284,6 @@ private:
     const Channels &channels;
     SessionReading session;
     TrackMaker maker;
-    Playlists playlists;
     std::vector<ExistingTrack *> claims; ///< for each channel; may be null
 };
 
