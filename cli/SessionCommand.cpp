@@ -24,14 +24,16 @@ std::vector<LV1Channel> readPatchFile(const std::filesystem::path &file) {
 }
 
 void SessionCommand::start() {
-    prepare();
-    if (const auto &file = context.options.source.file)
+    if (const auto &file = context.options.source.file) {
         patchIs(readPatchFile(*file));
-    else
+    } else {
+        prepare(); // a console may take a while to answer
         PatchReadingCommand::start();
+    }
 }
 
 void SessionCommand::patchIs(const Channels &channels) {
+    prepare(); // LiveTrax may have been started meanwhile
     work(withFiniteColours(channels));
     end();
 }

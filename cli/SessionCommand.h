@@ -22,7 +22,8 @@ public:
 
 protected:
     void start() override;
-    /// Checks that do not need the channels; throws CommandFailure to refuse.
+    /// Checks that do not need the channels, made right before the work, and before a console is asked;
+    /// throws CommandFailure to refuse.
     virtual void prepare() {}
     /// The work on the channels. The command ends when this returns, and fails when it throws.
     virtual void work(const Channels &channels) = 0;

@@ -65,7 +65,6 @@ class CreateCommand : public SessionCommand {
     void work(const Channels &channels) override {
         const Platform &platform = context.platform;
         const Options &options = context.options;
-        prepare(); // LiveTrax may have been started while the console was asked
         if (channels.empty())
             throw nothingToRecord();
         context.output.progress("Making the session's template…");
@@ -99,7 +98,6 @@ class SyncCommand : public SessionCommand {
     void prepare() override { refuseWhileLiveTraxRuns(context.platform); }
 
     void work(const Channels &channels) override {
-        prepare(); // LiveTrax may have been started while the console was asked
         const Options &options = context.options;
         if (channels.empty() && !options.allowEmpty)
             throw nothingToRecord();

@@ -3,10 +3,14 @@
 #include "base/Text.h"
 #include "platform/files/Files.h"
 
+#include <array>
+#include <climits>
 #include <limits>
 #include <sstream>
 #include <string_view>
 #include <system_error>
+
+#include <unistd.h>
 
 namespace corvane {
 namespace {
@@ -66,14 +70,15 @@ std::vector<pid_t> processNumbers() {
 std::optional<fs::path> programOf(pid_t pid) {
     constexpr std::string_view deleted = " (deleted)";
     const fs::path link = processFolder(pid) / "exe";
-    std::error_code error;
-    const fs::path program = fs::read_symlink(link, error);
-    if (error)
+    // Asked of every process there is: std::filesystem would ask the system twice.
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = ::readlink(link.c_str(), target.data(), target.size());
+    if (length < 0)
         return std::nullopt;
-    const std::string text = program.string();
+    const std::string text(target.data(), static_cast<std::size_t>(length));
     // A file may really be called so.
-    if (!text.ends_with(deleted) || sameFile(link, program))
-        return program;
+    if (!text.ends_with(deleted) || sameFile(link, text))
+        return text;
     return text.substr(0, text.size() - deleted.size());
 }
 
