@@ -36,6 +36,13 @@ TEST(CommandTree, SaysWhatTheProgramTakes) {
     EXPECT_THAT(optionOf("hosts", "--for").words, IsEmpty());
 }
 
+TEST(CommandTree, SaysWhatHoldsWhereAnOptionIsLeftOut) {
+    EXPECT_EQ("How long to listen (3)", optionOf("hosts", "--for").description);
+    EXPECT_EQ("How long to watch; else until interrupted", optionOf("watch", "--for").description);
+    EXPECT_EQ("How long to listen for consoles (3)", optionOf("diagnose", "--for").description);
+    EXPECT_EQ("classic or named, else what CORVANE_MARKERS says", optionOf("marker", "--style").description);
+}
+
 TEST(Completion, EveryShellKnowsEveryCommandAndEveryOption) {
     const CommandTree tree = commandTree();
     for (const std::string &shell : shells()) {

@@ -311,6 +311,11 @@ TEST_F(HistoryCommandTest, ASessionWithoutCopiesIsAnEmptyList) {
     EXPECT_EQ((json{{"copies", json::array()}}), printedJson());
 }
 
+TEST_F(HistoryCommandTest, SaysWhatGoesOnWhileALongHistoryIsRead) {
+    EXPECT_EQ(status::done, run({"history", "nowhere"}).status);
+    EXPECT_EQ(std::vector<std::string>{"Looking for copies…"}, output.shown);
+}
+
 TEST_F(RestoreCommandTest, PutsTheNewestCopyBack) {
     const auto session = makeSession(band);
     const std::string before = fake.folder.read("out/Gig/Gig.ardour");

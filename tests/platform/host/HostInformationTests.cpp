@@ -59,13 +59,16 @@ TEST(HostInformation, EveryEthernetInterfaceHasItsAddress) {
 
 TEST(HostInformation, EveryUUIDIsNewAndOfVersion4) {
     std::set<std::string> seen;
+    std::set<std::string> fourthGroups;
     for (int i = 0; i < 100; ++i) {
         const std::string uuid = hostInformation().newUUID;
         EXPECT_THAT(uuid, testing::MatchesRegex(
                               "[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}"));
         seen.insert(uuid);
+        fourthGroups.insert(uuid.substr(19, 4));
     }
     EXPECT_EQ(seen.size(), 100U);
+    EXPECT_GT(fourthGroups.size(), 90U); // 14 bits of chance are in each
 }
 
 TEST(InterfaceList, LoopbackIsAmongTheInterfacesOnce) {
