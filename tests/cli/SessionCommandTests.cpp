@@ -201,6 +201,13 @@ TEST_F(SyncCommandTest, IsRefusedWhileLiveTraxRuns) {
     EXPECT_EQ(before, fake.folder.read("out/Gig/Gig.ardour"));
 }
 
+TEST_F(SyncCommandTest, AsksForEachLiveTraxOnceWhereNothingIsWaitedFor) {
+    const auto session = makeSession(band);
+    fake.applications->asked.clear();
+    EXPECT_EQ(0, run({"sync", session, "--from", patchFile({mono("Snare", 1, 2)})}).status);
+    EXPECT_EQ(2U, fake.applications->asked.size());
+}
+
 TEST_F(SyncCommandTest, IsRefusedWhenLiveTraxWasStartedWhileTheConsoleWasAsked) {
     const auto session = makeSession(band);
     const std::string before = fake.folder.read("out/Gig/Gig.ardour");

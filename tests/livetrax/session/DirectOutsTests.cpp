@@ -166,5 +166,34 @@ TEST_F(DirectOuts, OnlyThoseThatStandInTheTrackItselfAreItsOwn) {
     EXPECT_EQ(inner.attribute("bitslot"), "40");
 }
 
+TEST_F(DirectOuts, TheNamesOfARestoredOutputCountAsWell) {
+    platform.writeSession(kickWith("<Processor id=\"9\" role=\"DirectOuts\" name=\"Kick\" bitslot=\"0\"/>"));
+    EXPECT_EQ(refused({channel("Snare", 0, true), channel("Snare", 4)}).errorCase(),
+              Case::duplicateEnginePort);
+}
+
+TEST_F(DirectOuts, APlanTellsOfATrackThatHasToGiveWay) {
+    TrackText taken = bus(2);
+    taken.bitslot = "2";
+    platform.writeSession(sessionText({taken, track("Snare", 2, 1, 1)}));
+    const auto plan =
+        LiveTraxGenerator::plan(platform.platform, platform.sessionFolder(), {channel("Snare", 1)});
+    EXPECT_TRUE(plan.tracks.at(0).rewired);
+    EXPECT_EQ(plan.tracks.at(0).action, TrackDecision::Action::change);
+}
+
+TEST_F(DirectOuts, WhatStandsInAConnectionGoesWithIt) {
+    TrackText snare = track("Snare", 2, 1, 1);
+    snare.inside = "<IO direction=\"Output\" name=\"Aux\"><Port name=\"Aux 1\"><Connection "
+                   "other=\"Audio 1/audio_out 1\"><Port name=\"Master/audio_in 1\"><Connection "
+                   "other=\"Audio 1/audio_out 1\"/></Port><Processor role=\"DirectOuts\" "
+                   "bitslot=\"2\"/></Connection></Port></IO>";
+    platform.writeSession(sessionText({track("Kick", 1, 1, 0), snare}));
+    update({channel("Snare", 1)});
+    const Tree tree = updated();
+    EXPECT_FALSE(tree.route("Snare").firstChild("IO", "name", "Aux").firstChild("Port").firstChild());
+    EXPECT_EQ(directOut(tree.route("Snare")).attribute("bitslot"), "2");
+}
+
 } // namespace
 } // namespace corvane
