@@ -7,7 +7,6 @@
 #include "lv1/HostChoice.h"
 
 #include <algorithm>
-#include <map>
 #include <utility>
 
 namespace corvane {
@@ -25,6 +24,35 @@ std::string upperCase(std::string text) {
         if (letter >= 'a' && letter <= 'z')
             letter = static_cast<char>(letter - 'a' + 'A');
     return text;
+}
+
+bool isSameButForColour(const LV1Channel &one, const LV1Channel &other) {
+    return one.sourceIndex() == other.sourceIndex() && one.inputIndex() == other.inputIndex() &&
+           one.stereo() == other.stereo() && one.name() == other.name() && one.driver() == other.driver() &&
+           one.sourceType() == other.sourceType();
+}
+
+/// By source; the numbers first, which are cheaper to compare.
+bool comesBefore(const LV1Channel *one, const LV1Channel *other) {
+    return one->sourceIndex() != other->sourceIndex() ? one->sourceIndex() < other->sourceIndex()
+                                                      : one->sourceType() < other->sourceType();
+}
+
+void takeColour(LV1Channel &channel, const LV1Channel &from) {
+    channel.red = from.red;
+    channel.green = from.green;
+    channel.blue = from.blue;
+}
+
+/// Makes a list equal to another; true when at most colours were others, which alone are copied then.
+bool adopt(std::vector<LV1Channel> &channels, const std::vector<LV1Channel> &list) {
+    if (!std::equal(channels.begin(), channels.end(), list.begin(), list.end(), isSameButForColour)) {
+        channels = list;
+        return false;
+    }
+    for (std::size_t i = 0; i < list.size(); ++i)
+        takeColour(channels[i], list[i]);
+    return true;
 }
 
 } // namespace
@@ -150,10 +178,10 @@ void BridgeController::servicesChanged(const std::vector<std::shared_ptr<NetServ
 
 void BridgeController::channelsChanged(const Channels &list) {
     const bool areOthers = channels != list;
-    channels = list;
-    std::string signature = LiveTraxGenerator::patchSignature(list);
+    std::string signature =
+        adopt(channels, list) && channelsPatch ? *channelsPatch : LiveTraxGenerator::patchSignature(list);
     if (synchronizedPatch && *synchronizedPatch == signature)
-        synchronizedChannels = list;
+        adopt(synchronizedChannels ? *synchronizedChannels : synchronizedChannels.emplace(), list);
     else
         recolourSnapshot(list);
     view.reloadTable(channels);
@@ -171,16 +199,14 @@ void BridgeController::channelsChanged(const Channels &list) {
 void BridgeController::recolourSnapshot(const Channels &list) {
     if (!synchronizedChannels || synchronizedChannels->empty())
         return;
-    std::map<std::pair<std::string, std::int32_t>, const LV1Channel *> firstOfSource;
+    std::vector<const LV1Channel *> bySource;
     for (const LV1Channel &channel : list)
-        firstOfSource.emplace(std::pair(channel.sourceType(), channel.sourceIndex()), &channel);
+        bySource.push_back(&channel);
+    std::stable_sort(bySource.begin(), bySource.end(), comesBefore);
     for (LV1Channel &channel : *synchronizedChannels) {
-        const auto found = firstOfSource.find({channel.sourceType(), channel.sourceIndex()});
-        if (found == firstOfSource.end())
-            continue;
-        channel.red = found->second->red;
-        channel.green = found->second->green;
-        channel.blue = found->second->blue;
+        const auto first = std::lower_bound(bySource.begin(), bySource.end(), &channel, comesBefore);
+        if (first != bySource.end() && !comesBefore(&channel, *first))
+            takeColour(channel, **first);
     }
 }
 

@@ -1,8 +1,9 @@
 // How long the window's main thread is held at a time by what a large console sends: a patch of 1,000
 // channels, and a burst of 1,000 colours. Prints, for each, the longest hold by the clock and in the thread's
 // own time (which other programs on the machine do not lengthen), and the time for all of it; then what a
-// single colour costs that thread, with the patch view closed and open. Fails when a hold is above the limit
-// in the thread's own time; given a file, it writes what it measured there as JSON and passes no verdict.
+// single colour costs that thread with 128 and with 1,024 channels, the patch view closed and open. Fails
+// when a hold is above the limit in the thread's own time; given a file, it writes what it measured there as
+// JSON and passes no verdict.
 //
 //   window_hold [FILE]
 
@@ -36,7 +37,6 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 constexpr int channelCount = 1000;
 constexpr double limit = 16; // milliseconds: a frame
 // One colour at a time, as many a second as a lively show has.
-constexpr int colouredChannels = 128;
 constexpr int singleColours = 400;
 constexpr std::chrono::milliseconds betweenColours{5};
 
@@ -124,12 +124,12 @@ public:
     }
 
     /// The main thread's own time for one of many colours that come one after another, each a new one.
-    Milliseconds colourCost(float red) {
+    Milliseconds colourCost(int channels, float red) {
         turnFor(200);
         const Milliseconds before = threadTime();
         std::thread sending([&] {
             for (int sent = 0; sent < singleColours; ++sent) {
-                auto message = colourMessage(sent % colouredChannels);
+                auto message = colourMessage(sent % channels);
                 message.values[3] = red + static_cast<float>(sent) / (4 * singleColours);
                 console->write(OSCCodec::frame(encoded(message)));
                 std::this_thread::sleep_for(betweenColours);
@@ -198,14 +198,18 @@ int main(int argumentCount, char **arguments) {
     measure("a patch with 1,000 changes", patch(1));
     measure("1,000 colours, patch pending", colours());
     std::printf("longest hold of all, own time: %.2f ms, limit %.0f ms\n", longest.count(), limit);
-    hold.measure("a patch of 128 channels", patch(0, colouredChannels));
-    const Milliseconds open = hold.colourCost(0);
-    hold.togglePatchView();
-    const Milliseconds closed = hold.colourCost(0.5F);
-    std::printf("a colour of %d channels: %.0f us with the patch view closed, %.0f us with it open\n",
-                colouredChannels, 1e3 * closed.count(), 1e3 * open.count());
-    rows += ",\n \"colour\": {\"closed\": " + std::to_string(closed.count()) +
-            ", \"open\": " + std::to_string(open.count()) + "}";
+    for (const int channels : {128, 1024}) {
+        const auto count = std::to_string(channels);
+        hold.measure(("a patch of " + count + " channels").c_str(), patch(0, channels));
+        const Milliseconds open = hold.colourCost(channels, 0);
+        hold.togglePatchView();
+        const Milliseconds closed = hold.colourCost(channels, 0.5F);
+        hold.togglePatchView();
+        std::printf("a colour of %d channels: %.0f us with the patch view closed, %.0f us with it open\n",
+                    channels, 1e3 * closed.count(), 1e3 * open.count());
+        rows += ",\n \"colour of " + count + "\": {\"closed\": " + std::to_string(closed.count()) +
+                ", \"open\": " + std::to_string(open.count()) + "}";
+    }
     if (argumentCount > 1)
         return std::ofstream(arguments[1]) << rows << "}\n" ? 0 : 1;
     return longest.count() <= limit ? 0 : 1;

@@ -49,8 +49,6 @@ def codec_rows(rows):
     print("|---|---|---|")
     for count in (10, 1000, 10000, 100000):
         print(f"| {count} frames in one read | {time(rows[f'framesInOneRead/{count}']['cpu'] / count)} | under 10 ns |")
-    for shape, title in (("0", "pings"), ("1", "colours")):
-        print(f"| 1000 {title} in one read, parsed | {time(rows[f'messagesInOneRead/{shape}']['cpu'] / 1000)} | |")
     print(f"| a frame byte by byte | {time(rows['frameByteByByte']['ns/byte'])} | |")
     print(f"| the longest frame in reads of 64 KiB | {time(rows['longestFrame']['cpu'])} for 2 MB | |")
     print()
@@ -120,19 +118,21 @@ def hold_rows(paths):
     for path in paths:
         with open(path) as file:
             runs.append(json.load(file))
-    colours = [run.pop("colour") for run in runs]
+    colours = {channels: [run.pop(f"colour of {channels}") for run in runs] for channels in (128, 1024)}
     print("| main thread held by | by the clock | its own work | aim |")
     print("|---|---|---|---|")
     for name in runs[0]:
         clock, thread = (statistics.median(run[name][kind] for run in runs) for kind in ("clock", "thread"))
         print(f"| {name} | {clock:.1f} ms | {thread:.1f} ms | 16 ms |")
     print()
-    closed, open_, ratio = (statistics.median(values) for values in (
-        [each["closed"] for each in colours], [each["open"] for each in colours],
-        [each["open"] / each["closed"] for each in colours]))
     print("| main thread's work for | patch view closed | open | times | aim |")
     print("|---|---|---|---|---|")
-    print(f"| a colour, of 200 a second on 128 channels | {1e3 * closed:.0f} µs | {1e3 * open_:.0f} µs | {ratio:.2f} | 2 |")
+    for channels, costs in colours.items():
+        closed, open_, ratio = (statistics.median(values) for values in (
+            [each["closed"] for each in costs], [each["open"] for each in costs],
+            [each["open"] / each["closed"] for each in costs]))
+        print(f"| a colour, of 200 a second on {channels:,} channels | {1e3 * closed:.0f} µs | {1e3 * open_:.0f} µs "
+              f"| {ratio:.2f} | 2 |")
     print()
 
 

@@ -97,6 +97,20 @@ TEST_F(ConsoleColours, ReachASessionThatIsUpdatedAsItCanHoldThem) {
     expectKept(coloursIn(session / "Show.ardour"));
 }
 
+TEST_F(ConsoleColours, WhatElseIsAnotherInAChannelIsNotTakenForAColour) {
+    const LV1Channel kick("Kick", false, "A", 1, "Group", 1);
+    consoleSendsPatch({kick});
+    for (const LV1Channel &other :
+         {LV1Channel("Snare", false, "A", 1, "Group", 1), LV1Channel("Kick", true, "A", 1, "Group", 1),
+          LV1Channel("Kick", false, "B", 1, "Group", 1), LV1Channel("Kick", false, "A", 2, "Group", 1),
+          LV1Channel("Kick", false, "A", 1, "Matrix", 1), LV1Channel("Kick", false, "A", 1, "Group", 2)}) {
+        controller->client->onChannels({kick});
+        controller->client->onChannels({other});
+        EXPECT_EQ(view.table, Channels{other});
+        EXPECT_EQ(controller->synchronizedChannels->front().name(), "Kick");
+    }
+}
+
 } // namespace
 
 } // namespace corvane
