@@ -24,12 +24,19 @@ std::vector<LV1Channel> readPatchFile(const std::filesystem::path &file) {
 }
 
 void SessionCommand::start() {
-    if (const auto &file = context.options.source.file) {
-        patchIs(readPatchFile(*file));
-    } else {
+    const auto &file = context.options.source.file;
+    if (!file) {
         prepare(); // a console may take a while to answer
-        PatchReadingCommand::start();
+        return PatchReadingCommand::start();
     }
+    Channels channels;
+    try {
+        channels = readPatchFile(*file);
+    } catch (const CommandFailure &) {
+        prepare(); // what refuses the command whatever the patch is comes first
+        throw;
+    }
+    patchIs(channels);
 }
 
 void SessionCommand::patchIs(const Channels &channels) {

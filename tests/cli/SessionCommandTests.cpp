@@ -199,6 +199,7 @@ TEST_F(SyncCommandTest, IsRefusedWhileLiveTraxRuns) {
     EXPECT_EQ(status::refused, outcome.status);
     EXPECT_EQ("LiveTrax is running. Quit it and try again.", outcome.message);
     EXPECT_EQ(before, fake.folder.read("out/Gig/Gig.ardour"));
+    EXPECT_EQ(status::refused, run({"sync", session, "--from", "/no/such/patch.json"}).status);
 }
 
 TEST_F(SyncCommandTest, AsksForEachLiveTraxOnceWhereNothingIsWaitedFor) {
