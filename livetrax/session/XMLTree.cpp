@@ -6,7 +6,6 @@
 #include "platform/files/Files.h"
 #include "platform/memory/CurrentArena.h"
 
-#include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #include <libxml/xmlsave.h>
@@ -198,11 +197,6 @@ public:
         context.reset(required(xmlNewParserCtxt()));
         context->_private = this;
         events().serror = note;
-        // Nobody looks elements up by their ids: attributes need not be asked whether they are one.
-        events().startDocument = [](void *parser) {
-            static_cast<xmlParserCtxtPtr>(parser)->loadsubset |= XML_SKIP_IDS;
-            xmlSAX2StartDocument(parser);
-        };
     }
     Parser(const Parser &) = delete;
     Parser &operator=(const Parser &) = delete;

@@ -2,11 +2,14 @@
 
 #include "platform/files/Files.h"
 #include "tests/fakes/FakeSystem.h"
+#include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <thread>
+
+#include <sys/stat.h>
 
 namespace corvane {
 namespace {
@@ -205,6 +208,25 @@ TEST(XMLTree, EverythingThatIsNotEditedStaysAsItWas) {
 <!-- after -->
 )";
     EXPECT_EQ(parsed(text).serialised(), text);
+}
+
+TEST(XMLTree, NoOtherFileIsReadWhateverADocumentNames) {
+    const TemporaryFolder folder;
+    const auto other = folder.write("other", "<neither & a document type nor an entity");
+    ASSERT_EQ(::mkfifo((folder / "waits").c_str(), 0600), 0); // who opens it waits for ever
+    for (const std::string &name :
+         {other.string(), (folder / "waits").string(), "file://" + other.string()}) {
+        const std::string type = "<!DOCTYPE S SYSTEM \"" + name + "\">";
+        EXPECT_EQ(parsed(type + "<S a=\"1\"/>").root().attribute("a"), "1");
+        EXPECT_EQ(parsed("<!DOCTYPE S [<!ENTITY % p SYSTEM \"" + name + "\"> %p;]><S a=\"1\"/>")
+                      .root()
+                      .attribute("a"),
+                  "1");
+        EXPECT_EQ(parsed("<!DOCTYPE S [<!ENTITY e SYSTEM \"" + name + "\">]><S a=\"1\">&e;</S>")
+                      .root()
+                      .attribute("a"),
+                  "1");
+    }
 }
 
 TEST(XMLTree, KeptBlanksStayAndNewElementsStandLikeTheirNeighbours) {

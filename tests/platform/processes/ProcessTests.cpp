@@ -158,6 +158,9 @@ private:
 
 TEST_F(ProcessTest, AProgramThatCannotGetItsDescriptorsIsNotStartedAndThatIsSaid) {
     const auto output = FileHandle::openForAppending(log);
+    // Where types are checked at run time, an object is looked at through a pipe the first time that it is
+    // used.
+    EXPECT_THROW(launcher.start({folder / "none", {}, {}}, output), FileError);
     std::size_t left = 0;
     for (bool isStarted = false; !isStarted; ++left) {
         ASSERT_LT(left, 20U);
