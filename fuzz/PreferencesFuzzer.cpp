@@ -125,26 +125,32 @@ void configuration(Home &home, const std::string &text) {
     require(home.read("config.corvane-backup") == text, "the first configuration stays");
 }
 
-/// Whether one of the hooks that earlier versions installed is in the list.
-bool hasOldHook(XMLElement root) {
+/// The first of the hooks that earlier versions installed; none when none is in the list.
+XMLElement oldHook(XMLElement root) {
     constexpr std::array<std::string_view, 3> old = {"Corvane Sync", "Corvane Tick", "Corvane Probe"};
     for (const auto callback : root.firstChild("ActionHooks").children("LuaCallback"))
         if (std::find(old.begin(), old.end(), callback.attribute("name").value_or("")) != old.end())
-            return true;
-    return false;
+            return callback;
+    return {};
 }
 
-/// LiveTrax's hooks: the old ones go, a file without any stays as it is, nothing is ever thrown.
+/// LiveTrax's hooks: the old ones go and nothing else does, a file without any stays as it is, nothing is
+/// ever thrown.
 void hooks(Home &home, const std::string &text) {
     home.write("ui_scripts", text);
     LiveTraxGenerator::removeUnusedSyncHook(*home.fake.folders, home.target);
-    const auto before = readable(text);
-    if (!before || !hasOldHook(before->root())) {
+    const auto expected = readable(text);
+    if (!expected || !oldHook(expected->root())) {
         require(home.read("ui_scripts") == text, "a list without old hooks is not written");
         return;
     }
-    const auto after = readable(home.read("ui_scripts"));
-    require(after && !hasOldHook(after->root()), "old hooks go");
+    while (const XMLElement hook = oldHook(expected->root()))
+        hook.remove();
+    const auto written = home.read("ui_scripts");
+    const auto after = readable(written);
+    require(after && after->serialised() == expected->serialised(), "old hooks go, and nothing else");
+    require(textWithEdits(text, *expected).value_or(written) == written,
+            "what is not a hook keeps its bytes");
 }
 
 /// LiveTrax's list of recent sessions, where "~" stands for the folder of the one that exists: it is found
