@@ -144,7 +144,7 @@ void hooks(Home &home, const std::string &text) {
         require(home.read("ui_scripts") == text, "a list without old hooks is not written");
         return;
     }
-    while (const XMLElement hook = oldHook(expected->root()))
+    while (XMLElement hook = oldHook(expected->root()))
         hook.remove();
     const auto written = home.read("ui_scripts");
     const auto after = readable(written);
