@@ -89,7 +89,7 @@ endfunction()
 
 # corvane_test(NAME SOURCES ... DEPENDS ... [TIMEOUT seconds] [RESOURCE_LOCK name] [LABELS ...])
 # One GoogleTest program whose every test is a test of ctest, in a process of its own; a sanitizer has five times as
-# long. Of those that name the same lock one runs at a time.
+# long. Of those that name the same lock one runs at a time; they are begun first.
 function(corvane_test name)
     cmake_parse_arguments(TEST "" "TIMEOUT;RESOURCE_LOCK" "SOURCES;DEPENDS;LABELS" ${ARGN})
     if(NOT TEST_TIMEOUT)
@@ -100,12 +100,14 @@ function(corvane_test name)
     endif()
     set(lock)
     if(TEST_RESOURCE_LOCK)
-        set(lock RESOURCE_LOCK ${TEST_RESOURCE_LOCK})
+        set(lock RESOURCE_LOCK ${TEST_RESOURCE_LOCK} COST 1)
     endif()
     add_executable(${name} ${TEST_SOURCES})
     target_link_libraries(${name} PRIVATE ${TEST_DEPENDS} corvane::test_support GTest::gmock GTest::gtest_main)
     corvane_warnings(${name})
     corvane_precompiled_headers(${name} ${TEST_DEPENDS})
+    # Lines for a debugger, but no variables: a fifth of the tests' time in the compiler.
+    target_compile_options(${name} PRIVATE $<$<CONFIG:Debug>:-g1>)
     gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT ${TEST_TIMEOUT} ${lock} LABELS "${TEST_LABELS}")
 endfunction()
