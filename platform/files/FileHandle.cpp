@@ -1,5 +1,6 @@
 #include "platform/files/FileHandle.h"
 
+#include "base/Uninterrupted.h"
 #include "platform/files/Files.h"
 
 #include <cerrno>
@@ -21,26 +22,21 @@ FileError notOrdinary(const char *what, const std::filesystem::path &path) {
 
 FileHandle opened(const std::filesystem::path &path, int flags, const char *what) {
     constexpr mode_t mode = 0666;
-    int descriptor = -1;
-    do {
-        descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode);
-    } while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0 && errno == ENXIO) // a named pipe that nobody reads from
+    const int descriptor =
+        uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode); });
+    if (descriptor >= 0)
+        return FileHandle(descriptor, path);
+    if (errno == ENXIO) // a named pipe that nobody reads from
         throw notOrdinary(what, path);
-    if (descriptor < 0)
-        throw FileError::cannot(what, path, errno);
-    return FileHandle(descriptor, path);
+    throw FileError::cannot(what, path, errno);
 }
 
-template <class Read>
-std::size_t readRetrying(const std::filesystem::path &path, Read read) {
-    for (;;) {
-        const ssize_t count = read();
-        if (count >= 0)
-            return static_cast<std::size_t>(count);
-        if (errno != EINTR)
-            throw FileError::cannot("read", path, errno);
-    }
+template <class Call>
+std::size_t countOrError(const char *what, const std::filesystem::path &path, Call call) {
+    const ssize_t count = uninterrupted(call);
+    if (count < 0)
+        throw FileError::cannot(what, path, errno);
+    return static_cast<std::size_t>(count);
 }
 
 } // namespace
@@ -82,21 +78,18 @@ FileHandle::~FileHandle() {
 }
 
 void FileHandle::write(std::string_view text) const {
-    while (!text.empty()) {
-        const ssize_t written = ::write(descriptor, text.data(), text.size());
-        if (written >= 0)
-            text.remove_prefix(static_cast<std::size_t>(written));
-        else if (errno != EINTR)
-            throw FileError::cannot("written", path, errno);
-    }
+    while (!text.empty())
+        text.remove_prefix(
+            countOrError("written", path, [&] { return ::write(descriptor, text.data(), text.size()); }));
 }
 
 std::size_t FileHandle::read(char *to, std::size_t room) const {
-    return readRetrying(path, [&] { return ::read(descriptor, to, room); });
+    return countOrError("read", path, [&] { return ::read(descriptor, to, room); });
 }
 
 std::size_t FileHandle::readAt(std::uint64_t offset, char *to, std::size_t room) const {
-    return readRetrying(path, [&] { return ::pread(descriptor, to, room, static_cast<off_t>(offset)); });
+    return countOrError("read", path,
+                        [&] { return ::pread(descriptor, to, room, static_cast<off_t>(offset)); });
 }
 
 void FileHandle::flush() const {
@@ -105,18 +98,11 @@ void FileHandle::flush() const {
     if (::fcntl(descriptor, F_FULLFSYNC) == 0)
         return;
 #endif
-    while (::fsync(descriptor) != 0) {
-        if (errno != EINTR)
-            throw FileError::cannot("written", path, errno);
-    }
+    countOrError("written", path, [&] { return ::fsync(descriptor); });
 }
 
 bool FileHandle::tryLock() const {
-    int result = -1;
-    do {
-        result = ::flock(descriptor, LOCK_EX | LOCK_NB);
-    } while (result != 0 && errno == EINTR);
-    return result == 0 || errno != EWOULDBLOCK;
+    return uninterrupted([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0 || errno != EWOULDBLOCK;
 }
 
 void FileHandle::close() {

@@ -1,5 +1,6 @@
 #include "platform/files/Files.h"
 
+#include "base/Uninterrupted.h"
 #include "platform/files/FileHandle.h"
 
 #include <array>
@@ -53,18 +54,14 @@ Path followingLinks(Path path) {
     throw FileError::cannot("written", path, ELOOP);
 }
 
-int openRetrying(const Path &path, int flags, mode_t mode = 0) {
-    int descriptor = -1;
-    do {
-        descriptor = ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode);
-    } while (descriptor < 0 && errno == EINTR);
-    return descriptor;
+int openUninterrupted(const Path &path, int flags, mode_t mode = 0) {
+    return uninterrupted([&] { return ::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY, mode); });
 }
 
 /// Makes the entries of a folder as lasting as their files. What cannot be flushed is left to the system: the
 /// new name is in place by then and there is nothing to go back to.
 void flushFolder(const Path &folder) {
-    const int descriptor = openRetrying(folder, O_RDONLY | O_DIRECTORY);
+    const int descriptor = openUninterrupted(folder, O_RDONLY | O_DIRECTORY);
     if (descriptor < 0)
         return;
     ::fsync(descriptor);
@@ -103,8 +100,7 @@ public:
     void replaceDestination() {
         if (::rename(path.c_str(), destination.c_str()) != 0)
             throw FileError::cannot("written", destination, errno);
-        path.clear();
-        flushFolder(folderOf(destination));
+        isInPlace();
     }
 
     /// Puts it in place unless something is there already.
@@ -117,32 +113,29 @@ public:
                 throw FileError::cannot("written", destination, errno);
             if (::lstat(destination.c_str(), &status) == 0)
                 throw FileError::cannot("written", destination, EEXIST);
-            replaceDestination();
-            return;
+            return replaceDestination();
         }
         ::unlink(path.c_str());
-        path.clear();
-        flushFolder(folderOf(destination));
+        isInPlace();
     }
 
 private:
     FileHandle create(mode_t mode) {
         static std::atomic<unsigned> counter{0};
-        constexpr int attempts = 1000;
-        int error = EEXIST;
-        for (int attempt = 0; attempt < attempts; ++attempt) {
+        for (;;) {
             // Short and without the destination's name, which may already be as long as a name can be.
             path = folderOf(destination) /
                    (".corvane-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
-            const int descriptor = openRetrying(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
+            const int descriptor = openUninterrupted(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
             if (descriptor >= 0)
                 return FileHandle(descriptor, destination);
-            error = errno;
-            if (error != EEXIST)
-                break;
+            if (errno != EEXIST) // else left over from an earlier process of our number
+                throw FileError::cannot("written", destination, errno);
         }
-        throw FileError::cannot("written", destination, error);
     }
+
+    /// Its own name is gone.
+    void isInPlace() { flushFolder(folderOf(std::exchange(path, {}))); }
 
     Path destination;
     Path path;
@@ -172,8 +165,8 @@ Bytes readFile(const Path &path) {
     const FileHandle file = FileHandle::openForReading(path);
     Bytes bytes;
     struct stat status {};
-    if (::fstat(file.fileDescriptor(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0)
-        bytes.reserve(static_cast<std::size_t>(status.st_size));
+    ::fstat(file.fileDescriptor(), &status);
+    bytes.reserve(static_cast<std::size_t>(status.st_size)); // 0 where a file hides its size
     readAll(file, [&](std::string_view piece) { bytes.insert(bytes.end(), piece.begin(), piece.end()); });
     return bytes;
 }

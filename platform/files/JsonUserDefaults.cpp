@@ -41,14 +41,11 @@ Json parsed(const Bytes &bytes) {
 /// Keeps a damaged file under the first name that is free.
 void setAside(const Path &file) {
     constexpr int mostKept = 100;
-    for (int number = 1; number <= mostKept; ++number) {
-        const Path aside = file.string() + ".damaged-" + std::to_string(number);
-        if (!fileExists(aside)) {
-            copyFile(file, aside);
-            return;
-        }
-    }
-    throw FileError("The file “" + file.string() + "” is damaged.");
+    const auto aside = [&](int number) { return file.string() + ".damaged-" + std::to_string(number); };
+    int number = 1;
+    while (number < mostKept && fileExists(aside(number)))
+        ++number;
+    copyFile(file, aside(number)); // which never replaces one
 }
 
 /// The object to be changed. Throws FileError when there is a file that cannot be read: it must not be

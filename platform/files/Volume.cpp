@@ -24,7 +24,7 @@ std::optional<Volume> volumeOf(const Path &path) {
         folder = folder.parent_path();
     const auto device = deviceOf(folder);
     const auto space = std::filesystem::space(folder, error);
-    if (!device || error)
+    if (error)
         return std::nullopt;
     while (folder.has_relative_path() && deviceOf(folder.parent_path()) == device)
         folder = folder.parent_path();

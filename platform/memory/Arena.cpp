@@ -80,7 +80,7 @@ void *Arena::resize(void *block, std::size_t size) noexcept {
 }
 
 void Arena::release(void *block) noexcept {
-    if (block == last && block != nullptr)
+    if (block == last)
         top = last;
 }
 

@@ -1,13 +1,14 @@
 #include "platform/processes/PosixProcessLauncher.h"
 
 #include "base/Text.h"
+#include "base/Uninterrupted.h"
 #include "platform/files/Files.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
+#include <cstdlib>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -76,9 +77,7 @@ int highestDescriptor() {
     for (auto entry = std::filesystem::directory_iterator("/dev/fd", error);
          !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
         const auto number = integer(entry->path().filename().string());
-        constexpr std::int64_t most = 1 << 20;
-        if (number && *number > highest && *number < most)
-            highest = static_cast<int>(*number);
+        highest = std::max(highest, static_cast<int>(number.value_or(0)));
     }
     return highest;
 }
@@ -114,11 +113,16 @@ constexpr int reportDescriptor = STDERR_FILENO + 1;
 
 [[noreturn]] void reportAndExit(int report) {
     const int errorNumber = errno;
-    ssize_t written = -1;
-    do {
-        written = ::write(report, &errorNumber, sizeof errorNumber);
-    } while (written < 0 && errno == EINTR);
-    ::_exit(127);
+    // Into an empty pipe, for which nothing is waited that a signal could interrupt.
+    [[maybe_unused]] const auto written = ::write(report, &errorNumber, sizeof errorNumber);
+    ::_exit(EXIT_FAILURE);
+}
+
+/// The result of a call, unless it is an error.
+int orExit(int result, int report) {
+    if (result < 0)
+        reportAndExit(report);
+    return result;
 }
 
 void closeFrom(int first, int highest) {
@@ -134,19 +138,17 @@ void closeFrom(int first, int highest) {
 /// descriptor.
 int arrangeDescriptors(const Start &start) {
     // Above the four places first: any of them may be one of those places now.
-    const int report = ::fcntl(start.report, F_DUPFD_CLOEXEC, reportDescriptor + 1);
-    if (report < 0)
-        reportAndExit(start.report);
-    const int output = ::fcntl(start.output, F_DUPFD_CLOEXEC, reportDescriptor + 1);
-    const int opened = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-    const int input = opened < 0 ? -1 : ::fcntl(opened, F_DUPFD_CLOEXEC, reportDescriptor + 1);
-    const bool arranged = output >= 0 && input >= 0 && ::dup2(input, STDIN_FILENO) >= 0 &&
-                          ::dup2(output, STDOUT_FILENO) >= 0 && ::dup2(output, STDERR_FILENO) >= 0 &&
-                          ::dup2(report, reportDescriptor) >= 0 &&
-                          ::fcntl(reportDescriptor, F_SETFD, FD_CLOEXEC) >= 0;
-    if (!arranged)
-        reportAndExit(report);
-    closeFrom(reportDescriptor + 1, std::max({start.highestDescriptor, report, output, input}));
+    constexpr int above = reportDescriptor + 1;
+    const int report = orExit(::fcntl(start.report, F_DUPFD_CLOEXEC, above), start.report);
+    const int output = orExit(::fcntl(start.output, F_DUPFD_CLOEXEC, above), report);
+    const int opened = orExit(::open("/dev/null", O_RDONLY | O_CLOEXEC), report);
+    const int input = orExit(::fcntl(opened, F_DUPFD_CLOEXEC, above), report);
+    for (const auto &[descriptor, place] :
+         {std::pair(input, STDIN_FILENO), std::pair(output, STDOUT_FILENO), std::pair(output, STDERR_FILENO),
+          std::pair(report, reportDescriptor)})
+        orExit(::dup2(descriptor, place), report);
+    orExit(::fcntl(reportDescriptor, F_SETFD, FD_CLOEXEC), report);
+    closeFrom(above, std::max({start.highestDescriptor, report, output, input}));
     return reportDescriptor;
 }
 
@@ -170,17 +172,13 @@ void resetSignals() {
 
 /// A child that only starts another one and ends at once, so that the program becomes a child of the system.
 [[noreturn]] void startAndExit(const Start &start) {
-    const pid_t program = ::fork();
-    if (program == 0)
+    if (orExit(::fork(), start.report) == 0)
         becomeProgram(start);
-    if (program < 0)
-        reportAndExit(start.report);
     ::_exit(0);
 }
 
 void waitFor(pid_t child) {
-    while (::waitpid(child, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    uninterrupted([child] { return ::waitpid(child, nullptr, 0); });
 }
 
 /// A pipe whose ends no program inherits.
@@ -201,11 +199,8 @@ std::array<FileHandle, 2> makePipe(const std::filesystem::path &program) {
 /// The number of the error that kept the program from starting; 0 when it has started.
 int reportedError(const FileHandle &report) {
     int errorNumber = 0;
-    ssize_t count = -1;
-    do {
-        count = ::read(report.fileDescriptor(), &errorNumber, sizeof errorNumber);
-    } while (count < 0 && errno == EINTR);
-    return count == static_cast<ssize_t>(sizeof errorNumber) ? errorNumber : 0;
+    uninterrupted([&] { return ::read(report.fileDescriptor(), &errorNumber, sizeof errorNumber); });
+    return errorNumber;
 }
 
 } // namespace

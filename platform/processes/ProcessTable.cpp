@@ -4,7 +4,6 @@
 #include <functional>
 #include <string>
 #include <system_error>
-#include <utility>
 
 namespace corvane {
 namespace {
@@ -27,9 +26,7 @@ std::vector<ProcessIdentity> processesWhoseProgram(const std::function<bool(cons
         if (const auto identity = livingProcess(pid))
             found.push_back(*identity);
     }
-    std::sort(found.begin(), found.end(), [](const ProcessIdentity &left, const ProcessIdentity &right) {
-        return std::pair(left.startTime, left.pid) < std::pair(right.startTime, right.pid);
-    });
+    std::sort(found.begin(), found.end());
     return found;
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <sys/types.h>
@@ -15,6 +16,10 @@ struct ProcessIdentity {
     std::uint64_t startTime = 0; ///< in the system's own units
 
     bool operator==(const ProcessIdentity &) const = default;
+    /// The one that was started first comes first.
+    bool operator<(const ProcessIdentity &other) const {
+        return std::pair(startTime, pid) < std::pair(other.startTime, other.pid);
+    }
 };
 
 /// The living processes that run a program file, the one that was started first before the others. The file

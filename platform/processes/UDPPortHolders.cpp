@@ -28,10 +28,9 @@ bool isUDPPortInUse(std::uint16_t port) {
     if (socket.fileDescriptor() < 0)
         throw FileError("A socket could not be opened: " + std::generic_category().message(errno) + ".");
     ::fcntl(socket.fileDescriptor(), F_SETFD, FD_CLOEXEC);
-    sockaddr_in address{};
+    sockaddr_in address{}; // every one
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_ANY);
     return ::bind(socket.fileDescriptor(), reinterpret_cast<const sockaddr *>(&address), sizeof address) !=
                0 &&
            errno == EADDRINUSE;

@@ -46,6 +46,19 @@ TEST_F(PlatformTest, InTheRealWorldFoldersAndSettingsAreTheUsers) {
     EXPECT_EQ(platform->rehearsal, nullptr);
 }
 
+TEST_F(PlatformTest, NothingIsMissing) {
+    const auto real = makePlatform(main, {});
+    const auto rehearsed = makePlatform(main, {folder / "rehearsal", {}});
+    for (const auto &platform : {real.get(), rehearsed.get()}) {
+        EXPECT_TRUE(platform->network && platform->multicast && platform->queues &&
+                    platform->makeServiceBrowser());
+        EXPECT_TRUE(platform->applications && platform->activity && platform->processes);
+        EXPECT_EQ(platform->host().newUUID.size(), 36U);
+        EXPECT_TRUE(platform->resources("LiveTraxSeed", "template"));
+    }
+    EXPECT_TRUE(rehearsed->rehearsal);
+}
+
 /// Rehearsals claim fixed ports, so that they need a network of their own.
 class RehearsalPlatformTest : public PlatformTest {
 protected:

@@ -38,29 +38,53 @@ constexpr sock_filter unless(unsigned number, unsigned char skipped) {
     return BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, number, 0, skipped);
 }
 
-constexpr sock_filter refused = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM);
+constexpr sock_filter refused(int error = EPERM) {
+    return BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error));
+}
+
 constexpr sock_filter allowed = BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW);
+
+bool withoutCall(unsigned number, int error, const std::function<void()> &action) {
+    return runFiltered({loaded(offsetof(seccomp_data, nr)), unless(number, 1), refused(error), allowed},
+                       action);
+}
+
+bool withoutSocketsOf(unsigned family, int error, const std::function<void()> &action) {
+    return runFiltered({loaded(offsetof(seccomp_data, nr)), unless(__NR_socket, 3),
+                        loaded(offsetof(seccomp_data, args)), unless(family, 1), refused(error), allowed},
+                       action);
+}
 
 } // namespace
 
 bool withoutSocketOptions(const std::function<void()> &action) {
-    return runFiltered({loaded(offsetof(seccomp_data, nr)), unless(__NR_setsockopt, 1), refused, allowed},
-                       action);
+    return withoutCall(__NR_setsockopt, EPERM, action);
 }
 
 bool withoutInterfaceLists(const std::function<void()> &action) {
-    return runFiltered({loaded(offsetof(seccomp_data, nr)), unless(__NR_socket, 3),
-                        loaded(offsetof(seccomp_data, args)), unless(AF_NETLINK, 1), refused, allowed},
-                       action);
+    return withoutSocketsOf(AF_NETLINK, EPERM, action);
 }
 
-bool withoutHardLinks(const std::function<void()> &action) {
-    std::vector filter{loaded(offsetof(seccomp_data, nr)), unless(__NR_linkat, 1), refused};
+bool withoutSockets(const std::function<void()> &action) {
+    return withoutSocketsOf(AF_INET, EMFILE, action);
+}
+
+bool withoutHardLinks(int error, const std::function<void()> &action) {
+    std::vector filter{loaded(offsetof(seccomp_data, nr)), unless(__NR_linkat, 1), refused(error)};
 #ifdef __NR_link
-    filter.insert(filter.end(), {unless(__NR_link, 1), refused});
+    filter.insert(filter.end(), {unless(__NR_link, 1), refused(error)});
 #endif
     filter.push_back(allowed);
     return runFiltered(std::move(filter), action);
+}
+
+bool withoutClosingRanges(const std::function<void()> &action) {
+#ifdef __NR_close_range
+    return withoutCall(__NR_close_range, ENOSYS, action);
+#else
+    action();
+    return true;
+#endif
 }
 
 } // namespace corvane
@@ -77,7 +101,15 @@ bool withoutInterfaceLists(const std::function<void()> &) {
     return false;
 }
 
-bool withoutHardLinks(const std::function<void()> &) {
+bool withoutSockets(const std::function<void()> &) {
+    return false;
+}
+
+bool withoutHardLinks(int, const std::function<void()> &) {
+    return false;
+}
+
+bool withoutClosingRanges(const std::function<void()> &) {
     return false;
 }
 

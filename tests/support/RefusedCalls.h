@@ -13,7 +13,14 @@ bool withoutSocketOptions(const std::function<void()> &action);
 /// The same, where the system cannot be asked for its network interfaces or for changes of them.
 bool withoutInterfaceLists(const std::function<void()> &action);
 
-/// The same, where no file gets a second name, as on a drive that was formatted for cameras.
-bool withoutHardLinks(const std::function<void()> &action);
+/// The same, where no socket of IPv4 is to be had: EMFILE.
+bool withoutSockets(const std::function<void()> &action);
+
+/// The same, where no file gets a second name, as on a drive that was formatted for cameras, and `error` says
+/// why.
+bool withoutHardLinks(int error, const std::function<void()> &action);
+
+/// The same, where descriptors are closed one by one only, as by systems of some years ago.
+bool withoutClosingRanges(const std::function<void()> &action);
 
 } // namespace corvane

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <climits>
-#include <limits>
 #include <sstream>
 #include <string_view>
 #include <system_error>
@@ -60,8 +59,7 @@ std::vector<pid_t> processNumbers() {
     std::error_code error;
     for (fs::directory_iterator entry("/proc", error); !error && entry != fs::directory_iterator();
          entry.increment(error)) {
-        const auto number = integer(entry->path().filename().string());
-        if (number && *number > 0 && *number <= std::numeric_limits<pid_t>::max())
+        if (const auto number = integer(entry->path().filename().string()))
             numbers.push_back(static_cast<pid_t>(*number));
     }
     return numbers;

@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <pwd.h>
+#include <unistd.h>
+
 namespace corvane {
 namespace {
 
@@ -20,8 +23,7 @@ TEST(HomeFolder, TheEnvironmentNamesIt) {
 TEST(HomeFolder, TheUserDatabaseNamesItWhereTheEnvironmentDoesNot) {
     for (const char *value : {static_cast<const char *>(nullptr), "", "relative"}) {
         const EnvironmentVariable home("HOME", value);
-        EXPECT_TRUE(homeFolder().is_absolute());
-        EXPECT_NE(homeFolder().string(), "relative");
+        EXPECT_EQ(homeFolder(), withoutTrailingSlashes(::getpwuid(::getuid())->pw_dir));
     }
 }
 

@@ -113,15 +113,41 @@ TEST(JsonUserDefaults, APlaceThatCannotBeWrittenIsPutUpWith) {
     EXPECT_EQ(isFolder.string("a"), std::nullopt);
 }
 
-TEST(JsonUserDefaults, ALockThatIsNeverReleasedDoesNotHoldUpAChangeForEver) {
+TEST(JsonUserDefaults, ALockIsWaitedForAndOneThatIsNeverReleasedDoesNotHoldUpAChangeForEver) {
+    using namespace std::chrono_literals;
     const TemporaryFolder folder;
     const fs::path lock = folder.write("defaults.json.lock", "");
     const int held = ::open(lock.c_str(), O_RDONLY | O_CLOEXEC);
     ASSERT_EQ(::flock(held, LOCK_EX), 0);
-    JsonUserDefaults defaults(folder / "defaults.json");
+    JsonUserDefaults defaults(folder / "defaults.json", 20ms);
+    const auto start = std::chrono::steady_clock::now();
     defaults.set("a", "1");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 20ms);
     EXPECT_EQ(defaults.string("a"), "1");
     ::close(held);
+    JsonUserDefaults(folder / "defaults.json", 1h).set("a", "2"); // nobody holds it
+    EXPECT_EQ(defaults.string("a"), "2");
+}
+
+TEST(JsonUserDefaults, ThoseWhoReadTheFileFindItOrderlyAndInTheirOwnLetters) {
+    const TemporaryFolder folder;
+    JsonUserDefaults(folder / "defaults.json").set("a", "Año");
+    EXPECT_EQ(folder.read("defaults.json"), "{\n  \"a\": \"Año\"\n}\n");
+}
+
+TEST(JsonUserDefaults, OfDamagedFilesAHundredAreKeptAndThenNothingIsChangedAnyMore) {
+    const TemporaryFolder folder;
+    for (int number = 1; number < 100; ++number)
+        folder.write("defaults.json.damaged-" + std::to_string(number), "earlier");
+    JsonUserDefaults defaults(folder.write("defaults.json", "damaged"));
+    defaults.set("a", "1");
+    EXPECT_EQ(folder.read("defaults.json.damaged-100"), "damaged");
+    EXPECT_EQ(defaults.string("a"), "1");
+    folder.write("defaults.json", "damaged again");
+    defaults.set("a", "2");
+    EXPECT_EQ(folder.read("defaults.json"), "damaged again");
+    EXPECT_EQ(folder.read("defaults.json.damaged-100"), "damaged");
+    EXPECT_EQ(TemporaryFolder::entries(folder.path()), 102); // with the lock's
 }
 
 } // namespace

@@ -19,5 +19,12 @@ TEST(HostResolver, AHostThatNobodyKnowsIsToldInTheSystemsWords) {
     EXPECT_EQ(result.error, ::gai_strerror(code));
 }
 
+TEST(HostResolver, AnAddressIsListedOnceWhateverItMayBeUsedFor) {
+    const auto result = lookUpHost("127.0.0.1");
+    ASSERT_EQ(result.addresses.size(), 1U);
+    EXPECT_EQ(result.addresses.front().to_string(), "127.0.0.1");
+    EXPECT_EQ(lookUpHost("::1").addresses.size(), 1U);
+}
+
 } // namespace
 } // namespace corvane

@@ -3,6 +3,7 @@
 #include "platform/processes/ProgramRunningApplications.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/Eventually.h"
+#include "tests/support/RefusedCalls.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include "base/Text.h"
@@ -14,6 +15,7 @@
 #include <csignal>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -106,16 +108,50 @@ TEST_F(ProcessTest, ARehearsalsVariablesAreSetForEveryProgram) {
     EXPECT_THAT(environment, Contains("ARDOUR_DLL_PATH=/x"));
 }
 
+/// Descriptors of which not one is marked as to be closed, as a careless library would leave them.
+class CarelessDescriptors {
+public:
+    CarelessDescriptors() { EXPECT_GE(high.fileDescriptor(), 900); }
+
+private:
+    FileHandle socket{::socket(AF_INET, SOCK_DGRAM, 0)};
+    FileHandle low{::open("/dev/zero", O_RDONLY)};
+    FileHandle high{::fcntl(low.fileDescriptor(), F_DUPFD, 900)};
+};
+
 TEST_F(ProcessTest, AProgramInheritsNoneOfOurDescriptors) {
-    // Not one of these is marked as to be closed, as a careless library would leave them.
-    const int socket = ::socket(AF_INET, SOCK_DGRAM, 0);
-    const int low = ::open("/dev/zero", O_RDONLY);
-    const int high = ::fcntl(low, F_DUPFD, 900);
-    ASSERT_GE(high, 900);
+    const CarelessDescriptors careless;
     start({probe, {}, {}});
     EXPECT_THAT(printed("descriptor"), ElementsAre("0 /dev/null", "1 " + log.string(), "2 " + log.string()));
-    for (const int descriptor : {socket, low, high})
-        ::close(descriptor);
+}
+
+TEST_F(ProcessTest, AProgramInheritsNoneOfThemWhereTheyAreClosedOneByOneEither) {
+    const CarelessDescriptors careless;
+    if (!withoutClosingRanges([&] { start({probe, {}, {}}); }))
+        GTEST_SKIP() << "this system refuses no calls";
+    EXPECT_THAT(printed("descriptor"), ElementsAre("0 /dev/null", "1 " + log.string(), "2 " + log.string()));
+}
+
+TEST_F(ProcessTest, AProgramIsStartedWhateverSignalsInterruptThat) {
+    struct sigaction noticed {};
+    noticed.sa_handler = [](int) {};
+    struct sigaction previous {};
+    ::sigaction(SIGALRM, &noticed, &previous);
+    constexpr itimerval often{{0, 500}, {0, 500}};
+    ::setitimer(ITIMER_REAL, &often, nullptr);
+    std::string problem;
+    try {
+        start({folder / "none", {}, {}});
+    } catch (const FileError &error) {
+        problem = error.what();
+    }
+    start({probe, {}, {}});
+    constexpr itimerval never{};
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    ::sigaction(SIGALRM, &previous, nullptr);
+    EXPECT_THAT(problem, HasSubstr("could not be started: No such file or directory."));
+    EXPECT_FALSE(printed("pid").empty());
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1); // no child, no zombie
 }
 
 TEST_F(ProcessTest, AProgramIsStartedAlsoWhenOurStandardDescriptorsAreClosed) {
@@ -217,6 +253,7 @@ TEST_F(ProcessTest, SignalsAreAsANewProgramExpectsThem) {
 TEST_F(ProcessTest, AProgramHasASessionOfItsOwnAndIsNotOurChild) {
     start({probe, {"--stay"}, {}});
     const pid_t pid = printedNumber("pid");
+    ASSERT_GT(pid, 0); // -1 would end everybody
     EXPECT_EQ(printedNumber("session"), pid);
     EXPECT_NE(::getsid(0), pid);
     int status = 0;
@@ -335,6 +372,11 @@ TEST_F(ProcessTest, AProgramThatIsAskedToQuitTerminates) {
     const auto running = find(program);
     ASSERT_NE(running, nullptr);
     EXPECT_FALSE(running->isTerminated());
+    {
+        const FewDescriptors none(0);
+        EXPECT_FALSE(running->isTerminated()) << "what cannot be told is not taken for granted";
+        EXPECT_EQ(find(program), nullptr);
+    }
     running->terminate();
     EXPECT_TRUE(eventually([&] { return running->isTerminated(); }));
     EXPECT_EQ(find(program), nullptr);

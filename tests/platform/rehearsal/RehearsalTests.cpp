@@ -2,6 +2,8 @@
 
 #include "platform/files/StandardFolders.h"
 #include "platform/processes/UDPPortHolders.h"
+#include "tests/support/ClosedStandardInput.h"
+#include "tests/support/RefusedCalls.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -144,6 +146,51 @@ TEST(UDPPortHolders, TheProgramThatHoldsAPortIsNamed) {
         EXPECT_EQ(udpPortHolders(port), (std::vector<UDPPortHolder>{{::getpid(), programPath()}}));
     }
     EXPECT_TRUE(udpPortHolders(port).empty());
+}
+
+TEST(UDPPortHolders, AProgramOfAnotherUserIsNotNamed) {
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root may become somebody else";
+    const TemporaryFolder folder;
+    const Rehearsal rehearsal(folder.path(), needed, participantsHoldEverything);
+    const BoundSocket holder;
+    const pid_t self = ::getpid();
+    const pid_t other = ::fork();
+    if (other == 0) {
+        const bool became = ::setgid(1111) == 0 && ::setuid(1234) == 0;
+        ::close(holder.socket.fileDescriptor()); // its own copy
+        const bool isUnknown = udpPortHolders(holder.port) == std::vector<UDPPortHolder>(1) &&
+                               !hasOpen(self, rehearsal.participantsFile());
+        ::_exit(became && isUnknown ? 0 : 1);
+    }
+    int ended = 0;
+    ASSERT_EQ(::waitpid(other, &ended, 0), other);
+    EXPECT_EQ(ended, 0);
+}
+
+TEST(UDPPortHolders, OfPortsThatNobodyCanHoldThereAreNone) {
+    const BoundSocket any; // so that there is something to be looked through
+    EXPECT_TRUE(udpPortHolders(0).empty());
+}
+
+TEST(UDPPortHolders, WithoutASocketItCannotBeToldWhetherAPortIsInUse) {
+    std::string problem;
+    const bool isRun = withoutSockets([&] {
+        try {
+            isUDPPortInUse(8000);
+        } catch (const FileError &error) {
+            problem = error.what();
+        }
+    });
+    if (!isRun)
+        GTEST_SKIP() << "this system refuses no calls";
+    EXPECT_EQ(problem, "A socket could not be opened: Too many open files.");
+}
+
+TEST(UDPPortHolders, ASocketOfNumber0LooksAsWellAsAnyOther) {
+    const BoundSocket holder;
+    const ClosedStandardInput closed;
+    EXPECT_TRUE(isUDPPortInUse(holder.port));
 }
 
 TEST(UDPPortHolders, PeopleAreToldOfThemByNameAndNumber) {
