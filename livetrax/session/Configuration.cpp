@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -21,7 +22,7 @@ using Path = std::filesystem::path;
 // What earlier versions installed in LiveTrax.
 constexpr std::array oldScripts = {"corvane_sync.lua", "corvane_probe.lua"};
 constexpr std::array oldExchangeFiles = {"live-sync.tsv", "live-sync.result"};
-constexpr std::array<std::string_view, 3> oldHooks = {"Corvane Sync", "Corvane Tick", "Corvane Probe"};
+constexpr std::string_view oldHooks[] = {"Corvane Sync", "Corvane Tick", "Corvane Probe"};
 
 std::string textOf(const Path &file) {
     const Bytes bytes = readFile(file);
@@ -66,7 +67,7 @@ void removeIgnoringErrors(const Path &file) {
 }
 
 bool isOldHook(XMLElement callback) {
-    return std::any_of(oldHooks.begin(), oldHooks.end(),
+    return std::any_of(std::begin(oldHooks), std::end(oldHooks),
                        [&](std::string_view name) { return callback.attributeIs("name", name); });
 }
 

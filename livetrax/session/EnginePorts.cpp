@@ -139,15 +139,12 @@ void SlotClaim::moveTo(std::int64_t first) {
 }
 
 void EnginePorts::add(XMLElement top) {
-    for (const XMLElement element : top.descendants({"Port", "Processor"}))
-        addElement(element);
-}
-
-void EnginePorts::addElement(XMLElement element) {
-    if (DirectOut::is(element))
-        claims.emplace_back(element);
-    else if (auto name = element.hasName("Port") ? element.attribute("name") : std::nullopt)
-        names.push_back(*std::move(name));
+    for (const XMLElement element : top.descendants({"Port", "Processor"})) {
+        if (DirectOut::is(element))
+            claims.emplace_back(element);
+        else if (auto name = element.hasName("Port") ? element.attribute("name") : std::nullopt)
+            names.push_back(*std::move(name));
+    }
 }
 
 bool session::settleEnginePorts(EnginePorts all, const std::vector<LV1Channel> &channels) {

@@ -33,8 +33,6 @@ struct EnginePorts {
     explicit EnginePorts(XMLElement top) { add(top); }
     /// Adds those of an element and of all below it.
     void add(XMLElement top);
-    /// Adds the element if it is one.
-    void addElement(XMLElement element);
 
     std::vector<std::string> names;
     std::vector<SlotClaim> claims;

@@ -74,20 +74,18 @@ std::map<std::string, std::string> trackNames(XMLElement root) {
 HistoryNote restoreNote(XMLElement now, XMLElement then) {
     const auto present = trackNames(now);
     const auto restored = trackNames(then);
-    HistoryNote note;
-    note.before = HistoryNote::Before::restore;
-    note.tracks = static_cast<std::int64_t>(present.size());
-    for (const auto &[id, name] : present) {
-        if (restored.count(id) != 0)
-            ++note.result.updated;
-        else
-            note.removed.push_back(name);
-    }
-    note.result.removed = static_cast<std::int64_t>(note.removed.size());
-    note.result.added = static_cast<std::int64_t>(restored.size()) - note.result.updated;
-    note.patchBefore = LiveTraxGenerator::treePatchSignature(now).value_or("");
-    note.patchAfter = LiveTraxGenerator::treePatchSignature(then).value_or("");
-    return note;
+    std::vector<std::string> removed;
+    for (const auto &[id, name] : present)
+        if (restored.count(id) == 0)
+            removed.push_back(name);
+    const auto count = [](const auto &all) { return static_cast<std::int64_t>(all.size()); };
+    const std::int64_t kept = count(present) - count(removed);
+    return {HistoryNote::Before::restore,
+            count(present),
+            {kept, count(restored) - kept, count(removed)},
+            removed,
+            LiveTraxGenerator::treePatchSignature(now).value_or(""),
+            LiveTraxGenerator::treePatchSignature(then).value_or("")};
 }
 
 /// The session's tree; none when the file is torn and that is accepted.

@@ -33,12 +33,12 @@ constexpr std::size_t mostBackups = 1000;
 /// A JSON file's object; an empty one when it cannot be read.
 Json readObject(const Path &file) {
     try {
-        const Bytes bytes = readFile(file);
-        Json object = Json::parse(bytes, nullptr, false);
-        return object.is_object() ? object : Json::object();
+        if (Json object = Json::parse(readFile(file)); object.is_object())
+            return object;
     } catch (const std::exception &) {
-        return Json::object();
+        // The same as an empty one.
     }
+    return Json::object();
 }
 
 void writeObject(const Path &file, const Json &object) {

@@ -33,8 +33,6 @@ void ObjectIds::renumber(XMLElement route, XMLElement playlist) {
     };
     forEachElement(route, giveId);
     forEachElement(playlist, giveId);
-    if (newIds.empty())
-        return;
 
     // One pass over the old texts, so that a new id that equals some other old one is not replaced again.
     const auto replaceIds = [&](XMLElement element) {

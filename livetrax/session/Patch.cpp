@@ -40,7 +40,7 @@ std::int64_t connectedInput(IO input) {
     const auto number = underscore == std::string::npos
                             ? std::nullopt
                             : integer(std::string_view(connected).substr(underscore + 1));
-    return number && *number > 0 ? *number - 1 : 0;
+    return std::max<std::int64_t>(number.value_or(1), 1) - 1;
 }
 
 /// The tracks that take part in a patch, all with a name and an input, as the recorder shows them from top to
@@ -53,7 +53,6 @@ std::vector<Track> patchedTracks(XMLElement root) {
     std::stable_sort(ordered.begin(), ordered.end(),
                      [](const auto &left, const auto &right) { return left.first < right.first; });
     std::vector<Track> tracks;
-    tracks.reserve(ordered.size());
     for (const auto &[position, track] : ordered)
         tracks.push_back(track);
     return tracks;
@@ -74,7 +73,6 @@ bool records(Track track, const LV1Channel &channel, const std::string &device) 
 
 std::string LiveTraxGenerator::patchSignature(const Channels &channels) {
     std::vector<std::string> lines;
-    lines.reserve(channels.size());
     for (const LV1Channel &channel : channels)
         lines.push_back(signatureLine(channel.name(), channel.stereo() ? 2 : 1, channel.inputIndex()));
     return joined(lines);

@@ -14,7 +14,8 @@ struct NamedFormat {
     const char *name;
     std::size_t bytesPerSample;
 };
-constexpr NamedFormat formats[] = {{"FormatFloat", 4}, {"FormatInt24", 3}, {"FormatInt16", 2}};
+/// Besides the usual "FormatFloat".
+constexpr NamedFormat formats[] = {{"FormatInt24", 3}, {"FormatInt16", 2}};
 
 } // namespace
 

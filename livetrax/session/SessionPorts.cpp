@@ -136,7 +136,6 @@ void SessionPorts::follow() {
 
 EnginePorts SessionPorts::all(XMLElement root) {
     EnginePorts all;
-    all.addElement(root);
     const XMLElement list = root.firstChild("Routes");
     for (const XMLElement part : root.children()) {
         if (part == list)

@@ -36,9 +36,7 @@ NextPiece piecesFromBeginning(const FileHandle &file) {
     });
 }
 
-PieceWriter::PieceWriter(const FileHandle &file) : file(file) {
-    buffer.reserve(2 * pieceSize);
-}
+PieceWriter::PieceWriter(const FileHandle &file) : file(file) {}
 
 void PieceWriter::write(std::string_view piece) {
     buffer += piece;

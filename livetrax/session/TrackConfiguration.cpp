@@ -4,8 +4,8 @@
 #include "patch/RecorderNames.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -35,7 +35,7 @@ void replaceAll(std::string &text, std::string_view old, std::string_view with) 
 
 template <class List>
 bool holds(const List &list, std::string_view text) {
-    return std::find(list.begin(), list.end(), text) != list.end();
+    return std::find(std::begin(list), std::end(list), text) != std::end(list);
 }
 
 /// "Audio " and a number, as `configure` calls every track's ports.
@@ -56,7 +56,7 @@ std::string_view withoutSign(std::string_view text) {
 
 /// Whether a value is a number or a switch as a whole: never a name that somebody gave.
 bool isNumberOrSwitch(std::string_view value) {
-    constexpr std::array<std::string_view, 4> switches = {"yes", "no", "true", "false"};
+    constexpr std::string_view switches[] = {"yes", "no", "true", "false"};
     if (holds(switches, value))
         return true;
     const std::string_view digits = withoutSign(value);
@@ -118,9 +118,9 @@ private:
     }
 
     static bool meansSomethingElse(XMLElement element, std::string_view attribute) {
-        constexpr std::array<std::string_view, 11> others = {"id",    "flags", "direction",   "type",
-                                                             "role",  "value", "active",      "bitslot",
-                                                             "order", "color", "default-type"};
+        constexpr std::string_view others[] = {"id",    "flags", "direction",   "type",
+                                               "role",  "value", "active",      "bitslot",
+                                               "order", "color", "default-type"};
         return holds(others, attribute) || attribute.ends_with("-id") ||
                (element.hasName("ExtConnection") && attribute == "for") ||
                (element.hasName("Controllable") && attribute == "name");

@@ -1,5 +1,6 @@
 #include "livetrax/session/XMLTextEdits.h"
 
+#include "base/Text.h"
 #include "base/UTF8.h"
 
 #include <algorithm>
@@ -244,7 +245,7 @@ private:
     std::string_view indentationBefore(std::size_t place) const {
         const std::size_t begin = blanksBefore(place);
         std::size_t lineBreak = text.substr(0, place).rfind('\n');
-        if (begin == 0 || text[begin - 1] != '>' || lineBreak == std::string_view::npos || lineBreak < begin)
+        if (!text.substr(0, begin).ends_with('>') || lineBreak == std::string_view::npos || lineBreak < begin)
             return {};
         if (lineBreak > begin && text[lineBreak - 1] == '\r')
             --lineBreak;
@@ -286,12 +287,10 @@ private:
 
     /// An element that is gone took everything in it along, and the blanks before it with their line break.
     void removeWhatIsGone() {
-        std::size_t goneUntil = 0;
         for (std::size_t i = 0; i < places.size(); ++i) {
             const ElementPlace &place = places[i];
-            if (isKept[i] || place.begin < goneUntil)
+            if (isKept[i])
                 continue;
-            goneUntil = place.end;
             const bool hasLine = !indentationBefore(place.begin).empty();
             changes.push_back({hasLine ? blanksBefore(place.begin) : place.begin, place.end, ""});
         }
@@ -332,10 +331,7 @@ bool claimsAnotherEncoding(std::string_view text) {
     const std::size_t quote = declaration.find_first_of("\"'", encoding);
     const std::string_view name = declaration.substr(std::min(quote, declaration.size() - 1) + 1);
     constexpr std::string_view wanted = "utf-8";
-    return name.size() <= wanted.size() ||
-           !std::equal(wanted.begin(), wanted.end(), name.begin(), [](char left, char right) {
-               return left == (right >= 'A' && right <= 'Z' ? static_cast<char>(right - 'A' + 'a') : right);
-           });
+    return !equalIgnoringCase(name.substr(0, wanted.size()), wanted);
 }
 
 } // namespace
@@ -345,14 +341,14 @@ std::optional<std::string> textWithEdits(std::string_view text, const XMLDocumen
         return std::nullopt;
     constexpr auto keep = XMLDocument::Blanks::keep;
     try {
-        const XMLDocument original = XMLDocument::parse(text, "The text", keep);
+        const XMLDocument original = XMLDocument::parse(text, "", keep);
         std::vector<XMLElement> before;
         collect(original.root(), before);
         Edits edits(text, before);
         if (!edits.fitTheText())
             return std::nullopt;
         std::string made = edits.made(edited.root());
-        if (XMLDocument::parse(made, "The edited text", keep).serialised() == edited.serialised())
+        if (XMLDocument::parse(made, "", keep).serialised() == edited.serialised())
             return made;
     } catch (const XMLError &) {
         // The tree can hold what its text could not say.

@@ -346,10 +346,9 @@ std::string_view XMLAttribute::value(std::string &buffer) const {
         return {};
     if (text->next == nullptr && text->type == XML_TEXT_NODE)
         return view(text->content);
-    xmlChar *const whole = xmlNodeListGetString(node->doc, text, 1);
-    buffer = view(whole);
-    xmlFree(whole);
-    return buffer;
+    const std::unique_ptr<xmlChar, void (*)(void *)> whole(xmlNodeListGetString(node->doc, text, 1),
+                                                           [](void *memory) { xmlFree(memory); });
+    return buffer = view(whole.get());
 }
 
 std::string XMLAttribute::value() const {

@@ -318,6 +318,7 @@ TEST_F(ConfigurationTest, OldHooksAreTakenOutAndTheOthersStayAsTheyWere) {
     <LuaCallback name="Corvane Sync" lua="c"><Signal/></LuaCallback>
     <LuaCallback lua="d"/>
     <LuaCallback name="Corvane Probe"/>
+    <LuaCallback name=""/>
     <LuaCallback name="corvane probe"/>
     <Other name="Corvane Tick"/>
   </ActionHooks>
@@ -331,6 +332,7 @@ TEST_F(ConfigurationTest, OldHooksAreTakenOutAndTheOthersStayAsTheyWere) {
     <LuaCallback name="My Hook"   lua="b"/>
     <!-- kept -->
     <LuaCallback lua="d"/>
+    <LuaCallback name=""/>
     <LuaCallback name="corvane probe"/>
     <Other name="Corvane Tick"/>
   </ActionHooks>

@@ -78,6 +78,12 @@ TEST(Configure, NothingIsCreatedThatTheTrackLacks) {
     EXPECT_EQ(tree.text(), before);
 }
 
+TEST(Configure, ATrackWithoutPortsIsRenamedByTheNameThatItHad) {
+    const Tree tree("<S><Route name='Kick'><Processor name='Kick'/><Processor name='Snare'/></Route></S>");
+    Generator::configure(tree.root().firstChild(), {}, channel("Snare", 0), 0);
+    EXPECT_THAT(names(tree.root().firstChild(), "Processor"), ElementsAre("Audio 1", "Snare"));
+}
+
 TEST(Configure, OnlyTheFirstOfEachNamedElementIsTouched) {
     Model model;
     const auto append = [&](const char *name, const char *attribute, const char *value) {
@@ -137,7 +143,7 @@ TEST(Configure, EveryColourByteComesBackFromItsFraction) {
 
 TEST(ConfigureDeathTest, AColourThatIsNoNumberStopsTheProgram) {
     const float infinite = std::numeric_limits<float>::infinity();
-    EXPECT_DEATH(colorOf(std::nanf(""), 0, 0), "colour");
+    EXPECT_DEATH(colorOf(std::nanf(""), 0, 0), "a colour component is not a finite number\n");
     EXPECT_DEATH(colorOf(0, infinite, 0), "colour");
     EXPECT_DEATH(colorOf(0, 0, -infinite), "colour");
 }

@@ -153,6 +153,16 @@ TEST_F(Wiring, ADirectOutWhoseOutputsComeBackIsConnectedAgain) {
     EXPECT_TRUE(planned(console).front().rewired);
 }
 
+TEST_F(Wiring, WhatOnePortHadAndTwoHaveNowIsConnectedAgain) {
+    const std::vector<LV1Channel> console = {channel("Keys", 0, true)};
+    planned(sessionText({track("Keys", 1, 2, 0)}), console);
+    std::string text = platform.session();
+    const std::size_t start = text.find("</Port>", text.find("system:playback_1"));
+    const std::size_t end = text.find("<ExtConnection for=\"device\" other=\"system:playback_2\"");
+    platform.writeSession(text.erase(start, end - start)); // both connections stand in the first port
+    EXPECT_TRUE(planned(console).front().rewired);
+}
+
 TEST_F(Wiring, AnInputThatIsConnectedToNothingOnTheSessionsDeviceIsSilent) {
     const std::vector<LV1Channel> console = {channel("Kick", 0), channel("Keys", 4, true), channel("Vox", 8)};
     const std::string text =

@@ -79,6 +79,36 @@ TEST_F(DirectOuts, ABusInTheWayOfAChannelIsMoved) {
     }
 }
 
+TEST_F(DirectOuts, TheFirstPlaybackChannelIsABusesOwnAsAnyOther) {
+    TrackText odd = bus(9);
+    odd.name = odd.engineNamespace.emplace("Odd");
+    odd.bitslot = "5"; // it keeps its slot, and what comes behind it gets a higher one
+    platform.writeSession(sessionText({odd, bus(1)}));
+    update({});
+    EXPECT_EQ(directOut(updated().route("Odd")).attribute("bitslot"), "5");
+    EXPECT_EQ(directOut(updated().route("Wedges")).attribute("bitslot"), "1");
+}
+
+TEST_F(DirectOuts, ATemplateWithoutDirectOutsBringsNoneBack) {
+    TrackText mono = track("M", 1, 1, 0);
+    TrackText stereo = track("S", 1, 2, 1);
+    mono.hasDirectOut = stereo.hasDirectOut = false;
+    std::string hollow = smallTemplate();
+    for (int model = 0; model < 2; ++model) {
+        const std::size_t start =
+            hollow.find("<IO direction=\"Output\"",
+                        hollow.find("DirectOuts", model == 0 ? 0 : hollow.rfind("DirectOuts")));
+        hollow.erase(start, hollow.find("</IO>", start) + 5 - start);
+    }
+    const std::string lost = "<Processor id=\"9\" role=\"DirectOuts\" name=\"Kick\" bitslot=\"0\"/>";
+    for (const std::string &models : {sessionText({mono, stereo}), hollow}) {
+        platform.setBaseTemplate(models);
+        platform.writeSession(kickWith(lost));
+        EXPECT_EQ(update({channel("Kick", 0, true)}), (UpdateResult{1, 0, 0}));
+        EXPECT_FALSE(directOut(updated().route("Kick")).firstChild());
+    }
+}
+
 TEST_F(DirectOuts, OnlyWhatSaysThatItIsNoTrackIsABus) {
     std::string text = sessionText({bus(11)});
     text.replace(text.find(" flags=\"AudioBus\""), 17, "");

@@ -309,6 +309,19 @@ TEST_F(Generation, ANameThatIsNoFoldersNameIsRefusedBeforeAnythingIsWritten) {
         EXPECT_NO_THROW(generate({channel("Kick", 0)}, name)) << name;
 }
 
+TEST_F(Generation, AChannelMayBeCalledByTheNumberOfAnElementOfTheModel) {
+    generate({channel("100", 0), channel("104", 1, true)}); // as the models' routes are numbered
+    EXPECT_THAT(names(generated().routes(), "Route"), ElementsAre("Master", "100", "104"));
+}
+
+TEST_F(Generation, ATemplateThatIsThereAlreadyIsLeftAloneWhereNoneIsMade) {
+    const std::string file = "home/Library/Preferences/LiveTrax3/templates/Gig/Gig.template";
+    platform.folder.write(file, "the user's own");
+    EXPECT_TRUE(errorOf([&] { generate({channel("A", 2, true), channel("B", 3, true)}); }));
+    EXPECT_EQ(platform.folder.read(file), "the user's own");
+    EXPECT_EQ(TemporaryFolder::entries(templates() / "Gig"), 1);
+}
+
 TEST_F(Generation, ATemplateThatIsThereAlreadyIsKeptOnce) {
     platform.folder.write("home/Library/Preferences/LiveTrax3/templates/Gig/Gig.template", "the user's own");
     generate({channel("Kick", 0)});

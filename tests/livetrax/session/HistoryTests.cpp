@@ -1,5 +1,6 @@
 #include "livetrax/session/History.h"
 
+#include "livetrax/session/CalendarTime.h"
 #include "livetrax/session/HistoryFolder.h"
 #include "platform/files/Files.h"
 #include "tests/livetrax/session/SessionTexts.h"
@@ -224,6 +225,8 @@ TEST_F(HistoryTest, BackupsThatNoFolderKnowsAreThoseOfANewSession) {
     update({channel("Keys", 0)});
     EXPECT_THAT(copies(gig()), SizeIs(1));
     EXPECT_THAT(copies(moved), SizeIs(1));
+    std::filesystem::remove_all(gig() / "backup");
+    EXPECT_EQ("Piano|1|0", newest().note.patchBefore) << "the path is the new one's alone";
 }
 
 TEST_F(HistoryTest, AFolderWithoutAPathIsNotLookedForWhereTheProgramRuns) {
@@ -239,10 +242,78 @@ TEST_F(HistoryTest, AFolderWithoutAPathIsNotLookedForWhereTheProgramRuns) {
 TEST_F(HistoryTest, ACopyWhoseNoteIsGoneIsListed) {
     update({channel("Kick In", 0)});
     std::filesystem::remove(Path(newest().file).replace_extension(".json"));
-    platform.folder.write("home/Library/Application Support/Corvane/History/Gig/Old.ardour", "not ours");
+    for (const std::string name :
+         {"Old", "000009 yyyy-mm-ddThh-mm-ss-mmmZ", "000009 2026-01-31T18-04-05-250"})
+        platform.folder.write("home/Library/Application Support/Corvane/History/Gig/" + name + ".ardour",
+                              "not ours");
     ASSERT_THAT(copies(gig()), SizeIs(1));
     EXPECT_EQ(platform.wallTime, newest().time);
     EXPECT_EQ(HistoryNote(), newest().note);
+}
+
+TEST_F(HistoryTest, ItsFilesHaveTheNamesAndTheFormThatLaterVersionsRead) {
+    const EnvironmentVariable zone("TZ", "UTC");
+    ::tzset();
+    update({channel("Größe", 0)});
+    update({channel("Größe", 0)});
+    const auto text = [&](const std::string &name) { return textOf(top() / "Gig" / name); };
+    EXPECT_EQ(text("session.json"), "{\n  \"version\": 1,\n  \"path\": \"" +
+                                        std::filesystem::weakly_canonical(gig()).string() +
+                                        "\",\n  \"backups\": [\n"
+                                        "    \"Corvane pre-sync 2026-01-31_18-04-06-250.ardour\",\n"
+                                        "    \"Corvane pre-sync 2026-01-31_18-04-07-250.ardour\"\n  ]\n}\n");
+    EXPECT_EQ(text("000001 2026-01-31T18-04-06-250Z.json"),
+              "{\n  \"version\": 1,\n  \"time\": \"2026-01-31T18:04:06.250+00:00\",\n"
+              "  \"before\": \"sync\",\n  \"tracks\": 2,\n  \"adjusted\": 1,\n  \"added\": 0,\n"
+              "  \"removed\": [\n    \"Vox\"\n  ],\n  \"patchBefore\": \"Kick|1|0\\nVox|1|1\",\n"
+              "  \"patchAfter\": \"Größe|1|0\"\n}\n");
+    EXPECT_TRUE(fileExists(top() / "Gig/000002 2026-01-31T18-04-07-250Z.ardour"));
+}
+
+TEST_F(HistoryTest, ASessionIsKnownByItsLatestThousandBackups) {
+    update({channel("Kick", 0)});
+    const std::string list = "home/Library/Application Support/Corvane/History/Gig/session.json";
+    std::string text = platform.folder.read(list);
+    std::string older;
+    for (int number = 0; number < 998; ++number)
+        older += "\"b" + std::to_string(number) + "\",";
+    platform.folder.write(list, text.insert(text.find('[') + 1, older));
+    const auto knows = [&](const std::string &name) {
+        return platform.folder.read(list).find("\"" + name + "\"") != std::string::npos;
+    };
+    update({channel("Kick", 0)});
+    EXPECT_TRUE(knows("b0")) << "the thousandth";
+    update({channel("Kick", 0)});
+    EXPECT_FALSE(knows("b0"));
+    EXPECT_TRUE(knows("b1"));
+    EXPECT_THAT(copies(gig()), SizeIs(3));
+}
+
+TEST_F(HistoryTest, AnUpdateLeavesEverybodyElseTheirPath) {
+    const Path other = copy(gig(), "Other/Gig");
+    update(other, {channel("Kick", 0)});
+    update({channel("Kick", 0)});
+    std::filesystem::remove_all(other / "backup");
+    EXPECT_THAT(copies(other), SizeIs(1));
+}
+
+TEST_F(HistoryTest, ACopyWhoseNoteCannotBeWrittenIsNotKept) {
+    update({channel("Kick", 0)});
+    std::filesystem::create_directories(top() / "Gig/000002 2026-01-31T18-04-07-250Z.json/in the way");
+    EXPECT_THROW(update({channel("Kick", 0)}), FileError);
+    EXPECT_THAT(copies(gig()), SizeIs(1));
+}
+
+TEST_F(HistoryTest, ASessionThatCouldNotBeCreatedTakesNobodysCopies) {
+    update({channel("Kick In", 0)});
+    const Path moved = move(gig(), "Archive/Gig");
+    const std::string file = "home/Library/Preferences/LiveTrax3/templates/Gig/Gig.template";
+    platform.folder.write(file + "/in the way", "");
+    platform.folder.write(file + ".corvane-backup", "");
+    EXPECT_THROW(LiveTraxGenerator::generate(platform.platform, "Gig", gig().parent_path(), {}), FileError);
+    std::filesystem::remove_all(moved / "backup");
+    std::filesystem::rename(moved, gig());
+    EXPECT_THAT(copies(gig()), SizeIs(1));
 }
 
 TEST_F(HistoryTest, NamesOfAnyLengthAndKindHaveAFolder) {
@@ -254,10 +325,13 @@ TEST_F(HistoryTest, NamesOfAnyLengthAndKindHaveAFolder) {
 
 TEST(HistoryTime, IsLocalWithItsZone) {
     const std::chrono::system_clock::time_point time{1769882645250ms};
-    {
-        const EnvironmentVariable zone("TZ", "IST-5:30");
+    for (const auto &[name, text] : {std::pair("IST-5:30", "2026-01-31T23:34:05.250+05:30"),
+                                     {"UTC0", "2026-01-31T18:04:05.250+00:00"},
+                                     {"NST3:30", "2026-01-31T14:34:05.250-03:30"},
+                                     {"LINT-14", "2026-02-01T08:04:05.250+14:00"}}) {
+        const EnvironmentVariable zone("TZ", name);
         ::tzset();
-        EXPECT_EQ("2026-01-31T23:34:05.250+05:30", timeText(time));
+        EXPECT_EQ(text, timeText(time));
     }
     ::tzset();
 }
@@ -329,6 +403,28 @@ TEST_F(HistoryRestore, ARecordingIsKnownByItsSoundFileToo) {
     EXPECT_STREQ("1 recording was made since then.", refusal().value().what());
 }
 
+TEST_F(HistoryRestore, RecordingsAreCountedAsAPersonSeesThem) {
+    const auto since = [&](const std::string &then, const std::string &now) {
+        const Path copy = platform.folder.write("then.ardour", "<Session>" + then + "</Session>");
+        platform.writeSession("<Session>" + now + "</Session>");
+        return history.recordingsSince(gig(), {1, {}, copy, 0, {}});
+    };
+    const std::string played = "<Playlists><Playlist id='1'>" + region("2") + "</Playlist></Playlists>";
+    const std::string aside =
+        "<UnusedPlaylists><Playlist id='3'>" + region("2") + "</Playlist></UnusedPlaylists>";
+    const std::string regions = "<Regions>" + region("4") + region("5") + "</Regions>";
+    const std::string sources = "<Sources><Source id='6' name='a'/><Source id='7' name='b'/>"
+                                "<Source id='8' name='c'/></Sources>";
+    EXPECT_EQ(0, since("", "<Playlists><Playlist id='1'/></Playlists><Regions/><Sources/>"));
+    EXPECT_EQ(0, since(played + regions + sources, played + regions + sources));
+    EXPECT_EQ(1, since("", played + regions + sources)) << "in a playlist";
+    EXPECT_EQ(1, since("", aside + regions + sources)) << "in a playlist of which there is another";
+    EXPECT_EQ(2, since(played, played + regions + sources)) << "in no playlist";
+    EXPECT_EQ(3, since(played + regions, played + regions + sources)) << "in no region";
+    EXPECT_EQ(1, since(played, played + aside)) << "in a further playlist";
+    EXPECT_EQ(3, since(played, played + aside + sources));
+}
+
 TEST_F(HistoryRestore, WhatLiveTraxHasToRecoverComesFirst) {
     update({channel("Kick In", 0)});
     platform.folder.write("Shows/Gig/Gig.pending", "");
@@ -351,6 +447,7 @@ TEST_F(HistoryRestore, ATornSessionIsReplacedWhenTold) {
     EXPECT_EQ(std::nullopt, refusal({true}));
     EXPECT_EQ(before, platform.session());
     EXPECT_EQ("<Session><Routes>", textOf(newest().file));
+    EXPECT_EQ(Before::restore, newest().note.before);
 }
 
 TEST_F(HistoryRestore, ADamagedCopyIsNotPutBack) {
@@ -374,6 +471,48 @@ TEST_F(HistoryRetention, TwentyStayHoweverOldAndMoreForThirtyDays) {
     ASSERT_THAT(copies(gig()), SizeIs(20));
     EXPECT_EQ(1U, newest().number);
     EXPECT_THAT(std::filesystem::exists(Path(newest().file).replace_extension(".json")), true);
+    EXPECT_EQ(41, TemporaryFolder::entries(top() / "Gig")) << "a file and a note each, and the session's";
+}
+
+TEST_F(HistoryRetention, ItsLimitsAreExact) {
+    using Bytes = std::uintmax_t;
+    struct Stored {
+        int copies;
+        std::chrono::milliseconds age; ///< of the oldest
+        Bytes oldest;
+        Bytes others;
+        Bytes note; ///< of the oldest
+        std::size_t left;
+    };
+    constexpr auto month = std::chrono::hours(30 * 24);
+    for (const Stored &row : {Stored{21, month, 0, 0, 0, 21},
+                              {21, month + 1ms, 0, 0, 0, 20},
+                              {20, 100 * month, 0, 0, 0, 20},
+                              {4, 1h, 500'000'000, 500'000'000, 0, 4},
+                              {4, 1h, 500'000'000, 500'000'000, 1, 3},
+                              {3, 1h, 1'000'000'000, 1'000'000'000, 0, 3},
+                              {5, 1h, 0, 500'000'000, 500'000'000, 4},
+                              {6, 1h, 0, 500'000'000, 500'000'000, 4}}) {
+        std::filesystem::remove_all(top());
+        for (int number = 1; number <= row.copies; ++number) {
+            const auto time = platform.wallTime - (number == 1 ? row.age : 0ms);
+            const auto utc = session::CalendarTime::utc(time);
+            const std::string name =
+                std::to_string(number) + utc.text(" %Y-%m-%dT%H-%M-%S-") + utc.milliseconds() + "Z";
+            const auto make = [&](const std::string &extension, Bytes size) {
+                std::filesystem::resize_file(
+                    platform.folder.write(
+                        "home/Library/Application Support/Corvane/History/Gig/" + name + extension, ""),
+                    size); // a hole: it takes no room
+            };
+            make(".ardour", number == 1 ? row.oldest : row.others);
+            if (number == 1)
+                make(".json", row.note);
+        }
+        session::pruneHistory(top(), platform.wallTime);
+        EXPECT_EQ(row.left, session::copiesIn(top() / "Gig").size())
+            << row.copies << " of " << row.others << " bytes, the oldest " << row.age.count() << " ms old";
+    }
 }
 
 TEST_F(HistoryRetention, BeyondTwoGigabytesTheOldestGoButThreeOfEachSession) {

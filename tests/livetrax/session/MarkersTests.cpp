@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <locale>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,44 @@ TEST(Markers, AMarkersPlaceIsItsSamplesAtTheSessionsRate) {
     EXPECT_EQ(markersIn("<Session sample-rate=\"44100\"><Locations>" + location("x", "a141120000") +
                         "</Locations></Session>"),
               (SessionMarkers{44100, {{22050, "x"}}}));
+    EXPECT_EQ(markersIn("<Session sample-rate=\"1\"><Locations>" + location("x", "a2822400000000") +
+                        "</Locations></Session>"),
+              (SessionMarkers{1, {{10000, "x"}}}));
+}
+
+/// The place of a mark in a session of 48,000 samples and so many ticks a second.
+std::int64_t placeAt(const std::string &ticksPerSecond, const std::string &start,
+                     const std::string &tempo = "") {
+    return markersIn("<Session sample-rate=\"48000\"><Locations>" + location("x", start) +
+                     "</Locations><TempoMap superclocks-per-second=\"" + ticksPerSecond +
+                     "\"><Tempos><Tempo " + tempo + "/></Tempos></TempoMap></Session>")
+        .markers.at(0)
+        .samples;
+}
+
+TEST(Markers, TheLastPlaceThatASessionCanSayIsRead) {
+    EXPECT_EQ(placeAt("1", "a7"), 7 * 48000);
+    EXPECT_EQ(placeAt("1", "a192153584101140"), 9223372036854720000);
+    EXPECT_THROW(placeAt("1", "a192153584101141"), XMLError);
+    for (const char *none : {"0", "-1", "x", ""})
+        EXPECT_EQ(placeAt(none, "a282240000"), 48000) << none << ": the usual number of ticks";
+    const std::string tempo = "npm=\"60\" note-type=\"4\" quarters=\"0:0\" sclock=";
+    EXPECT_EQ(placeAt("9000000000000000000", "b0", tempo + "\"9000000000000000000\""), 48000);
+    EXPECT_THROW(placeAt("9000000000000000000", "b1920", tempo + "\"0\""), XMLError);
+    EXPECT_THROW(placeAt("282240000", "b1920", tempo + "\"9000000000000000000\""), XMLError);
+    EXPECT_EQ(placeAt("282240000", "b1920", tempo + "\"282240000\""), 96000);
+}
+
+/// A point that is written as a comma.
+struct CommaPoint : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+};
+
+TEST(Markers, ATempoIsReadInEveryLocale) {
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new CommaPoint)); // which owns it
+    EXPECT_EQ(placeOf("b960", "<Tempo npm=\"60.5\" note-type=\"8\" sclock=\"0\" quarters=\"0:0\"/>"), 47603);
+    std::locale::global(before);
 }
 
 TEST(Markers, TheyComeInOrderOfTimeAndThoseOfOneTimeInTheOrderOfTheFile) {
@@ -86,6 +125,19 @@ TEST(Markers, AMarkInMusicalTimeFollowsTheTempo) {
     EXPECT_EQ(placeOf("b7679", slower), 95988);
     EXPECT_EQ(placeOf("b7680", slower), 96000);
     EXPECT_EQ(placeOf("b9600", slower), 144000);
+    EXPECT_EQ(placeOf("b1920", "<Tempo npm=\"1\" note-type=\"1\" sclock=\"0\" quarters=\"0:0\"/>"), 720000);
+    EXPECT_EQ(placeOf("b1920", "<Tempo npm=\"0.5\" note-type=\"4\" sclock=\"0\" quarters=\"0:0\"/>"),
+              5760000);
+    // From the middle of the first quarter on.
+    const std::string late =
+        constant + "<Tempo npm=\"60\" note-type=\"4\" sclock=\"70560000\" quarters=\"0:960\"/>";
+    EXPECT_EQ(placeOf("b1920", late), 36000);
+    // A tempo that begins nowhere holds nowhere.
+    for (const char *nowhere : {"", "0", ":0", "0:", "x:0", "0:x"})
+        EXPECT_EQ(placeOf("b1920", constant + "<Tempo npm=\"7\" note-type=\"4\" sclock=\"0\" quarters=\"" +
+                                       nowhere + "\"/>"),
+                  24000)
+            << nowhere;
     // A ramp that doubles the tempo in four seconds: ln 2 / 4 s, in ticks; 8 / ln 2 quarters long.
     const std::string ramp =
         "<Tempo npm=\"120\" note-type=\"4\" sclock=\"0\" quarters=\"0:0\" omega=\"6.1397e-10\"/>";
@@ -96,11 +148,37 @@ TEST(Markers, WhatCannotBeReadIsSaidAndNotLeftOut) {
     for (const char *place : {"", "a", "b", "x7", "a-1", "a1.5", "a99999999999999999999"})
         EXPECT_THROW(markersIn(session(location("x", place))), XMLError) << place;
     EXPECT_THROW(markersIn(session(location("x", "b1920"), "")), XMLError);
+    for (const char *place : {"-1", "b-1"})
+        EXPECT_THROW(markersIn(session(location("x", place))), XMLError) << place;
+    for (const char *tempo :
+         {"npm=\"120\" note-type=\"4\"", "note-type=\"4\" sclock=\"1000000000\"",
+          "npm=\"120\" sclock=\"1000000000\"", "npm=\"0\" note-type=\"4\" sclock=\"1000000000\"",
+          "npm=\"-120\" note-type=\"4\" sclock=\"1000000000\"",
+          "npm=\"120 bpm\" note-type=\"4\" sclock=\"1000000000\"",
+          "npm=\"120\" note-type=\"0\" sclock=\"1000000000\"",
+          "npm=\"120\" note-type=\"-4\" sclock=\"1000000000\""})
+        EXPECT_THROW(markersIn(session(location("x", "b1920"),
+                                       "<Tempo quarters=\"0:0\" " + std::string(tempo) + "/>")),
+                     XMLError)
+            << tempo;
     EXPECT_THROW(markersIn(session(location("x", "b9223372036854775807"),
                                    "<Tempo npm=\"1e-300\" note-type=\"4\" sclock=\"0\" quarters=\"0:0\"/>")),
                  XMLError);
     EXPECT_THROW(markersIn("<Session><Locations/></Session>"), XMLError);
     EXPECT_THROW(markersIn("<Session sample-rate=\"0\"><Locations/></Session>"), XMLError);
+}
+
+TEST(Markers, WhyTheyCannotBeReadIsSaidInWords) {
+    const auto problem = [](const std::string &text) -> std::string {
+        try {
+            markersIn(text);
+        } catch (const XMLError &error) {
+            return error.what();
+        }
+        return "none";
+    };
+    EXPECT_EQ(problem("<Session/>"), "The session does not say its sample rate.");
+    EXPECT_EQ(problem(session(location("Solo", "x7"))), "The place of the marker “Solo” cannot be read.");
 }
 
 TEST(Markers, ASessionWithoutAnyHasNone) {

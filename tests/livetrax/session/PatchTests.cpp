@@ -95,6 +95,7 @@ TEST_F(SessionSignature, TracksStandInTheRecordersOrder) {
     negative.order = "-1";
     EXPECT_EQ(signatureOf(sessionText({a, b, none, odd, negative})),
               "Negative|1|4\nNone|1|2\nOdd|1|3\nB|1|1\nA|1|0");
+    EXPECT_EQ(signatureOf(sessionText({track("One", 6), none, odd})), "None|1|2\nOdd|1|3\nOne|1|5");
 }
 
 TEST_F(SessionSignature, AnInputWithoutANumberIsTheFirst) {
@@ -256,6 +257,8 @@ TEST(ReassignDirectOuts, SoundOnesAreLeftAsTheyAre) {
 }
 
 TEST(ReassignDirectOuts, OneWhosePatchDisagreesKeepsAFreeSlotAndItsPatch) {
+    EXPECT_THAT(reassigned({out("A", "1", 9)}), ElementsAre("1: 9"));
+    EXPECT_THAT(reassigned({out("A", "1", 9), out("B", "1", 1)}), ElementsAre("2: 2", "1: 1"));
     EXPECT_THAT(reassigned({out("A", "4", 9)}), ElementsAre("4: 9"));
     EXPECT_THAT(reassigned({out("A", "4", 9), out("B", "4", 4)}), ElementsAre("1: 1", "4: 4"));
     EXPECT_THAT(reassigned({out("A", "4", 9), out("B", "3", 3, 2)}), ElementsAre("1: 1", "3: 3 4"));
@@ -264,6 +267,7 @@ TEST(ReassignDirectOuts, OneWhosePatchDisagreesKeepsAFreeSlotAndItsPatch) {
 TEST(ReassignDirectOuts, ASlotThatIsNoPositiveNumberIsReassigned) {
     EXPECT_THAT(reassigned({out("A", "0", 0), out("B", "-3", -3), out("C", "x", 2), out("D", "", 9)}),
                 ElementsAre("1: 1", "2: 2", "3: 3", "4: 4"));
+    EXPECT_THAT(reassigned({out("A", "x", 2)}), ElementsAre("1: 1"));
 }
 
 TEST(ReassignDirectOuts, OneWithoutASlotIsGivenOne) {

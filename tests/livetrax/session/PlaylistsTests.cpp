@@ -1,5 +1,7 @@
 #include "tests/livetrax/session/UpdateFixture.h"
 
+#include "base/Quotation.h"
+
 #include <gmock/gmock.h>
 
 namespace corvane {
@@ -94,6 +96,14 @@ TEST_F(RecordedTakes, APlanTellsHowManyRecordingsEachTrackHolds) {
     for (const TrackDecision &track : plan.tracks)
         takes.push_back(track.takes);
     EXPECT_THAT(takes, ElementsAre(2, 0, 3, 0)); // Kick, New, Vox, None
+    EXPECT_THAT(removedWithTakes(plan), ElementsAre(quotation("Vox")));
+}
+
+TEST_F(RecordedTakes, ATrackThatGoesWithOneRecordingIsTold) {
+    write({playing("Kick", 1, 0, "Kick"), playing("Vox", 2, 1, "Vox")},
+          {{"103", "Kick", 1}, {"107", "Vox", 0}});
+    EXPECT_THAT(removedWithTakes(LiveTraxGenerator::plan(platform.platform, platform.sessionFolder(), {})),
+                ElementsAre(quotation("Kick")));
 }
 
 TEST_F(RecordedTakes, APlanTellsWhatIsArmedAgain) {

@@ -48,9 +48,11 @@ TEST(RecorderConfiguration, TellsWhichDevicesWereUsedAndNoOtherOptions) {
            <Option name="osc-port" value="3819"/></Config>
            <Extra><AudioMIDISetup><EngineStates>
            <State backend="CoreAudio" driver="" device="Waves SoundGrid" sample-rate="48000"/>
+           <State backend="ALSA" driver="Duplex" device="hw:1" sample-rate="96000"/>
            </EngineStates></AudioMIDISetup></Extra>)");
     EXPECT_THAT(found.options, testing::ElementsAre(testing::Pair("osc-port", "3819")));
-    EXPECT_THAT(found.devices, testing::ElementsAre("CoreAudio;;Waves SoundGrid at 48000"));
+    EXPECT_THAT(found.devices,
+                testing::ElementsAre("CoreAudio;;Waves SoundGrid at 48000", "ALSA;Duplex;hw:1 at 96000"));
 }
 
 TEST(RecorderConfiguration, ALiveTraxThatWasNeverStartedHasNone) {

@@ -26,6 +26,7 @@ const Case table[] = {
     {"TwentyFourBits", withFormat("FormatInt24"), {96'000, 3}},
     {"SixteenBits", withFormat("FormatInt16"), {96'000, 2}},
     {"AnUnknownFormat", withFormat("FormatInt8"), {96'000, 4}},
+    {"TheLowestRate", "<Session sample-rate='1'/>", {1, 4}},
     {"NoRate", "<Session sample-rate='0'/>", {48'000, 4}},
     {"ANegativeRate", "<Session sample-rate='-44100'/>", {48'000, 4}},
     {"TheHighestRate", "<Session sample-rate='1000000'/>", {1'000'000, 4}},

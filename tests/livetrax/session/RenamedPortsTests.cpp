@@ -77,6 +77,31 @@ TEST(RenamedPorts, AValueThatIsANumberOrASwitchAsAWholeStays) {
     }
 }
 
+TEST(RenamedPorts, OnlyWhatIsANumberFromEndToEndIsOne) {
+    const auto route = [](const std::string &own, const std::string &note) {
+        return "<Route><IO><Port name=\"" + own + "/audio_in 1\"/></IO><Note text=\"" + note + "\"/></Route>";
+    };
+    for (const std::string number : {"1", "11", "+1", "-1", "1.", ".1", "1.1", "-1.1", "1e1", "1E1", "1e+1",
+                                     "1e-11", ".1e1", "1.e1", "11e1"})
+        EXPECT_EQ(renamed(route("1", number), "N", {"1"}), asText(route("N", number))) << number;
+    for (const std::string text : {"1x", "x1", "1 1", "1.x1", "1.1x", "1..1", ".e1", "e1", "1e1x", "1ex1",
+                                   "1e1.", "1e", "1e+", "+", "--1", "+x1", "1-", "1,1"}) {
+        std::string changed = text;
+        for (std::size_t at = changed.find('1'); at != std::string::npos; at = changed.find('1'))
+            changed.replace(at, 1, "N");
+        EXPECT_EQ(renamed(route("1", text), "N", {"1"}), asText(route("N", changed))) << text;
+    }
+}
+
+TEST(RenamedPorts, ANumberedNamespaceIsAudioAndANumberAndNothingElse) {
+    const auto route = [](const std::string &own) {
+        return "<Route note=\"a " + own + "\"><IO><Port name=\"" + own + "/audio_in 1\"/></IO></Route>";
+    };
+    EXPECT_EQ(renamed(route("Audio 30"), "Audio 1"), asText(route("Audio 1")));
+    for (const std::string own : {"Audio ", "Audio 3x", "Audio x", "Audio 3 ", "audio 3", "My Audio 3", "3"})
+        EXPECT_NE(renamed(route(own), "Audio 1"), asText(route("Audio 1"))) << own;
+}
+
 TEST(RenamedPorts, OnlyTheWholeOwnerOfAPortIsRenamed) {
     const auto route = [](const std::string &own) {
         return "<Route><IO name=\"x\"><Port name=\"" + own +

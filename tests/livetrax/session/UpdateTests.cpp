@@ -204,6 +204,12 @@ TEST_F(Update, NewTracksAreCopiesOfTheTemplatesModels) {
     EXPECT_EQ(tree.route("OH").firstChild("PresentationInfo").attribute("order"), "2");
 }
 
+TEST_F(Update, ANewChannelMayBeCalledByTheNumberOfAnElementOfTheModel) {
+    platform.writeSession(sessionText({}));
+    update({channel("100", 0), channel("104", 1, true)}); // as the models' routes are numbered
+    EXPECT_THAT(names(updated().routes(), "Route"), ElementsAre("Master", "100", "104"));
+}
+
 TEST_F(Update, TheOSCSurfaceIsSwitchedOn) {
     std::string text = sessionText({});
     text.replace(text.find("value=\"1\""), 9, "value=\"0\"");
@@ -336,6 +342,15 @@ TEST_F(Update, FivePressesInVainLeaveOneCopy) {
     EXPECT_EQ(platform.backups()[0], "Corvane pre-sync 2025-01-01_10-00-00-000.ardour");
     EXPECT_EQ(platform.folder.read("Shows/Gig/backup/" + platform.backups()[1]), platform.session());
     EXPECT_EQ(platform.backups()[2], "Gig.ardour");
+}
+
+TEST_F(Update, ABackupOfTheSameSizeAndOtherContentIsNoneOfTheSame) {
+    platform.writeSession(sessionText({track("A", 1, 1, 0), track("B", 2, 1, 1)}));
+    std::string other = platform.session();
+    other.replace(other.find("\"B\""), 3, "\"C\"");
+    platform.folder.write("Shows/Gig/backup/Corvane pre-sync 2025-01-01_10-00-00-000.ardour", other);
+    refused({channel("Vox", 0), channel("Vox", 1)});
+    EXPECT_EQ(platform.backups().size(), 2U);
 }
 
 TEST_F(Update, ASessionThatLiveTraxHasToRecoverIsRefusedBeforeItIsBackedUp) {
@@ -490,6 +505,15 @@ TEST_F(Update, APlanSaysWhatMoves) {
         plan.tracks,
         ElementsAre(TrackDecision{Action::change, "B", 1, false, {std::nullopt, "2", std::nullopt, false}},
                     TrackDecision{Action::change, "A", 0, false, {std::nullopt, "1", std::nullopt, false}}));
+}
+
+TEST_F(Update, APlanTellsTheInputsOfWhatGoes) {
+    platform.writeSession(
+        sessionText({track("Nought", 0, 1, 0), track("First", 1, 1, 1), track("Third", 3, 2, 2)}));
+    const UpdatePlan plan = Generator::plan(platform.platform, platform.sessionFolder(), {});
+    EXPECT_THAT(plan.tracks, ElementsAre(TrackDecision{Action::remove, "Nought", 0, false, {}},
+                                         TrackDecision{Action::remove, "First", 0, false, {}},
+                                         TrackDecision{Action::remove, "Third", 2, true, {}}));
 }
 
 TEST_F(Update, APlanFailsAsTheUpdateWould) {

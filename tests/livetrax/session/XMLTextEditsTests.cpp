@@ -35,12 +35,27 @@ const Edit addTwo = [](XMLElement root) {
     root.firstChild().append("N");
     root.firstChild().append("M");
 };
+const Edit setX = [](XMLElement root) { root.setAttribute("x", "2"); };
+const Edit addTwoAttributes = [](XMLElement root) {
+    root.setAttribute("a", "1");
+    root.setAttribute("b", "2");
+};
+const Edit removeAll = [](XMLElement root) {
+    for (XMLElement child : root.children())
+        child.remove();
+};
+const Edit removeFirstAndSetLast = [](XMLElement root) {
+    root.firstChild("A").remove();
+    root.firstChild("C").setAttribute("a", "2");
+};
 const Edit removeFirst = [](XMLElement root) { root.firstChild("A").remove(); };
 
 TEST(XMLTextEdits, ATextWithoutEditsIsTheTextThatWasRead) {
     for (const std::string text :
          {"<S/>", "<S ></S >", "<?xml version='1.0' encoding='utf-8'?><S a = 'b'/>\r\n",
-          "<S>&#65;&amp;<![CDATA[<A>]]></S><!-- - -->", "<!DOCTYPE S [<!ENTITY e \"]>\"> ]>\n<S>&e;<A/></S>"})
+          "<S>&#65;&amp;<![CDATA[<A>]]></S><!-- - -->", "<S a='1'><![CDATA[<<]]><A/><![CDATA[>]]><A/></S>",
+          "<!DOCTYPE S [<!-- it's < --><!-- isn't > --><!ENTITY e \">\">]><S><A/></S>",
+          "<!DOCTYPE S [<!ENTITY e \"]>\"> ]>\n<S>&e;<A/></S>"})
         EXPECT_EQ(edited(text, nothing), std::optional(text));
 }
 
@@ -51,9 +66,12 @@ TEST(XMLTextEdits, ValuesAreSetWhereTheyStand) {
         {"with references", "<S a='&#49;&amp;&lt;'/>", set, "<S a='2'/>"},
         {"with the other bracket", "<S b='>' a='a > b'>x</S>", set, "<S b='>' a='2'>x</S>"},
         {"empty", "<S a=''/>", set, "<S a='2'/>"},
+        {"whose name is a letter of its own", "<S x='1' xx='3'/>", setX, "<S x='2' xx='3'/>"},
         {"equal already", "<S a='&#50;'/>", set, "<S a='&#50;'/>"},
         {"of a prefixed neighbour's name", "<S xmlns:x='u' x:a='1' a='1'/>", set,
          "<S xmlns:x='u' x:a='1' a='2'/>"},
+        {"beside one that is called encoding", "<?xml version='1.0'?><S encoding='x' a='1'/>", set,
+         "<?xml version='1.0'?><S encoding='x' a='2'/>"},
         {"behind an element of the same name in a comment", "<!-- <S a='1'/> --><S a='1'/>", set,
          "<!-- <S a='1'/> --><S a='2'/>"},
     });
@@ -64,6 +82,7 @@ TEST(XMLTextEdits, AttributesThatWereNotThereComeLast) {
         {"alone", "<S/>", set, "<S a=\"2\"/>"},
         {"alone, with blanks", "<S ></S>", set, "<S a=\"2\" ></S>"},
         {"behind others", "<S b='1'\n/>", set, "<S b='1' a=\"2\"\n/>"},
+        {"two", "<S><A/></S>", addTwoAttributes, "<S a=\"1\" b=\"2\"><A/></S>"},
         {"beside a prefixed one of the name", "<S xmlns:x='u' x:a='1'/>", set,
          "<S xmlns:x='u' x:a='1' a=\"2\"/>"},
     });
@@ -82,6 +101,9 @@ TEST(XMLTextEdits, ElementsAreAppendedLikeTheirNeighbours) {
         {"on one line", "<S><A/></S>", add, "<S><A/><N n=\"1\"/></S>"},
         {"on their own", "<S>\n  <A/>\n</S>", add, "<S>\n  <A/>\n  <N n=\"1\"/>\n</S>"},
         {"with other line breaks", "<S>\r\n\t<A/>\r\n</S>", add, "<S>\r\n\t<A/>\r\n\t<N n=\"1\"/>\r\n</S>"},
+        {"behind blank lines", "<S>\n\n  <A/>\n</S>", add, "<S>\n\n  <A/>\n  <N n=\"1\"/>\n</S>"},
+        {"in an element that has some", "<S>\n  <A>\n    <B/>\n  </A>\n</S>", addToChild,
+         "<S>\n  <A>\n    <B/>\n    <N/>\n  </A>\n</S>"},
         {"before blank lines", "<S>\n  <A/>\n\n</S>", add, "<S>\n  <A/>\n  <N n=\"1\"/>\n\n</S>"},
         {"behind a comment", "<S>\n  <A/>\n <!-- c -->\n</S>", add,
          "<S>\n  <A/>\n <!-- c -->\n  <N n=\"1\"/>\n</S>"},
@@ -105,6 +127,10 @@ TEST(XMLTextEdits, ElementsAreRemovedWithTheirLines) {
          "<S>\r\n  <!-- A -->\r\n</S>"},
         {"the only one", "<S>\n <A/>\n</S>", removeFirst, "<S>\n</S>"},
         {"behind text", "<S>text\n <A/></S>", removeFirst, "<S>text\n </S>"},
+        {"side by side", "<S><A/><B/></S>", removeAll, "<S></S>"},
+        {"with what is in it, before something that changes",
+         "<S>\n <A>\n  <B/>\n  <B><D/></B>\n </A>\n <C a='1'/>\n</S>", removeFirstAndSetLast,
+         "<S>\n <C a='2'/>\n</S>"},
     });
 }
 
@@ -115,6 +141,7 @@ TEST(XMLTextEdits, AnElementsDefaultValueIsWrittenOutWhenItChanges) {
 
 TEST(XMLTextEdits, WhatItsTextCannotSayIsLeftToTheTree) {
     EXPECT_FALSE(edited("<?xml version='1.0' encoding='ISO-8859-1'?><S a='1'/>", set));
+    EXPECT_FALSE(edited("\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><S a='1'/>", set));
     EXPECT_FALSE(edited("<S a='1'/>", [](XMLElement root) { root.append("not a name"); }));
     EXPECT_FALSE(edited("<S a='1'/>", [](XMLElement root) { root.removeAttribute("a"); }));
     EXPECT_FALSE(edited("<S/>", [](XMLElement root) { root.append("A").append("B"); }));
