@@ -55,6 +55,19 @@ dialogue() {
 }
 no_dialogue() { ! dialogue "$@"; }
 
+# Presses Escape in a dialogue; whether it is gone within a second. Without a window manager the program may have given
+# the keyboard to its main window when the key comes.
+cancel() { # [NAME]
+    local open
+    open=$(dialogue "$@") || return 0
+    press "$open" Escape
+    for _ in $(seq 11); do
+        no_dialogue "$@" && return 0
+        sleep 0.1
+    done
+    return 1
+}
+
 window_size() { # WINDOW: prints width and height
     local X Y WIDTH HEIGHT SCREEN WINDOW
     eval "$(xdotool getwindowgeometry --shell "$1")" && echo "$WIDTH $HEIGHT"
