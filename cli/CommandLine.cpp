@@ -29,12 +29,12 @@ struct Values {
     std::string rehearsal, file, host, port, saveTo, session, folder, name;
     std::string copyNumber, copyTime;
     std::string events;
-    double seconds = 0;
+    std::optional<double> seconds;
     bool allowEmpty = false, discardRecordings = false;
     std::string shell;
     bool withNames = false;
     bool json = false, launch = false, confirm = false;
-    std::string format = "table";
+    std::string format;
     std::string markerStyle;
 };
 
@@ -202,8 +202,7 @@ void Parser::addSource(CLI::App *command) {
     command->add_option("--from", values.file, "Take the channels from a patch file")
         ->type_name("FILE")
         ->check(notEmpty())
-        ->excludes("--host")
-        ->excludes("--port");
+        ->excludes("--host");
 }
 
 void Parser::addDuration(CLI::App *command, const char *description) {
@@ -354,22 +353,21 @@ void Parser::addSupport() {
 }
 
 Options Parser::options(const std::filesystem::path &currentFolder) const {
-    CLI::App *command = app.get_subcommands().front();
     const auto path = [&](const std::string &text) -> std::optional<std::filesystem::path> {
         if (text.empty())
             return std::nullopt;
         return absolutePath(text, currentFolder);
     };
     Options options;
-    options.verb = verbs.at(command);
+    options.verb = verbs.at(app.get_subcommands().front());
     options.rehearsal = path(values.rehearsal);
     options.json = values.json;
     options.source.file = path(values.file);
-    if (command->get_option_no_throw("--host") && command->count("--host") > 0)
+    if (!values.host.empty())
         options.source.host = values.host;
     options.source.port = portNumber(values.port).value_or(0);
-    if (command->get_option_no_throw("--for") && command->count("--for") > 0)
-        options.duration = std::chrono::milliseconds(std::llround(values.seconds * 1000));
+    if (values.seconds)
+        options.duration = std::chrono::milliseconds(std::llround(*values.seconds * 1000));
     options.format = values.json ? Format::json : formatOf(values.format);
     if (!values.events.empty())
         options.events = wordsOf(values.events);
@@ -470,7 +468,7 @@ std::filesystem::path absolutePath(const std::filesystem::path &typed,
             whole = resolved;
     }
     whole = whole.lexically_normal();
-    return whole.has_filename() || whole == whole.root_path() ? whole : whole.parent_path();
+    return whole.has_filename() ? whole : whole.parent_path();
 }
 
 } // namespace corvane::cli

@@ -26,12 +26,6 @@ bool isPositional(const Option &option) {
     return !option.name.starts_with("-");
 }
 
-/// The long form of "-h,--help".
-std::string longName(const Option &option) {
-    const auto dashes = option.name.find("--");
-    return dashes == std::string::npos ? option.name : option.name.substr(dashes);
-}
-
 std::string joined(const std::vector<std::string> &words) {
     std::string all;
     for (const std::string &word : words)
@@ -99,10 +93,10 @@ std::string bash(const CommandTree &tree) {
                 others += "            " + command.name + ") " + bashAction(option) + " ;;\n";
                 continue;
             }
-            names += (names.empty() ? "" : " ") + longName(option);
+            names += (names.empty() ? "" : " ") + option.name;
             if (!option.value.empty())
-                values += "        '" + command.name + " " + longName(option) + "') " + bashAction(option) +
-                          " ;;\n";
+                values +=
+                    "        '" + command.name + " " + option.name + "') " + bashAction(option) + " ;;\n";
         }
         options += "            " + command.name + ") words='" + names + "' ;;\n";
     }
@@ -145,7 +139,7 @@ std::string fish(const CommandTree &tree) {
         for (const Option &option : command.options) {
             text += "complete -c corvanectl -n '__fish_seen_subcommand_from " + command.name + "'";
             if (!isPositional(option))
-                text += " -l " + longName(option).substr(2);
+                text += " -l " + option.name.substr(2);
             text += fishValue(option) + " -d '" + plain(option.description) + "'\n";
         }
     }

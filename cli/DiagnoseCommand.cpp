@@ -32,10 +32,10 @@ constexpr std::size_t mostLogLines = 200;
 constexpr std::size_t mostSessionsRead = 10;
 
 std::string compiler() {
-#ifdef _LIBCPP_VERSION
-    return std::string(__VERSION__) + ", libc++ " + std::to_string(_LIBCPP_VERSION);
-#else
+#ifdef _GLIBCXX_RELEASE
     return std::string(__VERSION__) + ", libstdc++ " + std::to_string(_GLIBCXX_RELEASE);
+#else
+    return std::string(__VERSION__) + ", libc++ " + std::to_string(_LIBCPP_VERSION);
 #endif
 }
 
@@ -107,7 +107,6 @@ void appendText(std::string &text, const Json &json, const std::string &indent) 
     if (json.empty())
         text += indent + "none\n";
     for (const auto &[name, value] : json.items()) {
-        const bool nested = value.is_structured() && !(value.is_array() && !value.empty() && json.is_array());
         if (json.is_array() && !value.is_structured())
             text += indent + shown(value) + "\n";
         else if (json.is_array()) {
@@ -115,7 +114,7 @@ void appendText(std::string &text, const Json &json, const std::string &indent) 
             for (const auto &[key, part] : value.items())
                 row += (row.empty() ? "" : ", ") + key + " " + shown(part);
             text += indent + row + "\n";
-        } else if (nested) {
+        } else if (value.is_structured()) {
             text += indent + name + "\n";
             appendText(text, value, indent + "  ");
         } else

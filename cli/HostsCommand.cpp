@@ -21,12 +21,11 @@ public:
     explicit HostsCommand(const CommandContext &context) : context(context) {}
 
     void stop() override {
+        deadline.cancel();
         if (browser)
             browser->stop();
         if (multicast)
             multicast->stop();
-        browser.reset();
-        multicast.reset();
     }
 
     void didFind(std::shared_ptr<NetService> service, bool) override {
@@ -60,9 +59,9 @@ private:
         multicast->start();
         browser->search(LV1Client::serviceType, LV1Client::serviceDomain);
         context.output.progress("Listening for LV1 hosts…");
-        platform.main.after(listening(), weakly(std::weak_ptr(self), [](HostsCommand &command) {
-                                command.guarded([&] { command.report(); });
-                            }));
+        deadline = platform.main.after(listening(), weakly(std::weak_ptr(self), [](HostsCommand &command) {
+                                           command.guarded([&] { command.report(); });
+                                       }));
     }
 
     std::chrono::milliseconds listening() const {
@@ -125,6 +124,7 @@ private:
     }
 
     CommandContext context;
+    DelayedTask deadline;
     std::shared_ptr<LV1MulticastDiscovery> multicast;
     std::unique_ptr<ServiceBrowser> browser;
     std::vector<Host> hosts; ///< in order of arrival

@@ -49,8 +49,6 @@ void PatchReader::start() {
 }
 
 void PatchReader::stop() {
-    onPatch = nullptr;
-    onFailure = nullptr;
     deadline.cancel();
     silence.cancel();
     if (auto leaving = std::exchange(client, nullptr))
@@ -87,14 +85,11 @@ void PatchReader::wireClient() {
 }
 
 void PatchReader::heard(const LV1Endpoint &endpoint) {
-    if (!source.host)
-        heardConsole = {endpoint.name, "multicast",         endpoint.host,
-                        endpoint.port, platform.main.now(), heardConsole.accepted};
+    heardConsole = {endpoint.name, "multicast",         endpoint.host,
+                    endpoint.port, platform.main.now(), heardConsole.accepted};
 }
 
 void PatchReader::heardServices(const std::vector<std::shared_ptr<NetService>> &services) {
-    if (source.host)
-        return;
     if (heardConsole.way != "multicast" && !services.empty()) {
         const auto address = addressOf(*services.front()).value_or(std::pair(std::string(), 0));
         heardConsole = {services.front()->name(), "Bonjour",           address.first,

@@ -12,7 +12,6 @@ void PatchReadingCommand::start() {
 void PatchReadingCommand::stop() {
     if (reader)
         reader->stop();
-    reader.reset();
 }
 
 } // namespace corvane::cli

@@ -21,11 +21,7 @@ class RecorderCommand : public Command {
 public:
     explicit RecorderCommand(const CommandContext &context) : context(context) {}
 
-    void stop() override {
-        if (osc)
-            osc->stop();
-        osc.reset();
-    }
+    void stop() override { osc.reset(); }
 
 protected:
     /// Sends the command's messages. The connection has been opened.

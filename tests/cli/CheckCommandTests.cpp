@@ -1,5 +1,6 @@
 #include "cli/Json.h"
-#include "tests/cli/CommandTest.h"
+#include "livetrax/session/History.h"
+#include "tests/cli/SessionCommandTest.h"
 #include "tests/support/BuiltFiles.h"
 
 #include <algorithm>
@@ -11,16 +12,38 @@ using namespace std::chrono_literals;
 using nlohmann::json;
 using testing::HasSubstr;
 
-class CheckCommandTest : public CommandTest {
+class CheckCommandTest : public SessionCommandTest {
 protected:
-    CheckCommandTest() { installLiveTrax(); }
-
     /// The line of that name.
     json check(const std::string &name) const {
         const json checks = printedJson()["checks"];
         const auto found = std::find_if(checks.begin(), checks.end(),
                                         [&](const json &each) { return each["name"] == name; });
         return found == checks.end() ? json() : *found;
+    }
+
+    /// Each line but those of the network and the disk, which differ from one computer to another.
+    std::vector<std::string> lines() const {
+        std::vector<std::string> lines;
+        const json document = printedJson();
+        for (const json &each : document["checks"])
+            if (each["name"] != "space")
+                lines.push_back(each["state"].get<std::string>() + " " + each["name"].get<std::string>() +
+                                ": " + each["text"].get<std::string>());
+        return lines;
+    }
+
+    /// Begins anew, with a console of these channels.
+    void check(const std::vector<std::string> &more, const std::vector<LV1Channel> &channels) {
+        std::vector<std::string> arguments{"check", "--json"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        outcome.reset();
+        output.printed.clear();
+        begin(arguments);
+        announce("FOH", "10.0.0.1", 5000);
+        accept();
+        deliverPatch(channels);
+        fake.clock->advance(300ms);
     }
 
     /// A console is heard half a second before the list is drawn up.
@@ -101,6 +124,68 @@ TEST_F(CheckCommandTest, ASessionIsComparedWithTheConsole) {
     EXPECT_EQ("failed", check("recovery data")["state"]);
     EXPECT_EQ("ok", check("history")["state"]);
     EXPECT_EQ("1 of 13 failed: recovery data.", outcome->message);
+}
+
+TEST_F(CheckCommandTest, EachLineOfASessionSaysWhatWasFoundAndNothingIsLeftBehind) {
+    const auto session = makeSession(band);
+    sync(session, band);
+    const auto files = TemporaryFolder::entries(session);
+    check({session, "--in", "Shows"}, band);
+    const std::string device = "New sessions are made for “\u2068CoreAudio;;Waves SoundGrid\u2069”";
+    EXPECT_THAT(
+        lines(),
+        testing::ElementsAre(
+            "ok console: FOH (10.0.0.1:5000) was heard by multicast 0.3 s ago and has accepted the link.",
+            "ok patch: 3 channels, 4 inputs.", "ok LiveTrax: LiveTrax 3 is installed.",
+            "warning OSC surface: LiveTrax has no configuration yet in the preferences "
+            "“\u2068LiveTrax3\u2069”.",
+            "ok port 3819: It is free for LiveTrax.", "ok port 8000: It is free for Corvane.",
+            "ok device: " + device + ", and so was the session.",
+            "ok folder: “\u2068" + (fake.folder / "Shows").string() +
+                "\u2069” is not there yet and can be made.",
+            "ok session: “\u2068" + session + "\u2069” can be read and written.",
+            "ok in step: The session has the console's patch.",
+            "ok recordings: A sync would take out no recorded track.",
+            "ok history: 1 copy is kept, the newest of " + timeText(fake.wallTime) + ".",
+            "ok recovery data: There is none."));
+    EXPECT_EQ(files, TemporaryFolder::entries(session));
+    std::filesystem::remove_all(fake.folder / "home/Library/Application Support/Corvane/History");
+    check({session}, {mono("Vox", 0, 1), mono("Vox", 1, 2)});
+    EXPECT_EQ("No copy is kept of the session as it was before it was changed.", check("history")["text"]);
+    EXPECT_THAT(check("in step")["text"].get<std::string>(), HasSubstr("duplicate audio port"));
+}
+
+TEST_F(CheckCommandTest, WhatCannotBeReadOrWrittenIsSaidWhereItMatters) {
+    const std::string file = fake.folder.write("file", "").string();
+    fake.folder.write("home/Library/Preferences/LiveTrax3/config", "<Ardour>");
+    fake.resources->files.clear();
+    check({"--in", file}, band);
+    EXPECT_EQ("failed", check("folder")["state"]);
+    EXPECT_THAT(check("folder")["text"].get<std::string>(), HasSubstr(file + "/.corvane-check"));
+    EXPECT_EQ("failed", check("OSC surface")["state"]);
+    EXPECT_EQ("failed", check("device")["state"]);
+    EXPECT_EQ("3 of 9 failed: OSC surface, device, folder.", outcome->message);
+}
+
+TEST_F(CheckCommandTest, AConsoleOfBonjourIsSaidToBeAndOneThatIsAnnouncedAsWellIsNot) {
+    begin({"check", "--json"});
+    fake.browser->resolve(*fake.browser->find("Stage"), "stage.local.", 5002);
+    fake.clock->run();
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(300ms);
+    EXPECT_EQ("Stage (stage.local.:5002) was heard by Bonjour 0.3 s ago and has accepted the link.",
+              check("console")["text"]);
+    outcome.reset();
+    output.printed.clear();
+    begin({"check", "--json"});
+    announce("FOH", "10.0.0.1", 5000);
+    fake.browser->find("FOH");
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(300ms);
+    EXPECT_EQ("FOH (10.0.0.1:5000) was heard by multicast 0.3 s ago and has accepted the link.",
+              check("console")["text"]);
 }
 
 TEST_F(CheckCommandTest, SpaceIsCountedInTheSessionsOwnFormat) {

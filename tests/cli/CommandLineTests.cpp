@@ -1,11 +1,17 @@
 #include "cli/CommandLine.h"
 
+#include "cli/CommandTree.h"
+#include "tests/support/TemporaryFolder.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 namespace corvane::cli {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using Arguments = std::vector<std::string>;
@@ -97,16 +103,33 @@ TEST(CommandLine, WrongUsageIsRefusedWithOneLine) {
                                    {"hosts", "--for", "inf"},
                                    {"hosts", "--for", "1e12"},
                                    {"hosts", "--for", "soon"},
-                                   {"hosts", "--rehearse", ""},
-                                   {"sync", ""},
-                                   {"sync", "Gig", "--from", ""},
-                                   {"create", "Gig", "--in", ""},
-                                   {"patch", "--save", ""},
-                                   {"patch", "--host", "", "--port", "1"}}) {
+                                   {"sync", "Gig", "--from", "f", "--port", "1"},
+                                   {"history"},
+                                   {"restore"},
+                                   {"restore", "Gig", "--number", "1", "--at", "x"},
+                                   {"markers"},
+                                   {"markers", "Gig", "--json", "--format", "csv"},
+                                   {"completion"}}) {
         const std::string message = refused(wrong);
         EXPECT_FALSE(message.empty()) << testing::PrintToString(wrong);
         EXPECT_EQ(std::string::npos, message.find('\n')) << message;
     }
+}
+
+TEST(CommandLine, WhatIsEmptyIsNoOptionThatWasLeftOut) {
+    for (const Arguments &wrong : {Arguments{"hosts", "--rehearse", ""},
+                                   {"sync", "Gig", "--from", ""},
+                                   {"signature", "--from", ""},
+                                   {"create", "Gig", "--in", ""},
+                                   {"check", "--in", ""},
+                                   {"patch", "--save", ""},
+                                   {"scenes", "--save", ""},
+                                   {"diagnose", "--save", ""},
+                                   {"restore", "Gig", "--at", ""},
+                                   {"patch", "--port", "1", "--host", ""}})
+        EXPECT_EQ(wrong[wrong.size() - 2] + ": is empty", refused(wrong));
+    EXPECT_EQ("session: is empty", refused({"sync", ""}));
+    EXPECT_EQ("session: is empty", refused({"check", ""}));
 }
 
 TEST(CommandLine, AFormatIsOneOfThreeWords) {
@@ -115,7 +138,7 @@ TEST(CommandLine, AFormatIsOneOfThreeWords) {
 }
 
 TEST(CommandLine, ATimeIsANumberOfSeconds) {
-    for (const std::string wrong : {"soon", "5s", "", "-1", "nan", "1e12"})
+    for (const std::string wrong : {"soon", "5s", "", "-1", "nan", "1e12", "1000000.5"})
         EXPECT_EQ("--for: is not a number of seconds: " + wrong, refused({"hosts", "--for", wrong}));
 }
 
@@ -124,6 +147,8 @@ TEST(CommandLine, AWordThatIsNoCommandIsNamed) {
     EXPECT_EQ("“\u2068dance\u2069” is no command of corvanectl; --help lists them.",
               refused({"dance", "--json"}));
     EXPECT_THAT(refused({"hosts", "extra"}), HasSubstr("extra"));
+    EXPECT_EQ("A subcommand is required", refused({"--bogus"}));
+    EXPECT_EQ("A subcommand is required", refused({}));
 }
 
 TEST(CommandLine, CheckAndDiagnoseTakeTheConsoleAsTheOthersDo) {
@@ -161,6 +186,78 @@ TEST(CommandLine, SecondsMayBeFractions) {
     EXPECT_EQ(std::nullopt, accepted({"hosts"}).duration);
 }
 
+TEST(CommandLine, ATimeIsAnythingUpToAMillionSeconds) {
+    EXPECT_EQ(std::chrono::milliseconds(0), accepted({"hosts", "--for", "0"}).duration);
+    EXPECT_EQ(std::chrono::seconds(1'000'000), accepted({"hosts", "--for", "1000000"}).duration);
+}
+
+/// What a command line asks for besides the command itself.
+std::string asked(const Arguments &arguments) {
+    const Options options = accepted(arguments);
+    std::ostringstream text;
+    const auto addFlag = [&](const char *name, bool is) { text << (is ? name : ""); };
+    const auto add = [&](const char *name, const auto &value) {
+        if (value)
+            text << name << *value;
+    };
+    const auto addPath = [&](const char *name, const std::optional<std::filesystem::path> &path) {
+        if (path && !path->empty())
+            text << name << path->string();
+    };
+    text << "format " << static_cast<int>(options.format);
+    addFlag(", named", options.markerStyle == MarkerStyle::named);
+    addFlag(", json", options.json);
+    addFlag(", launch", options.launch);
+    addFlag(", allow empty", options.allowEmpty);
+    addFlag(", discard", options.discardRecordings);
+    addFlag(", confirm", options.confirm);
+    addFlag(", names", options.withNames);
+    addPath(", rehearse ", options.rehearsal);
+    addPath(", from ", options.source.file);
+    add(", host ", options.source.host);
+    addFlag((", port " + std::to_string(options.source.port)).c_str(), options.source.port != 0);
+    if (options.duration)
+        text << ", for " << options.duration->count();
+    for (const std::string &event : options.events)
+        text << ", event " << event;
+    addPath(", save ", options.saveTo);
+    add(", number ", options.copyNumber);
+    add(", at ", options.copyTime);
+    addFlag((", shell " + options.shell).c_str(), !options.shell.empty());
+    addFlag((", name " + options.name).c_str(), !options.name.empty());
+    addPath(", session ", options.session);
+    addPath(", in ", options.folder);
+    return text.str();
+}
+
+TEST(CommandLine, EachOptionAsksForOneThingAndForNothingElse) {
+    const std::vector<std::pair<Arguments, std::string>> rows{
+        {{"hosts"}, "format 0"},
+        {{"hosts", "--json", "--rehearse", "room/", "--for", "2.5"},
+         "format 1, json, rehearse /shows/room, for 2500"},
+        {{"patch", "--host", "h", "--port", "5", "--save", "f", "--format", "csv"},
+         "format 2, host h, port 5, save /shows/f"},
+        {{"patch", "--format", "table"}, "format 0"},
+        {{"watch", "--events", "status"}, "format 0, event status"},
+        {{"scenes", "--save", "f"}, "format 0, save /shows/f"},
+        {{"create", "Gig", "--in", "out/", "--from", "f", "--launch"},
+         "format 0, launch, from /shows/f, name Gig, in /shows/out"},
+        {{"sync", "Gig", "--launch"}, "format 0, launch, session /shows/Gig"},
+        {{"sync", "Gig", "--allow-empty"}, "format 0, allow empty, session /shows/Gig"},
+        {{"signature", "--from", "f"}, "format 0, from /shows/f"},
+        {{"restore", "Gig", "--number", "2"}, "format 0, number 2, session /shows/Gig"},
+        {{"restore", "Gig", "--at", "noon", "--discard-recordings"},
+         "format 0, discard, at noon, session /shows/Gig"},
+        {{"save", "--confirm"}, "format 0, confirm"},
+        {{"marker", " Verse", "--style", "named"}, "format 0, named, name Verse"},
+        {{"markers", "Gig", "--format", "labels"}, "format 3, session /shows/Gig"},
+        {{"check", "Gig", "--in", "out"}, "format 0, session /shows/Gig, in /shows/out"},
+        {{"diagnose", "--names", "--save", "f"}, "format 0, names, save /shows/f"},
+        {{"completion", "fish"}, "format 0, shell fish"}};
+    for (const auto &[arguments, expected] : rows)
+        EXPECT_EQ(expected, asked(arguments)) << testing::PrintToString(arguments);
+}
+
 TEST(CommandLine, HostAndPortGoTogether) {
     const auto source = accepted({"sync", "Gig", "--host", "10.0.0.1", "--port", "5000"}).source;
     EXPECT_EQ("10.0.0.1", source.host);
@@ -193,6 +290,23 @@ TEST(CommandLine, HelpAndVersionAreResults) {
     }
 }
 
+TEST(CommandLine, HelpSaysWhatEachCommandIsForAndWhatTheExitStatusMeans) {
+    const auto help = [](const Arguments &arguments) { return std::get<Ending>(parse(arguments)).text; };
+    const std::string footer = "\nExit status: 0 done, 1 refused or failed, 2 wrong usage, 3 no answer, 130 "
+                               "interrupted.\n";
+    const std::string whole = help({"--help"});
+    EXPECT_THAT(whole,
+                AllOf(HasSubstr("Links a Waves eMotion LV1 console with the LiveTrax recorder.\n"),
+                      HasSubstr("Usage: corvanectl [OPTIONS]"), HasSubstr("--version"), HasSubstr(footer)));
+    for (const CommandDescription &command : commandTree()) {
+        EXPECT_THAT(whole, HasSubstr(command.description));
+        EXPECT_THAT(help({command.name, "--help"}),
+                    AllOf(HasSubstr(command.description + "\n"),
+                          HasSubstr("Usage: corvanectl " + command.name + " "), HasSubstr(footer)));
+    }
+    EXPECT_THAT(help({"--version"}), testing::MatchesRegex("corvanectl [0-9.]+\n"));
+}
+
 TEST(CommandLine, PathsBecomeAbsoluteWithoutASlashAtTheirEnd) {
     const auto session = [](const std::string &typed) { return accepted({"sync", typed}).session->string(); };
     EXPECT_EQ("/shows/Gig", session("Gig"));
@@ -205,8 +319,16 @@ TEST(CommandLine, PathsBecomeAbsoluteWithoutASlashAtTheirEnd) {
 }
 
 TEST(CommandLine, AFolderAboveIsFoundWhereALinkLeads) {
-    const auto options = accepted({"sync", "/proc/self/../version"});
-    EXPECT_EQ("/proc/version", options.session);
+    const TemporaryFolder folder;
+    std::filesystem::create_directories(folder / "archive/2025");
+    std::filesystem::create_directory_symlink(folder / "archive/2025", folder / "last");
+    std::filesystem::create_directory_symlink(folder / "loop", folder / "loop");
+    const auto session = [&](const std::string &typed) {
+        return std::get<Options>(parseCommandLine({"sync", typed}, folder.path())).session;
+    };
+    EXPECT_EQ(folder / "archive/Gig", session("last/../Gig/"));
+    EXPECT_EQ(folder / "last/Gig", session("last/Gig")) << "as it was typed";
+    EXPECT_EQ(folder / "Gig", session("loop/../Gig")) << "a link that leads nowhere";
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "base/Text.h"
 #include "cli/CommandLine.h"
+#include "tests/support/BuiltFiles.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <regex>
 
 namespace corvane::cli {
@@ -41,6 +43,41 @@ TEST(CommandTree, SaysWhatHoldsWhereAnOptionIsLeftOut) {
     EXPECT_EQ("How long to watch; else until interrupted", optionOf("watch", "--for").description);
     EXPECT_EQ("How long to listen for consoles (3)", optionOf("diagnose", "--for").description);
     EXPECT_EQ("classic or named, else what CORVANE_MARKERS says", optionOf("marker", "--style").description);
+}
+
+TEST(CommandTree, AnOptionTakesTheSameWhereverItIsTaken) {
+    const std::map<std::string, std::string> values{{"--help", ""},
+                                                    {"--allow-empty", ""},
+                                                    {"--at", "TIME"},
+                                                    {"--confirm", ""},
+                                                    {"--discard-recordings", ""},
+                                                    {"--events", "NAME,..."},
+                                                    {"--for", "SECONDS"},
+                                                    {"--format", "FORMAT"},
+                                                    {"--from", "FILE"},
+                                                    {"--host", "HOST"},
+                                                    {"--in", "FOLDER"},
+                                                    {"--json", ""},
+                                                    {"--launch", ""},
+                                                    {"--names", ""},
+                                                    {"--number", "N"},
+                                                    {"--port", "PORT"},
+                                                    {"--rehearse", "FOLDER"},
+                                                    {"--save", "FILE"},
+                                                    {"--style", "STYLE"},
+                                                    {"name", "NAME"},
+                                                    {"session", "SESSION"},
+                                                    {"shell", "SHELL"}};
+    for (const CommandDescription &command : commandTree())
+        for (const auto &option : command.options)
+            EXPECT_EQ(values.at(option.name), option.value) << command.name << " " << option.name;
+}
+
+TEST(Completion, WhatIsPackagedIsWhatTheProgramMakes) {
+    const auto packaged = seedTemplate().parent_path().parent_path() / "packaging/completions";
+    for (const std::string &shell : shells())
+        EXPECT_EQ(textOf(packaged / ("corvanectl." + shell)), completion(shell, commandTree()))
+            << "make it anew: packaging/completions/make CORVANECTL";
 }
 
 TEST(Completion, EveryShellKnowsEveryCommandAndEveryOption) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <sstream>
 
 namespace corvane::cli {
@@ -144,6 +145,30 @@ TEST_F(HostsCommandTest, AServiceWithoutAPortHasNoAddressEitherWay) {
     }
 }
 
+TEST_F(HostsCommandTest, PeopleGetATable) {
+    begin({"hosts"});
+    announce("FOH", "10.0.0.1", 5000, "aa:bb");
+    announce("FOH", "10.0.0.1", 5001, "aa:bb");
+    fake.browser->resolve(*fake.browser->find("Größe"), "stage.local.", 1);
+    fake.browser->find("Broadcast");
+    fake.clock->advance(3s);
+    EXPECT_EQ("HOST       ADDRESS         MAC    HEARD BY\n"
+              "FOH        10.0.0.1:5000   aa:bb  multicast\n"
+              "FOH        10.0.0.1:5001   aa:bb  multicast\n"
+              "Größe      stage.local.:1         Bonjour\n"
+              "Broadcast  not resolved           Bonjour\n",
+              output.printed);
+}
+
+TEST_F(HostsCommandTest, AnotherProgramGetsTextAsItIs) {
+    begin({"hosts", "--json"});
+    announce("Größe", "10.0.0.1", 5000, "");
+    fake.clock->advance(3s);
+    EXPECT_EQ("[\n  {\n    \"name\": \"Größe\",\n    \"host\": \"10.0.0.1\",\n    \"port\": 5000,\n"
+              "    \"mac\": \"\",\n    \"via\": \"multicast\"\n  }\n]\n",
+              output.printed);
+}
+
 TEST_F(HostsCommandTest, ListsAThousandHostsAndNoMore) {
     begin({"hosts", "--json"});
     for (int i = 0; i < 600; ++i) {
@@ -159,8 +184,10 @@ TEST_F(HostsCommandTest, ListsAThousandHostsAndNoMore) {
 TEST_F(HostsCommandTest, StopsListeningWhenItIsStopped) {
     begin({"hosts"});
     EXPECT_EQ(1U, fake.multicast->openSockets());
+    EXPECT_TRUE(fake.browser->searching);
     command->stop();
     EXPECT_EQ(0U, fake.multicast->openSockets());
+    EXPECT_FALSE(fake.browser->searching);
 }
 
 // patch
@@ -314,6 +341,18 @@ TEST_F(PatchCommandTest, AConsoleThatSendsNoPatchGetsTenSeconds) {
               outcome->message);
 }
 
+TEST_F(PatchCommandTest, APatchThatComesInTheLastMomentIsWaitedForToSettle) {
+    begin(std::vector<std::string>{"patch"} + fromHost);
+    accept();
+    fake.clock->advance(9900ms);
+    deliverPatch(band);
+    fake.clock->advance(299ms);
+    EXPECT_FALSE(ended());
+    fake.clock->advance(1ms);
+    ASSERT_TRUE(ended());
+    EXPECT_EQ(status::done, outcome->status) << outcome->message;
+}
+
 TEST_F(PatchCommandTest, ForSaysHowLongToWaitForThePatch) {
     begin(std::vector<std::string>{"patch", "--for", "1"} + fromHost);
     accept();
@@ -425,6 +464,10 @@ TEST_F(PatchCommandTest, SeveralHostsAreForAPersonToChooseFrom) {
               "  --host 10.0.0.9 --port 5009 is “\u2068FOH\u2069”.\n"
               "  --host 10.0.0.8 --port 5010 is “\u2068Moni tors\u2069”.",
               outcome->message);
+    accept();
+    deliverPatch(band);
+    fake.clock->advance(300ms);
+    EXPECT_THAT(output.printed, IsEmpty()) << "a patch that comes now is not asked for any more";
 }
 
 TEST_F(PatchCommandTest, SeveralBonjourHostsAreForAPersonToChooseFrom) {
@@ -521,6 +564,8 @@ TEST_F(WatchCommandTest, PrintsEveryCallbackAsALine) {
                     json{{"event", "patch"}, {"signature", "Kick|1|0"}, {"channels", json::array({channel})}},
                     json{{"event", "channels"}, {"channels", json::array({channel})}},
                     json{{"event", "scene"}, {"name", "Verse \"2\""}}));
+    EXPECT_THAT(output.printed,
+                HasSubstr("{\"event\":\"status\",\"text\":\"LV1 conectado. Esperando el patch…\"}\n"));
 }
 
 TEST_F(WatchCommandTest, PrintsOnlyTheEventsThatWereAskedFor) {
@@ -531,6 +576,29 @@ TEST_F(WatchCommandTest, PrintsOnlyTheEventsThatWereAskedFor) {
     EXPECT_THAT(events(), ElementsAre(json{{"event", "connection"}, {"connected", false}},
                                       json{{"event", "connection"}, {"connected", true}},
                                       json{{"event", "scene"}, {"name", "Verse"}}));
+}
+
+TEST_F(WatchCommandTest, EachEventCanBeAskedForByItself) {
+    const std::map<std::string, std::size_t> events{{"status", 5},   {"connection", 2}, {"patch", 1},
+                                                    {"channels", 1}, {"scene", 1},      {"endpoints", 1},
+                                                    {"services", 1}};
+    for (const auto &[event, times] : events) {
+        output.printed.clear();
+        begin({"watch", "--events", event});
+        announce("FOH", "10.0.0.1", 5000);
+        fake.browser->find("FOH");
+        accept();
+        deliverPatch(band);
+        deliver("/Notify/Scene/Name", {std::string("Verse")});
+        std::size_t found = 0;
+        for (const json &each : this->events()) {
+            EXPECT_EQ(event, each["event"]);
+            ++found;
+        }
+        EXPECT_EQ(times, found) << event;
+        command->stop();
+        fake.clock->run();
+    }
 }
 
 TEST_F(WatchCommandTest, TheHostsCanBeLeftOutAndAreChosenFromAllTheSame) {

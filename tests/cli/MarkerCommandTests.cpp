@@ -97,6 +97,23 @@ TEST_F(MarkerCommandTest, MarkersForPrograms) {
     EXPECT_EQ("0.500000\t0.500000\tIntro\n3724.500000\t3724.500000\tSolo, \"long\"\n", output.printed);
 }
 
+TEST_F(MarkerCommandTest, TimesAreRoundedAndSecondsAreCutOff) {
+    const auto file = fake.folder.write(
+        "Shows/Late/Late.ardour",
+        "<Session sample-rate='48000'><Locations><Location name='A' start='a141120' flags='IsMark'/>"
+        "<Location name='B' start='a282234120' flags='IsMark'/>"
+        "<Location name='C' start='a1016064000000' flags='IsMark'/></Locations></Session>");
+    run({"markers", file.parent_path().string()});
+    EXPECT_EQ("NUMBER  TIME         SAMPLES    NAME\n"
+              "1       0:00:00.001  24         A\n"
+              "2       0:00:01.000  47999      B\n"
+              "3       1:00:00.000  172800000  C\n",
+              output.printed);
+    output.printed.clear();
+    run({"markers", file.parent_path().string(), "--format", "labels"});
+    EXPECT_EQ("0.000500\t0.000500\tA\n0.999979\t0.999979\tB\n3600.000000\t3600.000000\tC\n", output.printed);
+}
+
 TEST_F(MarkerCommandTest, MarkersOfASessionThatCannotBeRead) {
     const std::string gone = (fake.folder / "Shows/Gone").string();
     const auto outcome = run({"markers", gone});
@@ -149,6 +166,11 @@ TEST_F(ScenesCommandTest, IsReadableToo) {
     beginScenes();
     recall("Intro");
     EXPECT_EQ(time + "  Intro  not marked: first\n", output.printed);
+    fake.defaults->values["CorvaneLastSession"] = "/Shows/Friday";
+    startLiveTrax();
+    output.printed.clear();
+    recall("Verse");
+    EXPECT_EQ(time + "  Verse  would be marked\n", output.printed);
 }
 
 TEST_F(ScenesCommandTest, TheFileKeepsWhatItHoldsAndIsWrittenRecallByRecall) {
@@ -160,8 +182,13 @@ TEST_F(ScenesCommandTest, TheFileKeepsWhatItHoldsAndIsWrittenRecallByRecall) {
         command->stop();
         EXPECT_THAT(written, HasSubstr(name));
     }
+    fake.defaults->values["CorvaneLastSession"] = "/Shows/Friday";
+    startLiveTrax();
+    beginScenes({"--save", file});
+    recall("Verse");
+    recall("Chorus");
     EXPECT_EQ("time,scene,marked,reason\n" + time + ",\"Intro, slow\",false,first\n" + time +
-                  ",Verse,false,first\n",
+                  ",Verse,false,first\n" + time + ",Verse,false,first\n" + time + ",Chorus,true,\n",
               textOf(file));
 }
 

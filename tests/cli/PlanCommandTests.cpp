@@ -80,6 +80,51 @@ TEST_F(PlanCommandTest, PeopleReadColoursAsTheyKnowThem) {
               output.printed);
 }
 
+TEST_F(PlanCommandTest, WhatBecomesDifferentOfOneTrackStandsInOneLine) {
+    const auto session = makeSession({mono("Kick", 0, 1), mono("Vox", 1, 2)});
+    std::string text = fake.folder.read("out/Gig/Gig.ardour");
+    const auto replace = [&](const std::string &old, const std::string &by) {
+        const std::size_t at = text.find(old);
+        ASSERT_NE(std::string::npos, at) << old;
+        text.replace(at, old.size(), by);
+    };
+    replace("color=\"1066195199\"", "color=\"4294967295\"");
+    replace("color=\"1066195199\"", "color=\"0\"");
+    fake.folder.write("out/Gig/Gig.ardour", text);
+    const auto patch = patchFile({mono("Lead", 1, 2), mono("Drum", 0, 1)});
+    run({"plan", session, "--from", patch});
+    EXPECT_EQ("ACTION  TRACK  INPUT  BEFORE\n"
+              "change  Lead   2      name Vox, place 2, colour #000000\n"
+              "change  Drum   1      name Kick, place 1, colour #FFFFFF\n"
+              "2 adjusted, 0 added, 0 removed\n",
+              output.printed);
+    output.printed.clear();
+    outcome.reset();
+    run({"plan", session, "--from", patch, "--json"});
+    EXPECT_EQ((json{{"name", "Vox"}, {"order", 2}, {"color", 0}}), printedJson()["tracks"][0]["was"]);
+}
+
+TEST_F(PlanCommandTest, ATrackThatGoesSaysItsInputWhateverThatIs) {
+    const auto session = makeSession({mono("Kick", 0, 1), stereo("OH", 6, 2), mono("Vox", 3, 3)});
+    std::string text = fake.folder.read("out/Gig/Gig.ardour");
+    const auto replaceAll = [&](const std::string &old, const std::string &by) {
+        for (std::size_t at = text.find(old); at != std::string::npos; at = text.find(old, at + by.size()))
+            text.replace(at, old.size(), by);
+    };
+    replaceAll("system:capture_1\"", "system:capture_9223372036854775807\"");
+    replaceAll("system:capture_7\"", "system:capture_9223372036854775807\"");
+    replaceAll(" other=\"system:capture_4\"", "");
+    fake.folder.write("out/Gig/Gig.ardour", text);
+    run({"plan", session, "--from", patchFile({})});
+    EXPECT_EQ("ACTION  TRACK  INPUT                  BEFORE\n"
+              "remove  Kick   9223372036854775807\n"
+              "remove  OH     9223372036854775807–…\n"
+              "remove  Vox    none\n"
+              "0 adjusted, 0 added, 3 removed\n"
+              "There are no channels: every track would go.\n",
+              output.printed);
+}
+
 TEST_F(PlanCommandTest, MarksRecordingsThatWouldGoAndTracksThatWouldBeArmed) {
     const auto session = makeSession({mono("Kick", 0, 1), mono("Vox", 1, 2)});
     std::string text = fake.folder.read("out/Gig/Gig.ardour");
@@ -192,12 +237,16 @@ TEST_F(WrongFolderTest, ASessionOfThatNameElsewhereIsNamed) {
     fake.folder.write("home/Library/Preferences/LiveTrax3/recent", "Gig\n" + session + "\n");
     EXPECT_EQ("A session of that name is at " + session + ".", adviceFor("wrong/Gig"));
     EXPECT_EQ("A session of that name is at " + session + ".", adviceFor("Gig"));
+    EXPECT_EQ("", adviceFor("wrong/Other")) << "of that name alone";
 }
 
 TEST_F(WrongFolderTest, WhereSessionsAreIsLookedAtAsWell) {
     fake.folder.write("home/Music/Gig/Gig.ardour", "<Session/>");
-    EXPECT_EQ("A session of that name is at " + (fake.folder / "home/Music/Gig").string() + ".",
-              adviceFor("wrong/Gig"));
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ("A session of that name is at " + (fake.folder / "home/Music/Gig").string() + ".",
+                  adviceFor("wrong/Gig"));
+        fake.musicFolder.reset(); // then it is the home's
+    }
 }
 
 TEST_F(WrongFolderTest, AFolderThatHoldsSessionsSaysSo) {

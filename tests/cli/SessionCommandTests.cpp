@@ -346,6 +346,10 @@ TEST_F(RestoreCommandTest, SaysWhatGoesBackWithTheSession) {
                   ". What was there before is copy 1 now.\n"
                   "Markers, edits and mixes made since then are in that copy alone.\n",
               output.printed);
+    outcome.reset();
+    output.printed.clear();
+    run({"history", session, "--json"});
+    EXPECT_EQ("restore", printedJson()["copies"][0]["before"]);
 }
 
 TEST_F(RestoreCommandTest, ACopyIsChosenByItsNumberOrItsTime) {

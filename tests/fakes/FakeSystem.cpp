@@ -64,7 +64,7 @@ FakePlatform::FakePlatform() {
         place = std::move(fake);
         return raw;
     };
-    platform.queues = std::make_unique<ManualQueues>(clock);
+    queues = give(platform.queues, std::make_unique<ManualQueues>(clock));
     network = give(platform.network, std::make_unique<FakeNetwork>());
     multicast = give(platform.multicast, std::make_unique<FakeMulticastListening>());
     platform.folders = fakeFolders(folder.path());

@@ -107,6 +107,7 @@ public:
     std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
     ManualQueue main{clock, "main"};
 
+    ManualQueues *queues;
     FakeNetwork *network;
     FakeMulticastListening *multicast;
     FakeUserDefaults *defaults;

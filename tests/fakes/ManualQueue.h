@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace corvane {
 
@@ -61,8 +62,11 @@ class ManualQueues : public SerialQueues {
 public:
     explicit ManualQueues(std::shared_ptr<ManualClock> clock) : clock(std::move(clock)) {}
     std::shared_ptr<SerialQueue> make(std::string label) override {
+        labels.push_back(label);
         return std::make_shared<ManualQueue>(clock, std::move(label));
     }
+
+    std::vector<std::string> labels; ///< of the queues that were made
 
 private:
     std::shared_ptr<ManualClock> clock;
