@@ -66,11 +66,41 @@ TEST(ConsoleProgram, APatchFileThatCannotBeUsedIsWrongUsage) {
     EXPECT_EQ(console.output(), "");
 }
 
+TEST(ConsoleProgram, TakesItsChannelsFromAFileAndTellsOfItsClients) {
+    const TemporaryFolder folder;
+    const auto file = folder.write(
+        "patch.json", R"({"version":1,"channels":[{"name":"Kick","stereo":false,)"
+                      R"("driver":"SG","inputIndex":0,"sourceType":"Mixer_Ch","sourceIndex":1}]})");
+    ChildProcess console(program, {"--patch", file.string()});
+    ASSERT_TRUE(console.says("listening on "));
+    console.type("rename 1 x\nrename 2 x");
+    EXPECT_TRUE(console.complains("rename 2 x: there is no channel of this number\n"));
+    EXPECT_EQ(console.errors().find("rename 1"), std::string::npos);
+    ChildProcess missing(program, {"--patch", (folder / "nowhere.json").string()});
+    EXPECT_EQ(missing.exitStatus(), 2);
+    EXPECT_THAT(missing.errors(), HasSubstr("nowhere.json"));
+}
+
+TEST(ConsoleProgram, HelpHasItsOptionsAndItsCommands) {
+    ChildProcess help(program, {"--help"});
+    EXPECT_EQ(help.exitStatus(), 0);
+    for (const char *text : {"A stand-in for an LV1 console.\n", "Usage: lv1-console-sim [OPTIONS]\n",
+                             "TCP port to listen on; any that is free when left out\n",
+                             "patch file with the channels, instead of a band's\n",
+                             "host to announce to once a second, or multicast\n", "name to announce\n",
+                             "send each byte in a segment of its own\n"})
+        EXPECT_THAT(help.output(), HasSubstr(text));
+    ChildProcess version(program, {"--version"});
+    EXPECT_EQ(version.exitStatus(), 0);
+    EXPECT_THAT(version.output(), testing::MatchesRegex("lv1-console-sim [0-9.]+\n"));
+}
+
 TEST(ConsoleProgram, UnknownOptionsAndPortsAreWrongUsage) {
     ChildProcess option(program, {"--bogus"});
     EXPECT_EQ(option.exitStatus(), 2);
     ChildProcess port(program, {"--port", "70000"});
     EXPECT_EQ(port.exitStatus(), 2);
+    EXPECT_THAT(port.errors(), HasSubstr("--port: is not a port from 0 to 65535: 70000\n"));
 }
 
 TEST(ConsoleProgram, APortIsDecimalWhateverStandsInFront) {

@@ -1,4 +1,5 @@
 #include "osc/OSCCodec.h"
+#include "patch/ColourText.h"
 #include "sim/ConsoleSession.h"
 
 #include <gmock/gmock.h>
@@ -6,6 +7,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace corvane::sim {
@@ -96,6 +98,32 @@ TEST_F(ConsoleSessionTest, ReportsAHandshakeAtTheWrongTime) {
     receive(first);
     now += 100ms;
     expectReportOf(second, "the second handshake came 100 ms after the first, instead of 250");
+    for (const auto &[pause, reported] : {std::pair(199, 1U), {200, 0U}, {5000, 0U}, {5001, 1U}}) {
+        ConsoleSession another(state);
+        std::size_t reports = 0;
+        another.onReport = [&](const std::string &) { ++reports; };
+        for (const OSCMessage &message : {first, second}) {
+            another.receive(OSCCodec::frame(OSCCodec::message(message.address, message.values)), now);
+            now += std::chrono::milliseconds(pause);
+        }
+        EXPECT_EQ(reports, reported) << pause;
+    }
+}
+
+TEST_F(ConsoleSessionTest, TellsAClientNothingBeforeItHasAcceptedIt) {
+    receive(first);
+    session.sendPatch();
+    session.sendColour(state.channels.front());
+    session.sendScene();
+    EXPECT_THAT(answers, IsEmpty());
+}
+
+TEST_F(ConsoleSessionTest, TellsTheColoursOfTheMixersChannelsAlone) {
+    greet();
+    session.sendColour(LV1Channel("None", false, "SG", 0, "Mixer_Ch", 0));
+    session.sendColour(LV1Channel("Aux", false, "SG", 0, "Aux_Ch", 2));
+    session.sendColour(LV1Channel("Second", false, "SG", 0, "Mixer_Ch", 2, 1.0F, 0.5F, 0.0F));
+    EXPECT_THAT(answers, ElementsAre("/Notify/TrackColor 0 1 0 1f 0.5f 0f"));
 }
 
 TEST_F(ConsoleSessionTest, ReportsWrongHeaderConstants) {
@@ -115,9 +143,24 @@ TEST_F(ConsoleSessionTest, ReportsALengthThatLeadsNowhereAndReadsNoFurther) {
     EXPECT_EQ(reports.size(), 1U);
 }
 
+TEST_F(ConsoleSessionTest, ReadsFramesOfTwoMillionBytesAndNoLongerOnes) {
+    receive(Bytes{0, 0x1E, 0x84, 0x7F, 0, 0, 0, 2, 0, 0, 0, 0});
+    EXPECT_THAT(reports, IsEmpty());
+    EXPECT_FALSE(session.isLost());
+    ConsoleSession another(state);
+    another.onReport = session.onReport;
+    another.receive(Bytes{0, 0x1E, 0x84, 0x80, 0, 0, 0, 2, 0, 0, 0, 0}, now);
+    EXPECT_TRUE(another.isLost());
+    another.end();
+    EXPECT_THAT(reports, ElementsAre("a frame header gives the length 2000000",
+                                     "the client left after 0 of 2 handshakes"));
+}
+
 TEST_F(ConsoleSessionTest, ReportsWhatIsNoOSCMessage) {
     receive(OSCCodec::frame(Bytes{1, 2, 3}));
-    EXPECT_THAT(reports, ElementsAre("a frame of 3 bytes is not an OSC message"));
+    receive(OSCCodec::frame(Bytes{1}));
+    EXPECT_THAT(reports, ElementsAre("a frame of 3 bytes is not an OSC message",
+                                     "a frame of 1 bytes is not an OSC message"));
 }
 
 TEST_F(ConsoleSessionTest, ReportsAMessageThatIsNotInItsPlainForm) {
@@ -162,6 +205,41 @@ TEST_F(ConsoleSessionTest, ReportsAWrongIntroduction) {
     EXPECT_THAT(reports, ElementsAre("a second /device_name"));
 }
 
+TEST_F(ConsoleSessionTest, AnIntroductionIsThreeTextsAnIdentifierAndAddressesInTheirOrder) {
+    greet();
+    const auto faultOf = [&](OSCValues values) {
+        reports.clear();
+        receive(OSCMessage{"/device_name", std::move(values)});
+        return reports.size() > 1 ? reports.back().substr(0, reports.back().find(": ", 14)) : "";
+    };
+    const std::string texts = "/device_name does not carry three texts";
+    EXPECT_EQ(faultOf({"FOH", identifier, "", "more"}), texts);
+    EXPECT_EQ(faultOf({"FOH", 7, ""}), texts);
+    const std::string digits = "/device_name: the identifier is not 32 lower-case hexadecimal digits";
+    EXPECT_EQ(faultOf({"FOH", identifier.substr(1), ""}), digits);
+    EXPECT_EQ(faultOf({"FOH", identifier + "0", ""}), digits);
+    EXPECT_EQ(faultOf({"FOH", "x" + identifier.substr(1), ""}), digits);
+    EXPECT_EQ(faultOf({"FOH", "g" + identifier.substr(1), ""}), digits);
+    EXPECT_EQ(faultOf({"FOH", identifier, ""}), "");
+
+    const std::string addresses = "/device_name: the hardware addresses ";
+    const std::string form =
+        addresses + "are not six lower-case hexadecimal bytes each, with one blank between two addresses";
+    const std::string a = "02:00:00:00:00:01";
+    const std::string b = "02:00:00:00:00:0a";
+    const std::string c = "fe:dc:ba:98:76:54";
+    for (const std::string &wrong :
+         {std::string("02-00-00-00-00-01"), std::string("02:00:00:00:00:0"), a + "1", std::string("0a"),
+          std::string("02:00:00:00:00:0x"), std::string("x2:00:00:00:00:01"),
+          std::string("02:00:00:00:00:0A"), std::string("020:0:00:00:00:01"), " " + a, a + " ", a + "  " + b,
+          a + " " + b + "x " + c, a + " x" + b.substr(1) + " " + c})
+        EXPECT_EQ(faultOf({"FOH", identifier, wrong}), form) << wrong;
+    for (const std::string &right : {a, a + " " + b, a + " " + b + " " + c})
+        EXPECT_EQ(faultOf({"FOH", identifier, right}), "") << right;
+    EXPECT_EQ(faultOf({"FOH", identifier, a + " " + c + " " + b}), addresses + "are not in ascending order");
+    EXPECT_EQ(faultOf({"FOH", identifier, a + " " + b + " " + b}), addresses + "hold a repeat");
+}
+
 TEST_F(ConsoleSessionTest, PingsAnAcceptedClientAndChecksThePong) {
     session.ping();
     EXPECT_THAT(answers, IsEmpty());
@@ -178,6 +256,9 @@ TEST_F(ConsoleSessionTest, PingsAnAcceptedClientAndChecksThePong) {
     EXPECT_THAT(reports, IsEmpty());
     session.ping();
     EXPECT_THAT(reports, ElementsAre("no /pong to the last ping"));
+    reports.clear();
+    receive(OSCMessage{"/pong", {4, "4", 0.5F, std::int64_t{1} << 40U, true, false}});
+    EXPECT_THAT(reports, IsEmpty()) << "the one before is not waited for any more";
 }
 
 TEST_F(ConsoleSessionTest, ReportsAMissingIntroductionAtTheFirstPing) {
@@ -186,6 +267,9 @@ TEST_F(ConsoleSessionTest, ReportsAMissingIntroductionAtTheFirstPing) {
     receive(second);
     session.ping();
     EXPECT_THAT(reports, ElementsAre("no /device_name after the second handshake"));
+    session.ping();
+    EXPECT_THAT(reports,
+                ElementsAre("no /device_name after the second handshake", "no /pong to the last ping"));
 }
 
 TEST_F(ConsoleSessionTest, ReportsWhatAClientThatLeavesStillOwed) {
@@ -212,10 +296,44 @@ TEST(ConsoleState, TheBandHas24ChannelsMonoAndStereoOnInputsOfTheirOwn) {
     for (const auto &channel : state.channels) {
         EXPECT_EQ(channel.inputIndex(), input);
         EXPECT_EQ(channel.sourceIndex(), number++);
+        EXPECT_EQ(channel.driver() + " " + channel.sourceType(), "SoundGrid Mixer_Ch");
         input += channel.stereo() ? 2 : 1;
     }
     EXPECT_EQ(input, 31);
-    EXPECT_FALSE(state.scenes.empty());
+    EXPECT_EQ(state.scene, "Prueba de sonido");
+    EXPECT_THAT(state.scenes, ElementsAre("Prueba de sonido", "Intro", "Corazón de Neón", "Bolero Azul",
+                                          "Night Train", "Presentación", "Cumbia del Río", "Encore"));
+}
+
+TEST(ConsoleState, TheBandHasItsNamesFormatsAndColours) {
+    std::string channels;
+    for (const auto &channel : bandOnStage().channels)
+        channels += channel.name() + ", " + channel.format() + " " + colourText(channel) + "\n";
+    EXPECT_EQ(channels, R"(Bombo In, Mono #D83F33
+Bombo Out, Mono #D83F33
+Caja Top, Mono #D83F33
+Caja Bottom, Mono #D83F33
+Hi-Hat, Mono #D83F33
+Tom 1, Mono #D83F33
+Tom 2, Mono #D83F33
+Overheads, Stereo #D83F33
+Congas, Stereo #E58C26
+Timbal & Cencerro, Mono #E58C26
+Bajo DI, Mono #8C4CCC
+Bajo Mic, Mono #8C4CCC
+Guitarra Acústica, Mono #33A54C
+GTR Eléctrica L/R, Stereo #33A54C
+Piano, Stereo #2699CC
+Synth <Pads>, Stereo #2699CC
+Trompeta, Mono #F2CC33
+Trombón, Mono #F2CC33
+Saxo, Mono #F2CC33
+Voz Principal, Mono #E566A5
+Coro Ana, Mono #E566A5
+Coro Íñigo, Mono #E566A5
+FX Return, Stereo #2699CC
+Público, Stereo #7F7F7F
+)");
 }
 
 } // namespace

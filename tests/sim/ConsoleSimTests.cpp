@@ -1,4 +1,3 @@
-#include "lv1/LV1MulticastDiscovery.h"
 #include "osc/OSCCodec.h"
 #include "patch/PatchDocument.h"
 #include "platform/net/PosixMulticast.h"
@@ -69,7 +68,9 @@ public:
     }
 
     void send(const OSCMessage &message) const {
-        const auto bytes = OSCCodec::frame(OSCCodec::message(message.address, message.values));
+        sendBytes(OSCCodec::frame(OSCCodec::message(message.address, message.values)));
+    }
+    void sendBytes(const Bytes &bytes) const {
         EXPECT_EQ(::send(socket.get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(bytes.size()));
     }
@@ -150,6 +151,24 @@ TEST_F(ConsoleSimTest, CommandsReachEveryAcceptedClient) {
                                 "/Notify/TrackColor 0 1 0 0f 0.25f 1f", "/Notify/Scene/Name \"Bolero Azul\"",
                                 "/Notify/Scene/Name \"Night Train\""));
     }
+}
+
+TEST_F(ConsoleSimTest, TheHelpHasEveryCommand) {
+    EXPECT_STREQ(ConsoleSim::commandHelp(),
+                 "Commands on standard input, one a line; channels N count from 1:\n"
+                 "  scene NAME          recall the scene of this name\n"
+                 "  next                recall the next scene of the list\n"
+                 "  rename N NAME       rename a channel\n"
+                 "  move N INPUT        patch a channel to another input, counted from 1\n"
+                 "  stereo N on|off     make a channel stereo or mono\n"
+                 "  color N R G B       colour a channel, each from 0 to 1\n"
+                 "  patch FILE          take the channels of a patch file\n"
+                 "  drop                close every connection\n"
+                 "  quit                end\n"
+                 "To see how a client stands it:\n"
+                 "  raw HEX             send these bytes as they are\n"
+                 "  reset               break every connection\n"
+                 "  trickle on|off      send each byte in a segment of its own");
 }
 
 TEST_F(ConsoleSimTest, TakesTheChannelsOfAPatchFile) {
@@ -248,6 +267,50 @@ TEST_F(ConsoleSimTest, ReportsWhatAClientDoesWrong) {
     ASSERT_TRUE(comes([&] { return sim.clients() == 0; }));
     EXPECT_THAT(reports, ElementsAre("handshake 1 is /handshake 1 instead of /handshake -1 -1 6",
                                      "the client left after 1 of 2 handshakes"));
+    EXPECT_THAT(notes, ElementsAre("client connected", "client disconnected"));
+}
+
+TEST(ConsoleSim, PingsEachClientAgainAndAgain) {
+    ConsoleSimOptions options;
+    options.pingInterval = std::chrono::milliseconds(5);
+    ConsoleSim sim(options);
+    Client client(sim.port());
+    client.greet();
+    for (const std::string number : {"1", "2"})
+        EXPECT_TRUE(eventually([&] {
+            sim.poll();
+            return client.hears("/ping " + number + " \"" + number + "\" 0.5f 1099511627776h true false");
+        }));
+}
+
+TEST(ConsoleSim, TakesAPortAgainAtOnceAfterItHasClosedAConnection) {
+    ConsoleSimOptions options;
+    {
+        ConsoleSim sim(options);
+        options.port = sim.port();
+        Client client(options.port);
+        EXPECT_TRUE(eventually([&] {
+            sim.poll();
+            return sim.clients() == 1;
+        }));
+        sim.command("drop");
+        EXPECT_TRUE(eventually([&] {
+            sim.poll();
+            client.take();
+            return client.closed;
+        }));
+    }
+    EXPECT_EQ(ConsoleSim(options).port(), options.port);
+}
+
+TEST_F(ConsoleSimTest, AClientWhoseFramesLeadNowhereIsLeft) {
+    Client client(sim.port());
+    client.sendBytes(Bytes(12));
+    EXPECT_TRUE(comes([&] {
+        client.take();
+        return client.closed;
+    }));
+    EXPECT_THAT(reports, ElementsAre("a frame header gives the length 0"));
 }
 
 TEST_F(ConsoleSimTest, APortInUseIsRefused) {
@@ -264,13 +327,17 @@ TEST(ConsoleSimAnnouncement, ComesByUnicastOnceInEveryInterval) {
     options.announce = "127.0.0.1";
     options.announceInterval = std::chrono::milliseconds(20);
     ConsoleSim sim(options);
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 20; ++i) { // more than come at once
         ASSERT_TRUE(eventually([&] {
             sim.poll();
             return listener.hasDatagram();
         }));
-        EXPECT_EQ(LV1MulticastDiscovery::announcement(listener.receive()),
-                  (LV1Endpoint{"Sala Ñ", "127.0.0.1", sim.port(), "02:00:00:00:00:01"}));
+        const auto message = OSCCodec::parse(listener.receive());
+        ASSERT_TRUE(message);
+        EXPECT_EQ(described(*message), "/zDNS \"_waveslv113._tcp\" \"local\" 1 \"Sala Ñ\" " +
+                                           std::to_string(sim.port()) +
+                                           " 0 \"V17\" \"IPv4\" \"127.0.0.1\" 1 \"\" \"mac\" "
+                                           "\"02:00:00:00:00:01\"");
     }
 }
 

@@ -134,6 +134,8 @@ TEST_F(LiveTraxSimProcess, MakesASessionAnswersSavesMarkersAndEnds) {
 
     for (const char *garbage : {"", "x", "#bundle"})
         other.send(bytes(garbage), 3819);
+    for (const char *size : {"0", "1", "7"})
+        EXPECT_TRUE(sim.prints("not an OSC message: " + std::string(size) + " bytes\n")) << sim.printed();
     other.send(OSCCodec::message("/add_marker"), 3819);
     other.send(OSCCodec::message("/marker", {"Verse 2"}), 3819);
     other.send(OSCCodec::message("/save_state"), 3819);
@@ -220,6 +222,17 @@ TEST_F(LiveTraxSimProcess, TakesItsTimeOrRefusesToQuit) {
     stubborn.signal(SIGTERM);
     ASSERT_TRUE(stubborn.prints("ignored")) << stubborn.printed();
     EXPECT_FALSE(stubborn.ended());
+}
+
+TEST_F(LiveTraxSimProcess, ExplainsItselfInsteadOfStarting) {
+    for (const auto &[argument, begins] : {std::pair("--help", "A stand-in for LiveTrax: "),
+                                           {"-h", "A stand-in for LiveTrax: "},
+                                           {"--version", "livetrax-sim "}}) {
+        RunningSim sim(program, home, {argument});
+        ASSERT_TRUE(eventually([&] { return sim.ended().has_value(); }));
+        EXPECT_EQ(sim.ended(), 0) << argument;
+        EXPECT_TRUE(sim.printed().starts_with(begins)) << sim.printed();
+    }
 }
 
 TEST_F(LiveTraxSimProcess, SaysWhyItCannotStart) {

@@ -39,6 +39,8 @@ TEST(LiveTraxSimOptions, OpensAFolderOrMakesOneFromATemplate) {
         LiveTraxCommandLine::parse({"-a", "-n", "-k", "x", "-T", "Corvane Friday", "-N", "/shows/Friday/"});
     EXPECT_EQ(making.folder, Path("/shows/Friday"));
     EXPECT_EQ(making.templateName, "Corvane Friday");
+    EXPECT_EQ(LiveTraxCommandLine::parse({"shows/../Friday//"}).folder,
+              std::filesystem::current_path() / "Friday");
 }
 
 TEST(LiveTraxSimOptions, AWrongCommandLineIsRefusedAndThatIsSaid) {
@@ -79,10 +81,41 @@ TEST(LiveTraxSimOptions, WordsChangeTheBehaviour) {
     EXPECT_TRUE(recording.recording && recording.armed && recording.rolling);
 }
 
-TEST(LiveTraxSimOptions, UnknownWordsAreRefused) {
-    for (const char *words : {"Deaf", "deaf;armed", "slow-quit", "slow-quit=", "slow-quit=x", "slow-quit=-1",
-                              "slow-quit=1s", "slow-quit=nan", "slow-quit=1e9"})
-        EXPECT_THROW(LiveTraxBehaviour::parse(words), LiveTraxSimUsageError) << words;
+TEST(LiveTraxSimOptions, EachWordChangesOneThing) {
+    const auto changed = [](const std::string &words) {
+        const auto behaviour = LiveTraxBehaviour::parse(words);
+        std::string all;
+        for (const auto &[is, name] : {std::pair(behaviour.deaf, "deaf "),
+                                       {behaviour.rolling, "rolling "},
+                                       {behaviour.armed, "armed "},
+                                       {behaviour.recording, "recording "},
+                                       {behaviour.noSave, "no-save "},
+                                       {behaviour.ignoreTerminate, "ignore-term "}})
+            all += is ? name : "";
+        return all + std::to_string(behaviour.slowQuit.count());
+    };
+    for (const std::string word : {"deaf", "rolling", "armed", "no-save", "ignore-term"})
+        EXPECT_EQ(changed(" " + word), word + " 0");
+    EXPECT_EQ(changed("recording"), "rolling armed recording 0");
+    EXPECT_EQ(changed("slow-quit=0"), "0");
+    EXPECT_EQ(changed("slow-quit=86400"), "86400000");
+    EXPECT_EQ(changed(",,deaf, ,armed,"), "deaf armed 0");
+}
+
+TEST(LiveTraxSimOptions, UnknownWordsAreRefusedAndNamed) {
+    const auto refusal = [](const std::string &words) -> std::string {
+        try {
+            LiveTraxBehaviour::parse(words);
+            return "";
+        } catch (const LiveTraxSimUsageError &error) {
+            return error.what();
+        }
+    };
+    for (const std::string word : {"Deaf", "deaf;armed", "slow-quit", "slow-quit:3"})
+        EXPECT_EQ(refusal("deaf," + word), "LIVETRAX_SIM: unknown word: " + word);
+    for (const std::string word : {"slow-quit=", "slow-quit=x", "slow-quit=-1", "slow-quit=1s",
+                                   "slow-quit=nan", "slow-quit=86401", "slow-quit=1e9"})
+        EXPECT_EQ(refusal("deaf," + word), "LIVETRAX_SIM: not a number of seconds: " + word);
 }
 
 TEST(LiveTraxSim, TheProgramsNameTellsThePreferences) {
@@ -141,8 +174,13 @@ TEST_F(LiveTraxSimTest, MakesTheSessionFromTheUserTemplateWithItsFoldersAndItsDe
 }
 
 TEST_F(LiveTraxSimTest, DoesNotMakeASessionWhereOneIs) {
-    home.write("shows/Friday/Friday.ardour", "<Session/>");
-    EXPECT_THROW(start(making()), FileError);
+    const auto file = home.write("shows/Friday/Friday.ardour", "<Session/>");
+    try {
+        start(making());
+        ADD_FAILURE() << "is made";
+    } catch (const FileError &error) {
+        EXPECT_EQ("there is a session already: " + file.string(), error.what());
+    }
     EXPECT_EQ(sessionText(), "<Session/>");
     EXPECT_FALSE(fileExists(preferences / "recent"));
 }
@@ -175,6 +213,9 @@ TEST_F(LiveTraxSimTest, TheRecentListHasTheNewestFirstAndEachOnce) {
         prependToRecent(preferences, "/shows/" + std::to_string(i));
     EXPECT_TRUE(home.read("prefs/recent").starts_with("19\n/shows/19\n18\n"));
     EXPECT_TRUE(home.read("prefs/recent").ends_with("10\n/shows/10\n"));
+    home.write("prefs/recent", "A\n/shows/A\nhalf an entry\n");
+    prependToRecent(preferences, "/shows/B");
+    EXPECT_EQ(home.read("prefs/recent"), "B\n/shows/B\nA\n/shows/A\n");
 }
 
 // ---- the surface
@@ -225,6 +266,50 @@ TEST_F(LiveTraxSimTest, AMarkerThatWasSavedBeforeItsNameCameStillGetsIt) {
     sim.handle({"/add_marker", {}});
     sim.handle({"/save_state", {}});
     EXPECT_EQ(markersInFile(), (Lines{"Encore at a0", "mark2 at a0"}));
+}
+
+TEST_F(LiveTraxSimTest, TellsEachThingThatHappened) {
+    auto sim = start(making());
+    for (const OSCMessage &message : {OSCMessage{"/add_marker", {}},
+                                      {"/marker", {V("Verse")}},
+                                      {"/add_marker", {V("Solo")}},
+                                      {"/marker", {}},
+                                      {"/marker", {V(7)}},
+                                      {"/something", {}},
+                                      {"/save_state", {}},
+                                      {"/marker", {V("Verse")}}})
+        sim.handle(message);
+    sim.terminate([] {});
+    sim.terminate([] {});
+    EXPECT_EQ(log, (Lines{"created " + show.string(), "marker", "marker is called Verse", "marker",
+                          "marker is called Solo", "/marker without a name", "/marker without a name",
+                          "unknown: /something", "saved", "goes to the marker Verse", "quitting"}));
+    log.clear();
+    auto other = start(opening(), "no-save,ignore-term,rolling");
+    other.handle({"/save_state", {}});
+    other.terminate([] {});
+    clock->advance(1s);
+    other.handle({"/marker", {V("late")}});
+    EXPECT_EQ(log, (Lines{"opened " + show.string(), "did not save", "ignored a request to quit",
+                          "no marker under the playhead to be called late"}));
+}
+
+TEST_F(LiveTraxSimTest, AMarkerIsWrittenAsTheRecorderWritesItAndOfSeveralInOnePlaceTheLastIsNamed) {
+    home.write("shows/Friday/Friday.ardour",
+               "<Session><Locations><Location name=\"Loop\" start=\"a0\" end=\"a9\" "
+               "flags=\"IsAutoLoop\"/></Locations></Session>");
+    auto sim = start(opening());
+    sim.handle({"/add_marker", {}});
+    sim.handle({"/add_marker", {}});
+    sim.handle({"/marker", {V("Loop")}}); // the loop is no marker
+    sim.handle({"/save_state", {}});
+    const auto mark = [](const std::string &id, const std::string &name) {
+        return "<Location id=\"" + id + "\" name=\"" + name +
+               "\" start=\"a0\" end=\"a0\" flags=\"IsMark\" locked=\"0\" position-lock-style=\"AudioTime\"/>";
+    };
+    EXPECT_NE(sessionText().find(mark("1", "mark1")), std::string::npos) << sessionText();
+    EXPECT_NE(sessionText().find(mark("2", "Loop")), std::string::npos);
+    EXPECT_NE(sessionText().find("<Session id-counter=\"3\">"), std::string::npos);
 }
 
 TEST_F(LiveTraxSimTest, ANameThatComesWhenThePlayheadHasMovedOnNamesNothing) {
