@@ -191,7 +191,7 @@ void AsioDatagramConnection::Impl::wrote(const asio::error_code &error, std::siz
 void AsioDatagramConnection::Impl::receiveMessage(ReceiveHandler handler) {
     if (pending)
         preconditionFailure("a second receive on a datagram connection");
-    if (life.isBeingCancelled() || life.state() == ConnectionState::cancelled)
+    if (life.isBeingCancelled())
         return;
     if (life.state() == ConnectionState::failed)
         return handler({std::nullopt, failureText});
@@ -242,8 +242,6 @@ void AsioDatagramConnection::Impl::finishCancelling() {
 
 void AsioDatagramConnection::Impl::abandon() {
     release();
-    pending = nullptr;
-    outgoing.clear();
     life.end();
 }
 

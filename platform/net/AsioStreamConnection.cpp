@@ -164,7 +164,6 @@ void AsioStreamConnection::Impl::connected(const asio::error_code &error) {
         return connectToNext(asio::error_code(asio::error::connection_refused).message());
     socket.set_option(tcp::no_delay(true), ignored);
     peer = socket.remote_endpoint(ignored).address().to_string();
-    untried.clear();
     life.enter(ConnectionState::ready);
     write();
     read();
@@ -210,7 +209,7 @@ void AsioStreamConnection::Impl::wrote(const asio::error_code &error, std::size_
 void AsioStreamConnection::Impl::receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) {
     if (pending)
         preconditionFailure("a second receive on a stream connection");
-    if (life.isBeingCancelled() || life.state() == ConnectionState::cancelled)
+    if (life.isBeingCancelled())
         return;
     pending = PendingReceive{minimum, std::max(minimum, maximum), std::move(handler), {}};
     if (life.state() == ConnectionState::failed)
@@ -304,15 +303,12 @@ void AsioStreamConnection::Impl::finishCancelling() {
 
 void AsioStreamConnection::Impl::abandon() {
     release();
-    pending.reset();
     life.end();
 }
 
 void AsioStreamConnection::Impl::release() {
     asio::error_code ignored;
-    attemptEnd.cancel();
     socket.close(ignored);
-    untried.clear();
     outgoing.clear();
 }
 

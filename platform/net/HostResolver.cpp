@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <memory>
 #include <netdb.h>
 #include <system_error>
 #include <thread>
@@ -28,24 +29,21 @@ HostAddresses lookUpHost(const std::string &host) {
         if (!local.addresses.empty())
             return local;
     }
-    addrinfo hints{};
-    hints.ai_family = AF_UNSPEC;
+    addrinfo hints{}; // of either family
     hints.ai_socktype = SOCK_STREAM;
-    addrinfo *found = nullptr;
-    const int code = ::getaddrinfo(host.c_str(), nullptr, &hints, &found);
+    addrinfo *listed = nullptr;
+    const int code = ::getaddrinfo(host.c_str(), nullptr, &hints, &listed);
     if (code != 0)
         return {{}, code == EAI_SYSTEM ? std::generic_category().message(errno) : ::gai_strerror(code)};
 
+    const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> found(listed, &::freeaddrinfo);
     HostAddresses result;
-    for (const addrinfo *entry = found; entry != nullptr; entry = entry->ai_next) {
+    for (const addrinfo *entry = found.get(); entry != nullptr; entry = entry->ai_next) {
         asio::ip::tcp::endpoint endpoint;
-        if (entry->ai_addrlen > endpoint.capacity())
-            continue;
         endpoint.resize(entry->ai_addrlen);
         std::memcpy(endpoint.data(), entry->ai_addr, entry->ai_addrlen);
         result.addresses.push_back(endpoint.address());
     }
-    ::freeaddrinfo(found);
     return result;
 }
 

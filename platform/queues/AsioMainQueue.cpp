@@ -33,9 +33,8 @@ struct AsioMainQueue::Loop {
     }
 
     void awaitSignal() {
-        signals.async_wait([this](const asio::error_code &error, int signal) {
-            if (error)
-                return;
+        // Never called off: it ends with the loop.
+        signals.async_wait([this](const asio::error_code &, int signal) {
             queue.post(unlessQuitting([this, signal] { interruption(signal); }));
             awaitSignal();
         });

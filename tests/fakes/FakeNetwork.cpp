@@ -73,11 +73,12 @@ private:
 };
 
 MulticastListening::Opened FakeMulticastListening::open(const std::string &newGroup, std::uint16_t newPort,
-                                                        std::size_t capacity,
+                                                        std::size_t newCapacity,
                                                         std::shared_ptr<SerialQueue> queue,
                                                         DatagramHandler handler) {
     group = newGroup;
     port = newPort;
+    capacity = newCapacity;
     if (!error.empty())
         return {nullptr, error};
     ++opened;

@@ -188,6 +188,7 @@ public:
     std::shared_ptr<std::string> socketError = std::make_shared<std::string>();
     std::string group;
     std::uint16_t port = 0;
+    std::size_t capacity = 0;
     std::size_t opened = 0;
     std::function<void()> onCancel; ///< given to the sockets opened from now on: called when one is cancelled
 

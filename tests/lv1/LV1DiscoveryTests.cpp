@@ -192,10 +192,16 @@ TEST_F(LV1Discovery, AnnouncementsThatWaitWhileListeningBeginsAnewAreCountedOff)
 }
 
 TEST_F(LV1Discovery, AnAnnouncementLongerThanTheBufferIsCutAndIgnored) {
+    // Texts take multiples of four bytes.
     auto longNamed = one;
-    longNamed.name = std::string(5'000, 'x');
+    longNamed.name = std::string(4'096 - announcement(one).size() + one.name.size() + 4, 'x');
+    EXPECT_EQ(announcement(longNamed).size(), 4'100U);
     hear(longNamed);
     EXPECT_THAT(takeDiary(), IsEmpty());
+    longNamed.name.resize(longNamed.name.size() - 4);
+    hear(longNamed);
+    EXPECT_THAT(client->endpoints, ElementsAre(longNamed));
+    EXPECT_EQ(fake.multicast->capacity, 4'096U);
 }
 
 TEST_F(LV1Discovery, NothingIsHeardAfterStop) {

@@ -181,6 +181,18 @@ TEST_F(LV1Services, AnotherHostAnnouncedWhileANameIsBeingLookedUpTakesPrecedence
     EXPECT_EQ(stream().host, "10.0.0.2");
 }
 
+TEST_F(LV1Services, AHostThatWaitsForANamesAddressWaitsNoMoreWhenTheSearchBeginsAnew) {
+    client->connect("lv1.local", 5000);
+    hear(one);
+    client->startDiscovery();
+    takeDiary();
+    stream().peer = "10.0.0.77";
+    stream().becomeReady();
+    run();
+    EXPECT_THAT(takeDiary(), ElementsAre("<not connected>", "Conectado. Negociando con LV1…"));
+    EXPECT_EQ(fake.network->streams.size(), 1U);
+}
+
 TEST_F(LV1Services, AnotherHostThanTheOneBonjourHasLedToTakesPrecedence) {
     chooseByTheRules();
     const auto service = fake.browser->find("Bonjour", false);

@@ -42,7 +42,8 @@ public:
         return [self = shared_from_this()](const StreamConnection::Received &received) {
             const std::string text(received.data.begin(), received.data.end());
             if (received.error)
-                self->events.add("error: " + text + *received.error);
+                self->events.add("error: " + text + *received.error +
+                                 (received.peerClosed ? ", closed" : ""));
             else
                 self->events.add((received.peerClosed ? "closed: " : "data: ") + text);
         };

@@ -69,6 +69,10 @@ bool withoutSockets(const std::function<void()> &action) {
     return withoutSocketsOf(AF_INET, EMFILE, action);
 }
 
+bool withoutPorts(const std::function<void()> &action) {
+    return withoutCall(__NR_bind, EACCES, action);
+}
+
 bool withoutHardLinks(int error, const std::function<void()> &action) {
     std::vector filter{loaded(offsetof(seccomp_data, nr)), unless(__NR_linkat, 1), refused(error)};
 #ifdef __NR_link
@@ -102,6 +106,10 @@ bool withoutInterfaceLists(const std::function<void()> &) {
 }
 
 bool withoutSockets(const std::function<void()> &) {
+    return false;
+}
+
+bool withoutPorts(const std::function<void()> &) {
     return false;
 }
 

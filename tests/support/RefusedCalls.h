@@ -16,6 +16,9 @@ bool withoutInterfaceLists(const std::function<void()> &action);
 /// The same, where no socket of IPv4 is to be had: EMFILE.
 bool withoutSockets(const std::function<void()> &action);
 
+/// The same, where no socket gets a port of its own: EACCES.
+bool withoutPorts(const std::function<void()> &action);
+
 /// The same, where no file gets a second name, as on a drive that was formatted for cameras, and `error` says
 /// why.
 bool withoutHardLinks(int error, const std::function<void()> &action);

@@ -149,6 +149,31 @@ TEST_F(DNSServiceSearch, AResolvedServiceCanBeResolvedAgain) {
     EXPECT_EQ(delegate->words.size(), 2u);
 }
 
+TEST_F(DNSServiceSearch, AResolveHasItsOwnTimeHoweverShortlyAfterAnotherItComes) {
+    find({"A"});
+    delegate->services[0]->resolve(5s);
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
+    clock->advance(1s);
+    delegate->services[0]->resolve(5s);
+    delegate->words.clear();
+    clock->advance(4999ms);
+    EXPECT_EQ(delegate->words, Words{});
+    clock->advance(1ms);
+    EXPECT_EQ(delegate->words, (Words{"unresolved A"}));
+}
+
+TEST_F(DNSServiceSearch, TheDelegateMayBeGoneWhenAServiceIsResolvedOrIsNot) {
+    find({"A", "B"});
+    const auto services = delegate->services;
+    for (const auto &service : services)
+        service->resolve(5s);
+    delegate.reset();
+    daemon->answer("A", DNSServiceAddress{"console.local.", 5000});
+    clock->advance(5s);
+    EXPECT_EQ(services[0]->port(), 5000);
+    EXPECT_EQ(services[1]->port(), -1);
+}
+
 TEST_F(DNSServiceSearch, AServiceCanBeResolvedWhenTheSearchHasStopped) {
     find({"A"});
     browser->stop();

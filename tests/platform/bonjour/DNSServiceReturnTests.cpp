@@ -62,6 +62,40 @@ TEST_F(DNSServiceSearch, StoppedItWaitsForNoDaemon) {
     EXPECT_EQ(clock->pending(), 0u);
 }
 
+TEST_F(DNSServiceSearch, TheSystemsOwnWordForAMissingDaemonMeansTheSame) {
+    search();
+    daemon->say(Kind::failed, {}, -65563);
+    EXPECT_EQ(browser->error(), "The DNS-SD daemon is not running.");
+}
+
+TEST_F(DNSServiceSearch, ASearchAnewAndADaemonThatCameAreReasonsToAskAtOnceAgain) {
+    const auto asksAfterASecond = [&] {
+        daemon->say(Kind::failed, {}, -65537);
+        const auto asked = daemon->browsed.size();
+        clock->advance(999ms);
+        EXPECT_EQ(daemon->browsed.size(), asked);
+        clock->advance(1ms);
+        EXPECT_EQ(daemon->browsed.size(), asked + 1);
+    };
+    search();
+    asksAfterASecond();
+    search();
+    asksAfterASecond();
+    daemon->say(Kind::started);
+    asksAfterASecond();
+}
+
+TEST_F(DNSServiceSearch, ARefreshIsGivenUpAfterFiveSecondsWithoutAWord) {
+    find({"A"});
+    restartDaemon();
+    daemon->say(Kind::added, "A");
+    clock->advance(4999ms);
+    EXPECT_EQ(daemon->resolving.size(), 1u);
+    clock->advance(1ms);
+    EXPECT_TRUE(daemon->resolving.empty());
+    EXPECT_EQ(delegate->words, Words{});
+}
+
 TEST_F(DNSServiceSearch, OtherErrorsAreNamedByTheirNumber) {
     search();
     daemon->say(Kind::failed, {}, -65555);

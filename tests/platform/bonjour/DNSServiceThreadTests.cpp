@@ -4,6 +4,7 @@
 #include "platform/net/LocalNames.h"
 #include "platform/queues/AsioMainQueue.h"
 #include "platform/queues/AsioRuntime.h"
+#include "tests/support/EnvironmentVariable.h"
 #include "tests/support/Peers.h"
 #include "tests/support/PrivateBonjour.h"
 #include "tests/support/Recorders.h"
@@ -11,7 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
+#include <cstdlib>
 #include <pthread.h>
 #include <system_error>
 #include <thread>
@@ -244,13 +247,43 @@ TEST_F(BonjourDaemon, WhatItFindsCanBeConnectedTo) {
 TEST_F(BonjourDaemon, KnowsTheAddressesOfTheHostsItFinds) {
     EXPECT_TRUE(lookUpLocalName("console.local.", 5s).addresses.empty()); // no daemon yet: at once
     ASSERT_TRUE(bonjour.startBus() && bonjour.startDaemon());
+    const auto before = openDescriptors();
     for (const char *name : {"console.local", "console.local."}) {
-        const auto found = lookUpLocalName(name, 5s);
+        const auto found = lookUpLocalName(name, 10min); // the answer comes at once
         ASSERT_EQ(found.addresses.size(), 1u) << name;
         EXPECT_EQ(found.addresses[0].to_string(), "127.0.0.1");
     }
     EXPECT_TRUE(lookUpLocalName("nobody.local", 100ms).addresses.empty());
     EXPECT_FALSE(lookUpHost("console.local.").addresses.empty());
+    EXPECT_TRUE(runUntil([&] { return openDescriptors() <= before; })) << openDescriptors() << " " << before;
+}
+
+TEST_F(BonjourDaemon, ItsLibraryIsKeptQuietByWhoeverUsesItUnlessTheUserWantsItToSpeak) {
+    constexpr const char *variable = "AVAHI_COMPAT_NOWARN";
+    for (const bool isNetwork : {true, false}) {
+        const EnvironmentVariable unset(variable, nullptr);
+        if (isNetwork)
+            AsioNetwork{AsioRuntime()};
+        else
+            DNSServiceThread{main};
+        EXPECT_STREQ(std::getenv(variable), "1");
+    }
+    const EnvironmentVariable wanted(variable, "0");
+    DNSServiceThread{main};
+    EXPECT_STREQ(std::getenv(variable), "0");
+}
+
+TEST_F(BonjourDaemon, AnEndIsWaitedForNoLongerThanItTakes) {
+    ASSERT_TRUE(bonjour.startBus() && bonjour.startDaemon());
+    std::chrono::steady_clock::duration shortest = 1h;
+    for (int round = 0; round < 5; ++round) {
+        auto daemon = std::make_unique<DNSServiceThread>(main);
+        const auto browsing = daemon->browse("_waveslv113._tcp.", "local.", [](const auto &) {});
+        const auto start = main.now();
+        daemon.reset();
+        shortest = std::min(shortest, main.now() - start);
+    }
+    EXPECT_LT(shortest, 1s) << "which is how long a daemon that does not answer is waited for";
 }
 
 #if defined(__GLIBC__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)

@@ -1,4 +1,5 @@
 #include "tests/platform/net/AsioConnectionTest.h"
+#include "tests/support/ClosedStandardInput.h"
 
 #include <asio/ip/address.hpp>
 #include <gtest/gtest.h>
@@ -249,6 +250,113 @@ TEST_F(AsioDatagram, WhatIsLostByCancelOrFailureIsToldAsWell) {
     failed->send(bytes("lost"), [&](SendResult result) { sent.add(result == SendResult::left ? 2 : 0); });
     EXPECT_TRUE(sent.awaitCount(2));
     EXPECT_EQ(sent.all(), (std::vector<int>{0, 0}));
+}
+
+TEST_F(AsioDatagram, WhatIsLostIsToldAfterTheFailureAndBeforeTheCancellation) {
+    const auto note = [words = journal](SendResult result) {
+        words->events.add(result == SendResult::lost ? "lost" : "left");
+    };
+    const DatagramPeer holder;
+    const auto failed = make(peer.port(), holder.port());
+    failed->start(journal->states());
+    failed->send(bytes("lost"), note);
+    ASSERT_TRUE(journal->events.awaitCount(3));
+    EXPECT_EQ(journal->all(),
+              (Words{"preparing", "failed: " + systemText(std::errc::address_in_use), "lost"}));
+
+    journal = std::make_shared<ConnectionJournal>();
+    std::promise<void> release;
+    AsioNetwork slow(runtime, [gate = release.get_future().share()](const std::string &) {
+        gate.wait();
+        return HostAddresses{{}, "too late"};
+    });
+    const auto cancelled = slow.makeDatagram("slow.example", peer.port(), "127.0.0.1", 0, queue);
+    cancelled->start(journal->states());
+    cancelled->send(bytes("lost"), [words = journal](SendResult) { words->events.add("lost"); });
+    settle();
+    cancelled->cancel();
+    ASSERT_TRUE(journal->events.awaitCount(3));
+    release.set_value();
+    settle();
+    EXPECT_EQ(journal->all(), (Words{"preparing", "lost", "cancelled"}));
+}
+
+TEST_F(AsioDatagram, WhatIsSentBeforeTheStartIsLostAndNotSentLater) {
+    const auto connection = make(peer.port());
+    Journal<SendResult> sent;
+    connection->send(bytes("nobody asks"));
+    connection->send(bytes("early"), [&](SendResult result) { sent.add(result); });
+    ASSERT_TRUE(sent.awaitCount(1));
+    EXPECT_EQ(sent.all().front(), SendResult::lost);
+    connection->start(journal->states());
+    connection->send(bytes("in time"));
+    EXPECT_EQ(peer.receive(), bytes("in time"));
+}
+
+TEST_F(AsioDatagram, WhatWasCancelledBeforeItWasStartedSaysSoAndDoesNothing) {
+    const auto connection = make(peer.port());
+    connection->cancel();
+    connection->start(journal->states());
+    connection->receiveMessage(journal->datagrams());
+    connection->receiveMessage(journal->datagrams());
+    settle();
+    EXPECT_EQ(journal->all(), (Words{"cancelled"}));
+}
+
+TEST_F(AsioDatagram, ASecondReceiveStopsTheProgram) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        {
+            const auto connection = make(peer.port());
+            connection->start(journal->states());
+            connection->receiveMessage(journal->datagrams());
+            connection->receiveMessage(journal->datagrams());
+            std::promise<void>().get_future().wait();
+        },
+        "a second receive on a datagram connection\n");
+}
+
+TEST_F(AsioDatagram, AnUnknownHostAtEitherEndFailsWithTheSystemsWords) {
+    AsioNetwork named(runtime, [](const std::string &) {
+        return HostAddresses{{}, "Name or service not known"};
+    });
+    for (const auto &[remote, local] : {std::pair("nobody", "127.0.0.1"), {"127.0.0.1", "nobody"}}) {
+        const auto words = std::make_shared<ConnectionJournal>();
+        const auto connection = named.makeDatagram(remote, peer.port(), local, 0, queue);
+        connection->start(words->states());
+        ASSERT_TRUE(words->await("failed: Name or service not known")) << remote;
+        EXPECT_EQ(connection->failure(), std::errc::address_not_available);
+    }
+}
+
+TEST_F(AsioDatagram, EveryPairOfAddressesIsTriedAndTheLastErrorIsTold) {
+    AsioNetwork named(runtime, [](const std::string &host) {
+        const auto address = [](const char *text) { return asio::ip::make_address(text); };
+        if (host == "here") // the first is nobody's
+            return HostAddresses{{address("192.0.2.1"), address("127.0.0.1")}, {}};
+        return HostAddresses{{address("255.255.255.255"), address("127.0.0.1")}, {}}; // nor connected to
+    });
+    const auto connection = named.makeDatagram("there", peer.port(), "here", 0, queue);
+    connection->start(journal->states());
+    connection->send(bytes("hello"));
+    EXPECT_EQ(peer.receive(), bytes("hello"));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+
+    const auto words = std::make_shared<ConnectionJournal>();
+    const auto unfitting = network.makeDatagram("::1", peer.port(), "127.0.0.1", 0, queue);
+    unfitting->start(words->states());
+    EXPECT_TRUE(words->await("failed: " + systemText(std::errc::address_family_not_supported)));
+}
+
+TEST_F(AsioDatagram, ASocketOfNumber0IsOneAsAnyOther) {
+    settleSockets(); // the event loop opens what it needs with its first socket
+    const ClosedStandardInput closed;
+    const auto connection = make(peer.port());
+    connection->start(journal->states());
+    connection->send(bytes("hello"));
+    EXPECT_EQ(peer.receive(), bytes("hello"));
+    connection->cancel();
+    settle(); // the number is free again
 }
 
 TEST_F(AsioDatagram, AReceiveOnAFailedConnectionSaysWhy) {

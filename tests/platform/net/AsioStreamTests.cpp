@@ -1,9 +1,14 @@
 #include "tests/platform/net/AsioConnectionTest.h"
+#include "tests/support/ClosedStandardInput.h"
+#include "tests/support/Eventually.h"
 
 #include <gtest/gtest.h>
 
 #include <asio/ip/address.hpp>
 #include <future>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 #include <system_error>
 
 namespace corvane {
@@ -30,6 +35,64 @@ protected:
 
     StreamListener listener;
 };
+
+TEST_F(AsioStream, KnowsItsPeersAddressOnceItIsReady) {
+    auto [connection, peer] = linked();
+    std::promise<std::string> address;
+    ASSERT_TRUE(journal->await("ready"));
+    queue->post([&, &connection = connection] { address.set_value(connection->peerAddress()); });
+    EXPECT_EQ(address.get_future().get(), "127.0.0.1");
+    EXPECT_EQ(make(listener.port())->peerAddress(), "");
+}
+
+TEST_F(AsioStream, WhatWasCancelledBeforeItWasStartedSaysSoAndDoesNothing) {
+    settleSockets(); // the event loop opens what it needs with its first socket
+    const auto before = openDescriptors();
+    const auto connection = make(listener.port());
+    connection->cancel();
+    connection->start(journal->states());
+    settle();
+    EXPECT_EQ(journal->all(), (Words{"cancelled"}));
+    EXPECT_TRUE(eventually([&] { return openDescriptors() == before; }));
+}
+
+TEST_F(AsioStream, AReceiveOnAFailedConnectionSaysWhy) {
+    const auto connection = make(unusedPort());
+    connection->start(journal->states());
+    ASSERT_TRUE(journal->awaitBeginning("failed: "));
+    connection->receive(1, 100, journal->received());
+    EXPECT_TRUE(journal->await("error: " + systemText(std::errc::connection_refused)));
+}
+
+TEST_F(AsioStream, ASecondReceiveStopsTheProgram) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(
+        {
+            const auto connection = make(listener.port());
+            connection->receive(1, 100, journal->received());
+            connection->receive(1, 100, journal->received());
+            std::promise<void>().get_future().wait();
+        },
+        "a second receive on a stream connection\n");
+}
+
+TEST_F(AsioStream, SixteenMegabytesMayWaitForAPeerThatDoesNotReadAndNoByteMore) {
+    constexpr std::size_t most = 16'777'216;
+    auto [connection, peer] = linked();
+    ASSERT_TRUE(journal->await("ready"));
+    for (int round = 0; round < 2; ++round) {
+        connection->send(Bytes(most - 1));
+        connection->send(Bytes(1));
+        settle();
+        ASSERT_EQ(journal->all(), (Words{"preparing", "ready"})) << round;
+        if (round == 0) { // what has been taken waits no more
+            EXPECT_EQ(peer.read(most).size(), most);
+            settleSockets();
+        }
+    }
+    connection->send(Bytes(1));
+    ASSERT_TRUE(journal->await("failed: " + systemText(std::errc::no_buffer_space)));
+}
 
 TEST_F(AsioStream, DoesNothingBeforeItIsStarted) {
     const auto connection = make(listener.port());
@@ -241,7 +304,29 @@ TEST_F(AsioStream, NothingIsReceivedAfterCancel) {
     peer.write(bytes("too late"));
     connection->receive(1, 100, journal->received());
     ASSERT_TRUE(journal->await("cancelled"));
+    connection->receive(1, 100, journal->received());
     settle();
+    EXPECT_EQ(journal->all().back(), "cancelled");
+}
+
+TEST_F(AsioStream, ANameThatIsFoundAfterItWasCancelledIsNotConnectedTo) {
+    settleSockets(); // the event loop opens what it needs with its first socket
+    const auto before = openDescriptors();
+    std::promise<void> release;
+    Journal<int> ended;
+    AsioNetwork slow(runtime, [gate = release.get_future().share(), &ended](const std::string &) {
+        gate.wait();
+        ended.add(1);
+        return HostAddresses{{asio::ip::make_address("127.0.0.1")}, {}};
+    });
+    const auto connection = slow.makeStream("slow.example", listener.port(), queue);
+    connection->start(journal->states());
+    connection->cancel();
+    ASSERT_TRUE(journal->await("cancelled"));
+    release.set_value();
+    ASSERT_TRUE(ended.awaitCount(1));
+    settleSockets();
+    EXPECT_TRUE(eventually([&] { return openDescriptors() == before; }));
     EXPECT_EQ(journal->all().back(), "cancelled");
 }
 
@@ -305,11 +390,70 @@ TEST_F(AsioStream, AnAddressThatKeepsSilentIsNotWaitedForWhileThereIsAnother) {
     AsioNetwork named(runtime, [](const std::string &) {
         return HostAddresses{{asio::ip::make_address("127.0.0.2"), asio::ip::make_address("127.0.0.1")}, {}};
     });
-    const auto connection = named.makeStream("console.local.", listener.port(), queue);
+    const auto elapsing = std::make_shared<ElapsingQueue>(queue);
+    const auto connection = named.makeStream("console.local.", listener.port(), elapsing);
     connection->start(journal->states());
-    EXPECT_TRUE(listener.accept().isOpen());
+    connection->receive(1, 100, journal->received());
+    ASSERT_TRUE(elapsing->delays.awaitCount(1));
+    EXPECT_EQ(elapsing->delays.all().front().first, 2s);
+    elapsing->elapse();
+    const auto peer = listener.accept();
+    EXPECT_TRUE(peer.isOpen());
     ASSERT_TRUE(journal->await("ready"));
     EXPECT_EQ(journal->all(), (Words{"preparing", "ready"}));
+    EXPECT_EQ(elapsing->delays.all().size(), 1U) << "the last address has all the time there is";
+}
+
+TEST_F(AsioStream, AnAddressThatAnswersInTimeIsNotLeftWhenItsTimeIsOver) {
+    AsioNetwork named(runtime, [](const std::string &) {
+        return HostAddresses{{asio::ip::make_address("127.0.0.1"), asio::ip::make_address("127.0.0.2")}, {}};
+    });
+    const auto elapsing = std::make_shared<ElapsingQueue>(queue);
+    const auto connection = named.makeStream("console.local.", listener.port(), elapsing);
+    connection->start(journal->states());
+    connection->receive(1, 100, journal->received());
+    const auto peer = listener.accept();
+    ASSERT_TRUE(journal->await("ready"));
+    elapsing->elapse();
+    settleSockets();
+    peer.write(bytes("patch"));
+    ASSERT_TRUE(journal->await("data: patch"));
+    EXPECT_EQ(journal->all(), (Words{"preparing", "ready", "data: patch"}));
+}
+
+/// The number of the socket that is connected to the port; -1 when none is.
+int socketTo(std::uint16_t port) {
+    for (int descriptor = 0; descriptor < 1'000; ++descriptor) {
+        sockaddr_in peer{};
+        socklen_t size = sizeof peer;
+        if (::getpeername(descriptor, reinterpret_cast<sockaddr *>(&peer), &size) == 0 &&
+            peer.sin_port == htons(port))
+            return descriptor;
+    }
+    return -1;
+}
+
+TEST_F(AsioStream, NoticesAPeerThatFallsSilentAndKeepsNothingBack) {
+    auto [connection, peer] = linked();
+    ASSERT_TRUE(journal->await("ready"));
+    const int socket = socketTo(listener.port());
+    ASSERT_GE(socket, 0);
+    for (const auto &[name, wanted] : {std::pair(TCP_USER_TIMEOUT, 11'000), {TCP_NODELAY, 1}}) {
+        int value = -1;
+        socklen_t size = sizeof value;
+        EXPECT_EQ(::getsockopt(socket, IPPROTO_TCP, name, &value, &size), 0);
+        EXPECT_EQ(value, wanted);
+    }
+}
+
+TEST_F(AsioStream, ASocketOfNumber0IsOneAsAnyOther) {
+    settleSockets(); // the event loop opens what it needs with its first socket
+    const ClosedStandardInput closed;
+    auto [connection, peer] = linked();
+    ASSERT_TRUE(journal->await("ready"));
+    EXPECT_EQ(socketTo(listener.port()), 0);
+    connection->cancel();
+    settle(); // the number is free again
 }
 
 TEST_F(AsioStream, ASilentAddressMayBeLeftAtAnyMoment) {
@@ -468,6 +612,7 @@ TEST_F(AsioStream, DescriptorsAreClosedOnExecAndNotLeaked) {
 TEST_F(AsioStream, MemoryStaysBoundedWhenThePeerNeverReads) {
     auto [connection, peer] = linked();
     connection->receive(1, 100, journal->received());
+    ASSERT_TRUE(journal->await("ready"));
     for (int i = 0; i < 100; ++i)
         connection->send(Bytes(1000000));
     const auto reason = systemText(std::errc::no_buffer_space);

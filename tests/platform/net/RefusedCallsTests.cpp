@@ -72,6 +72,43 @@ TEST(RefusedSocketOptions, LeaveConnectionsAndListenersAtWork) {
         GTEST_SKIP() << "this system refuses no calls";
 }
 
+TEST(RefusedSockets, AreToldInTheSystemsWords) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    const bool isRun = withoutSockets([] {
+        AsioRuntime runtime;
+        AsioNetwork network(runtime);
+        PosixMulticast multicast(runtime);
+        const auto queue = runtime.make("Corvane.Test");
+        const auto opened = multicast.open("225.1.1.1", announcementPort, 4096, queue, [](const Bytes &) {});
+        EXPECT_EQ(opened.error, "No UDP socket can be opened: Too many open files.");
+        EXPECT_FALSE(opened.socket);
+        const auto journal = std::make_shared<ConnectionJournal>();
+        const auto stream = network.makeStream("127.0.0.1", 5000, queue);
+        stream->start(journal->states());
+        EXPECT_TRUE(journal->await("failed: Too many open files"));
+        const auto others = std::make_shared<ConnectionJournal>();
+        const auto datagrams = network.makeDatagram("127.0.0.1", 5000, "127.0.0.1", 0, queue);
+        datagrams->start(others->states());
+        EXPECT_TRUE(others->await("failed: Too many open files"));
+    });
+    if (!isRun)
+        GTEST_SKIP() << "this system refuses no calls";
+}
+
+TEST(RefusedPorts, AreToldInTheSystemsWords) {
+    CORVANE_ENTER_PRIVATE_NETWORK();
+    const bool isRun = withoutPorts([] {
+        AsioRuntime runtime;
+        PosixMulticast multicast(runtime);
+        const auto opened = multicast.open("225.1.1.1", announcementPort, 4096, runtime.make("Corvane.Test"),
+                                           [](const Bytes &) {});
+        EXPECT_EQ(opened.error, "UDP port 13337 cannot be used: Permission denied.");
+        EXPECT_FALSE(opened.socket);
+    });
+    if (!isRun)
+        GTEST_SKIP() << "this system refuses no calls";
+}
+
 TEST(RefusedInterfaceLists, LeaveTheListenerAtWorkAndTheComputerWithoutAddresses) {
     CORVANE_ENTER_PRIVATE_NETWORK({.loopbackMulticast = true});
     const bool isRun = withoutInterfaceLists([] {

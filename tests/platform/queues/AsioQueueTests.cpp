@@ -1,11 +1,15 @@
 #include "platform/queues/AsioMainQueue.h"
 #include "platform/queues/AsioRuntime.h"
+#include "platform/queues/AsioVersion.h"
 #include "tests/support/Peers.h"
 
 #include <gtest/gtest.h>
 
+#include <asio/version.hpp>
 #include <atomic>
 #include <csignal>
+#include <cstdio>
+#include <filesystem>
 #include <future>
 #include <pthread.h>
 #include <stdexcept>
@@ -348,6 +352,37 @@ TEST(AsioMainQueue, ReportsInterruptionsInsteadOfDyingOfThem) {
     main.run();
     EXPECT_EQ(signals, (std::vector<int>{SIGINT, SIGTERM}));
     EXPECT_EQ(ran, std::this_thread::get_id());
+}
+
+TEST(AsioMainQueue, OfTwoWhoAskForInterruptionsTheLaterIsToldOfEachOnce) {
+    AsioMainQueue main;
+    std::vector<std::string> told;
+    main.onInterruption([&](int) { told.emplace_back("the earlier"); });
+    main.onInterruption([&](int) {
+        told.emplace_back("the later");
+        main.after(1ms, [&] { main.quit(); });
+    });
+    main.post([] { ::kill(::getpid(), SIGINT); });
+    main.run();
+    EXPECT_EQ(told, (std::vector<std::string>{"the later"}));
+}
+
+#ifdef __linux__
+TEST(AsioRuntime, HasAsManyThreadsAsItIsToHave) {
+    const auto threads = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/task"),
+                             std::filesystem::directory_iterator());
+    };
+    const auto before = threads();
+    const AsioRuntime runtime(5);
+    EXPECT_EQ(threads(), before + 5);
+}
+#endif
+
+TEST(AsioVersion, IsThatOfTheHeaders) {
+    int numbers[3] = {};
+    ASSERT_EQ(std::sscanf(asioVersion().c_str(), "%d.%d.%d", numbers, numbers + 1, numbers + 2), 3);
+    EXPECT_EQ(numbers[0] * 100'000 + numbers[1] * 100 + numbers[2], ASIO_VERSION);
 }
 
 TEST(AsioMainQueue, DropsWhatStillWaitsAtItsEnd) {
