@@ -31,7 +31,11 @@ protected:
         std::stringstream text;
         text << seed.rdbuf();
         fake.folder.write("Secret Shows/Late Set/Late Set.ardour",
-                          std::regex_replace(text.str(), std::regex("name=\"183\""), "name=\"Uncle Joe\""));
+                          std::regex_replace(std::regex_replace(text.str(), std::regex("name=\"183\""),
+                                                                "name=\"Uncle Joe\""),
+                                             std::regex("<Locations/>"),
+                                             "<Locations><Location id=\"9001\" name=\"Last Waltz\" "
+                                             "start=\"a0\" flags=\"IsMark\"/></Locations>"));
         fake.folder.write("home/Library/Preferences/LiveTrax3/recent",
                           "Late Set\n" + (shows / "Late Set").string() + "\nMatinee\n" +
                               (shows / "Matinee").string() + "\n");
@@ -135,15 +139,38 @@ TEST_F(DiagnoseCommandTest, TheLogsLastTwoHundredLinesAreEnough) {
 TEST_F(DiagnoseCommandTest, NoNameIsToldUnlessTheyAreAskedFor) {
     knowSessions();
     fake.defaults->set("CorvaneLastSession", (fake.folder / "Secret Shows/Late Set").string());
-    log("Opening Late Set, then Matinee\nTrack Aunt Mary is armed; Uncle Joe too\nScene Encore\n"
+    log("Opening Late Set, then Matinee\nTrack Aunt Mary is armed; Uncle Joe too\nScene Encore, Last Waltz\n"
         "Reading " +
         (fake.folder / "home/Music/x").string() + "\nWriting /srv/Shows of Bob/x\n");
     const std::string found = diagnose().dump();
     for (const char *name :
-         {"Late Set", "Matinee", "Aunt Mary", "Uncle Joe", "Encore", "Secret", "Bob", "Music"})
+         {"Late Set", "Matinee", "Aunt Mary", "Uncle Joe", "Encore", "Last Waltz", "Secret", "Bob", "Music"})
         EXPECT_THAT(found, Not(HasSubstr(name)));
     EXPECT_THAT(found, Not(HasSubstr(fake.folder.path().string())));
     EXPECT_THAT(found, Not(HasSubstr("Front of House"))) << "the computer's name";
+}
+
+TEST_F(DiagnoseCommandTest, TheNamesInTenSessionsAreHiddenTheOneThatCorvaneKnowsFirst) {
+    std::string recent;
+    std::string lines = "Track Known is armed\n";
+    for (int number = 1; number <= 11; ++number) {
+        const std::string name = "S" + std::to_string(number);
+        const auto file =
+            fake.folder.write(name + "/" + name + ".ardour",
+                              "<Session><Locations><Location name='mark" + std::to_string(number) +
+                                  "' start='a0' flags='IsMark'/></Locations></Session>");
+        recent += name + "\n" + file.parent_path().string() + "\n";
+        lines += "Marker mark" + std::to_string(number) + " in " + name + "\n";
+    }
+    fake.folder.write("home/Library/Preferences/LiveTrax3/recent", recent);
+    log(lines);
+    fake.folder.write("Known/Known.ardour", "<Session/>");
+    fake.defaults->set("CorvaneLastSession", (fake.folder / "Known").string());
+    const json all = diagnose();
+    EXPECT_EQ(11, all["liveTrax"]["sessionsRemembered"]);
+    EXPECT_EQ("Track … is armed", all["log"][0]);
+    EXPECT_EQ("Marker … in …", all["log"][9]);
+    EXPECT_EQ("Marker mark10 in …", all["log"][10]) << "of sessions further back only their own names";
 }
 
 TEST_F(DiagnoseCommandTest, WithNamesTheyAreAllThere) {
@@ -220,6 +247,35 @@ TEST_F(DiagnoseCommandTest, SaveWritesItToAFileInstead) {
     std::string first;
     std::getline(file, first);
     EXPECT_EQ("corvane", first);
+    outcome.reset();
+    output.printed.clear();
+    begin({"diagnose", "--save", "report.json", "--json"});
+    fake.clock->advance(3s);
+    EXPECT_EQ((json{{"saved", (fake.folder / "report.json").string()}}), printedJson());
+    EXPECT_TRUE(json::parse(fake.folder.read("report.json")).contains("corvane"));
+}
+
+TEST_F(DiagnoseCommandTest, TellsOfServicesDefaultsAndWhereLiveTraxIs) {
+    fake.defaults->set("CorvaneLastSession", "/Shows/Friday");
+    begin({"diagnose", "--names", "--json"});
+    fake.browser->resolve(*fake.browser->find("Stage"), "stage.local.", 5002);
+    fake.browser->errorText = "no Bonjour daemon";
+    fake.clock->advance(3s);
+    const json found = printedJson();
+    EXPECT_EQ(json::parse(R"([{"name":"Stage","host":"stage.local.","port":5002,"via":"bonjour"}])"),
+              found["console"]["hosts"]);
+    EXPECT_EQ(json{"Bonjour: no Bonjour daemon"}, found["console"]["errors"]);
+    EXPECT_EQ((json{{"CorvaneLastSession", "/Shows/Friday"}}), found["defaults"]);
+    EXPECT_EQ(
+        (json{{"runs", false},
+              {"sessionsRemembered", 0},
+              {"target", "LiveTrax 3"},
+              {"program", (fake.folder / "Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3").string()},
+              {"preferences", (fake.folder / "home/Library/Preferences/LiveTrax3").string()},
+              {"configuration", nullptr}}),
+        found["liveTrax"]);
+    EXPECT_THAT(found["corvane"]["compiler"].get<std::string>(),
+                testing::MatchesRegex(".+, lib(std)?c[+][+] [0-9]+"));
 }
 
 TEST_F(DiagnoseCommandTest, AConfigurationThatCannotBeReadIsToldOf) {

@@ -256,6 +256,22 @@ TEST_F(ConsoleSimTest, TricklingStillTellsEverything) {
     client.greet();
     EXPECT_TRUE(comes([&] { return client.hears("/Notify/Scene/Name \"Prueba de sonido\""); }));
     EXPECT_EQ(client.heard.size(), 5U);
+    // What comes of a message before the console goes on: with the first write.
+    const auto first = [&](const std::string &scene) {
+        command("scene " + scene);
+        EXPECT_TRUE(eventually([&] {
+            client.take();
+            return !client.raw.empty();
+        }));
+        const auto size = client.raw.size();
+        EXPECT_TRUE(comes([&] { return client.hears("/Notify/Scene/Name \"" + scene + "\""); }));
+        return size;
+    };
+    EXPECT_EQ(first("A"), 1U);
+    command("trickle off");
+    EXPECT_GT(first("B"), 1U);
+    command("trickle on");
+    EXPECT_EQ(first("C"), 1U);
 }
 
 TEST_F(ConsoleSimTest, ReportsWhatAClientDoesWrong) {

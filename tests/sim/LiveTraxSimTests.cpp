@@ -392,6 +392,7 @@ TEST_F(LiveTraxSimTest, ASaveThatFailsIsToldAndTheMarkersWaitForTheNext) {
     std::filesystem::remove_all(show);
     sim.handle({"/save_state", {}});
     EXPECT_TRUE(log.back().starts_with("could not save: ")) << log.back();
+    EXPECT_EQ(log.size(), 3U) << "created, marker, and not that it is saved";
     std::filesystem::create_directories(show);
     sim.handle({"/save_state", {}});
     EXPECT_EQ(markersInFile().size(), 1U);
