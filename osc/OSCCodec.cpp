@@ -1,13 +1,12 @@
 #include "osc/OSCCodec.h"
 
+#include "base/Preconditions.h"
 #include "base/UTF8.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -354,10 +353,8 @@ OSCCodec::Bytes OSCCodec::uint32(std::uint32_t value) {
 }
 
 OSCCodec::Bytes OSCCodec::frame(ByteView payload) {
-    if (payload.size() > std::numeric_limits<std::uint32_t>::max()) {
-        std::fputs("OSCCodec::frame: a payload longer than its header can say\n", stderr);
-        std::abort();
-    }
+    if (payload.size() > std::numeric_limits<std::uint32_t>::max())
+        preconditionFailure("a frame's payload is longer than its header can say");
     Bytes bytes(frameHeaderSize + payload.size());
     store(bytes.data(), static_cast<std::uint32_t>(payload.size()));
     store(bytes.data() + 4, frameKind);

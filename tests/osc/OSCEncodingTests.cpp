@@ -88,7 +88,7 @@ TEST(OSCCodecDeathTest, APayloadLongerThanItsHeaderCanSayStopsTheProgram) {
     const OSCBytes bytes(1);
     // Its length alone is looked at.
     const OSCCodec::ByteView tooLong(bytes.data(), std::size_t{1} << 32U);
-    EXPECT_DEATH(OSCCodec::frame(tooLong), "longer than its header can say");
+    EXPECT_DEATH(OSCCodec::frame(tooLong), "longer than its header can say\n");
 }
 
 } // namespace

@@ -54,6 +54,24 @@ TEST(OSCFraming, WholeFramesAreTakenFromTheFrontAndTheRestStays) {
     }
 }
 
+TEST(OSCFraming, EveryFrameIsCountedWhateverIsInIt) {
+    auto buffer = framed(ping) + OSCCodec::frame(raw("/x")) + framed(kick) + firstBytes(framed(kick), 12);
+    std::size_t frames = 9;
+    EXPECT_EQ(OSCCodec::readFrames(buffer, &frames), (Messages{ping, kick}));
+    EXPECT_EQ(frames, 3U);
+    EXPECT_TRUE(OSCCodec::readFrames(buffer, &frames).empty());
+    EXPECT_EQ(frames, 0U);
+}
+
+TEST(OSCFraming, AHeaderIsRefusedAsSoonAsItIsWhole) {
+    for (const std::uint32_t length : {0U, 2'000'000U, 0xFFFFFFFFU}) {
+        EXPECT_TRUE(OSCCodec::isRefused(header(length)));
+        EXPECT_FALSE(OSCCodec::isRefused(firstBytes(header(length), 11)));
+    }
+    EXPECT_FALSE(OSCCodec::isRefused(header(1)));
+    EXPECT_FALSE(OSCCodec::isRefused(header(1'999'999)));
+}
+
 TEST(OSCFraming, ABadHeaderIsLeftAsItIsOnEveryLaterCall) {
     for (const std::uint32_t length : {0U, 2'000'000U}) {
         auto buffer = header(length);

@@ -69,6 +69,7 @@ TEST(OSCCodec, MalformedMessagesAreNotRead) {
         {"tags without the comma", raw("/x\0\0i\0\0\0\0\0\0\1")},
         {"comma in second place", raw("/x\0\0 ,i\0\0\0\0\1")},
         {"int without bytes", raw("/x\0\0,i\0\0")},
+        {"an int behind a text that lacks its padding", raw("/x\0\0,si\0abcd\0")},
         {"three bytes of an int", raw("/x\0\0,i\0\0\0\0\1")},
         {"three bytes of a float", raw("/x\0\0,f\0\0\0\0\1")},
         {"half of an h", raw("/x\0\0,h\0\0\0\0\0\1")},
@@ -125,6 +126,7 @@ TEST(OSCCodec, TextsThatAreNotStrictUTF8AreEmptyAndTheNextArgumentIsRead) {
         {"five-byte form", raw("\xF8\x88\x80\x80\x80\0\0\0")},
         {"FE", raw("\xFE\0\0\0")},
         {"behind eight good bytes", raw("abcdefgh\xFF\0\0\0")},
+        {"behind forty good bytes", OSCBytes(40, 'a') + raw("\xFF\0\0\0")},
         {"within a run of good bytes", raw("abcd\xFF"
                                            "efgh\0\0\0")},
     };

@@ -127,6 +127,16 @@ TEST(OSCValues, DoesNotMoveWithinTheRoomThatWasMade) {
     }
 }
 
+TEST(OSCValues, AValueThatIsNotThereIsSaidInWords) {
+    const OSCValues list{1};
+    try {
+        static_cast<void>(list.at(1));
+        ADD_FAILURE();
+    } catch (const std::out_of_range &error) {
+        EXPECT_STREQ(error.what(), "OSCValues: no such value");
+    }
+}
+
 TEST(OSCValues, CanBeChangedInPlace) {
     for (const std::size_t size : {6U, 7U}) {
         auto list = listOf(size);

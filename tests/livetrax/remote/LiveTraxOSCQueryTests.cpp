@@ -137,6 +137,13 @@ TEST_F(LiveTraxOSCQuery, OtherAddressesAndMessagesWithoutArgumentsChangeNothing)
     expectAtTimeout(std::nullopt);
 }
 
+TEST_F(LiveTraxOSCQuery, WhatIsAnsweredAlreadyIsNotAskedAnyMore) {
+    answer("/transport_speed", {0.0F});
+    answer("/record_enabled", {0});
+    expectOnly(TransportState{0, false, false});
+    EXPECT_TRUE(connection().sent.empty());
+}
+
 TEST_F(LiveTraxOSCQuery, TwoQueriesInARowAnswerOnlyTheSecond) {
     int first = 0;
     answers.clear();

@@ -79,6 +79,15 @@ TEST_F(LiveTraxOSCTest, AReceiveErrorLeavesNoConnectionBehind) {
     EXPECT_EQ(network.datagrams.size(), 2U);
 }
 
+TEST_F(LiveTraxOSCTest, AConnectionThatEndsOfItselfIsReplaced) {
+    openReady();
+    connection().cancel();
+    run();
+    client->start();
+    run();
+    EXPECT_EQ(network.datagrams.size(), 2U);
+}
+
 TEST_F(LiveTraxOSCTest, TheOwnerIsToldWhyTheConnectionFailed) {
     std::vector<std::pair<std::error_code, std::string>> told;
     client->onFailure = [&](const std::error_code &error, const std::string &reason) {
@@ -240,6 +249,43 @@ TEST_F(LiveTraxOSCTest, WhatTheSystemDoesNotTakeIsReportedAsNotSent) {
     EXPECT_EQ(reports, (std::vector<SendReport>{{{}, "Nothing could be sent to LiveTrax."}}));
 }
 
+TEST_F(LiveTraxOSCTest, WhyAConnectionFailedIsForgottenOnceThereIsAnother) {
+    client->start();
+    run();
+    connection().fail(std::errc::address_in_use);
+    run();
+    openReady();
+    connection().result = SendResult::lost;
+    std::vector<SendReport> reports;
+    client->save([&](const SendReport &report) { reports.push_back(report); });
+    advance(40ms);
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{}, "Nothing could be sent to LiveTrax."}}));
+}
+
+TEST_F(LiveTraxOSCTest, TheOwnerIsToldOfWhatWasSavedBeforeTheOneWhoAsked) {
+    openReady();
+    std::vector<std::string> told;
+    client->onSave = [&] { told.emplace_back("saved"); };
+    client->save([&](const SendReport &report) { told.push_back("reported " + report.problem); });
+    advance(140ms);
+    EXPECT_EQ(told, (Addresses{"saved", "reported "}));
+    client->save();
+    advance(140ms);
+    EXPECT_EQ(told, (Addresses{"saved", "reported ", "saved"}));
+    connection().result = SendResult::lost;
+    client->save([&](const SendReport &report) { told.push_back(report.problem); });
+    advance(140ms);
+    EXPECT_EQ(told, (Addresses{"saved", "reported ", "saved", "Nothing could be sent to LiveTrax."}));
+}
+
+TEST_F(LiveTraxOSCTest, TheOwnerMayEndTheClientWhenToldOfASave) {
+    openReady();
+    client->onSave = [&] { client.reset(); };
+    client->save([](const SendReport &) { ADD_FAILURE(); });
+    advance(1s);
+    EXPECT_FALSE(client);
+}
+
 // ---- markers
 
 TEST_F(LiveTraxOSCTest, AMarkerIsDroppedAndThenNamedWithItsTrimmedName) {
@@ -295,6 +341,16 @@ TEST_F(LiveTraxOSCTest, AFirstHalfThatIsLostToARefusalIsARefusalWhateverBecomesO
     connection().result = SendResult::lost;
     advance(1s);
     EXPECT_EQ(reports, (std::vector<SendReport>{{{"/marker"}, "LiveTrax does not answer."}}));
+}
+
+TEST_F(LiveTraxOSCTest, ASecondHalfThatIsLostIsReportedAsSuch) {
+    openReady();
+    std::vector<SendReport> reports;
+    client->addSceneMarker("Verse 2", [&](const SendReport &report) { reports.push_back(report); });
+    advance(100ms);
+    connection().result = SendResult::lost;
+    advance(30ms);
+    EXPECT_EQ(reports, (std::vector<SendReport>{{{"/add_marker"}, "Not all could be sent to LiveTrax."}}));
 }
 
 TEST_F(LiveTraxOSCTest, ARefusalConcernsWhatHasLeftThoughSomethingBeforeItWasLost) {
