@@ -110,8 +110,8 @@ bool SessionPorts::follow(const Port &port, const Route &route) const {
         } else if (others[index]) {
             connection.setExistingAttribute("other", *others[index]);
         } else {
-            tookElements = tookElements || connection.firstChild();
-            connection.remove();
+            const XMLFragment gone = connection.detach();
+            tookElements = tookElements || gone.element().firstChild();
         }
     }
     return tookElements;

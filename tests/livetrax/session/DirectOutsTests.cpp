@@ -202,6 +202,16 @@ TEST_F(DirectOuts, TheNamesOfARestoredOutputCountAsWell) {
               Case::duplicateEnginePort);
 }
 
+TEST_F(DirectOuts, ASecondOneComesBackBehindAWholeOne) {
+    TrackText kick = track("Kick", 1, 1, 0);
+    kick.inside = "<Processor id=\"9\" role=\"DirectOuts\" name=\"Second\" bitslot=\"0\"/>";
+    platform.writeSession(sessionText({kick}));
+    // Both bear the channel's name, which the recorder would not take.
+    EXPECT_EQ(
+        refused({channel("Kick", 0)}).errorDescription(),
+        "The session would create a duplicate audio port (Kick/audio_send 1). Check the LV1 channel names.");
+}
+
 TEST_F(DirectOuts, APlanTellsOfATrackThatHasToGiveWay) {
     TrackText taken = bus(2);
     taken.bitslot = "2";

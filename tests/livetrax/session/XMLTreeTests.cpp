@@ -7,8 +7,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <thread>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace corvane {
@@ -360,6 +362,40 @@ TEST(XMLTree, ATreeThatCannotBeReadBackIsNotPutInPlace) {
     } catch (const XMLError &error) {
         EXPECT_THAT(error.what(), testing::StartsWith("The text for " + path.string() +
                                                       " is not well-formed XML (line 3: "));
+    }
+    EXPECT_EQ(folder.read("Gig.ardour"), "<S/>");
+    EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
+}
+
+/// While it lives, no file can grow beyond so many bytes: as on a full disk.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) : usualSignal(std::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &usual);
+        const rlimit low{bytes, usual.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &low);
+    }
+    FileSizeLimit(const FileSizeLimit &) = delete;
+    FileSizeLimit &operator=(const FileSizeLimit &) = delete;
+    ~FileSizeLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &usual);
+        std::signal(SIGXFSZ, usualSignal);
+    }
+
+private:
+    void (*usualSignal)(int);
+    rlimit usual{};
+};
+
+TEST(XMLTree, ADiskThatIsFullIsAFileErrorAndTheOldFileStands) {
+    const TemporaryFolder folder;
+    const auto path = folder.write("Gig.ardour", "<S/>");
+    XMLDocument document = XMLDocument::load(path);
+    for (int i = 0; i < 5'000; ++i)
+        document.root().append("A").setAttribute("name", "a text of some length");
+    {
+        const FileSizeLimit limit(100'000);
+        EXPECT_THROW(std::move(document).writeAtomically(path), FileError);
     }
     EXPECT_EQ(folder.read("Gig.ardour"), "<S/>");
     EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
