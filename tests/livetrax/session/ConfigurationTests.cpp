@@ -1,3 +1,4 @@
+#include "livetrax/session/Backups.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "tests/fakes/FakeSystem.h"
 
@@ -425,6 +426,14 @@ TEST_F(BackupsTest, AFileInAFolderThatIsMissingKeepsNothing) {
     folder.write(first, "");
     LiveTraxGenerator::removeOlderBridgeBackups(folder.path(), folder / ("none/" + first));
     EXPECT_THAT(names(), testing::IsEmpty());
+}
+
+TEST_F(BackupsTest, ASessionHasSomeOnceItWasUpdated) {
+    EXPECT_FALSE(hasBackups(folder.path()));
+    folder.write("backup/Show.ardour", "the recorder's own");
+    EXPECT_FALSE(hasBackups(folder.path()));
+    folder.write("backup/" + first, "");
+    EXPECT_TRUE(hasBackups(folder.path()));
 }
 
 TEST_F(BackupsTest, AFolderThatCannotBeListedIsPutUpWith) {

@@ -474,6 +474,19 @@ TEST_F(HistoryRetention, TwentyStayHoweverOldAndMoreForThirtyDays) {
     EXPECT_EQ(41, TemporaryFolder::entries(top() / "Gig")) << "a file and a note each, and the session's";
 }
 
+TEST_F(HistoryRetention, OfCopiesOfOneTimeThoseInTheFirstFolderGoFirst) {
+    for (const std::string folder : {"A", "B"})
+        for (const std::string number : {"1", "2", "3", "4"})
+            std::filesystem::resize_file(
+                platform.folder.write("home/Library/Application Support/Corvane/History/" + folder + "/" +
+                                          number + " 2026-01-31T18-04-05-250Z.ardour",
+                                      ""),
+                250'000'001); // a hole: it takes no room
+    session::pruneHistory(top(), platform.wallTime);
+    EXPECT_THAT(session::copiesIn(top() / "A"), SizeIs(3));
+    EXPECT_THAT(session::copiesIn(top() / "B"), SizeIs(4));
+}
+
 TEST_F(HistoryRetention, ItsLimitsAreExact) {
     using Bytes = std::uintmax_t;
     struct Stored {

@@ -81,6 +81,13 @@ TEST_F(RecordedTakes, WhatOnlyARemovedTrackNamesGoes) {
     EXPECT_THAT(left(), ElementsAre("Kick"));
 }
 
+TEST_F(RecordedTakes, WhatANewTrackNamesStays) {
+    // It is called as its ports are, and happens to be one of the session's.
+    write({playing("Kick", 1, 0, "Audio 1")}, {{"103", "Audio 1", 1}});
+    EXPECT_EQ(update({channel("New", 7)}), (UpdateResult{0, 1, 1}));
+    EXPECT_THAT(left(), ElementsAre("Audio 1", "New"));
+}
+
 TEST_F(RecordedTakes, AnIdOfAnUnusedPlaylistIsNoNameEither) {
     write({playing("Kick", 1, 0, "416")}, {{"103", "416", 1}}, "<Playlist id=\"416\" name=\"old\"/>");
     update({});
