@@ -252,10 +252,13 @@ TEST_F(HistoryTest, ACopyWhoseNoteIsGoneIsListed) {
 }
 
 TEST_F(HistoryTest, ItsFilesHaveTheNamesAndTheFormThatLaterVersionsRead) {
-    const EnvironmentVariable zone("TZ", "UTC");
+    {
+        const EnvironmentVariable zone("TZ", "UTC");
+        ::tzset();
+        update({channel("Größe", 0)});
+        update({channel("Größe", 0)});
+    }
     ::tzset();
-    update({channel("Größe", 0)});
-    update({channel("Größe", 0)});
     const auto text = [&](const std::string &name) { return textOf(top() / "Gig" / name); };
     EXPECT_EQ(text("session.json"), "{\n  \"version\": 1,\n  \"path\": \"" +
                                         std::filesystem::weakly_canonical(gig()).string() +
