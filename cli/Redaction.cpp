@@ -19,12 +19,13 @@ bool continuesWord(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || (c & '\x80') != 0;
 }
 
-void replaceAll(std::string &text, std::string_view what, std::string_view with, bool wholeWords) {
+/// Wherever it stands as a word of its own.
+void replaceAll(std::string &text, std::string_view what, std::string_view with) {
     for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at)) {
         const std::size_t end = at + what.size();
         const bool inWord = (at > 0 && continuesWord(text[at - 1]) && continuesWord(what.front())) ||
                             (end < text.size() && continuesWord(text[end]) && continuesWord(what.back()));
-        if (wholeWords && inWord) {
+        if (inWord) {
             ++at;
             continue;
         }
@@ -81,7 +82,7 @@ Redaction::Redaction(std::filesystem::path home, std::vector<std::string> names)
 std::string Redaction::path(std::string_view text) const {
     std::string shown(text);
     if (home.size() > 1)
-        replaceAll(shown, home, "~", true);
+        replaceAll(shown, home, "~");
     if (const std::size_t at = privatePath(shown); at != std::string::npos)
         shown.replace(at, std::string::npos, hidden);
     return shown;
@@ -90,7 +91,7 @@ std::string Redaction::path(std::string_view text) const {
 std::string Redaction::line(std::string_view text) const {
     std::string shown = path(text);
     for (const std::string &name : names)
-        replaceAll(shown, name, hidden, true);
+        replaceAll(shown, name, hidden);
     hideQuoted(shown);
     return shown;
 }

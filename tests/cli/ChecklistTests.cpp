@@ -200,6 +200,30 @@ TEST(Checklist, SaysWhichWayAConsoleWasHeardAndHowLongAgo) {
     EXPECT_EQ("10.0.0.1:5000 has accepted the link.", checkOf(facts, "console").text);
 }
 
+TEST(Checklist, SecondsAreRoundedAndFromTenOnWhole) {
+    for (const auto &[time, text] : {std::pair(0ms, "0.0 s"),
+                                     {9'940ms, "9.9 s"},
+                                     {9'999ms, "10.0 s"},
+                                     {10'000ms, "10 s"},
+                                     {75'400ms, "75 s"},
+                                     {999'000ms, "999 s"}}) {
+        auto facts = ready();
+        facts.console.sinceHeard = time;
+        EXPECT_EQ("FOH (10.0.0.1:5000) was heard by multicast " + std::string(text) +
+                      " ago and has accepted the link.",
+                  checkOf(facts, "console").text);
+    }
+}
+
+TEST(Checklist, OfTwoVolumesTheTighterCountsAndOfEqualOnesTheFolders) {
+    auto facts = ready();
+    facts.folder->volume = Volume{"Folder", 1'000'000'000};
+    facts.session->place.volume = Volume{"Session", 1'000'000'000};
+    EXPECT_THAT(checkOf(facts, "space").text, HasSubstr("“\u2068Folder\u2069”"));
+    facts.session->place.volume = Volume{"Session", 999'999'999};
+    EXPECT_THAT(checkOf(facts, "space").text, HasSubstr("“\u2068Session\u2069”"));
+}
+
 TEST(Checklist, AConsoleThatWasNotHeardFailsWithWhatToCheck) {
     auto facts = ready();
     facts.console = {"", "", 0ms, false, "No LV1 host was heard.\n  Listened.\n  See that it is on."};
@@ -323,6 +347,11 @@ TEST(Checklist, SpaceIsSaidAsRecordingTimeAtTheSessionsRate) {
     facts.folder->volume = Volume{"", minute * 48'000 * 95};
     EXPECT_EQ((Check{"space", State::ok, "1 h 35 min of recording left: 3 inputs at 48 kHz, 32 bit."}),
               checkOf(facts, "space"));
+    facts.folder->volume = Volume{"", minute * 48'000 * 60};
+    EXPECT_EQ((Check{"space", State::ok, "1 h 0 min of recording left: 3 inputs at 48 kHz, 32 bit."}),
+              checkOf(facts, "space"));
+    facts.folder->volume = Volume{"", minute * 48'000};
+    EXPECT_EQ(State::warning, checkOf(facts, "space").state);
     facts.folder->volume = Volume{"", minute * 48'000 - 1};
     EXPECT_EQ(State::failed, checkOf(facts, "space").state);
 }

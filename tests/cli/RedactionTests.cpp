@@ -20,6 +20,7 @@ TEST(Redaction, AWordGoesOnWithLettersOfAnyScriptAndDigitsAndWithNothingElse) {
         EXPECT_EQ("on " + more + "Kick now", redaction.line("on " + more + "Kick now"));
         EXPECT_EQ("on Kick" + more + " now", redaction.line("on Kick" + more + " now"));
     }
+    EXPECT_EQ("aKick", redaction.line("aKick"));
     for (const std::string other : {"@", "[", "{", ":", ".", "_", "-"})
         EXPECT_EQ("on " + other + "…" + other, redaction.line("on " + other + "Kick" + other));
     EXPECT_EQ("Kicker, …, OHM, …", redaction.line("Kicker, Kick, OHM, OH"));
@@ -33,6 +34,7 @@ TEST(Redaction, TheLongerNameGoesFirst) {
 TEST(Redaction, WhatStandsInQuotesGoesWithThem) {
     EXPECT_EQ("Cannot open “…” and \"…\"", redaction.line("Cannot open “Gig” and \"The other\""));
     EXPECT_EQ("Cannot open '…'", redaction.line("Cannot open 'Gig'"));
+    EXPECT_EQ("\"…\" to \"…\" and '…' to '…'", redaction.line("\"A\" to \"B\" and 'C' to 'D'"));
     EXPECT_EQ("Cannot open `…'", redaction.line("Cannot open `The other'"));
     EXPECT_EQ("“…”, “…” and “half", redaction.line("“Gig”, “The other” and “half"));
     EXPECT_EQ("Don't worry", redaction.line("Don't worry"));
@@ -46,6 +48,10 @@ TEST(Redaction, APathIsTakenOutUpToTheEndOfTheLine) {
     EXPECT_EQ("Loading …", redaction.line("Loading /dev/shm/Late Set"));
     EXPECT_EQ("Loading …", redaction.line("Loading ~/Music/Late Set"));
     EXPECT_EQ("…", redaction.line("/Volumes/Shows/Late Set"));
+    EXPECT_EQ("Loading …", redaction.line("Loading /a"));
+    EXPECT_EQ("Loading …", redaction.line("Loading /a b"));
+    EXPECT_EQ("a/b", redaction.line("a/b"));
+    EXPECT_EQ("Read ~/Library/x", Redaction("/r", {}).line("Read /r/Library/x"));
     EXPECT_EQ("From /usr/share/x to …", redaction.line("From /usr/share/x to /Volumes/Shows"));
     EXPECT_EQ("a full path: …", Redaction("/", {}).line("a full path: /Volumes/Shows"));
 }
