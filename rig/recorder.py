@@ -183,11 +183,26 @@ def record(seconds):
 
 
 def settle(expected, what):
-    """Waits for a state of the transport; for a while, where the port for replies is not to be had."""
+    """Waits for a state of the transport. While Corvane's window holds the port for replies, what is recorded tells it."""
     try:
         waitFor(lambda: transport() == expected, 20, what)
     except OSError:
-        time.sleep(1)
+        waitFor(lambda: isWriting() == (expected == (1, 1)), 20, what)
+
+
+def isWriting(seconds=3):
+    """Whether sound files grow. The engine writes what it records in pieces of one to two seconds."""
+    before, end = written(), time.monotonic() + seconds
+    while time.monotonic() < end:
+        time.sleep(0.1)
+        if written() > before:
+            return True
+    return False
+
+
+def written():
+    """How many bytes of sound lie in the home folder."""
+    return sum(file.stat().st_size for file in HOME.rglob("audiofiles/*.wav"))
 
 
 def isAlive(pid):

@@ -24,11 +24,6 @@ class Report:
             return self.check(what, True)
         return self.check(what, False, f"\n        got      {got!r}\n        expected {expected!r}")
 
-    def cannotProve(self, what):
-        """Something that this machine could not show; it is listed at the end."""
-        self.open.append(what)
-        print(f"  open  {what}", flush=True)
-
     def notRun(self, titles):
         self.open += [f"not run: {title}" for title in titles]
 

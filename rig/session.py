@@ -56,10 +56,6 @@ class Track:
         self.directOuts = directOuts(route, device)
         self.playlist = next((p for p in playlists if p.get("id") == route.get("audio-playlist")), None)
 
-    def regions(self):
-        """What was recorded on the track: the names of the audio files, in the order of the regions."""
-        return [] if self.playlist is None else [r.get("source-0") for r in self.playlist.findall("Region")]
-
 
 def connections(port, device):
     """The hardware ports that a port is connected to while the recorder runs on a device."""
@@ -85,13 +81,14 @@ class Session:
     def takes(self, name):
         """What is in a track's takes, read from their files: for each region, which inputs' tones each of its files holds.
         None in place of a file that is not there."""
-        return [self.content(region) for region in self.track(name).playlist.findall("Region")]
+        return [[file and sorted(audio.inputs(file)) for file in take] for take in self.takeFiles(name)]
 
-    def content(self, region):
+    def takeFiles(self, name):
+        """The sound files of each of a track's takes, one for each channel."""
         names, found = self.sources(), []
-        for channel in range(int(region.get("channels", "1"))):
-            file = next(self.path.parent.glob(f"interchange/*/audiofiles/{escaped(names[region.get(f'source-{channel}')])}"), None)
-            found.append(file and sorted(audio.inputs(file)))
+        for region in self.track(name).playlist.findall("Region"):
+            sources = [names[region.get(f"source-{channel}")] for channel in range(int(region.get("channels", "1")))]
+            found.append([next(self.path.parent.glob(f"interchange/*/audiofiles/{escaped(s)}"), None) for s in sources])
         return found
 
     def soundFiles(self):

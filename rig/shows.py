@@ -44,8 +44,11 @@ def sessionFile(folder):
 
 
 def complaints(log):
-    """What the recorder complained about, in its log. What it says when its threads are cancelled at its end is not about us."""
-    lines = log.read_text(errors="replace").splitlines() if log.exists() else []
+    """What the recorder complained about, in its log, which must be there and hold something. What it says when its threads are
+    cancelled at its end is not about us."""
+    lines = log.read_text(errors="replace").splitlines()
+    if not lines:
+        raise AssertionError(f"{log} is empty: whether the recorder complained cannot be told")
     return [line for line in lines if re.search(r"\b(ERROR|WARNING|FATAL)\b", line) and "Gtk-WARNING" not in line
             and line != "FATAL: exception not rethrown"]
 

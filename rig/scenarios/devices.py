@@ -1,12 +1,15 @@
 """Devices: many channels, fewer inputs for once, another interface."""
 
+import hashlib
+
+import audio
 import corvane
 import headless
 import recorder
 from corvane import channel, corvanectl, patchFile
 from report import report
 from shows import (checkSession, checkSignature, create, createQuietly, read, savedByRecorder, scenario, syncQuietly,
-                   width)
+                   tones, width)
 
 
 @scenario("Many channels on a device that has as many ports", long=True)
@@ -30,6 +33,11 @@ def manyChannels():
             checkSignature(folder, patchFile(changed))
 
 
+def contents(session):
+    """What each of a session's sound files holds, in short."""
+    return {file: hashlib.sha256(file.read_bytes()).hexdigest() for file in session.soundFiles()}
+
+
 @scenario("Fewer device inputs once: 64, 32 and 64 again, over JACK")
 def fewerInputs():
     channels = [channel("Kick", 1), channel("Keys", 2, stereo=True), channel("Vox", 32), channel("Paar", 33, stereo=True),
@@ -39,8 +47,13 @@ def fewerInputs():
         with corvane.Jack(64):
             folder = createQuietly("Inputs", channels, "armAll(true) roll(0.5, true)", jack=True)
             checkSession(read(folder, recorder.JACK), channels, 64)
-            files = read(folder).files()
-            report.equal("a sound file for each input", files, width(channels))
+            # A server without hardware records silence, so that takes are told apart by their files.
+            recorded = read(folder, recorder.JACK)
+            takes, files = {c["name"]: recorded.takeFiles(c["name"]) for c in channels}, contents(recorded)
+            report.equal("every channel has one take", [[len(take) for take in takes[c["name"]]] for c in channels],
+                         [[len(tones(c))] for c in channels])
+            report.equal("a sound file for each input", len(files), width(channels))
+            report.equal("with samples in it", [file.name for file in files if not audio.samples(file)], [])
         with corvane.Jack(32):
             headless.opened(folder, jack=True)
         left = [t.name for t in read(folder, recorder.JACK).tracks if any(t.captures)]
@@ -52,8 +65,8 @@ def fewerInputs():
         with corvane.Jack(64):
             before, after = syncQuietly(folder, channels, (len(channels) - len(lost), len(lost), len(lost)),
                                         preferred=recorder.JACK, jack=True)
-        report.equal("every sound file is still there", after.files(), files)
+        report.equal("every sound file is still there, as it was", contents(after), files)
         gone = {t.playlist.get("id") for t in before.tracks if t.name in lost}
         report.equal("and every take in the session", gone - set(after.playlistIds()), set())
-        kept = [t.name for t in after.tracks if t.regions()]
-        report.equal("what could be kept has its take", kept, [c["name"] for c in channels if c["name"] not in lost])
+        report.equal("what could be kept has its take", {t.name: after.takeFiles(t.name) for t in after.tracks},
+                     {name: [] if name in lost else take for name, take in takes.items()})

@@ -9,7 +9,7 @@ import osc
 import recorder
 from corvane import patchFile
 from report import report
-from shows import BAND, checkSession, checkSignature, complaints, create, savedByRecorder, scenario
+from shows import BAND, checkSession, checkSignature, checkTakes, complaints, create, savedByRecorder, scenario, tones, width
 
 
 @scenario("The window: a console found, a session created, a change applied, a scene marked")
@@ -24,6 +24,8 @@ def throughTheWindow():
         checkSession(savedByRecorder(folder), BAND)
         recorder.record(1)
         before = savedByRecorder(folder)
+        checkTakes(before, {c["name"]: [tones(c)] for c in BAND})
+        report.equal("a sound file for each input", before.files(), width(BAND))
         console.tell("scene Zugabe – Größe 🎵")
         time.sleep(1)
         for command in "rename 1 Kick In", "move 3 8", "stereo 4 off":
@@ -39,7 +41,8 @@ def throughTheWindow():
         changed[3]["stereo"] = False
         after = savedByRecorder(folder)
         checkSession(after, changed)
-        report.equal("what was recorded on Kick is on Kick In", after.track("Kick In").regions(), before.track("Kick").regions())
+        checkTakes(after, {"Kick In": [[[1]]], "Ride & Crash": [[[2], [3]]], "Sängerin 🎤": [], "鍵盤": [], "Talkback": [[[7]]]})
+        report.equal("every sound file is still there", after.files(), before.files())
         report.equal("the scene has its marker, saved before the update", after.markers(), ["Zugabe – Größe 🎵"])
         recorder.quit()
         checkSignature(folder, patchFile(changed))
