@@ -16,10 +16,22 @@ if(CORVANE_SANITIZE)
 endif()
 
 # What is released reads from networks: overflows, bad indices and overwritten tables stop it instead of serving an
-# attacker. tests/packaging/check-hardening looks for all of it in the programs.
+# attacker. tests/packaging/check-hardening looks for all of it in the programs, check-macho in those for macOS.
 if(CMAKE_BUILD_TYPE STREQUAL Release AND NOT CORVANE_SANITIZE)
     add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
-    add_compile_definitions(_GLIBCXX_ASSERTIONS)
+    # The standard library's own checks: GNU's; LLVM's from 18 (Xcode 16) on; LLVM's 15 to 17, which later ones do not take.
+    include(CheckCXXSourceCompiles)
+    check_cxx_source_compiles("#include <cstddef>\n#ifndef _LIBCPP_HARDENING_MODE_FAST\n#error\n#endif\nint main() {}"
+        CORVANE_LIBCXX_HAS_HARDENING)
+    check_cxx_source_compiles("#include <cstddef>\n#if _LIBCPP_VERSION < 15000\n#error\n#endif\nint main() {}"
+        CORVANE_LIBCXX_HAS_ASSERTIONS)
+    if(CORVANE_LIBCXX_HAS_HARDENING)
+        add_compile_definitions(_LIBCPP_HARDENING_MODE=_LIBCPP_HARDENING_MODE_FAST)
+    elseif(CORVANE_LIBCXX_HAS_ASSERTIONS)
+        add_compile_definitions(_LIBCPP_ENABLE_ASSERTIONS=1)
+    else()
+        add_compile_definitions(_GLIBCXX_ASSERTIONS)
+    endif()
     include(CheckPIESupported)
     check_pie_supported() # makes CMake link what is position independent as such
     if(NOT APPLE)

@@ -6,6 +6,9 @@ import struct
 ARM, INTEL = 0x0100000C, 0x01000007
 SYSTEM = "/usr/lib/libSystem.B.dylib"
 PAGE = 12
+IMPORTED, PRIVATE = 0x01, 0x0E  # kinds of symbols: from a library, of the program alone
+STACK = ("___stack_chk_fail", IMPORTED)
+ASSERTION = b"%s:%d: assertion %s failed: %s\n"
 
 
 def command(kind, rest):
@@ -25,11 +28,20 @@ def signature(signed):
 
 
 def program(processor=ARM, minimum=0x0D0000, platform=1, libraries=(SYSTEM,), run_paths=(), flags=0x200085, kind=2,
-            loader="/usr/lib/dyld", signed=True, code=b"code" * 3000, versions=1):
+            loader="/usr/lib/dyld", signed=True, code=b"code" * 3000, versions=1, symbols=(("_main", PRIVATE), STACK),
+            said=ASSERTION):
     listed = [command(0x32, struct.pack("<4I", platform, minimum, 0x0E0000, 0))] * versions
     listed += [named(0xC, name, 24) for name in libraries] + [named(0x8000001C, name, 12) for name in run_paths]
     listed += [named(0xE, loader, 12)]
-    size = sum(map(len, listed)) + (16 if signed else 0)
+    size = sum(map(len, listed)) + 24 + (16 if signed else 0)
+    entries, names = b"", b"\0"
+    for name, kind_of_symbol in symbols:
+        entries += struct.pack("<IBBHQ", len(names), kind_of_symbol, 0, 0, 0)
+        names += name.encode() + b"\0"
+    code += said + b"\0"
+    table = 32 + size + len(code)
+    listed.append(command(0x2, struct.pack("<4I", table, len(symbols), table + len(entries), len(names))))
+    code += entries + names
     end = 32 + size + len(code)
     if signed:
         listed.append(command(0x1D, struct.pack("<2I", end, len(signature(b"\0" * end)))))
