@@ -1,5 +1,6 @@
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "tests/app/WorkflowFixture.h"
+#include "tests/support/WorkingFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -171,9 +172,11 @@ TEST_F(SaveInTest, ATildeIsTheHomeFolder) {
 }
 
 TEST_F(SaveInTest, OtherFoldersAreThoseOfTheWorkingFolder) {
-    EXPECT_EQ(folderOf("~name"), std::filesystem::current_path() / "~name");
-    EXPECT_EQ(folderOf("Shows"), std::filesystem::current_path() / "Shows");
-    EXPECT_EQ(folderOf("/Volumes/Show"), "/Volumes/Show");
+    const WorkingFolder working(fakes.folder.path());
+    EXPECT_EQ(folderOf("~name"), fakes.folder / "~name");
+    EXPECT_EQ(folderOf("Shows"), fakes.folder / "Shows");
+    const auto volume = fakes.folder / "Volumes/Show";
+    EXPECT_EQ(folderOf(volume.string()), volume);
 }
 
 TEST_F(SaveInTest, AnEmptyOneIsTheMusicFolderElseTheHomeFolderAndIsShown) {

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <sys/wait.h>
 #include <thread>
@@ -67,17 +68,40 @@ bool isInstalled(const std::string &program) {
     return std::system(("command -v " + program + " >/dev/null 2>&1").c_str()) == 0;
 }
 
-/// Looks again and again whether something real has happened, with an end.
+// An ordinary user's namespace knows one user and one group, both 0. The daemon insists that its folder is
+// its own user's, and so that user is 0 here, whoever runs the test.
+constexpr const char *userDatabase = "root:x:0:0::/:/bin/sh\navahi:x:0:0::/:/bin/false\n";
+constexpr const char *groupDatabase = "root:x:0:\navahi:x:0:\n";
+
+std::string textIn(const std::string &file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// Looks again and again whether something real has happened, until then, until the program that is to make
+/// it happen has ended, or until it has been long enough.
 template <class Condition>
-bool poll(Condition condition) {
+bool poll(Child &program, const std::string &log, Condition condition) {
     const auto deadline = std::chrono::steady_clock::now() + testTimeout;
     while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
+        if (program.hasEnded() || std::chrono::steady_clock::now() > deadline) {
+            std::cerr << textIn(log);
             return false;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return true;
 }
+
+#ifdef __linux__
+/// Puts another text in a file's place for those who live in this file system; the file itself stays as it
+/// is.
+bool replaceFile(const std::string &file, const char *text) {
+    const std::string other = "/run/" + std::filesystem::path(file).filename().string();
+    std::ofstream(other) << text;
+    return ::mount(other.c_str(), file.c_str(), nullptr, MS_BIND, nullptr) == 0;
+}
+#endif
 
 } // namespace
 
@@ -113,6 +137,12 @@ void Child::kill() {
     ::waitpid(std::exchange(process, -1), nullptr, 0);
 }
 
+bool Child::hasEnded() {
+    if (process > 0 && ::waitpid(process, nullptr, WNOHANG) == process)
+        process = -1;
+    return process <= 0;
+}
+
 bool PrivateBonjour::enter(std::string &reason) {
     for (const char *program : {"dbus-daemon", "avahi-daemon", "avahi-publish", "dbus-send"}) {
         if (!isInstalled(program)) {
@@ -124,7 +154,8 @@ bool PrivateBonjour::enter(std::string &reason) {
         return false;
 #ifdef __linux__
     if (::unshare(CLONE_NEWNS) != 0 || ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        ::mount("tmpfs", "/run", "tmpfs", 0, nullptr) != 0) {
+        ::mount("tmpfs", "/run", "tmpfs", 0, nullptr) != 0 || !replaceFile("/etc/passwd", userDatabase) ||
+        !replaceFile("/etc/group", groupDatabase)) {
         reason = "no file system of its own is permitted";
         return false;
     }
@@ -139,36 +170,35 @@ bool PrivateBonjour::enter(std::string &reason) {
 bool PrivateBonjour::startBus() {
     std::filesystem::remove(busSocket);
     bus = Child({"dbus-daemon", "--config-file=/run/bus.conf", "--nofork", "--nopidfile"}, "/run/bus.log");
-    return poll([] { return std::filesystem::exists(busSocket); });
+    return poll(bus, "/run/bus.log", [] { return std::filesystem::exists(busSocket); });
 }
 
 bool PrivateBonjour::startDaemon() {
     std::filesystem::remove("/run/avahi-daemon/pid");
     daemon = Child({"avahi-daemon", "-f", "/run/avahi.conf", "--no-drop-root", "--no-chroot", "--no-rlimits"},
                    "/run/avahi.log");
-    return poll([] {
+    return poll(daemon, "/run/avahi.log", [] {
         return std::system("dbus-send --system --print-reply --dest=org.freedesktop.Avahi / "
                            "org.freedesktop.Avahi.Server.GetState 2>/dev/null | grep -q 'int32 2'") == 0;
     });
 }
 
 void PrivateBonjour::freezeDaemon() const {
-    ::kill(daemon.processIdentifier(), SIGSTOP);
+    if (daemon.isRunning()) // else this would be everybody
+        ::kill(daemon.processIdentifier(), SIGSTOP);
 }
 
 void PrivateBonjour::thawDaemon() const {
-    ::kill(daemon.processIdentifier(), SIGCONT);
+    if (daemon.isRunning())
+        ::kill(daemon.processIdentifier(), SIGCONT);
 }
 
 bool PrivateBonjour::publish(const std::string &name, std::uint16_t port) {
     const std::string log = "/run/publish-" + std::to_string(port) + ".log";
     std::filesystem::remove(log);
     published[name] = Child({"avahi-publish", "-s", name, "_waveslv113._tcp", std::to_string(port)}, log);
-    return poll([&] {
-        std::ifstream file(log);
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
-        return text.find("Established under name") != std::string::npos;
-    });
+    return poll(published[name], log,
+                [&] { return textIn(log).find("Established under name") != std::string::npos; });
 }
 
 } // namespace corvane

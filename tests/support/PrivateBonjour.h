@@ -19,6 +19,8 @@ public:
 
     void kill();
     bool isRunning() const { return process > 0; }
+    /// Whether it is there no more, for whatever reason.
+    bool hasEnded();
     int processIdentifier() const { return process; }
 
 private:
@@ -33,7 +35,8 @@ public:
     /// `reason` when that is not permitted or a program is missing.
     bool enter(std::string &reason);
 
-    /// The bus, which the daemon and its users meet on. Returns once it listens.
+    /// The bus, which the daemon and its users meet on. Returns once it listens; false, with its own words on
+    /// standard error, when it does not. So do those below.
     bool startBus();
     /// Returns once the daemon answers on the bus.
     bool startDaemon();

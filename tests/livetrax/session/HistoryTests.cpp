@@ -5,6 +5,7 @@
 #include "platform/files/Files.h"
 #include "tests/livetrax/session/SessionTexts.h"
 #include "tests/support/EnvironmentVariable.h"
+#include "tests/support/WorkingFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -233,10 +234,8 @@ TEST_F(HistoryTest, AFolderWithoutAPathIsNotLookedForWhereTheProgramRuns) {
     update({channel("Kick In", 0)});
     const Path moved = move(gig(), "Archive/Gig");
     LiveTraxGenerator::generate(platform.platform, "Gig", gig().parent_path(), {channel("Piano", 0)});
-    const Path before = std::filesystem::current_path();
-    std::filesystem::current_path(moved);
+    const WorkingFolder working(moved);
     EXPECT_THAT(copies(moved), SizeIs(1));
-    std::filesystem::current_path(before);
 }
 
 TEST_F(HistoryTest, ACopyWhoseNoteIsGoneIsListed) {

@@ -1,6 +1,7 @@
 #include "platform/files/FileHandle.h"
 #include "platform/files/Files.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/WorkingFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -271,10 +272,8 @@ TEST(Files, ANameAsLongAsNamesCanBeIsReplacedAsWell) {
 
 TEST(Files, APathWithoutAFolderIsRelativeToTheWorkingFolder) {
     const TemporaryFolder folder;
-    const fs::path before = fs::current_path();
-    fs::current_path(folder.path());
+    const WorkingFolder working(folder.path());
     replaceFileAtomically("plain", "x");
-    fs::current_path(before);
     EXPECT_EQ(textOf(folder / "plain"), "x");
 }
 

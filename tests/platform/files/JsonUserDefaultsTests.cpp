@@ -108,7 +108,8 @@ TEST(JsonUserDefaults, APlaceThatCannotBeWrittenIsPutUpWith) {
     JsonUserDefaults defaults(folder / "file/defaults.json");
     defaults.set("a", "1");
     EXPECT_EQ(defaults.string("a"), std::nullopt);
-    JsonUserDefaults isFolder(folder.path());
+    fs::create_directories(folder / "folder");
+    JsonUserDefaults isFolder(folder / "folder");
     isFolder.set("a", "1");
     EXPECT_EQ(isFolder.string("a"), std::nullopt);
 }
