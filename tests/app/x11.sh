@@ -45,11 +45,12 @@ main_window() {
     return 1
 }
 
-# The dialogue that lies over the main window, if any.
+# The dialogue that lies over the main window, if any; no tooltip, which bears the same name.
 dialogue() {
-    local each
+    local each width height
     for each in $(xdotool search --onlyvisible --name "${1:-^Corvane\$}"); do
-        [ "$each" != "$window" ] && [ "$(window_size "$each" | cut -d' ' -f1)" -gt 100 ] && echo "$each" && return
+        [ "$each" != "$window" ] && read -r width height < <(window_size "$each") &&
+            [ "$width" -gt 100 ] && [ "$height" -gt 80 ] && echo "$each" && return
     done
     return 1
 }
