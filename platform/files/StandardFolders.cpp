@@ -19,10 +19,8 @@ std::string homeInUserDatabase() {
     std::vector<char> buffer(enough);
     struct passwd entry {};
     struct passwd *found = nullptr;
-    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found ||
-        !found->pw_dir)
-        return {};
-    return found->pw_dir;
+    ::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found);
+    return found && found->pw_dir ? found->pw_dir : "";
 }
 
 } // namespace

@@ -199,6 +199,16 @@ TEST_F(DNSServiceSearch, TheDelegateMayEndTheBrowserWhenAServiceIsResolved) {
     EXPECT_EQ(delegate->words.size(), 1u);
 }
 
+TEST_F(DNSServiceSearch, AServiceThatIsWithdrawnMakesRoomForTheNextQuery) {
+    const Words names{"0", "1", "2", "3", "4", "5", "6", "7", "8"};
+    find(names);
+    for (const auto &service : delegate->services)
+        service->resolve(5s);
+    EXPECT_EQ(daemon->resolving.back()->name, "7");
+    daemon->say(Kind::removed, "3");
+    EXPECT_EQ(daemon->resolving.back()->name, "8");
+}
+
 TEST_F(DNSServiceSearch, OnlyEightQueriesRunAtOnceAndTheOthersWaitWithinTheirTime) {
     Words names;
     for (int i = 0; i < 20; ++i)

@@ -129,6 +129,16 @@ TEST_F(FileCalls, AFlushThatASignalInterruptsIsMadeAgain) {
     EXPECT_EQ(left, -1) << "three times the file, and once the folder";
 }
 
+TEST_F(FileCalls, WhatTheSystemSaysAtTheCloseKeepsAFileFromBeingPutInPlace) {
+    folder.write("Show", "old");
+    flushed = [](int descriptor) { return ::close(descriptor); }; // as a server that is gone refuses it
+    EXPECT_EQ(errorOf([&] { replaceFileAtomically(file, "new"); }), unwritten + "Bad file descriptor.");
+    EXPECT_EQ(errorOf([&] { copyFile(file, folder / "copy"); }),
+              "The file “" + (folder / "copy").string() + "” could not be written: Bad file descriptor.");
+    EXPECT_EQ(textOf(file), "old");
+    EXPECT_EQ(TemporaryFolder::entries(folder.path()), 1);
+}
+
 TEST_F(FileCalls, WhatDoesNotReachTheDiskIsNotPutInPlaceButAFolderMayFailTo) {
     folder.write("Show", "old");
     const fs::path from = folder.write("from", "new");

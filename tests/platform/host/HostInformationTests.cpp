@@ -12,8 +12,10 @@
 #include <cstdlib>
 #include <fstream>
 #include <map>
+#include <sched.h>
 #include <set>
 #include <sys/utsname.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace corvane {
@@ -46,6 +48,34 @@ TEST(HostInformation, TheHostNameServesWhereThereIsNoPrettyOne) {
             EXPECT_EQ(name, hostName);
     }
     EXPECT_NO_THROW(computerName(folder / "none"));
+}
+
+/// What a computer is called whose system has such a name for it. Ends the process, with 0 when that is
+/// `wanted`.
+[[noreturn]] void compareNameAndExit(const std::string &hostName, const std::optional<std::string> &wanted) {
+    const bool isRenamed = (::unshare(CLONE_NEWUTS) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWUTS) == 0) &&
+                           ::sethostname(hostName.data(), hostName.size()) == 0;
+    ::_exit(!isRenamed ? 2 : computerName("/none") == wanted ? 0 : 1);
+}
+
+TEST(HostInformation, AHostNameCountsWithoutItsDomainAndOnlyWhenSomebodyHasGivenIt) {
+    using Name = std::optional<std::string>;
+    for (const auto &[hostName, wanted] : {std::pair("foh", Name("foh")),
+                                           {"foh.example.org", "foh"},
+                                           {"localhost", {}},
+                                           {"localhost.localdomain", {}},
+                                           {"(none)", {}},
+                                           {"", {}},
+                                           {"foh\xFF", {}}}) {
+        const pid_t child = ::fork();
+        if (child == 0)
+            compareNameAndExit(hostName, wanted);
+        int ended = 0;
+        ASSERT_EQ(::waitpid(child, &ended, 0), child);
+        if (WEXITSTATUS(ended) == 2)
+            GTEST_SKIP() << "no host name of its own";
+        EXPECT_EQ(ended, 0) << hostName;
+    }
 }
 
 TEST(HostInformation, EveryEthernetInterfaceHasItsAddress) {

@@ -43,7 +43,9 @@ TEST(Sockets, NoProgramInheritsThemNorWhatALibraryOpened) {
     EXPECT_FALSE(isInherited(socket.get()));
     const Descriptor careless(::open("/dev/null", O_RDONLY));
     EXPECT_TRUE(isInherited(careless.get()));
+    const auto before = openDescriptors();
     closeEverythingOnExec();
+    EXPECT_EQ(openDescriptors(), before);
     EXPECT_FALSE(isInherited(careless.get()));
     EXPECT_FALSE(isInherited(socket.get()));
     for (const int standard : {STDOUT_FILENO, STDERR_FILENO})
