@@ -5,7 +5,8 @@
 
 namespace corvane {
 
-void FakeStreamConnection::receive(std::size_t, std::size_t maximum, ReceiveHandler handler) {
+void FakeStreamConnection::receive(std::size_t minimum, std::size_t maximum, ReceiveHandler handler) {
+    receiveMinimum = minimum;
     receiveMaximum = maximum;
     receiveNext(std::move(handler));
 }

@@ -126,6 +126,7 @@ public:
     std::uint16_t port;
     std::string peer; ///< the address that the host turns out to have
     std::vector<Bytes> sent;
+    std::size_t receiveMinimum = 0;
     std::size_t receiveMaximum = 0;
 };
 

@@ -37,6 +37,40 @@ TEST_F(LV1Backlog, ReadingPausesWhileTheMainQueueIsFarBehind) {
     EXPECT_THAT(takeDiary(), ElementsAre("<scene> Next"));
 }
 
+constexpr std::size_t besidesItsName = 256; // what a scene takes
+
+/// Sixteen scenes that take 16 MB together, or so many bytes less.
+Bytes sixteenScenes(std::size_t less) {
+    Bytes bytes;
+    for (std::size_t i = 0; i < 16; ++i) {
+        const std::string name(1'048'576 - besidesItsName - (i == 0 ? less : 0), ' ');
+        const auto scene = framed("/Notify/Scene/Name", {name});
+        bytes.insert(bytes.end(), scene.begin(), scene.end());
+    }
+    return bytes;
+}
+
+TEST_F(LV1Backlog, SixteenMegabytesAreTooMuchAndAByteLessIsNot) {
+    for (const std::size_t less : {1U, 0U}) {
+        link();
+        stream().deliver(sixteenScenes(less));
+        ASSERT_TRUE(fake.clock->runOne());
+        EXPECT_EQ(stream().receiving(), less > 0);
+        run();
+    }
+}
+
+TEST_F(LV1Backlog, ReadingGoesOnWhenLessThanHalfOfItIsLeft) {
+    link();
+    stream().deliver(sixteenScenes(0));
+    while (!stream().receiving() && fake.clock->runOne()) {
+    }
+    // Nine were taken, each of which is counted off behind the next one.
+    EXPECT_GE(diary.size(), 9U);
+    run();
+    EXPECT_EQ(takeDiary().size(), 16U);
+}
+
 TEST_F(LV1Backlog, PingsAreAnsweredInOrderWhileTheMainQueueIsBehind) {
     link();
     for (int i = 0; i < 100; ++i) {

@@ -31,6 +31,10 @@ TEST_F(LV1Connection, Port0LeavesAStandingLinkAlone) {
 
 TEST_F(LV1Connection, AnEndpointOfPort0IsRememberedAndRefused) {
     const LV1Endpoint endpoint{"FOH", "10.0.0.7", 0, "aa"};
+    client->onStatus = [&](const std::string &text) {
+        diary.push_back(text);
+        EXPECT_EQ(client->multicastEndpoint, endpoint) << "whoever is told finds it remembered";
+    };
     client->connect(endpoint);
     EXPECT_THAT(takeDiary(), ElementsAre("Invalid LV1 port"));
     EXPECT_EQ(client->multicastEndpoint, endpoint);
@@ -53,6 +57,7 @@ TEST_F(LV1Connection, WhenReadySaysThatItIsNotYetAcceptedAndGreets) {
     EXPECT_THAT(takeDiary(), ElementsAre("<not connected>", "Conectado. Negociando con LV1…"));
     EXPECT_THAT(sent(stream()), ElementsAre(firstHandshake));
     EXPECT_TRUE(stream().receiving());
+    EXPECT_EQ(stream().receiveMinimum, 1U);
     EXPECT_EQ(stream().receiveMaximum, 1'048'576U);
 }
 

@@ -58,6 +58,29 @@ TEST_F(LV1Discovery, ASoleAnnouncedHostIsConnectedWithoutAClick) {
     EXPECT_EQ(stream().port, 5000);
 }
 
+TEST_F(LV1Discovery, WhoeverIsToldOfAHostFindsItRememberedAndNotYetConnectedTo) {
+    std::size_t told = 0;
+    client->onStatus = [&](const std::string &text) {
+        if (!text.starts_with("LV1 found"))
+            return;
+        ++told;
+        EXPECT_EQ(client->multicastEndpoint, one);
+        EXPECT_EQ(fake.network->streams.size(), told == 1 ? 0U : 1U);
+    };
+    hear(one);
+    client->startDiscovery();
+    hear(one); // which the link leads to
+    EXPECT_EQ(told, 2U);
+}
+
+TEST_F(LV1Discovery, OfMoreThanAThousandHostsTheFirstThousandAreListed) {
+    client->onEndpoints = nullptr;
+    for (int i = 0; i < 1'002; ++i)
+        hear({std::to_string(i), "10.0.0.1", 5000, ""});
+    ASSERT_EQ(client->endpoints.size(), 1'000U);
+    EXPECT_EQ(client->endpoints.back().name, "999");
+}
+
 TEST_F(LV1Discovery, TheSameAnnouncementTwiceIsOneEntryAndOneConnection) {
     hear(one);
     takeDiary();

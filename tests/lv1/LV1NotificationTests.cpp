@@ -1,3 +1,4 @@
+#include "lv1/LV1Notifications.h"
 #include "tests/lv1/ClientTest.h"
 
 #include <limits>
@@ -228,7 +229,40 @@ TEST(LV1NotificationDeathTest, ANegativeCountStopsTheProgram) {
             fake.network->streams.back()->deliver(read);
             fake.clock->run();
         },
-        "negative number of console connections");
+        "a negative number of console connections\n");
+}
+
+OSCMessage patchMessage(const std::vector<std::vector<OSCValue>> &records) {
+    OSCMessage message("/Notify/IOConnections", {static_cast<std::int32_t>(records.size())});
+    for (const auto &each : records)
+        for (const auto &value : each)
+            message.values.push_back(value);
+    return message;
+}
+
+TEST(LV1Notifications, KnowTheMemoryOfTheirChannels) {
+    LV1Notifications notifications;
+    LV1Counters::Traffic traffic;
+    const auto patch = patchMessage({record("Kick", 0, 0, 1), record("Snare top", 1, 1, 2, "Aux_Ch")});
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(notifications.read(patch, traffic));
+        const std::string texts = "KickSGMixer_ChSnare topSGAux_Ch";
+        EXPECT_EQ(notifications.channelMemory(), 2 * sizeof(LV1Channel) + texts.size());
+    }
+    EXPECT_TRUE(notifications.read(patchMessage({}), traffic));
+    EXPECT_EQ(notifications.channelMemory(), 0U);
+}
+
+TEST(LV1Notifications, RememberSixtyFourThousandColoursAndNoMore) {
+    LV1Notifications notifications;
+    LV1Counters::Traffic traffic;
+    for (int i = 0; i <= 65'536; ++i)
+        notifications.read({"/Notify/TrackColor", {0, i, 0, 1.0F, 0.0F, 0.5F}}, traffic);
+    const auto event = notifications.read(
+        patchMessage({record("Last", 0, 0, 65'536), record("Too many", 0, 1, 65'537)}), traffic);
+    const auto &channels = *std::get<lv1::Patch>(event.value()).channels;
+    EXPECT_EQ(channels.at(0).red, 1.0F);
+    EXPECT_EQ(channels.at(1).red, LV1Channel("", false, "", 0, "", 1).red);
 }
 
 } // namespace

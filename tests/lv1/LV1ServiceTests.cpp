@@ -193,6 +193,89 @@ TEST_F(LV1Services, AHostThatWaitsForANamesAddressWaitsNoMoreWhenTheSearchBegins
     EXPECT_EQ(fake.network->streams.size(), 1U);
 }
 
+TEST_F(LV1Services, OnlyANameMayTurnOutToBeTheHostThatIsAnnounced) {
+    for (const auto &[host, isName] : {std::pair("lv1.local", true),
+                                       {"x", true},
+                                       {"10x", true},
+                                       {"10.0.0.77", false},
+                                       {"fe80::1", false},
+                                       {"face::", false}}) {
+        client->stop();
+        client->startDiscovery();
+        client->connect(host, 5000);
+        const auto before = fake.network->streams.size();
+        hear(one);
+        EXPECT_EQ(fake.network->streams.size(), isName ? before : before + 1) << host;
+    }
+}
+
+TEST_F(LV1Services, AHostThatWaitsForANamesAddressWaitsNoMoreWhenAnotherIsConnectedTo) {
+    client->connect("lv1.local", 5000);
+    hear(one);
+    client->connect("10.0.0.77", 5001);
+    stream().becomeReady();
+    run();
+    EXPECT_EQ(fake.network->streams.size(), 2U);
+}
+
+TEST_F(LV1Services, AServiceThatCannotBeConnectedToIsLookedUpAnewThoughAnAnnouncedHostTakesItsPlace) {
+    const auto service = fake.browser->find("Bonjour", false);
+    resolve(*service, "lv1.local.", 5000);
+    client->connect(service);
+    hear(one);
+    stream().fail("Connection refused");
+    run();
+    EXPECT_EQ(service->resolvedAnew, 1);
+    EXPECT_EQ(fake.network->streams.size(), 2U);
+}
+
+TEST_F(LV1Services, TheOneThatIsTurnedToWhenALinkFailsIsNotTakenForTheOneThatFailed) {
+    const auto a = fake.browser->find("A", true);
+    const auto b = fake.browser->find("B", false);
+    resolve(*a, "a.local.", 5000);
+    resolve(*b, "b.local.", 5000);
+    client->connect(a);
+    client->onStatus = [&](const std::string &text) {
+        if (text.starts_with("Connection error"))
+            client->connect(b);
+    };
+    stream().fail("Connection refused");
+    run();
+    EXPECT_EQ(stream().host, "b.local.");
+    EXPECT_EQ(a->resolvedAnew + b->resolvedAnew, 0);
+}
+
+TEST_F(LV1Services, TheReportOfWhatWasResolvedIsPutOffAMillisecondForEveryTenServices) {
+    std::vector<std::shared_ptr<FakeNetService>> found;
+    for (int i = 0; i < 110; ++i)
+        found.push_back(fake.browser->find(std::to_string(i), i < 109));
+    takeDiary();
+    fake.browser->resolve(*found.front(), "lv1.local.", 5000);
+    fake.clock->advance(10ms);
+    EXPECT_THAT(takeDiary(), IsEmpty());
+    fake.clock->advance(1ms);
+    EXPECT_EQ(takeDiary().size(), 2U);
+}
+
+TEST_F(LV1Services, WhatWasResolvedIsNotReportedAfterStop) {
+    const auto service = fake.browser->find("A", false);
+    takeDiary();
+    fake.browser->resolve(*service, "lv1.local.", 5000);
+    client->stop();
+    fake.clock->advance(1s);
+    EXPECT_THAT(takeDiary(), IsEmpty());
+}
+
+TEST_F(LV1Services, AServiceThatIsNotListedMayGoWithoutAWord) {
+    const auto service = acceptedService();
+    fake.browser->find("B", false);
+    takeDiary();
+    FakeNetService unlisted("C");
+    client->didRemove(unlisted);
+    resolve(*service, "a.local.", 5000);
+    EXPECT_THAT(takeDiary(), ElementsAre("LV1 found: A"));
+}
+
 TEST_F(LV1Services, AnotherHostThanTheOneBonjourHasLedToTakesPrecedence) {
     chooseByTheRules();
     const auto service = fake.browser->find("Bonjour", false);

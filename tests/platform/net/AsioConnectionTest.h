@@ -69,6 +69,8 @@ protected:
         const auto last = network.makeStream("127.0.0.1", listener.port(), queue);
         last->start(words->states());
         ASSERT_TRUE(words->await("ready"));
+        last->cancel();
+        ASSERT_TRUE(words->await("cancelled")); // its socket is closed by then
         settle();
     }
 
