@@ -158,8 +158,6 @@ bool DNSServiceThread::Worker::start() {
 }
 
 void DNSServiceThread::Worker::enqueue(Task command) {
-    if (isEnding)
-        return;
     commands.push_back(std::move(command));
     [[maybe_unused]] const auto woken = ::write(wake[1], "", 1);
 }

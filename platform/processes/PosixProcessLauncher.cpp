@@ -76,8 +76,8 @@ int highestDescriptor() {
     std::error_code error;
     for (auto entry = std::filesystem::directory_iterator("/dev/fd", error);
          !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        const auto number = integer(entry->path().filename().string());
-        highest = std::max(highest, static_cast<int>(number.value_or(0)));
+        if (const auto number = integer(entry->path().filename().string()))
+            highest = std::max(highest, static_cast<int>(*number));
     }
     return highest;
 }
