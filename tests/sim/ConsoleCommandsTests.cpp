@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <locale>
+#include <optional>
+#include <string>
+#include <utility>
+
 namespace corvane::sim {
 namespace {
 
@@ -48,6 +53,19 @@ TEST_F(ConsoleCommandsTest, WhatIsChangedKeepsTheRest) {
     EXPECT_EQ(state.channels.front(),
               LV1Channel("Snare  top ", true, "SG", 2147483646, "Mixer_Ch", 1, 0.0F, 1.0F, 0.125F));
     EXPECT_EQ(told, "patch\npatch\npatch\ncolour of Snare  top \n");
+}
+
+/// A point that is written as a comma.
+struct CommaPoint : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+};
+
+TEST_F(ConsoleCommandsTest, AColourHasPointsInEveryLocale) {
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new CommaPoint)); // which owns it
+    EXPECT_EQ(fault("color", "1 0.5 1 0"), "");
+    std::locale::global(before);
+    EXPECT_EQ(state.channels.front().red, 0.5F);
 }
 
 TEST_F(ConsoleCommandsTest, WhatIsWrongChangesNothingAndIsToldToNobody) {

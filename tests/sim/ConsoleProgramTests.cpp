@@ -22,6 +22,7 @@ TEST(ConsoleProgram, SaysWhereItListensAndObeysCommands) {
     ChildProcess console(program);
     ASSERT_TRUE(console.says("\n"));
     EXPECT_THAT(console.output(), StartsWith("listening on "));
+    EXPECT_GT(std::stoi(console.output().substr(13)), 1023) << "any that is free";
     console.type("dance");
     EXPECT_TRUE(console.complains("dance: unknown command\n"));
     console.type("quit");

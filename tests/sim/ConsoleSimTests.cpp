@@ -1,3 +1,4 @@
+#include "lv1/LV1MulticastDiscovery.h"
 #include "osc/OSCCodec.h"
 #include "patch/PatchDocument.h"
 #include "platform/net/PosixMulticast.h"
@@ -12,6 +13,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <arpa/inet.h>
 #include <array>
 #include <cerrno>
 #include <netinet/in.h>
@@ -384,6 +387,35 @@ TEST(ConsoleSimAnnouncement, ReachesEachOfTwoProgramsThatShareThePort) {
             ++reachedBoth;
     }
     EXPECT_GT(reachedBoth, announcements * 3 / 4); // each fails once in 128
+}
+
+TEST(ConsoleSimAnnouncement, ComesToTheGroupOnAnInterfaceThatCanDoMulticast) {
+    CORVANE_ENTER_PRIVATE_NETWORK({.loopbackMulticast = true});
+    const DatagramPeer elsewhere(13337); // a datagram to one host goes to one socket
+    const auto listener = newSocket(SOCK_DGRAM);
+    sockaddr_in group{};
+    group.sin_family = AF_INET;
+    group.sin_port = htons(13337);
+    ASSERT_EQ(::inet_pton(AF_INET, "225.1.1.1", &group.sin_addr), 1);
+    ASSERT_EQ(::bind(listener.get(), reinterpret_cast<sockaddr *>(&group), sizeof group), 0);
+    const ip_mreq membership{group.sin_addr, {htonl(INADDR_LOOPBACK)}};
+    ASSERT_EQ(::setsockopt(listener.get(), IPPROTO_IP, IP_ADD_MEMBERSHIP, &membership, sizeof membership), 0);
+    ConsoleSimOptions options;
+    options.announce = "multicast";
+    ConsoleSim sim(options);
+    std::vector<std::string> reports;
+    sim.onReport = [&](const std::string &text) { reports.push_back(text); };
+    Bytes datagram(4096);
+    ssize_t count = -1;
+    EXPECT_TRUE(eventually([&] {
+        sim.poll();
+        return (count = ::recv(listener.get(), datagram.data(), datagram.size(), MSG_DONTWAIT)) > 0;
+    }));
+    datagram.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    EXPECT_EQ(LV1MulticastDiscovery::announcement(datagram),
+              (LV1Endpoint{"LV1 Stand-in", "127.0.0.1", sim.port(), "02:00:00:00:00:01"}));
+    EXPECT_FALSE(elsewhere.hasDatagram());
+    EXPECT_THAT(reports, testing::IsEmpty());
 }
 
 TEST(ConsoleSimAnnouncement, SaysOnceWhyItIsNotPossible) {

@@ -4,6 +4,7 @@
 #include "platform/net/AsioNetwork.h"
 #include "platform/queues/AsioMainQueue.h"
 #include "platform/queues/AsioRuntime.h"
+#include "sim/SurfaceSocket.h"
 #include "tests/support/BuiltFiles.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/Peers.h"
@@ -21,6 +22,7 @@
 #include <optional>
 #include <string>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 #include <vector>
 
@@ -199,6 +201,20 @@ TEST_F(LiveTraxSimProcess, MovesToTheNextPortWhenItsOwnIsTaken) {
     const DatagramPeer taken(3819);
     RunningSim sim(program, home, making());
     EXPECT_TRUE(sim.prints("OSC on port 3820")) << sim.printed();
+}
+
+TEST_F(LiveTraxSimProcess, TheLastPortOfAllIsTriedAndThenThereIsNone) {
+    AsioRuntime runtime(1);
+    const auto queue = runtime.make("Corvane.Surface");
+    const auto open = [&] {
+        return std::make_unique<SurfaceSocket>(runtime.context(), *queue, std::uint16_t{65534},
+                                               [](const Bytes &, const std::string &) {});
+    };
+    const auto first = open();
+    const auto second = open();
+    EXPECT_EQ(first->port(), 65534);
+    EXPECT_EQ(second->port(), 65535);
+    EXPECT_THROW(open(), std::system_error);
 }
 
 TEST_F(LiveTraxSimProcess, DeafItOpensNoSurface) {

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <locale>
 #include <memory>
 #include <string>
 #include <utility>
@@ -100,6 +101,19 @@ TEST(LiveTraxSimOptions, EachWordChangesOneThing) {
     EXPECT_EQ(changed("slow-quit=0"), "0");
     EXPECT_EQ(changed("slow-quit=86400"), "86400000");
     EXPECT_EQ(changed(",,deaf, ,armed,"), "deaf armed 0");
+}
+
+/// A point that is written as a comma.
+struct CommaPoint : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+};
+
+TEST(LiveTraxSimOptions, SecondsHaveAPointInEveryLocale) {
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new CommaPoint)); // which owns it
+    const auto slowQuit = LiveTraxBehaviour::parse("slow-quit=1.5").slowQuit;
+    std::locale::global(before);
+    EXPECT_EQ(slowQuit, 1500ms);
 }
 
 TEST(LiveTraxSimOptions, UnknownWordsAreRefusedAndNamed) {
