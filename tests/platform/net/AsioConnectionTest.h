@@ -2,6 +2,7 @@
 
 #include "platform/net/AsioNetwork.h"
 #include "platform/queues/AsioRuntime.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/Peers.h"
 #include "tests/support/Recorders.h"
 
@@ -55,6 +56,12 @@ inline std::string systemText(std::errc error) {
 /// Real sockets, and a journal of what a connection reports.
 class AsioConnectionTest : public testing::Test {
 protected:
+    /// Name look-ups on threads of their own hold the loop a moment longer than their connections: the next
+    /// test finds none of its descriptors.
+    void TearDown() override {
+        EXPECT_TRUE(eventually([&] { return runtime.context().use_count() <= holders; }));
+    }
+
     /// Runs what was posted to the queue so far.
     void settle() {
         std::promise<void> done;
@@ -78,6 +85,9 @@ protected:
     AsioRuntime runtime;
     AsioNetwork network{runtime};
     std::shared_ptr<SerialQueue> queue = runtime.make("Corvane.Test");
+
+private:
+    const long holders = runtime.context().use_count();
 };
 
 } // namespace corvane
