@@ -123,3 +123,15 @@ function(corvane_test name)
     gtest_discover_tests(${name} NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
         PROPERTIES TIMEOUT ${TEST_TIMEOUT} ${lock} LABELS "${TEST_LABELS}")
 endfunction()
+
+# corvane_script_test(NAME COMMAND ... [NEEDS program...] [TIMEOUT seconds] [LABELS ...] [PROPERTIES ...])
+# A test that is a script. It is always there: where a program is missing that it needs it is skipped and says so.
+function(corvane_script_test name)
+    cmake_parse_arguments(TEST "" "TIMEOUT" "COMMAND;NEEDS;LABELS;PROPERTIES" ${ARGN})
+    if(NOT TEST_TIMEOUT)
+        set(TEST_TIMEOUT 60)
+    endif()
+    add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/tests/support/needs ${TEST_NEEDS} -- ${TEST_COMMAND})
+    set_tests_properties(${name} PROPERTIES LABELS "${TEST_LABELS}" TIMEOUT ${TEST_TIMEOUT} SKIP_RETURN_CODE 77
+        ${TEST_PROPERTIES})
+endfunction()
