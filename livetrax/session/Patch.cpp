@@ -53,6 +53,7 @@ std::vector<Track> patchedTracks(XMLElement root) {
     std::stable_sort(ordered.begin(), ordered.end(),
                      [](const auto &left, const auto &right) { return left.first < right.first; });
     std::vector<Track> tracks;
+    tracks.reserve(ordered.size());
     for (const auto &[position, track] : ordered)
         tracks.push_back(track);
     return tracks;
