@@ -185,10 +185,13 @@ TEST(AsioQueue, CancellingTwiceOrTooLateOrAnEmptyHandleIsHarmless) {
     DelayedTask().cancel();
     Journal<int> journal;
     const auto task = queue->after(0ms, [&] { journal.add(1); });
-    ASSERT_TRUE(journal.awaitCount(1));
-    task.cancel();
-    task.cancel();
     const auto other = queue->after(1h, [&] { journal.add(2); });
+    ASSERT_TRUE(journal.awaitCount(1));
+    std::promise<void> gone; // the first, while the other one waits
+    queue->post([&] { gone.set_value(); });
+    ASSERT_EQ(gone.get_future().wait_for(testTimeout), std::future_status::ready);
+    task.cancel();
+    task.cancel();
     other.cancel();
     other.cancel();
 }
