@@ -1,6 +1,6 @@
 #include "app/SceneMarkers.h"
 
-#include "base/Text.h"
+#include "base/Quotation.h"
 #include "livetrax/LiveTraxSurface.h"
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "livetrax/session/Markers.h"
@@ -20,23 +20,11 @@ namespace {
 
 /// LiveTrax writes a session within milliseconds; a long one takes a little more.
 constexpr std::chrono::seconds savingTimeout{1};
-/// Bytes of a scene's name that are listed.
-constexpr std::size_t nameListed = 120;
 
 constexpr auto classicStyle =
     "Marker style: classic. LiveTrax names a marker only while the transport stands; "
     "started with --markers named, Corvane has all of them named.";
 constexpr auto namedStyle = "Marker style: named. Markers have their names also while LiveTrax records.";
-
-/// The name on one line, and not a longer one than a tooltip takes.
-std::string listed(const std::string &scene) {
-    if (scene.size() <= nameListed)
-        return withoutControls(scene);
-    std::size_t end = nameListed;
-    while (end > 0 && (static_cast<unsigned char>(scene[end]) & 0xC0U) == 0x80U)
-        --end;
-    return withoutControls(scene.substr(0, end)) + "…";
-}
 
 } // namespace
 
@@ -120,7 +108,7 @@ SceneRecall SceneMarkers::recalled(const std::string &scene, const SceneContext 
 std::string SceneMarkers::explanation() const {
     std::string text;
     for (const SceneRecall &recall : recalls)
-        text += timeOfDay(recall.time) + "  " + listed(recall.scene) + "  " +
+        text += timeOfDay(recall.time) + "  " + shortened(recall.scene) + "  " +
                 (recall.marked ? "marked" : "not marked: " + recall.reason) + "\n";
     return text + (text.empty() ? "" : "\n") +
            (liveTrax->markerStyle == MarkerStyle::named ? namedStyle : classicStyle);

@@ -31,14 +31,16 @@ std::string quotation(std::string_view text) {
 }
 
 std::string isolated(std::string_view text) {
-    std::string shown(text.substr(0, longestQuotation));
-    if (text.size() > longestQuotation) {
-        std::size_t end = longestQuotation;
-        while (end > 0 && continuesCharacter(text[end]))
-            --end;
-        shown = std::string(text.substr(0, end)) + "…";
-    }
-    return "\u2068" + withoutIsolates(withoutControls(shown)) + "\u2069";
+    return "\u2068" + withoutIsolates(shortened(text)) + "\u2069";
+}
+
+std::string shortened(std::string_view text) {
+    if (text.size() <= longestQuotation)
+        return withoutControls(text);
+    std::size_t end = longestQuotation;
+    while (end > 0 && continuesCharacter(text[end]))
+        --end;
+    return withoutControls(text.substr(0, end)) + "…";
 }
 
 std::string counted(std::size_t count, const std::string &one, const std::string &many) {

@@ -14,6 +14,9 @@ std::string quotation(std::string_view text);
 /// The same without the quotation marks.
 std::string isolated(std::string_view text);
 
+/// The same without the isolation.
+std::string shortened(std::string_view text);
+
 /// "1 track", "2 tracks".
 std::string counted(std::size_t count, const std::string &one, const std::string &many);
 

@@ -50,7 +50,7 @@ char32_t foldedToASCII(char32_t letter) {
 
 std::string trimmed(std::string_view text) {
     std::size_t begin = text.size();
-    std::size_t end = 0;
+    std::size_t end = text.size();
     for (std::size_t position = 0; position < text.size();) {
         const LeadingCharacter next = leadingCharacter(text.substr(position));
         if (!isWhiteSpace(next)) {
@@ -59,7 +59,7 @@ std::string trimmed(std::string_view text) {
         }
         position += next.length;
     }
-    return begin < end ? std::string(text.substr(begin, end - begin)) : std::string();
+    return std::string(text.substr(begin, end - begin));
 }
 
 std::vector<std::string> nonEmptyLines(std::string_view text) {

@@ -20,7 +20,7 @@ Form formOf(unsigned char first) {
         return {3, 0x0F, 0x800};
     if ((first & 0xF8U) == 0xF0U)
         return {4, 0x07, 0x10000};
-    return {0, 0, 0};
+    return {};
 }
 
 } // namespace

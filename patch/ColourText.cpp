@@ -11,7 +11,7 @@ std::string colourText(const LV1Channel &channel) {
         constexpr float whole = 255;
         return std::isfinite(value) ? static_cast<unsigned>(std::clamp(value, 0.0F, 1.0F) * whole) : 0U;
     };
-    char text[16] = {};
+    char text[sizeof "#4080C0"] = {};
     std::snprintf(text, sizeof text, "#%02X%02X%02X", part(channel.red), part(channel.green),
                   part(channel.blue));
     return text;

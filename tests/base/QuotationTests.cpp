@@ -34,6 +34,15 @@ TEST(Quotation, CutsBetweenTwoCharacters) {
                   "“\u2068" + std::string(119, 'x') + "…\u2069”");
 }
 
+TEST(Quotation, OfBytesThatContinueNoCharacterNothingIsLeftToCut) {
+    EXPECT_EQ(quotation(std::string(130, '\x80')), "“\u2068…\u2069”");
+}
+
+TEST(Quotation, AShortenedTextHasNoMarksOfItsOwn) {
+    EXPECT_EQ(shortened("Kick\nIn"), "Kick In");
+    EXPECT_EQ(shortened(std::string(119, 'x') + "é"), std::string(119, 'x') + "…");
+}
+
 TEST(Quotation, OfAVeryLongTextTakesNoTime) {
     EXPECT_LT(quotation(std::string(10'000'000, 'x')).size(), 200U);
 }

@@ -26,11 +26,13 @@ TEST(Text, ACellIsQuotedOnlyWhereItMustBe) {
     EXPECT_EQ(cell("a,b"), "x,\"a,b\"");
     EXPECT_EQ(cell("12\""), "x,\"12\"\"\"");
     EXPECT_EQ(cell("a\nb"), "x,\"a\nb\"");
+    EXPECT_EQ(cell("a\rb"), "x,\"a\rb\"");
+    EXPECT_EQ(cell("x"), "x,x");
 }
 
 TEST(Text, WhiteSpaceOfEveryScriptIsTrimmed) {
     EXPECT_EQ(trimmed("  a b \t\r\n"), "a b");
-    EXPECT_EQ(trimmed("\u00A0\u3000\u2028\u2029\u0085\u1680\u2003\u200A\u202F\u205F\v\fx\u3000"), "x");
+    EXPECT_EQ(trimmed("\u00A0\u3000\u2028\u2029\u0085\u1680\u2000\u200A\u202F\u205F\v\fx\u3000"), "x");
     EXPECT_EQ(trimmed(" \u00A0 "), "");
     EXPECT_EQ(trimmed(""), "");
     EXPECT_EQ(trimmed("Año nuevo"), "Año nuevo");
@@ -60,6 +62,7 @@ TEST(Text, OnlyStrictUTF8IsValid) {
     const Row rows[] = {
         {"nothing", "", true},
         {"a zero byte", std::string("a\0b", 3), true},
+        {"a zero byte behind another character", std::string("\xC3\xA9\0", 3), true},
         {"two bytes", "\xC2\x80", true},
         {"three bytes", "\xE0\xA0\x80", true},
         {"the last before the surrogates", "\xED\x9F\xBF", true},
@@ -123,6 +126,7 @@ TEST(Text, ControlCharactersBecomeBlanks) {
 
 TEST(Text, AWordIsTheSameInEveryCase) {
     EXPECT_TRUE(equalIgnoringCase("No Scene", "NO SCENE"));
+    EXPECT_TRUE(equalIgnoringCase("AMZ", "amz"));
     EXPECT_TRUE(equalIgnoringCase("", ""));
     EXPECT_TRUE(equalIgnoringCase("\u212A", "k"));               // the Kelvin sign
     EXPECT_TRUE(equalIgnoringCase("No \u017Fcene", "no scene")); // the long s

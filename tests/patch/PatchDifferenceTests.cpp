@@ -33,6 +33,8 @@ TEST(PatchDifference, TellsANewName) {
 TEST(PatchDifference, TellsANewWidthWithItsOtherChanges) {
     EXPECT_THAT(patchDifference({channel("Keys", 1, 0)}, {channel("Keys", 1, 0, true)}),
                 ElementsAre("“\u2068Keys\u2069” is now stereo"));
+    EXPECT_THAT(patchDifference({channel("Keys", 1, 0, true)}, {channel("Keys", 1, 0)}),
+                ElementsAre("“\u2068Keys\u2069” is now mono"));
     EXPECT_THAT(
         patchDifference({channel("Keys", 1, 0)}, {channel("Synth", 1, 2, true)}),
         ElementsAre("“\u2068Keys\u2069” is now “\u2068Synth\u2069”, stereo, on inputs 3–4 (was input 1)"));
@@ -47,6 +49,13 @@ TEST(PatchDifference, TellsWhatIsNewAndWhatIsGone) {
     EXPECT_THAT(patchDifference({channel("Kick", 1, 0), channel("Talkback", 9, 8)},
                                 {channel("Kick", 1, 0), channel("OH", 3, 2, true)}),
                 ElementsAre("“\u2068OH\u2069” is new, on inputs 3–4", "“\u2068Talkback\u2069” is gone"));
+}
+
+TEST(PatchDifference, ASourceThatIsReportedOnceMoreIsNewAndTheRestIsToldAsWell) {
+    EXPECT_THAT(patchDifference({channel("A", 1, 0), channel("C", 2, 2)},
+                                {channel("A", 1, 0), channel("B", 1, 1), channel("C", 2, 3)}),
+                ElementsAre("“\u2068B\u2069” is new, on input 2",
+                            "“\u2068C\u2069” is now on input 4 (was input 3)"));
 }
 
 TEST(PatchDifference, TellsAnotherOrder) {

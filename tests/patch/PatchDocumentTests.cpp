@@ -111,7 +111,8 @@ TEST(PatchDocument, AColourHasNoMoreDigitsThanTellItFromItsNeighbours) {
 TEST(PatchDocument, EveryCharacterOfANameReadsBack) {
     for (int byte = 0; byte < 0x80; ++byte) {
         const std::string name = "a" + std::string(1, static_cast<char>(byte)) + "z";
-        EXPECT_EQ(readPatchDocument(patchDocument({channel(name)})).front().name(), name) << byte;
+        for (const std::string &each : {name, name.substr(1, 1)})
+            EXPECT_EQ(readPatchDocument(patchDocument({channel(each)})).front().name(), each) << byte;
     }
 }
 
@@ -150,10 +151,21 @@ TEST(PatchDocument, SaysWhichFieldOfWhichChannelIsWrongAndWhy) {
     EXPECT_EQ(refusal(documentWith("blue", "1e39")), "channel 1: \"blue\" must be a finite number");
     EXPECT_EQ(refusal(R"({"version":1,"channels":[)" + channelObject(channel("x")) + R"(,{"red":1e999}]})"),
               "channel 2: \"red\" is too large a number");
+    EXPECT_EQ(refusal(documentWith("red", "1e999")), "channel 1: \"red\" is too large a number");
     EXPECT_EQ(refusal(documentWith("name", "\"x\",\"colour\":1")),
               "channel 1: \"colour\" is not a field of a channel");
     EXPECT_EQ(refusal(R"({"version":1,"channels":[)" + channelObject(channel("x")) + ",7]}"),
               "channel 2 must be an object");
+}
+
+TEST(PatchDocument, OfSeveralWrongFieldsTheFirstIsNamed) {
+    std::string text = documentWith("", "");
+    for (const char *field :
+         {"blue", "green", "red", "sourceIndex", "sourceType", "inputIndex", "driver", "stereo", "name"}) {
+        const std::size_t value = text.find(std::string("\"") + field + "\":") + std::strlen(field) + 3;
+        text.replace(value, text.find_first_of(",}", value) - value, "[]");
+        EXPECT_EQ(refusal(text).find(std::string("channel 1: \"") + field + "\" must be"), 0U) << text;
+    }
 }
 
 TEST(PatchDocument, SaysWhatIsWrongWithTheDocument) {
