@@ -62,11 +62,19 @@ QLabel *label(const char *text, int points, const QColor &color, QFont::Weight w
     return made;
 }
 
-QHBoxLayout *row(QWidget *holder, int spacing) {
-    auto *layout = new QHBoxLayout(holder);
-    layout->setContentsMargins(0, 0, 0, 0);
+/// Of all that the holder has room for, but for the margins.
+template <class Layout>
+Layout *layoutOf(QWidget *holder, int spacing, const QMargins &margins = {}) {
+    auto *layout = new Layout(holder);
+    layout->setContentsMargins(margins);
     layout->setSpacing(spacing);
     return layout;
+}
+
+QLabel *caption(const char *text, int points, const QColor &color, QWidget *of) {
+    QLabel *made = label(text, points, color);
+    made->setBuddy(of);
+    return made;
 }
 
 QFrame *separator() {
@@ -79,49 +87,46 @@ QFrame *separator() {
 } // namespace
 
 MainWindow::MainWindow(BundleResources resources, const QString &rehearsalFolder)
-    : resources(std::move(resources)), rehearsalFolder(rehearsalFolder) {
-    makeControls();
+    : resources(std::move(resources)), rehearsalFolder(rehearsalFolder),
+      status(new ElidedLabel(QStringLiteral("Starting…"), this)),
+      scene(new ElidedLabel(QStringLiteral("Scene: —"), this)), devicePopup(new HostMenu(this)),
+      connectButton(new BezelButton(QStringLiteral("SYNC LV1"), this)),
+      sessionNameField(new QLineEdit(QStringLiteral("LV1 Session"), this)),
+      outputPathField(new QLineEdit(this)), chooseButton(new BezelButton(QStringLiteral("Choose…"), this)),
+      channelScroll(new QFrame(this)), table(new ChannelTable(channelScroll)),
+      patchButton(new PushButton(QString::fromUtf8(waitingForSync), this)),
+      syncButton(new BezelButton(QStringLiteral("Create LiveTrax Session"), this)),
+      busyMark(new BusyMark(this)), noticeRow(new NoticeRow(this)) {
     nameControls();
 }
 
 MainWindow::~MainWindow() = default;
 
-void MainWindow::makeControls() {
-    status = new ElidedLabel(QStringLiteral("Starting…"), this);
-    scene = new ElidedLabel(QStringLiteral("Scene: —"), this);
-    devicePopup = new HostMenu(this);
-    connectButton = new BezelButton(QStringLiteral("SYNC LV1"), this);
-    sessionNameField = new QLineEdit(QStringLiteral("LV1 Session"), this);
-    outputPathField = new QLineEdit(this);
-    chooseButton = new BezelButton(QStringLiteral("Choose…"), this);
-    channelScroll = new QFrame(this);
-    table = new ChannelTable(channelScroll);
-    patchButton = new PushButton(QString::fromUtf8(waitingForSync), this);
-    busyMark = new BusyMark(this);
-    noticeRow = new NoticeRow(this);
-    syncButton = new BezelButton(QStringLiteral("Create LiveTrax Session"), this);
-}
-
 /// Object names for tests and scripts, accessible names for screen readers.
 void MainWindow::nameControls() {
-    const auto name = [](QWidget *control, const char *objectName, const char *accessibleName = nullptr) {
+    struct Names {
+        QWidget *control;
+        const char *objectName;
+        const char *accessibleName;
+    };
+    for (const auto &[control, objectName, accessibleName] :
+         std::initializer_list<Names>{{this, "window", ""},
+                                      {status, "statusLabel", ""}, // labels speak their text
+                                      {scene, "sceneLabel", ""},
+                                      {devicePopup, "devicePopup", ""}, // its label speaks for it
+                                      {connectButton, "connectButton", "SYNC LV1"},
+                                      {sessionNameField, "sessionName", "Session name"},
+                                      {outputPathField, "outputPath", "Save in folder"},
+                                      {chooseButton, "chooseButton", "Choose the folder to save in"},
+                                      {table, "table", "LV1 channels"},
+                                      {channelScroll, "channelScroll", ""},
+                                      {patchButton, "patchButton", ""},
+                                      {busyMark, "busyMark", nullptr}, // speaks for itself
+                                      {syncButton, "syncButton", "Create LiveTrax Session"}}) {
         control->setObjectName(QString::fromUtf8(objectName));
         if (accessibleName != nullptr)
             control->setAccessibleName(QString::fromUtf8(accessibleName));
-    };
-    name(this, "window");
-    name(status, "statusLabel"); // labels speak their text
-    name(scene, "sceneLabel");
-    name(devicePopup, "devicePopup"); // its label speaks for it
-    name(connectButton, "connectButton", "SYNC LV1");
-    name(sessionNameField, "sessionName", "Session name");
-    name(outputPathField, "outputPath", "Save in folder");
-    name(chooseButton, "chooseButton", "Choose the folder to save in");
-    name(table, "table", "LV1 channels");
-    name(channelScroll, "channelScroll");
-    name(patchButton, "patchButton");
-    name(busyMark, "busyMark");
-    name(syncButton, "syncButton", "Create LiveTrax Session");
+    }
 }
 
 void MainWindow::buildUI() {
@@ -133,9 +138,7 @@ void MainWindow::buildUI() {
 
     auto *content = new QWidget;
     content->setObjectName(QStringLiteral("content"));
-    auto *rows = new QVBoxLayout(content);
-    rows->setContentsMargins(sideMargin, endMargin, sideMargin, endMargin);
-    rows->setSpacing(rowSpacing);
+    auto *rows = layoutOf<QVBoxLayout>(content, rowSpacing, {sideMargin, endMargin, sideMargin, endMargin});
     rows->addWidget(headerRow());
     rows->addWidget(subtitle());
     rows->addWidget(separator());
@@ -151,9 +154,7 @@ void MainWindow::buildUI() {
     status->setFont(look::font(13));
     setTextColor(*status, look::grey(look::statusGrey));
     patchButton->setFont(look::font(12));
-    auto *scrollRows = new QVBoxLayout(channelScroll);
-    scrollRows->setContentsMargins(0, 0, 0, 0);
-    scrollRows->addWidget(table);
+    layoutOf<QVBoxLayout>(channelScroll, 0)->addWidget(table);
     channelScroll->hide();
 
     connectControls();
@@ -185,12 +186,12 @@ int MainWindow::menuHeight() const {
 }
 
 QWidget *MainWindow::headerRow() {
-    auto *holder = new QWidget;
-    auto *columns = row(holder, 10);
     auto *icon = new QLabel;
     icon->setObjectName(QStringLiteral("icon"));
     icon->setFixedSize(iconPoints, iconPoints);
     icon->setPixmap(applicationIcon().pixmap(QSize(iconPoints, iconPoints), devicePixelRatio()));
+    auto *holder = new QWidget;
+    auto *columns = layoutOf<QHBoxLayout>(holder, 10);
     columns->addWidget(icon);
     columns->addWidget(label("CORVANE", 23, look::grey(0.97), QFont::Bold));
     columns->addWidget(label("for LiveTrax", 23, look::grey(look::captionGrey), QFont::Light));
@@ -212,24 +213,21 @@ QLabel *MainWindow::subtitle() {
 }
 
 QWidget *MainWindow::hostRow() {
-    auto *holder = new QWidget;
-    auto *columns = row(holder, hostSpacing);
-    QLabel *caption = label("LV1 HOST", 11, look::grey(look::statusGrey));
-    caption->setBuddy(devicePopup);
-    columns->addWidget(caption);
-    devicePopup->setMinimumWidth(popupWidth);
     devicePopup->addItem(QString::fromUtf8(searchingItem));
+    auto *holder = new QWidget;
+    devicePopup->setMinimumWidth(popupWidth);
+    auto *columns = layoutOf<QHBoxLayout>(holder, hostSpacing);
+    columns->addWidget(caption("LV1 HOST", 11, look::grey(look::statusGrey), devicePopup));
     columns->addWidget(devicePopup, 1);
     columns->addWidget(connectButton);
     return holder;
 }
 
 QLayout *MainWindow::statusRow() {
-    auto *columns = new QHBoxLayout;
-    columns->setSpacing(8);
+    busyMark->hide();
+    auto *columns = layoutOf<QHBoxLayout>(nullptr, 8);
     columns->addWidget(status, 1);
     columns->addWidget(busyMark);
-    busyMark->hide();
     return columns;
 }
 
@@ -237,9 +235,7 @@ QLayout *MainWindow::statusRow() {
 QWidget *MainWindow::noticeRoom() {
     auto *room = new QWidget;
     room->setMinimumHeight(NoticeRow::leastHeight);
-    auto *middle = new QVBoxLayout(room);
-    middle->setContentsMargins(0, 0, 0, 0);
-    middle->addWidget(noticeRow);
+    layoutOf<QVBoxLayout>(room, 0)->addWidget(noticeRow);
     return room;
 }
 
@@ -247,12 +243,11 @@ QWidget *MainWindow::sessionFields() {
     auto *holder = new QWidget;
     holder->setObjectName(QStringLiteral("sessionFields"));
     holder->setFixedHeight(fieldsHeight);
-    auto *grid = new QGridLayout(holder);
-    grid->setContentsMargins(0, 0, 0, 0);
-    grid->setHorizontalSpacing(10);
+    auto *grid = layoutOf<QGridLayout>(holder, 10);
     grid->setVerticalSpacing(fieldsHeight - 2 * fieldHeight);
+    grid->setColumnStretch(2, 1);
     auto *folder = new QWidget;
-    auto *folderColumns = row(folder, 8);
+    auto *folderColumns = layoutOf<QHBoxLayout>(folder, 8);
     folderColumns->addWidget(outputPathField, 1);
     folderColumns->addWidget(chooseButton);
     for (QWidget *field : {static_cast<QWidget *>(sessionNameField), static_cast<QWidget *>(outputPathField),
@@ -260,41 +255,36 @@ QWidget *MainWindow::sessionFields() {
         field->setFixedHeight(fieldHeight);
     sessionNameField->setFixedWidth(fieldsWidth);
     folder->setFixedWidth(fieldsWidth);
-    QLabel *nameCaption = label("Session name:", 13, look::grey(0.9));
-    QLabel *folderCaption = label("Save in:", 13, look::grey(0.9));
-    nameCaption->setBuddy(sessionNameField);
-    folderCaption->setBuddy(outputPathField);
-    grid->addWidget(nameCaption, 0, 0, Qt::AlignRight | Qt::AlignVCenter);
+    const auto captionAlignment = Qt::AlignRight | Qt::AlignVCenter;
+    grid->addWidget(caption("Session name:", 13, look::grey(0.9), sessionNameField), 0, 0, captionAlignment);
     grid->addWidget(sessionNameField, 0, 1);
-    grid->addWidget(folderCaption, 1, 0, Qt::AlignRight | Qt::AlignVCenter);
+    grid->addWidget(caption("Save in:", 13, look::grey(0.9), outputPathField), 1, 0, captionAlignment);
     grid->addWidget(folder, 1, 1);
-    grid->setColumnStretch(2, 1);
     return holder;
 }
 
 QWidget *MainWindow::bottomRow() {
-    auto *holder = new QWidget;
-    auto *columns = row(holder, 12);
     scene->setFont(look::font(13));
     setTextColor(*scene, look::grey(look::captionGrey));
     syncButton->setEnabled(false);
     syncButton->setLook(createLook,
                         QStringLiteral("Makes a LiveTrax session with one armed track for each channel and "
                                        "opens it. Possible once the console's channels are known."));
+    auto *holder = new QWidget;
+    auto *columns = layoutOf<QHBoxLayout>(holder, 12);
     columns->addWidget(scene, 1);
     columns->addWidget(syncButton);
     return holder;
 }
 
 void MainWindow::connectControls() {
-    const auto on = [this](QAbstractButton *button, void (BridgeController::*action)()) {
+    using Reaction = std::pair<QAbstractButton *, void (BridgeController::*)()>;
+    for (const auto &[button, action] : {Reaction{connectButton, &BridgeController::connectSelected},
+                                         Reaction{patchButton, &BridgeController::togglePatch},
+                                         Reaction{chooseButton, &BridgeController::chooseFolder},
+                                         Reaction{syncButton, &BridgeController::createSession}})
         connect(button, &QAbstractButton::clicked, this,
-                [this, action] { tell([action](BridgeController &c) { (c.*action)(); }); });
-    };
-    on(connectButton, &BridgeController::connectSelected);
-    on(patchButton, &BridgeController::togglePatch);
-    on(chooseButton, &BridgeController::chooseFolder);
-    on(syncButton, &BridgeController::createSession);
+                [this, told = action] { tell([told](BridgeController &c) { (c.*told)(); }); });
 
     connect(devicePopup, &QComboBox::activated, this,
             [this] { tell([](BridgeController &c) { c.hostChosen(); }); });

@@ -93,7 +93,6 @@ private:
     static constexpr int rowSpacing = 10;
     static constexpr int tableHeight = 230;
 
-    void makeControls();
     void nameControls();
     void connectControls();
     void setFocusOrder();
@@ -130,8 +129,8 @@ private:
     QLineEdit *sessionNameField;
     QLineEdit *outputPathField;
     BezelButton *chooseButton;
-    ChannelTable *table;
     QFrame *channelScroll;
+    ChannelTable *table;
     PushButton *patchButton;
     BezelButton *syncButton; ///< "Create LiveTrax Session": see docs/Names.md
     BusyMark *busyMark;

@@ -49,8 +49,7 @@ void readSession(SessionAnswer &answer) {
             XMLDocument::load(LiveTraxGenerator::sessionFile(*answer.question.session));
         answer.format = recordingFormat(session.root());
         answer.signature = LiveTraxGenerator::treePatchSignature(session.root());
-    } catch (const std::exception &) {
-        answer.signature.reset();
+    } catch (const std::exception &) { // nothing is known of it before, nor now
     }
 }
 
@@ -99,8 +98,7 @@ void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volume
     const auto trying = [](auto &found, const auto &read) {
         try {
             found = read();
-        } catch (const std::exception &) {
-            found.reset();
+        } catch (const std::exception &) { // nothing is known of it before, nor now
         }
     };
     trying(answer.plan,

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <map>
 #include <unistd.h>
 
 namespace corvane {
@@ -24,7 +25,7 @@ void tellPipe(int) {
     errno = errnoBefore;
 }
 
-std::array<struct sigaction, endSignals.size()> before;
+std::map<int, struct sigaction> before;
 
 /// A signal that this program was started to ignore, as behind nohup, stays ignored.
 void handleEndSignals() {
@@ -32,16 +33,16 @@ void handleEndSignals() {
     action.sa_handler = tellPipe;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
-    for (std::size_t each = 0; each < endSignals.size(); ++each) {
-        sigaction(endSignals[each], nullptr, &before[each]);
-        if (before[each].sa_handler != SIG_IGN)
-            sigaction(endSignals[each], &action, nullptr);
+    for (const int signal : endSignals) {
+        sigaction(signal, nullptr, &before[signal]);
+        if (before[signal].sa_handler != SIG_IGN)
+            sigaction(signal, &action, nullptr);
     }
 }
 
 void restoreEndSignals() {
-    for (std::size_t each = 0; each < endSignals.size(); ++each)
-        sigaction(endSignals[each], &before[each], nullptr);
+    for (const auto &[signal, action] : before)
+        sigaction(signal, &action, nullptr);
 }
 
 } // namespace
@@ -55,9 +56,9 @@ ShutdownSignals::ShutdownSignals(std::function<void()> asked) {
     }
     auto *notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [asked = std::move(asked)] {
-        char token = 0;
-        while (read(signalPipe[0], &token, 1) == 1)
-            continue;
+        std::array<char, endSignals.size()> tokens{};
+        while (read(signalPipe[0], tokens.data(), tokens.size()) > 0) {
+        }
         asked();
     });
     handleEndSignals();

@@ -2,6 +2,7 @@
 
 #include "app/Look.h"
 
+#include <QAbstractItemModelTester>
 #include <QHeaderView>
 #include <QScrollBar>
 #include <QTest>
@@ -58,6 +59,46 @@ TEST_F(ChannelTableTest, HasItsFourColumns) {
         EXPECT_EQ(table.model()->headerData(column, Qt::Horizontal), its.title);
         EXPECT_EQ(table.columnWidth(column), its.width);
     }
+}
+
+TEST_F(ChannelTableTest, IsAListOfWholeRowsThatNobodyEditsOrSorts) {
+    EXPECT_EQ(table.selectionBehavior(), QTableView::SelectRows);
+    EXPECT_EQ(table.selectionMode(), QTableView::ExtendedSelection);
+    EXPECT_EQ(table.editTriggers(), QTableView::NoEditTriggers);
+    EXPECT_FALSE(table.showGrid());
+    EXPECT_FALSE(table.wordWrap());
+    EXPECT_FALSE(table.tabKeyNavigation());
+    EXPECT_FALSE(table.isCornerButtonEnabled());
+    EXPECT_EQ(table.verticalScrollMode(), QTableView::ScrollPerPixel);
+    EXPECT_EQ(table.verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+    EXPECT_EQ(table.horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+    EXPECT_EQ(table.verticalHeader()->sectionResizeMode(0), QHeaderView::Fixed);
+    EXPECT_EQ(table.verticalHeader()->defaultSectionSize(), 24);
+    const QHeaderView *header = table.horizontalHeader();
+    EXPECT_EQ(header->sectionResizeMode(0), QHeaderView::Interactive);
+    EXPECT_FALSE(header->highlightSections());
+    EXPECT_FALSE(header->sectionsClickable());
+    EXPECT_EQ(header->minimumSectionSize(), 28);
+    const QAbstractItemModel *model = table.model();
+    EXPECT_EQ(model->headerData(0, Qt::Horizontal, Qt::AccessibleTextRole), "Colour");
+    EXPECT_EQ(model->headerData(1, Qt::Horizontal, Qt::AccessibleTextRole), "LV1 Channel");
+    EXPECT_EQ(model->headerData(1, Qt::Horizontal, Qt::TextAlignmentRole).toInt(),
+              int(Qt::AlignLeft | Qt::AlignVCenter));
+    EXPECT_FALSE(model->headerData(0, Qt::Vertical).isValid());
+    EXPECT_FALSE(model->headerData(-1, Qt::Horizontal).isValid());
+    table.reload(many(1));
+    EXPECT_EQ(model->index(0, 2).data(Qt::AccessibleTextRole), "Mono");
+    EXPECT_FALSE(model->index(0, 2).data(Qt::ToolTipRole).isValid());
+    EXPECT_FALSE(model->index(0, 2).data(Qt::DecorationRole).isValid());
+}
+
+TEST_F(ChannelTableTest, KeepsWhatAViewMayRelyOn) {
+    const QAbstractItemModelTester tester(table.model(),
+                                          QAbstractItemModelTester::FailureReportingMode::Fatal);
+    for (const std::int32_t count : {3, 10, 10, 4, 0, 1})
+        table.reload(many(count));
+    EXPECT_EQ(table.model()->rowCount(table.model()->index(0, 0)), 0);
+    EXPECT_EQ(table.model()->columnCount(table.model()->index(0, 0)), 0);
 }
 
 TEST_F(ChannelTableTest, StartsWithoutRows) {

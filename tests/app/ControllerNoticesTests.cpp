@@ -314,6 +314,19 @@ TEST_F(ControllerNoticesTest, WhatWasPutAwayDoesNotComeBackWhileTheDiskIsRead) {
     EXPECT_EQ(text(), "");
 }
 
+TEST_F(ControllerNoticesTest, ThatTheSessionDiffersStaysPutAwayWhileThePatchGoesAndComesBack) {
+    const Channels more{channel("Kick", 1, 0), channel("Keys", 2, 1, true), channel("Vox", 3, 9)};
+    begin(more);
+    ASSERT_THAT(text(), HasSubstr("lacks 1"));
+    controller->dismissNotice();
+    Channels moved = more;
+    moved[1] = channel("Keys", 2, 12, true);
+    consoleSendsPatch(moved);
+    consoleSendsPatch(more);
+    fakes.clock->run();
+    EXPECT_EQ(text(), "");
+}
+
 TEST_F(ControllerNoticesTest, ASessionThatIsGoneIsSaidThroughAPatchChange) {
     begin(kickAndKeys());
     std::filesystem::remove_all(show);

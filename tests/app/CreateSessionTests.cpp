@@ -34,6 +34,24 @@ TEST_F(CreateTest, MakesATemplateRemembersTheSessionAndOpensLiveTrax) {
     EXPECT_THAT(view.alerts, IsEmpty());
 }
 
+TEST_F(CreateTest, FromThenOnTheMarkersAreThoseOfTheNewSession) {
+    fakes.folder.write("Sessions/Old/Old.ardour",
+                       "<Session sample-rate=\"48000\"><Locations><Location name=\"Solo\" start=\"a0\" "
+                       "flags=\"IsMark\"/></Locations></Session>");
+    fakes.defaults->values["CorvaneLastSession"] = (fakes.folder / "Sessions/Old").string();
+    installLiveTrax();
+    launch();
+    consoleSendsPatch(kickAndKeys());
+    controller->createSession();
+    fakes.clock->run();
+    runLiveTrax();
+    for (const char *scene : {"Intro", "Solo"}) {
+        controller->client->onScene(scene);
+        fakes.clock->advance(std::chrono::seconds(1));
+    }
+    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker", "/marker"));
+}
+
 TEST_F(CreateTest, ABlankNameDoesNothing) {
     installLiveTrax();
     launch();

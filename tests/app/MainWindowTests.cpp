@@ -61,6 +61,8 @@ TEST_F(MainWindowTest, HasItsTitleAndSize) {
     launch();
     EXPECT_EQ(window.windowTitle(), "Corvane");
     EXPECT_EQ(window.centralWidget()->size(), QSize(760, 370));
+    EXPECT_EQ(menuHeight(), 24);
+    EXPECT_EQ(window.menuBar()->minimumHeight(), 24);
     EXPECT_EQ(window.minimumSize(), QSize(760, 350 + menuHeight()));
     EXPECT_EQ(window.maximumSize(), QSize(760, 650 + menuHeight()));
     EXPECT_FALSE(window.windowFlags().testFlag(Qt::WindowMaximizeButtonHint));
@@ -330,6 +332,7 @@ protected:
         EXPECT_EQ(timer->interval(), 15000);
         timer->start(0);
         QTest::qWait(5);
+        EXPECT_FALSE(timer->isActive());
     }
 };
 
@@ -403,6 +406,12 @@ TEST_F(MainWindowTest, TheMenuHoldsItsItemsInOrder) {
     EXPECT_THAT(items, ElementsAre(Item("About Corvane…", ""), Item("", ""), Item("Hide Corvane", "Ctrl+H"),
                                    Item("Hide Others", "Ctrl+Alt+H"), Item("Show All", ""), Item("", ""),
                                    Item("Quit Corvane", "Ctrl+Q")));
+    const QMenu *menu = window.menuBar()->actions().front()->menu();
+    EXPECT_TRUE(menu->toolTipsVisible());
+    EXPECT_FALSE(menu->actions()[3]->isEnabled());
+    EXPECT_EQ(menu->actions()[3]->toolTip(), "A program cannot hide others on this desktop.");
+    for (const QAction *item : menu->actions())
+        EXPECT_TRUE(item->isSeparator() || item->menuRole() == QAction::NoRole) << item->text().toStdString();
 }
 
 TEST_F(MainWindowTest, ClosingTheWindowQuits) {

@@ -72,7 +72,10 @@ TEST_F(NoticeRowTest, AnActionsNameIsWrittenAsItIsAndDoesNotWidenTheWindow) {
     EXPECT_EQ(control("noticeAction")->accessibleName(), "Use “Rock & Roll”");
     row.setNotice("Two", "Use “" + QString(120, 'W') + "”");
     EXPECT_LT(row.minimumSizeHint().width(), 400);
-    EXPECT_TRUE(control("noticeAction")->text().endsWith("W”"));
+    EXPECT_EQ(control("noticeAction")->text(),
+              control("noticeAction")
+                  ->fontMetrics()
+                  .elidedText("Use “" + QString(120, 'W') + "”", Qt::ElideMiddle, 220));
     EXPECT_NE(control("noticeAction")->toolTip(), "");
 }
 

@@ -5,7 +5,9 @@
 #include <QTest>
 #include <QTimer>
 
+#include <algorithm>
 #include <csignal>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <thread>
@@ -25,7 +27,7 @@ protected:
         return [this, number] { ran.push_back(number); };
     }
     bool waitFor(std::size_t count) {
-        return QTest::qWaitFor([&] { return ran.size() >= count; }, 5000);
+        return QTest::qWaitFor([&] { return ran.size() >= count; }, 30'000);
     }
 
     QtMainQueue queue;
@@ -73,6 +75,14 @@ TEST_F(QtMainQueueTest, RunsADelayedTaskNotBeforeItsTime) {
 TEST_F(QtMainQueueTest, ADelayedTaskOfAnotherThreadRunsHere) {
     std::thread([&] { queue.after(milliseconds(10), note(1)); }).join();
     EXPECT_TRUE(waitFor(1));
+}
+
+TEST_F(QtMainQueueTest, ADelayIsPreciseAndEndsOnce) {
+    queue.after(std::chrono::hours(1), note(1));
+    const QTimer *timer = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor([&] { return (timer = queue.findChild<QTimer *>()) != nullptr; }, 30'000));
+    EXPECT_EQ(timer->timerType(), Qt::PreciseTimer);
+    EXPECT_TRUE(timer->isSingleShot());
 }
 
 TEST_F(QtMainQueueTest, ACancelledTaskDoesNotRunAndIsLetGoOf) {
@@ -131,6 +141,32 @@ TEST(ShutdownSignals, EachSignalToEndAsksOnTheMainThread) {
         ++expected;
         EXPECT_TRUE(QTest::qWaitFor([&] { return asked == expected; }, 5000));
     }
+}
+
+/// The descriptors that are open, of the first few hundred.
+std::vector<int> openDescriptors() {
+    std::vector<int> open;
+    for (int each = 0; each < 400; ++each)
+        if (fcntl(each, F_GETFD) >= 0)
+            open.push_back(each);
+    return open;
+}
+
+TEST(ShutdownSignals, ItsPipeIsNoOthersNeverWaitsAndIsClosedInTheEnd) {
+    const std::vector<int> before = openDescriptors();
+    {
+        ShutdownSignals watcher([] {});
+        std::vector<int> pipe;
+        for (const int each : openDescriptors())
+            if (std::find(before.begin(), before.end(), each) == before.end())
+                pipe.push_back(each);
+        EXPECT_EQ(pipe.size(), 2U);
+        for (const int end : pipe) {
+            EXPECT_EQ(fcntl(end, F_GETFD), FD_CLOEXEC);
+            EXPECT_TRUE(fcntl(end, F_GETFL) & O_NONBLOCK);
+        }
+    }
+    EXPECT_EQ(openDescriptors(), before);
 }
 
 void (*handlerOf(int signal))(int) {

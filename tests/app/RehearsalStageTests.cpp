@@ -7,10 +7,16 @@
 
 #include <QMenu>
 #include <QMenuBar>
+#include <QSocketNotifier>
 #include <QTest>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <array>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace corvane {
 
@@ -19,6 +25,16 @@ namespace {
 class RehearsalStageTest : public testing::Test {
 protected:
     void furnish() const { RehearsalStage::furnish(fakes.folder.path(), fakes.folder.path() / "programs"); }
+    /// In place of the console's stand-in, which leaves what it was told beside itself.
+    std::filesystem::path consoleThat(const std::string &does) const {
+        const auto console = fakes.folder.write("programs/lv1-console-sim", "#!/bin/sh\n" + does);
+        std::filesystem::permissions(console, std::filesystem::perms::owner_all);
+        fakes.folder.write("programs/livetrax-sim", "");
+        return console;
+    }
+    static bool becomes(const std::filesystem::path &file, const std::string &text) {
+        return QTest::qWaitFor([&] { return fileExists(file) && textOf(file) == text; }, 30'000);
+    }
     std::string installed() const {
         return fakes.folder.read("Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3");
     }
@@ -42,6 +58,14 @@ TEST_F(RehearsalStageTest, ReplacesTheStandInByANewerOneAlone) {
     fakes.folder.write("Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3", "two"); // as large, and newer
     furnish();
     EXPECT_EQ(installed(), "two");
+    const auto place = fakes.folder / "Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3";
+    std::filesystem::last_write_time(place, std::filesystem::last_write_time(original));
+    furnish();
+    EXPECT_EQ(installed(), "two") << "of the same moment";
+    std::filesystem::last_write_time(place,
+                                     std::filesystem::last_write_time(original) - std::chrono::hours(1));
+    furnish();
+    EXPECT_EQ(installed(), "one") << "older";
     fakes.folder.write("programs/livetrax-sim", "three");
     furnish();
     EXPECT_EQ(installed(), "three");
@@ -49,7 +73,11 @@ TEST_F(RehearsalStageTest, ReplacesTheStandInByANewerOneAlone) {
 
 TEST_F(RehearsalStageTest, WithoutTheStandInsItSaysWhatIsMissing) {
     EXPECT_THAT([this] { furnish(); },
-                testing::ThrowsMessage<FileError>(testing::HasSubstr("corvane-rehearsal")));
+                testing::ThrowsMessage<FileError>(
+                    "A rehearsal needs the stand-ins, which are in a package of their own on Debian "
+                    "(corvane-rehearsal): " +
+                    (fakes.folder / "programs/livetrax-sim").string() + " is not there."));
+    EXPECT_TRUE(std::filesystem::is_directory(fakes.folder / "home/Music"));
     EXPECT_THROW(RehearsalStage(fakes.platform, fakes.folder.path() / "programs"), std::exception);
 }
 
@@ -109,10 +137,13 @@ TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
     buildRehearsalMenu(window, stage);
     ASSERT_EQ(window.menuBar()->actions().size(), 1);
     EXPECT_EQ(window.menuBar()->actions().front()->text(), "Rehearsal");
-    const auto items = window.menuBar()->actions().front()->menu()->actions();
-    ASSERT_EQ(items.size(), 8);
-    EXPECT_TRUE(items[6]->isSeparator());
-    EXPECT_EQ(items[7]->text(), "Quit LiveTrax");
+    std::vector<std::string> items;
+    for (const QAction *item : window.menuBar()->actions().front()->menu()->actions())
+        items.push_back(item->text().toStdString());
+    EXPECT_THAT(items, testing::ElementsAre("Recall the Next Scene", "Rename a Channel",
+                                            "Move a Channel to Another Input", "Change a Channel's Width",
+                                            "Change a Channel's Colour", "Drop the Connection", "",
+                                            "Quit LiveTrax"));
 }
 
 TEST_F(RehearsalStageTest, TheMenuQuitsLiveTraxWhileItRuns) {
@@ -134,12 +165,7 @@ TEST_F(RehearsalStageTest, TheMenuQuitsLiveTraxWhileItRuns) {
 }
 
 TEST_F(RehearsalStageTest, EachItemOfTheMenuTellsTheConsoleItsCommandsInTurn) {
-    const auto console =
-        fakes.folder.write("programs/lv1-console-sim", "#!/bin/sh\n"
-                                                       "printf '%s\\n' \"$@\" >\"$0.arguments\"\n"
-                                                       "exec cat >\"$0.told\"\n");
-    std::filesystem::permissions(console, std::filesystem::perms::owner_all);
-    fakes.folder.write("programs/livetrax-sim", "");
+    const auto console = consoleThat("printf '%s\\n' \"$@\" >\"$0.arguments\"\nexec cat >\"$0.told\"\n");
     MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     RehearsalStage stage(fakes.platform, console.parent_path());
     buildRehearsalMenu(window, stage);
@@ -159,6 +185,40 @@ TEST_F(RehearsalStageTest, EachItemOfTheMenuTellsTheConsoleItsCommandsInTurn) {
     EXPECT_EQ(textOf(console.string() + ".arguments"), "--announce\n127.0.0.1\n--name\nRehearsal Console\n");
 }
 
+TEST_F(RehearsalStageTest, TheConsoleIsAskedToEnd) {
+    const auto console = consoleThat("trap 'echo asked >\"$0.ended\"; exit' TERM\n"
+                                     "echo begun >\"$0.begun\"\n"
+                                     "while sleep 0.02; do :; done\n");
+    {
+        const RehearsalStage stage(fakes.platform, console.parent_path());
+        ASSERT_TRUE(becomes(console.string() + ".begun", "begun\n"));
+    }
+    EXPECT_EQ(textOf(console.string() + ".ended"), "asked\n");
+}
+
+TEST_F(RehearsalStageTest, WhatIsTypedInTheTerminalReachesTheConsoleUntilTheInputEnds) {
+    const auto console = consoleThat("exec cat >\"$0.told\"\n");
+    std::array<int, 2> typed{};
+    ASSERT_EQ(pipe(typed.data()), 0);
+    fcntl(typed[1], F_SETFD, FD_CLOEXEC); // else the console has it open as well
+    const int before = dup(STDIN_FILENO);
+    dup2(typed[0], STDIN_FILENO);
+    {
+        RehearsalStage stage(fakes.platform, console.parent_path());
+        stage.listenToTerminal();
+        const auto *notifier = stage.findChild<QSocketNotifier *>();
+        ASSERT_NE(notifier, nullptr);
+        ASSERT_EQ(write(typed[1], "next\n", 5), 5);
+        EXPECT_TRUE(becomes(console.string() + ".told", "next\n"));
+        EXPECT_TRUE(notifier->isEnabled());
+        close(typed[1]);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !notifier->isEnabled(); }, 30'000));
+    }
+    dup2(before, STDIN_FILENO);
+    close(before);
+    close(typed[0]);
+}
+
 TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {
     MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     RehearsalStage stage(fakes.platform, builtPrograms());
@@ -167,7 +227,8 @@ TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {
     EXPECT_TRUE(menu->actions().front()->isEnabled());
     stage.tellConsole("quit");
     ASSERT_TRUE(QTest::qWaitFor([&] { return menu->actions().size() == 9; }, 5000));
-    EXPECT_TRUE(menu->actions().front()->text().contains("Has Ended"));
+    EXPECT_EQ(menu->actions().front()->text(), "The Console's Stand-in Has Ended: Start the Rehearsal Again");
+    EXPECT_EQ(menu->actions().front()->menuRole(), QAction::NoRole);
     for (const QAction *item : menu->actions())
         EXPECT_TRUE(!item->isEnabled() || item->isSeparator() || item->text() == "Quit LiveTrax")
             << item->text().toStdString();

@@ -91,6 +91,10 @@ TEST_F(SessionReaderTest, ASessionThatWasWrittenSinceIsReadAgain) {
 }
 
 TEST_F(SessionReaderTest, ASessionThatIsGoneOrTornIsToldAsSuch) {
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    EXPECT_TRUE(answers.back().signature);
+    EXPECT_TRUE(answers.back().plan);
     fakes.folder.write("home/Music/Show/Show.ardour", "no session");
     reader.ask(question(kickAndKeys()), keep());
     fakes.clock->run();

@@ -12,6 +12,7 @@
 #include <QTableView>
 #include <QTextDocument>
 #include <QToolTip>
+#include <QWheelEvent>
 
 #include <gmock/gmock.h>
 
@@ -93,6 +94,15 @@ TEST_F(WindowAccessTest, NoKeyChoosesAnotherConsoleWhileTheHostListIsClosed) {
         menu->hidePopup();
     }
     EXPECT_EQ(chosen, 0);
+    EXPECT_EQ(menu->currentIndex(), 0);
+    QKeyEvent key(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+    QWheelEvent wheel({5, 5}, menu->mapToGlobal(QPointF(5, 5)), {}, {0, -120}, Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    for (QEvent *event : std::initializer_list<QEvent *>{&key, &wheel}) {
+        event->accept();
+        static_cast<QObject *>(menu)->event(event);
+        EXPECT_FALSE(event->isAccepted()) << "it is for the window";
+    }
     EXPECT_EQ(menu->currentIndex(), 0);
     EXPECT_EQ(fakes.network->streams.size(), links);
 }

@@ -96,8 +96,10 @@ TEST_F(FolderTest, ChoosesFoldersAloneStartingFromTheOneThatIsSet) {
 
 TEST_F(FolderTest, CancellingLeavesThePathAsItWas) {
     launch();
-    open()->reject();
-    EXPECT_EQ(window.outputPath(), fakes.musicFolder->string());
+    QFileDialog *panel = open();
+    window.setOutputPath("/elsewhere");
+    panel->reject();
+    EXPECT_EQ(window.outputPath(), "/elsewhere");
 }
 
 TEST_F(FolderTest, NothingIsWrittenIntoTheHome) {

@@ -35,7 +35,9 @@ protected:
     }
 };
 
-TEST_F(WindowLookTest, EveryRoleOfThePaletteHasItsShade) {
+TEST_F(WindowLookTest, EveryRoleOfThePaletteHasItsShadeWhateverTheDesktopHas) {
+    QApplication::setPalette(QPalette(Qt::magenta, Qt::magenta));
+    look::apply(*qApp);
     const QPalette palette = QApplication::palette();
     const std::vector<std::pair<QPalette::ColorRole, double>> shades{{QPalette::Window, look::windowGrey},
                                                                      {QPalette::WindowText, 0.90},

@@ -52,10 +52,10 @@ TEST(PatchDifference, TellsWhatIsNewAndWhatIsGone) {
 }
 
 TEST(PatchDifference, ASourceThatIsReportedOnceMoreIsNewAndTheRestIsToldAsWell) {
-    EXPECT_THAT(patchDifference({channel("A", 1, 0), channel("C", 2, 2)},
-                                {channel("A", 1, 0), channel("B", 1, 1), channel("C", 2, 3)}),
-                ElementsAre("“\u2068B\u2069” is new, on input 2",
-                            "“\u2068C\u2069” is now on input 4 (was input 3)"));
+    EXPECT_THAT(
+        patchDifference({channel("A", 1, 0), channel("C", 2, 2)},
+                        {channel("A", 1, 0), channel("B", 1, 1), channel("C", 2, 3)}),
+        ElementsAre("“\u2068B\u2069” is new, on input 2", "“\u2068C\u2069” is now on input 4 (was input 3)"));
 }
 
 TEST(PatchDifference, TellsAnotherOrder) {
