@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 
 namespace corvane::cli {
@@ -14,6 +15,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::SizeIs;
 using Arguments = std::vector<std::string>;
 
 std::variant<Options, Ending> parse(const Arguments &arguments) {
@@ -53,24 +55,39 @@ TEST(CommandLine, EveryCommandIsKnown) {
     EXPECT_EQ(Verb::transport, accepted({"transport"}).verb);
     EXPECT_EQ(Verb::save, accepted({"save"}).verb);
     EXPECT_EQ(Verb::marker, accepted({"marker", "Verse"}).verb);
+    EXPECT_EQ(Verb::history, accepted({"history", "Gig"}).verb);
+    EXPECT_EQ(Verb::restore, accepted({"restore", "Gig"}).verb);
+    EXPECT_EQ(Verb::markers, accepted({"markers", "Gig"}).verb);
+    EXPECT_EQ(Verb::scenes, accepted({"scenes"}).verb);
+    EXPECT_EQ(Verb::check, accepted({"check"}).verb);
+    EXPECT_EQ(Verb::diagnose, accepted({"diagnose"}).verb);
+    EXPECT_EQ(Verb::completion, accepted({"completion", "bash"}).verb);
 }
 
-TEST(CommandLine, EveryCommandTakesRehearseAndJson) {
-    for (const Arguments &command : {Arguments{"hosts"},
-                                     {"patch"},
-                                     {"watch"},
-                                     {"create", "Gig", "--in", "out"},
-                                     {"sync", "Gig"},
-                                     {"plan", "Gig"},
-                                     {"signature", "Gig"},
-                                     {"transport"},
-                                     {"save"},
-                                     {"marker", "Verse"}}) {
-        Arguments arguments = command;
-        arguments.insert(arguments.end(), {"--rehearse", "room", "--json"});
-        const Options options = accepted(arguments);
-        EXPECT_EQ("/shows/room", options.rehearsal) << command.front();
-        EXPECT_TRUE(options.json) << command.front();
+TEST(CommandLine, EveryCommandTakesRehearseAndAllButCompletionTakeJson) {
+    // What a command needs besides its name.
+    const std::map<std::string, Arguments> needed{{"create", {"Gig", "--in", "out"}},
+                                                  {"sync", {"Gig"}},
+                                                  {"plan", {"Gig"}},
+                                                  {"signature", {"Gig"}},
+                                                  {"history", {"Gig"}},
+                                                  {"restore", {"Gig"}},
+                                                  {"markers", {"Gig"}},
+                                                  {"marker", {"Verse"}},
+                                                  {"completion", {"bash"}}};
+    const CommandTree commands = commandTree();
+    EXPECT_THAT(commands, SizeIs(17));
+    for (const auto &command : commands) {
+        Arguments arguments{command.name};
+        if (const auto found = needed.find(command.name); found != needed.end())
+            arguments.insert(arguments.end(), found->second.begin(), found->second.end());
+        arguments.insert(arguments.end(), {"--rehearse", "room"});
+        EXPECT_EQ("/shows/room", accepted(arguments).rehearsal) << command.name;
+        arguments.emplace_back("--json");
+        if (command.name == "completion")
+            EXPECT_THAT(refused(arguments), HasSubstr("--json"));
+        else
+            EXPECT_TRUE(accepted(arguments).json) << command.name;
     }
 }
 
