@@ -1,6 +1,7 @@
 #include "app/ChannelTable.h"
 
 #include "app/Look.h"
+#include "tests/support/ProcessorTime.h"
 
 #include <QAbstractItemModelTester>
 #include <QHeaderView>
@@ -322,11 +323,11 @@ TEST_F(ChannelTableTest, AnEmptyTableSaysSo) {
 }
 
 TEST_F(ChannelTableTest, ANameOfAnyLengthHoldsNothingUp) {
-    const auto start = std::chrono::steady_clock::now();
+    const auto start = processorTime();
     table.reload({channel(std::string(250000, 'x'), 0)});
     table.viewport()->grab();
     EXPECT_LT(table.model()->index(0, 1).data(Qt::ToolTipRole).toString().size(), 5000);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+    EXPECT_LT(processorTime() - start, std::chrono::milliseconds(100));
 }
 
 TEST_F(ChannelTableTest, AShorterListKeepsWhatIsLeft) {

@@ -80,7 +80,13 @@ TEST_F(NoticeEndToEnd, ASessionThatIsGoneIsMissed) {
     CORVANE_ENTER_PRIVATE_NETWORK();
     openSession();
     it->controller->fieldsEdited(); // has the disk asked
-    QTest::qWait(500);              // until the session has been seen
+    const auto *sync = it->window.findChild<QWidget *>("connectButton");
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            return sync->toolTip().startsWith("Green: “\u2068LV1 Session\u2069” has the console's patch.");
+        },
+        timeout))
+        << "the session was not seen: " << sync->toolTip().toStdString();
     it->liveTrax()->forceTerminate();
     std::filesystem::rename(it->session(), *it->platform->folders.music() / "Elsewhere");
     it->controller->fieldsEdited();

@@ -102,7 +102,9 @@ TEST_F(QtMainQueueTest, ATaskIsCancelledEvenWhenItIsAlreadyDue) {
         second.cancel();
     });
     second = queue.after(milliseconds(5), note(2));
-    QTest::qSleep(20); // both are due by now
+    const auto bothAreDue = queue.now() + milliseconds(10);
+    while (queue.now() < bothAreDue)
+        continue;
     ASSERT_TRUE(waitFor(1));
     QTest::qWait(20);
     EXPECT_THAT(ran, ElementsAre(1));

@@ -62,7 +62,7 @@ TEST_F(SessionUpdateEndToEnd, CancelWhileSavingLeavesEverythingAsItWas) {
     const auto before = it->liveTrax();
     pressAgainAndAnswer(Qt::Key_Escape);
     EXPECT_EQ(it->status(), "Sync cancelled.");
-    QTest::qWait(6000); // the wait for the save would have ended by now
+    QTest::qWait(4500); // the wait for the save would have ended by now, and LiveTrax been asked to quit
     EXPECT_FALSE(before->isTerminated());
     EXPECT_FALSE(it->sessionMatchesConsole());
     EXPECT_TRUE(it->is(amberLook));
@@ -136,7 +136,7 @@ TEST_F(SessionUpdateEndToEnd, CancelWhileCheckingLeavesEverythingAsItWas) {
     const auto before = it->liveTrax();
     pressAgainAndAnswer(Qt::Key_Escape);
     EXPECT_EQ(it->status(), "Sync cancelled.");
-    QTest::qWait(4000); // LiveTrax would have been given up by now
+    QTest::qWait(3000); // LiveTrax would have been given up by now
     EXPECT_EQ(it->status(), "Sync cancelled.");
     EXPECT_EQ(it->window.findChild<QMessageBox *>("alert"), nullptr);
     EXPECT_FALSE(before->isTerminated());

@@ -10,6 +10,7 @@
 #include "app/RehearsalStage.h"
 #include "livetrax/LiveTraxSurface.h"
 #include "livetrax/session/LiveTraxGenerator.h"
+#include "livetrax/session/LiveTraxPaths.h"
 #include "platform/processes/UDPPortHolders.h"
 #include "tests/support/BuiltFiles.h"
 #include "tests/support/EnvironmentVariable.h"
@@ -83,6 +84,19 @@ public:
     }
     std::filesystem::path session() const { return *platform->folders.music() / "LV1 Session"; }
     std::filesystem::path sessionFile() const { return session() / "LV1 Session.ardour"; }
+    /// Waits until a recorder of this rehearsal has said this line.
+    bool recorderSays(const std::string &line) const {
+        const auto log = supportFolder(platform->folders) / "livetrax.log";
+        return QTest::qWaitFor(
+            [&] {
+                std::ifstream file(log);
+                std::string said;
+                while (std::getline(file, said) && said != line)
+                    continue;
+                return said == line;
+            },
+            timeout);
+    }
     /// How many recorders of this rehearsal run.
     int recorders() const {
         const auto program = platform->folders.applications / "LiveTrax3.app/Contents/MacOS/LiveTrax3";

@@ -115,13 +115,14 @@ TEST_F(WindowEndToEnd, SceneRecallsDropMarkersButForTheFirstTheSameAndNone) {
                 return it->window.findChild<QLabel *>("sceneLabel")->text().toStdString() == "Scene: " + name;
             },
             timeout));
-        QTest::qWait(200); // the marker leaves
     };
     recall("Prueba de sonido"); // the one that was recalled at the start
     recall("Verse & Chorus");
     EXPECT_EQ(it->status(), "Scene marker added: Verse & Chorus");
+    ASSERT_TRUE(it->recorderSays("marker is called Verse & Chorus"));
     recall("NO SCENE");
     recall("Outro");
+    ASSERT_TRUE(it->recorderSays("marker is called Outro")); // they come in the order of their recalls
     it->controller->liveTraxOSC->save();
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return it->savedSession().find("Outro") != std::string::npos; }, timeout));

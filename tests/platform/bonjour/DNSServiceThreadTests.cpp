@@ -52,11 +52,20 @@ protected:
         std::string reason;
         if (!bonjour.enter(reason))
             GTEST_SKIP() << "no Bonjour daemon of its own: " << reason;
-        browser = std::make_unique<DNSServiceBrowser>(main, std::make_unique<DNSServiceThread>(main));
-        browser->setDelegate(findings);
+        makeBrowser();
     }
 
     void search() { browser->search("_waveslv113._tcp.", "local."); }
+    /// As a program that was just started would.
+    void searchAnew() {
+        findings = std::make_shared<Findings>();
+        makeBrowser();
+        search();
+    }
+    void makeBrowser() {
+        browser = std::make_unique<DNSServiceBrowser>(main, std::make_unique<DNSServiceThread>(main));
+        browser->setDelegate(findings);
+    }
 
     /// Runs the main queue until `condition` holds.
     bool runUntil(const std::function<bool()> &condition) {
@@ -109,9 +118,9 @@ TEST_F(BonjourDaemon, FindsTwoServicesOnceEachAndTheFirstSaysThatMoreIsComing) {
     ASSERT_TRUE(bonjour.startBus() && bonjour.startDaemon());
     ASSERT_TRUE(bonjour.publish("LV1 Önе", 5000));
     ASSERT_TRUE(bonjour.publish("LV1 Two", 5001));
-    std::this_thread::sleep_for(
-        2s); // until both have been probed and announced, by a clock that is the daemon's
     search();
+    ASSERT_TRUE(runUntil([&] { return findings->services.size() == 2; })) << words();
+    searchAnew(); // the daemon has heard of both by now
     ASSERT_TRUE(runUntilWord("resolved LV1 Two console.local. 5001")) << words();
     ASSERT_TRUE(runUntilWord("resolved LV1 Önе console.local. 5000")) << words();
     EXPECT_NE(findings->words[0].find(", more"), std::string::npos) << words();
