@@ -1,8 +1,10 @@
 #include "tests/platform/net/AsioStreamTest.h"
 #include "tests/support/Eventually.h"
 
+#include <algorithm>
 #include <future>
 #include <system_error>
+#include <vector>
 
 namespace corvane {
 namespace {
@@ -418,14 +420,19 @@ TEST_F(AsioStream, MemoryStaysBoundedWhenThePeerNeverReads) {
 
 TEST_F(AsioStream, SmallMessagesLeaveWithoutWaitingForCompany) {
     auto [connection, peer] = linked();
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < 20; ++i) {
+    std::vector<std::chrono::steady_clock::duration> times(40);
+    for (auto &time : times) {
+        peer.write(bytes("x")); // who answers delays what it acknowledges
+        const auto start = std::chrono::steady_clock::now();
         connection->send(bytes("a"));
         connection->send(bytes("b"));
         ASSERT_EQ(peer.read(2), bytes("ab"));
+        time = std::chrono::steady_clock::now() - start;
     }
-    // Had each second message waited for a delayed acknowledgement, this would take 20 times 40 ms.
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 700ms);
+    // Had each second message waited for a delayed acknowledgement, most would take 40 ms. On a busy machine
+    // a few do.
+    std::sort(times.begin(), times.end());
+    EXPECT_LT(times[times.size() / 2], 35ms);
 }
 
 } // namespace
