@@ -27,8 +27,8 @@ constexpr std::chrono::seconds refreshDelay{15};
 /// From a channel's new colour to the question what an update would do with it.
 constexpr std::chrono::seconds coloursDelay{2};
 
-/// How many tracks the update would move among those that stay. Where they stand in the console's order
-/// already, other numbers for their places are nothing to tell.
+/// How many tracks an update would move that neither adds nor removes any. Where they stand in the console's
+/// order already, other numbers for their places are nothing to tell.
 std::size_t movedTracks(const UpdatePlan &plan) {
     std::size_t moved = 0;
     bool isSorted = true;
@@ -36,8 +36,6 @@ std::size_t movedTracks(const UpdatePlan &plan) {
     long last = 0;
     for (const TrackDecision &track : plan.tracks) {
         ++place;
-        if (track.action == TrackDecision::Action::add || track.action == TrackDecision::Action::remove)
-            continue;
         const auto &order = track.was.order;
         const long before = order ? std::strtol(order->c_str(), nullptr, 10) : place;
         moved += order ? 1U : 0U;

@@ -151,7 +151,6 @@ void MainWindow::buildUI() {
     rows->addWidget(bottomRow());
     setCentralWidget(content);
 
-    status->setFont(look::font(13));
     setTextColor(*status, look::grey(look::statusGrey));
     patchButton->setFont(look::font(12));
     layoutOf<QVBoxLayout>(channelScroll, 0)->addWidget(table);
