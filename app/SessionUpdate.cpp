@@ -220,13 +220,11 @@ void SessionUpdate::putBack() {
     show(undoneText);
 }
 
-/// After a failure, which is what is told then.
 void SessionUpdate::reopenAsItIs() {
     try {
         if (fileExists(LiveTraxGenerator::sessionFile(session)))
             reopen();
-    } catch (const std::exception &) {
-        return;
+    } catch (const std::exception &) { // the failure before it is what is told
     }
 }
 

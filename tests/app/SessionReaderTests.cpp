@@ -90,6 +90,20 @@ TEST_F(SessionReaderTest, ASessionThatWasWrittenSinceIsReadAgain) {
     EXPECT_EQ(answers[1].signature, signature(movedKeys()));
 }
 
+TEST_F(SessionReaderTest, AnUnchangedSessionIsNotReadAgainForTheSameQuestion) {
+    reader.ask(question(movedKeys()), keep());
+    fakes.clock->run();
+    fakes.resources->files.clear(); // no plan could be made any more
+    reader.ask(question(movedKeys()), keep());
+    fakes.clock->run();
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    ASSERT_THAT(answers, SizeIs(3));
+    EXPECT_EQ(answers[1].plan, answers[0].plan);
+    EXPECT_TRUE(answers[1].plan);
+    EXPECT_FALSE(answers[2].plan);
+}
+
 TEST_F(SessionReaderTest, ASessionThatIsGoneOrTornIsToldAsSuch) {
     reader.ask(question(kickAndKeys()), keep());
     fakes.clock->run();

@@ -284,6 +284,16 @@ TEST_F(SessionUpdateTest, ATakenOverUpdateIsFinishedBeforeTheEndAsWell) {
     EXPECT_EQ(view.status(), "Finishing the update…");
 }
 
+TEST_F(SessionUpdateTest, CancelWhileLiveTraxClosesSaysWhatIsBeingDone) {
+    becomeAmber();
+    quitIsHeld = true;
+    pressAnd(updateButton);
+    stepUntilStatus("Closing LiveTrax…");
+    view.setStatusLabel("something else");
+    pressAnd(cancelButton);
+    EXPECT_EQ(view.status(), "Closing LiveTrax…");
+}
+
 TEST_F(SessionUpdateTest, ALiveTraxThatIsDeafWhileItClosesIsWaitedForByTheUpdateThatTakesOver) {
     becomeAmber();
     quitIsHeld = isDeafWhenClosing = true;
