@@ -165,10 +165,16 @@ TEST_F(LiveTraxOSCQuery, TheSecondQueryHasATimeoutOfItsOwn) {
 
 TEST_F(LiveTraxOSCQuery, WhatAnEarlierQueryLearnedIsForgotten) {
     answer("/transport_speed", {1.0F});
+    answer("/is_recording", {1});
     query();
     run();
     answer("/record_enabled", {1});
     expectAtTimeout(std::nullopt);
+    query();
+    run();
+    answer("/transport_speed", {0.0F});
+    answer("/record_enabled", {0});
+    EXPECT_EQ(answers.back(), (TransportState{0, false, false}));
 }
 
 TEST_F(LiveTraxOSCQuery, AnAnswerOnItsWayWhenTheNextQueryIsMadeIsDropped) {
