@@ -172,6 +172,9 @@ TEST_F(ProcessTest, AProgramIsStartedAlsoWhenOurStandardDescriptorsAreClosed) {
 class FewDescriptors {
 public:
     explicit FewDescriptors(std::size_t left) {
+        // Where types are checked at run time, an object is looked at through a pipe the first time that one
+        // of its type is used.
+        static_cast<void>(FileError("").what());
         ::getrlimit(RLIMIT_NOFILE, &previous);
         constexpr rlim_t few = 64;
         const rlimit limit{few, previous.rlim_max};
@@ -203,8 +206,6 @@ TEST_F(ProcessTest, AProgramThatCannotGetItsDescriptorsIsNotStartedAndThatIsSaid
             return error.what();
         }
     };
-    // Where types are checked at run time, an object is looked at through a pipe the first time that it is
-    // used.
     EXPECT_THAT(problemOf(folder / "none"), HasSubstr("could not be started: "));
     std::size_t left = 0;
     for (bool isStarted = false; !isStarted; ++left) {
