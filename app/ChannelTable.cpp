@@ -192,7 +192,6 @@ ChannelTable::ChannelTable(QWidget *parent) : QTableView(parent), channelModel(n
     verticalHeader()->hide();
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     verticalHeader()->setDefaultSectionSize(rowPoints);
-    horizontalHeader()->setSectionResizeMode(QHeaderView::Interactive);
     horizontalHeader()->setHighlightSections(false);
     horizontalHeader()->setSectionsClickable(false);
     horizontalHeader()->setMinimumSectionSize(ChannelTableModel::columns().front().width);

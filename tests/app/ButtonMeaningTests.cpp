@@ -103,12 +103,18 @@ TEST(CreateMeaning, IsTrueWithoutAConsole) {
     EXPECT_EQ(createMeaning(facts),
               "Makes a LiveTrax session of the 24 channels that the console had last, one "
               "armed track for each, and opens it.");
+    facts.channelsForCreate = 1;
+    EXPECT_EQ(createMeaning(facts),
+              "Makes a LiveTrax session of the 1 channel that the console had last, one "
+              "armed track for each, and opens it.");
 }
 
 TEST(CreateMeaning, IsTrueWithoutChannelsToTake) {
     ButtonFacts facts = well();
-    EXPECT_NE(createMeaning(facts).find("Possible once the console's channels are known."),
-              std::string::npos);
+    EXPECT_EQ(
+        createMeaning(facts),
+        "Makes a LiveTrax session with one armed track for each channel and opens it. Possible once the "
+        "console's channels are known.");
     facts.channelsKnown = true;
     EXPECT_EQ(createMeaning(facts),
               "Makes no LiveTrax session now: the synchronised patch has no channels. Press SYNC LV1.");

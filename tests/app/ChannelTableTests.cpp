@@ -200,6 +200,25 @@ TEST_F(ChannelTableTest, KeepsScrollPositionAndSelectionWhenReloaded) {
     EXPECT_EQ(table.selectionModel()->selectedRows().front().row(), 500);
 }
 
+TEST_F(ChannelTableTest, TheSelectionFollowsWhatAChannelIsOnTheConsoleNotItsNumberAlone) {
+    const LV1Channel channel("Kick", false, "Driver", 1, "Mixer_Ch", 1);
+    const LV1Channel group("Drums", false, "Driver", 2, "Mixer_Grp", 1);
+    table.reload({channel, group});
+    table.selectRow(0);
+    table.reload({group, channel});
+    ASSERT_EQ(table.selectionModel()->selectedRows().size(), 1);
+    EXPECT_EQ(table.selectionModel()->selectedRows().front().row(), 1);
+}
+
+TEST_F(ChannelTableTest, TheFirstRowHasTheLookOfTheGroundAndTheNextOneTheOther) {
+    const QImage painted = table.viewport()->grab().toImage();
+    const int right = painted.width() - 2;
+    EXPECT_EQ(painted.pixel(right, 5), table.palette().base().color().rgb());
+    EXPECT_EQ(painted.pixel(right, 5 + table.verticalHeader()->defaultSectionSize()),
+              table.palette().alternateBase().color().rgb());
+    EXPECT_NE(table.palette().base().color().rgb(), table.palette().alternateBase().color().rgb());
+}
+
 TEST_F(ChannelTableTest, TheSelectionFollowsAChannelThatMoves) {
     table.reload(many(5));
     table.selectRow(2);
