@@ -44,6 +44,7 @@ protected:
 
 TEST_F(RehearsalStageTest, PutsTheStandInWhereLiveTraxIsLookedFor) {
     fakes.folder.write("programs/livetrax-sim", "one");
+    std::filesystem::remove_all(fakes.folder / "home");
     furnish();
     EXPECT_EQ(installed(), "one");
     const auto place = fakes.folder.path() / "Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3";

@@ -235,6 +235,20 @@ TEST_F(WindowAccessTest, TabVisitsTheControlsFromTopToBottom) {
                                      "outputPath", "chooseButton", "syncButton"));
 }
 
+TEST_F(WindowAccessTest, TabVisitsANoticeBetweenTheTableAndTheFieldsBelowIt) {
+    launch();
+    consoleSendsPatch(channels(3));
+    click("patchButton");
+    window.showNotice(Notice{Notice::Kind::patchConflict, "Two channels have one name.", "Show"});
+    control("table")->setFocus();
+    std::vector<std::string> visited;
+    for (int step = 0; step < 4; ++step) {
+        visited.push_back(window.focusWidget()->objectName().toStdString());
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+    }
+    EXPECT_THAT(visited, ElementsAre("table", "noticeAction", "noticeDismiss", "sessionName"));
+}
+
 TEST_F(WindowAccessTest, EveryControlHasANameForScreenReaders) {
     launch();
     for (const char *name : {"statusLabel", "sceneLabel", "devicePopup", "connectButton", "sessionName",
