@@ -100,10 +100,12 @@ public:
         signals = 0;
         struct sigaction action {};
         action.sa_handler = [](int) {
+            const int interrupted = errno; // by which whoever was interrupted sees it
             char byte = 0;
             signals = signals + 1;
             while (signals == 3 && ::read(emptied, &byte, 1) == 1) {
             }
+            errno = interrupted;
         };
         ::sigaction(SIGALRM, &action, &before); // without SA_RESTART
         constexpr itimerval often{{0, 5000}, {0, 5000}};

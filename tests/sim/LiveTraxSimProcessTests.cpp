@@ -204,8 +204,10 @@ TEST_F(LiveTraxSimProcess, MovesToTheNextPortWhenItsOwnIsTaken) {
 }
 
 TEST_F(LiveTraxSimProcess, TheLastPortOfAllIsTriedAndThenThereIsNone) {
+    std::shared_ptr<SerialQueue>
+        queue; // outlives the runtime, which may be at work for a socket that is gone
     AsioRuntime runtime(1);
-    const auto queue = runtime.make("Corvane.Surface");
+    queue = runtime.make("Corvane.Surface");
     const auto open = [&] {
         return std::make_unique<SurfaceSocket>(runtime.context(), *queue, std::uint16_t{65534},
                                                [](const Bytes &, const std::string &) {});
