@@ -5,9 +5,12 @@
 #include "tests/support/Eventually.h"
 
 #include <asio/ip/address.hpp>
+#include <fstream>
 #include <future>
+#include <iterator>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <string>
 #include <sys/socket.h>
 
 namespace corvane {
@@ -146,6 +149,9 @@ TEST_F(AsioStream, AnUnknownHostFailsWithTheSystemsWords) {
 }
 
 TEST_F(AsioStream, TheSystemFindsLocalhost) {
+    std::ifstream hosts("/etc/hosts");
+    if (std::string(std::istreambuf_iterator<char>(hosts), {}).find("localhost") == std::string::npos)
+        GTEST_SKIP() << "/etc/hosts does not name it, and asking elsewhere is no test's business";
     const auto found = lookUpHost("localhost");
     EXPECT_FALSE(found.addresses.empty()) << found.error;
     const auto connection = make(listener.port(), "localhost");
