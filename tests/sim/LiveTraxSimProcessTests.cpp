@@ -204,12 +204,10 @@ TEST_F(LiveTraxSimProcess, MovesToTheNextPortWhenItsOwnIsTaken) {
 }
 
 TEST_F(LiveTraxSimProcess, TheLastPortOfAllIsTriedAndThenThereIsNone) {
-    std::shared_ptr<SerialQueue>
-        queue; // outlives the runtime, which may be at work for a socket that is gone
+    AsioMainQueue queue; // this thread's: the sockets are made and closed on their queue
     AsioRuntime runtime(1);
-    queue = runtime.make("Corvane.Surface");
     const auto open = [&] {
-        return std::make_unique<SurfaceSocket>(runtime.context(), *queue, std::uint16_t{65534},
+        return std::make_unique<SurfaceSocket>(runtime.context(), queue, std::uint16_t{65534},
                                                [](const Bytes &, const std::string &) {});
     };
     const auto first = open();
