@@ -159,8 +159,7 @@ void BridgeController::endpointsChanged(const std::vector<LV1Endpoint> &list) {
     std::vector<std::string> titles;
     for (const LV1Endpoint &endpoint : endpoints)
         titles.push_back(endpoint.name + "  ·  " + upperCase(endpoint.mac));
-    view.setDevicePopup(titles);
-    showMeanings();
+    showHosts(titles);
 }
 
 void BridgeController::servicesChanged(const std::vector<std::shared_ptr<NetService>> &list) {
@@ -170,9 +169,13 @@ void BridgeController::servicesChanged(const std::vector<std::shared_ptr<NetServ
     std::vector<std::string> titles;
     for (const auto &service : services)
         titles.push_back(service->name());
-    view.setDevicePopup(titles);
+    showHosts(titles);
     if (const auto status = chooseHost(*client, endpoints, services))
         showStatus(*status);
+}
+
+void BridgeController::showHosts(const std::vector<std::string> &titles) {
+    view.setDevicePopup(titles);
     showMeanings();
 }
 
@@ -242,7 +245,7 @@ void BridgeController::acceptPatch(const Channels &list, const std::string &sign
     else
         view.setStatusDetail(listing("The update changed:", std::exchange(updateLines, {})));
     showLook(greenLook);
-    showNotices();
+    showFacts();
 }
 
 void BridgeController::sceneChanged(const std::string &name) {
@@ -256,7 +259,7 @@ void BridgeController::sceneChanged(const std::string &name) {
             if (!controller || !report.problem.empty())
                 return;
             controller->told.lostMarker.reset();
-            controller->showNotices();
+            controller->showFacts();
         });
     view.setSceneDetail(sceneMarkers->explanation());
     if (recall.marked)

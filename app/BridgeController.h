@@ -110,6 +110,7 @@ public:
     /// LiveTrax was started on the session: that is the one it opened last.
     void sessionOpened(const Path &session);
     void showStatus(const std::string &text);
+    void showHosts(const std::vector<std::string> &titles);
     const std::string &status() const { return statusText; }
 
     // State, touched on the main queue alone
@@ -172,8 +173,8 @@ private:
     void showLook(const ButtonLook &look);
     /// Says again in words what the buttons would do now.
     void showMeanings();
-    /// Says the most important of what there is to say.
-    void showNotices();
+    /// The same, and the most important of what there is to say.
+    void showFacts();
     NoticeFacts knownFacts() const;
     void channelsAreOthers();
     void coloursAreOthers();

@@ -105,8 +105,7 @@ void BridgeController::linkIs(ButtonFacts::Link state) {
         view.requestAttention(); // markers are missing from now on
         view.setBadge(true);
     }
-    showNotices();
-    showMeanings();
+    showFacts();
 }
 
 // The explanation behind the status
@@ -182,8 +181,7 @@ void BridgeController::sessionsRead(const SessionAnswer &read) {
         if (hasChanges() && current->plan)
             view.setStatusDetail(listing("SYNC LV1 will change:", planLines(*current->plan)));
     }
-    showNotices();
-    showMeanings();
+    showFacts();
 }
 
 bool BridgeController::isOfActiveSession(const SessionAnswer &read) const {
@@ -204,7 +202,7 @@ const Removal *BridgeController::newestRemoval(const std::optional<Path> &sessio
 
 // The notice
 
-void BridgeController::showNotices() {
+void BridgeController::showFacts() {
     const std::vector<Notice> all = notices(knownFacts());
     using Kind = Notice::Kind;
     const bool isReading = activeSessionURL && currentAnswer() == nullptr;
@@ -220,10 +218,11 @@ void BridgeController::showNotices() {
     };
     const auto first = std::find_if_not(all.begin(), all.end(), isPutAway);
     const auto next = first == all.end() ? std::nullopt : std::optional(*first);
-    if (next == notice)
-        return;
-    notice = next;
-    view.showNotice(notice);
+    if (next != notice) {
+        notice = next;
+        view.showNotice(notice);
+    }
+    showMeanings();
 }
 
 NoticeFacts BridgeController::knownFacts() const {
@@ -275,8 +274,7 @@ void BridgeController::channelsAreOthers() {
     for (const PatchConflict &conflict : patchConflicts(channels))
         told.conflicts.push_back(conflict.text);
     askAboutSessions();
-    showNotices();
-    showMeanings();
+    showFacts();
 }
 
 /// Colours follow a patch one by one, and what an update would do with them is known only when all are there.
@@ -295,7 +293,7 @@ void BridgeController::coloursAreOthers() {
 
 void BridgeController::markerLost(const std::string &name, const std::string &reason) {
     told.lostMarker = {name, reason};
-    showNotices();
+    showFacts();
 }
 
 void BridgeController::surfaceFailed(const std::error_code &error, const std::string &reason) {
@@ -307,20 +305,20 @@ void BridgeController::surfaceFailed(const std::error_code &error, const std::st
         if (!controller)
             return;
         controller->told.portHolder = {reason, program};
-        controller->showNotices();
+        controller->showFacts();
     });
 }
 
 void BridgeController::fieldsEdited() {
     told.createProblem = NoticeFacts::CreateProblem::none;
-    showNotices();
+    showFacts();
     askAboutSessions();
 }
 
 void BridgeController::dismissNotice() {
     if (notice)
         dismissed.push_back(*notice);
-    showNotices();
+    showFacts();
 }
 
 void BridgeController::noticeAction() {
@@ -332,7 +330,7 @@ void BridgeController::noticeAction() {
         activeSessionURL = facts.lastOpened;
         sceneMarkers->sessionIs(activeSessionURL);
         askAboutSessions();
-        showNotices();
+        showFacts();
         break;
     case Notice::Kind::sessionGone:
         chooseSession();
@@ -407,7 +405,7 @@ void BridgeController::chooseSession() {
         controller->sceneMarkers->sessionIs(controller->activeSessionURL);
         controller->sessionIsAwaited = false;
         controller->askAboutSessions();
-        controller->showNotices();
+        controller->showFacts();
     });
 }
 

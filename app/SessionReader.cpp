@@ -27,8 +27,8 @@ struct SessionReader::Reading {
     std::optional<SessionQuestion> again;
 };
 
-SessionReader::SessionReader(Platform &platform, VolumeOf volumeOf)
-    : platform(platform), volumeOf(std::move(volumeOf)), queue(platform.queues->make("Corvane.Sessions")) {}
+SessionReader::SessionReader(Platform &platform)
+    : platform(platform), queue(platform.queues->make("Corvane.Sessions")) {}
 
 namespace {
 
@@ -64,8 +64,8 @@ bool isSameFolder(const std::filesystem::path &one, const std::filesystem::path 
     return canonical(one / ".") == canonical(other / ".");
 }
 
-void readDisk(const ReadingSystem &system, const SessionReader::VolumeOf &volumeOf, SessionAnswer &answer,
-              FileStates &states, const std::function<bool()> &isWanted) {
+void readDisk(const ReadingSystem &system, const decltype(Platform::volumeOf) &volumeOf,
+              SessionAnswer &answer, FileStates &states, const std::function<bool()> &isWanted) {
     const SessionQuestion &question = answer.question;
     answer.lastOpened = LiveTraxGenerator::mostRecentSessionURL(system.folders);
     answer.volumes.clear();
@@ -129,7 +129,7 @@ void SessionReader::ask(SessionQuestion question, Told told) {
     const ReadingSystem system{platform.folders,         platform.resources,
                                platform.defaults.get(),  platform.applications.get(),
                                platform.processes.get(), platform.clock};
-    queue->post([reader = this, &main = platform.main, system, volumeOf = volumeOf,
+    queue->post([reader = this, &main = platform.main, system, volumeOf = platform.volumeOf,
                  weak = std::weak_ptr(next), answer = next->answer, states = next->states]() mutable {
         const auto isWanted = [&weak] { return !weak.expired(); };
         if (!isWanted())

@@ -50,10 +50,9 @@ struct SessionAnswer {
 class SessionReader {
 public:
     using Told = std::function<void(const SessionAnswer &)>;
-    using VolumeOf = std::function<std::optional<Volume>(const std::filesystem::path &)>;
 
-    /// `platform` outlives the reader. `volumeOf` is called on the reading queue.
-    explicit SessionReader(Platform &platform, VolumeOf volumeOf = corvane::volumeOf);
+    /// `platform` outlives the reader.
+    explicit SessionReader(Platform &platform);
 
     /// `told` is called on the main queue, unless another question comes first or the reader is destroyed.
     /// When the same question is in flight already, the latest is asked afterwards, and the `told` of the
@@ -64,7 +63,6 @@ private:
     struct Reading;
 
     Platform &platform;
-    VolumeOf volumeOf;
     std::shared_ptr<SerialQueue> queue;
     std::shared_ptr<Reading> reading; ///< the one that is wanted; what others have found is dropped
 };

@@ -107,7 +107,6 @@ void SessionUpdate::check() {
         end();
         return;
     }
-    statusBefore = controller.status();
     show("Checking transport…");
     controller.liveTraxOSC->queryTransport(
         [weak = weak_from_this()](const std::optional<TransportState> &transport) {
@@ -121,9 +120,6 @@ void SessionUpdate::answered(const std::optional<TransportState> &transport) {
     application = controller.runningLiveTrax();
     if (!application) {
         rewrite();
-    } else if (isDone()) {
-        controller.showStatus(statusBefore);
-        end();
     } else if (!transport && quitting && !quitting->isTerminated()) {
         application = quitting; // which answers nobody any more while it closes
         close();
@@ -166,10 +162,8 @@ void SessionUpdate::force() {
 }
 
 void SessionUpdate::rewrite() {
-    if (controller.runningLiveTrax()) {
-        isDone() ? end() : fail(words.didNotClose);
-        return;
-    }
+    if (controller.runningLiveTrax())
+        return fail(words.didNotClose);
     try {
         undone ? putBack() : follow();
         reopen();

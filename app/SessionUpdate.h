@@ -92,7 +92,6 @@ private:
     std::optional<Removal> undone;
     std::shared_ptr<RunningApplication> application; ///< the LiveTrax that was found when it answered
     std::string currentStatus;
-    std::string statusBefore; ///< what stood there when the question was answered
     std::size_t updatesBefore;
     std::shared_ptr<RunningApplication> quitting; ///< the LiveTrax that was asked to quit
 };

@@ -31,7 +31,7 @@ void BridgeController::createSession() {
     const std::string name = trimmed(view.sessionName());
     const Channels from = channelsForCreate();
     told.createProblem = name.empty() ? Problem::noName : from.empty() ? Problem::noChannels : Problem::none;
-    showNotices();
+    showFacts();
     if (told.createProblem != Problem::none)
         return;
     try {
@@ -209,8 +209,7 @@ void BridgeController::updateUndone(const Removal &undone) {
         showChanges(channels);
     if (look != redLook) // a link that is lost stays so
         showLook(hasChanges() ? amberLook : greenLook);
-    showNotices();
-    showMeanings();
+    showFacts();
 }
 
 void BridgeController::showUndoAlert(const std::string &message) {

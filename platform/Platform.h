@@ -3,6 +3,7 @@
 #include "platform/bonjour/ServiceBrowser.h"
 #include "platform/files/StandardFolders.h"
 #include "platform/files/UserDefaults.h"
+#include "platform/files/Volume.h"
 #include "platform/host/HostInformation.h"
 #include "platform/host/SystemActivity.h"
 #include "platform/net/MulticastListening.h"
@@ -37,6 +38,8 @@ struct Platform {
     std::unique_ptr<ProcessLauncher> processes;
     /// Who holds a UDP port; takes its time, and may be asked on any thread.
     std::function<std::vector<UDPPortHolder>(std::uint16_t port)> portHolders = udpPortHolders;
+    /// The volume of a path; takes its time where a disk does, and may be asked on any thread.
+    std::function<std::optional<Volume>(const std::filesystem::path &)> volumeOf = corvane::volumeOf;
     /// This computer's name, Ethernet addresses and a new UUID, as of now.
     std::function<HostInformation()> host;
     WallClock clock = std::chrono::system_clock::now;

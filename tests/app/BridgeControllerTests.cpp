@@ -21,6 +21,12 @@ TEST_F(BridgeControllerTest, BuildsIconMenuAndWindowInThisOrder) {
     EXPECT_THAT(view.built, ElementsAre("icon", "menu", "window"));
 }
 
+TEST_F(BridgeControllerTest, ItsQueuesAreCalledWhatTheyAreLookedForByInADebugger) {
+    EXPECT_THAT(fakes.queues->labels,
+                testing::UnorderedElementsAre("Corvane.Discovery", "Corvane.Network", "Corvane.LiveTraxOSC",
+                                              "Corvane.Markers", "Corvane.Sessions"));
+}
+
 TEST_F(BridgeControllerTest, StartsWithNothingKnown) {
     EXPECT_FALSE(controller->bridgeServicesStarted);
     EXPECT_THAT(controller->channels, IsEmpty());

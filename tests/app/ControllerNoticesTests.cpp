@@ -505,7 +505,7 @@ TEST_F(ControllerNoticesTest, TheRoomThatIsLeftIsThatOfTheSessionsOwnFormat) {
     text.insert(text.find("<Session ") + 9, "sample-rate=\"96000\" ");
     text.replace(text.find("FormatFloat"), 11, "FormatInt24");
     fakes.folder.write("home/Music/Show/Show.ardour", text);
-    SessionReader reader(fakes.platform, [](const auto &) { return Volume{"Show", 7}; });
+    SessionReader reader(fakes.platform);
     std::optional<SessionAnswer> answer;
     const auto keep = [&](const SessionAnswer &read) { answer = read; };
     reader.ask({show, "", kickAndKeys(), ""}, keep);
@@ -515,6 +515,15 @@ TEST_F(ControllerNoticesTest, TheRoomThatIsLeftIsThatOfTheSessionsOwnFormat) {
     reader.ask({show, "", kickAndKeys(), ""}, keep);
     fakes.clock->run();
     EXPECT_EQ(answer->format, (RecordingFormat{48'000, 4}));
+}
+
+TEST_F(ControllerNoticesTest, TheRoomThatIsLeftIsToldForTheInputsOfTheConsole) {
+    fakes.volume = {"Stick", 20 * 60 * 3 * 48'000ULL * 4};
+    begin(kickAndKeys());
+    EXPECT_EQ(text(), "20 minutes left on “\u2068Stick\u2069” for 3 inputs at 48 kHz.");
+    consoleSendsPatch({channel("Kick", 1, 0)});
+    fakes.clock->run();
+    EXPECT_EQ(text(), "");
 }
 
 TEST_F(ControllerNoticesTest, CreateSaysWhichChannelsItTakes) {
@@ -534,6 +543,21 @@ TEST_F(ControllerNoticesTest, WhileAnUpdateIsUnderWayTheButtonSaysWhatAPressWoul
     controller->connectSelected();
     view.answer(0);
     EXPECT_THAT(view.meaning, HasSubstr("An update is under way; press to be asked again."));
+    controller->connectSelected();
+    view.answer(1);
+    EXPECT_THAT(view.meaning, HasSubstr("Press to update “\u2068Show\u2069”."));
+}
+
+TEST_F(ControllerNoticesTest, WhatIsThereIsLookedAtOnceAnUpdateHasFailed) {
+    begin(kickAndKeys());
+    consoleSendsPatch(movedKeys());
+    fakes.clock->run();
+    std::filesystem::remove(show / "Show.ardour");
+    EXPECT_EQ(text(), "");
+    controller->connectSelected();
+    fakes.clock->run();
+    EXPECT_EQ(view.status(), "The session was not updated.");
+    EXPECT_THAT(text(), HasSubstr(" is not at "));
 }
 
 } // namespace

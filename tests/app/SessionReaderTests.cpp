@@ -20,6 +20,9 @@ protected:
         installLiveTrax();
         LiveTraxGenerator::generate(fakes.platform, "Show", *fakes.musicFolder, kickAndKeys());
         session = makeSessionFolder("Show");
+        fakes.platform.volumeOf = [](const std::filesystem::path &path) {
+            return Volume{path.filename().string(), 7};
+        };
     }
     SessionQuestion question(const Channels &channels) {
         return {session, signature(channels), channels, *fakes.musicFolder};
@@ -29,7 +32,7 @@ protected:
     }
 
     std::filesystem::path session;
-    SessionReader reader{fakes.platform, [](const std::filesystem::path &) { return Volume{"Show", 7}; }};
+    SessionReader reader{fakes.platform};
     std::vector<SessionAnswer> answers;
 };
 
@@ -42,7 +45,7 @@ TEST_F(SessionReaderTest, ReadsOnAQueueOfItsOwnAndTellsOnTheMainQueue) {
     EXPECT_EQ(answers[0].signature, signature(kickAndKeys()));
     ASSERT_TRUE(answers[0].plan);
     EXPECT_EQ(answers[0].plan->result.added, 1U);
-    EXPECT_THAT(answers[0].volumes, ElementsAre(Volume{"Show", 7}, Volume{"Show", 7}));
+    EXPECT_THAT(answers[0].volumes, ElementsAre(Volume{"Music", 7}, Volume{"Show", 7}));
 }
 
 TEST_F(SessionReaderTest, AnotherQuestionTakesThePlaceOfTheOneThatIsBeingAnswered) {

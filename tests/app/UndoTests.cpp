@@ -516,6 +516,24 @@ TEST_F(UndoTest, TakesOverFromAnUpdateThatWaits) {
     EXPECT_EQ(view.connectButton, amberLook);
 }
 
+TEST_F(UndoTest, OfAnUpdateThatTheConsoleHasGoneOnFromNothingOfItIsSaidAnyMore) {
+    becomeAmber();
+    record(session, "Keys");
+    fakes.clock->run();
+    pressAnd(updateButton);
+    consoleSendsPatch({channel("Later", 7, 20)});
+    stepUntilStatus("Session updated: 1 adjusted, 1 added, 1 removed.");
+    EXPECT_THAT(view.meaning, StartsWith("Green: synced, but the console's patch has changed since."));
+    liveTrax().terminated = true;
+    pressUndo();
+    EXPECT_EQ(view.status(), undoneText);
+    EXPECT_EQ(view.connectButton, amberLook);
+    EXPECT_THAT(view.meaning, StartsWith("Amber: the console's patch has changed."));
+    consoleSendsPatch(kickAndKeys());
+    EXPECT_EQ(view.connectButton, greenLook);
+    EXPECT_EQ(view.statusDetail, "");
+}
+
 TEST_F(UndoTest, ARollingTransportIsLeftAlone) {
     beOffered();
     speed = 1;

@@ -77,6 +77,7 @@ FakePlatform::FakePlatform() {
     applications = give(platform.applications, std::make_unique<FakeRunningApplications>());
     processes = give(platform.processes, std::make_unique<FakeProcessLauncher>());
     platform.portHolders = [this](std::uint16_t port) { return portHolders[port]; };
+    platform.volumeOf = [this](const auto &) { return volume; };
     platform.host = [this] { return host; };
     platform.clock = [this] { return wallTime; };
     activity = give(platform.activity, std::make_unique<FakeSystemActivity>());

@@ -122,6 +122,7 @@ public:
     HostInformation host = fakeHost();
     std::chrono::system_clock::time_point wallTime = fakeWallTime;
     std::map<std::uint16_t, std::vector<UDPPortHolder>> portHolders;
+    Volume volume{"", 4'000'000'000'000}; ///< that all files are on
 
     Platform platform{main};
     StandardFolders *folders = &platform.folders;

@@ -16,20 +16,9 @@ const OSCMessage firstHandshake{"/handshake", {-1, -1, 6}};
 const OSCMessage secondHandshake{"/handshake", {1, -1, 6}};
 
 TEST(LV1Queues, AreCalledWhatTheyAreLookedForByInADebugger) {
-    struct Recording : ManualQueues {
-        using ManualQueues::ManualQueues;
-        std::shared_ptr<SerialQueue> make(std::string label) override {
-            labels.push_back(label);
-            return ManualQueues::make(label);
-        }
-        std::vector<std::string> labels;
-    };
     FakePlatform fake;
-    auto queues = std::make_unique<Recording>(fake.clock);
-    const auto &labels = queues->labels;
-    fake.platform.queues = std::move(queues);
     const auto client = LV1Client::make(fake.platform);
-    EXPECT_THAT(labels, testing::UnorderedElementsAre("Corvane.Discovery", "Corvane.Network"));
+    EXPECT_THAT(fake.queues->labels, testing::UnorderedElementsAre("Corvane.Discovery", "Corvane.Network"));
 }
 
 TEST_F(LV1Connection, Port0IsRefusedAndOpensNothing) {

@@ -3,6 +3,7 @@
 
 #include "platform/files/FileHandle.h"
 #include "tests/support/ClosedStandardInput.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/Peers.h"
 #include "tests/support/RefusedCalls.h"
 #include "tests/support/TemporaryFolder.h"
@@ -48,16 +49,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Words = std::vector<std::string>;
-
-template <class Action>
-std::string errorOf(Action action) {
-    try {
-        action();
-    } catch (const FileError &error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 #ifdef __linux__
 

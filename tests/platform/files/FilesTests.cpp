@@ -1,5 +1,6 @@
 #include "platform/files/FileHandle.h"
 #include "platform/files/Files.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WorkingFolder.h"
 
@@ -21,16 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-
-template <class Action>
-std::string errorOf(Action action) {
-    try {
-        action();
-    } catch (const FileError &error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 mode_t modeOf(const fs::path &path) {
     struct stat status {};

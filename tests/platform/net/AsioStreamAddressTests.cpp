@@ -18,22 +18,39 @@ namespace {
 
 using namespace std::chrono_literals;
 
+/// A look-up of hosts that takes as long as the test wants it to.
+class SlowLookUp {
+public:
+    /// What a network is given: once it is released, the host has this address.
+    auto lookUp() {
+        return [this](const std::string &) {
+            released.wait();
+            ended.add(1);
+            return HostAddresses{{asio::ip::make_address("127.0.0.1")}, {}};
+        };
+    }
+    /// Whether the look-up has ended then.
+    bool release() {
+        gate.set_value();
+        return ended.awaitCount(1);
+    }
+
+private:
+    std::promise<void> gate;
+    std::shared_future<void> released = gate.get_future().share();
+    Journal<int> ended;
+};
+
 TEST_F(AsioStream, ANameThatIsFoundAfterItWasCancelledIsNotConnectedTo) {
     settleSockets(); // the event loop opens what it needs with its first socket
     const auto before = openDescriptors();
-    std::promise<void> release;
-    Journal<int> ended;
-    AsioNetwork slow(runtime, [gate = release.get_future().share(), &ended](const std::string &) {
-        gate.wait();
-        ended.add(1);
-        return HostAddresses{{asio::ip::make_address("127.0.0.1")}, {}};
-    });
+    SlowLookUp host;
+    AsioNetwork slow(runtime, host.lookUp());
     const auto connection = slow.makeStream("slow.example", listener.port(), queue);
     connection->start(journal->states());
     connection->cancel();
     ASSERT_TRUE(journal->await("cancelled"));
-    release.set_value();
-    ASSERT_TRUE(ended.awaitCount(1));
+    ASSERT_TRUE(host.release());
     settleSockets();
     EXPECT_TRUE(eventually([&] { return openDescriptors() == before; }));
     EXPECT_EQ(journal->all().back(), "cancelled");
@@ -160,14 +177,9 @@ TEST_F(AsioStream, TheSystemFindsLocalhost) {
 }
 
 TEST_F(AsioStream, ASlowLookUpDelaysNeitherCancelNorOtherConnections) {
-    std::promise<void> release;
-    Journal<int> ended;
+    SlowLookUp host;
     {
-        AsioNetwork slow(runtime, [gate = release.get_future().share(), &ended](const std::string &) {
-            gate.wait();
-            ended.add(1);
-            return HostAddresses{{asio::ip::make_address("127.0.0.1")}, {}};
-        });
+        AsioNetwork slow(runtime, host.lookUp());
         const auto stuck = slow.makeStream("slow.example", listener.port(), queue);
         stuck->start(journal->states());
         const auto words = std::make_shared<ConnectionJournal>();
@@ -177,30 +189,23 @@ TEST_F(AsioStream, ASlowLookUpDelaysNeitherCancelNorOtherConnections) {
         stuck->cancel();
         EXPECT_TRUE(journal->await("cancelled"));
     }
-    release.set_value();
-    ASSERT_TRUE(ended.awaitCount(1));
+    ASSERT_TRUE(host.release());
     settle();
     EXPECT_EQ(journal->all(), (Words{"preparing", "cancelled"}));
 }
 
 TEST(AsioStreamShutdown, ALookUpThatTakesItsTimeDoesNotHoldUpTheEnd) {
-    std::promise<void> release;
-    Journal<int> ended;
+    SlowLookUp host;
     std::shared_ptr<StreamConnection> connection;
     const auto journal = std::make_shared<ConnectionJournal>();
     {
         AsioRuntime runtime;
-        AsioNetwork network(runtime, [gate = release.get_future().share(), &ended](const std::string &) {
-            gate.wait();
-            ended.add(1);
-            return HostAddresses{{}, "too late"};
-        });
+        AsioNetwork network(runtime, host.lookUp());
         connection = network.makeStream("slow.example", 5000, runtime.make("Corvane.Test"));
         connection->start(journal->states());
         ASSERT_TRUE(journal->await("preparing"));
     }
-    release.set_value();
-    ASSERT_TRUE(ended.awaitCount(1));
+    ASSERT_TRUE(host.release());
     connection.reset();
     EXPECT_EQ(journal->all(), (Words{"preparing"}));
 }

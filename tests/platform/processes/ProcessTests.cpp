@@ -2,6 +2,7 @@
 #include "platform/processes/ProcessTable.h"
 #include "platform/processes/ProgramRunningApplications.h"
 #include "tests/support/EnvironmentVariable.h"
+#include "tests/support/ErrorOf.h"
 #include "tests/support/Eventually.h"
 #include "tests/support/RefusedCalls.h"
 #include "tests/support/TemporaryFolder.h"
@@ -279,21 +280,14 @@ TEST_F(ProcessTest, AProgramSurvivesTheOneThatStartedIt) {
 }
 
 TEST_F(ProcessTest, WhatCannotBeStartedIsToldInASentence) {
-    const auto errorOf = [&](const fs::path &program) -> std::string {
-        try {
-            start({program, {}, {}});
-        } catch (const FileError &error) {
-            return error.what();
-        }
-        return "no error";
-    };
-    EXPECT_EQ(errorOf(folder / "none"), "The program “" + (folder / "none").string() +
+    const auto refused = [&](const fs::path &program) { return errorOf([&] { start({program, {}, {}}); }); };
+    EXPECT_EQ(refused(folder / "none"), "The program “" + (folder / "none").string() +
                                             "” could not be started: No such file or directory.");
     const fs::path plain = folder.write("plain", "no program");
-    EXPECT_THAT(errorOf(plain), HasSubstr("could not be started: Permission denied."));
+    EXPECT_THAT(refused(plain), HasSubstr("could not be started: Permission denied."));
     fs::permissions(plain, fs::perms::owner_all);
-    EXPECT_THAT(errorOf(plain), HasSubstr("could not be started: Exec format error."));
-    EXPECT_THAT(errorOf(folder.path()), HasSubstr("could not be started: Permission denied."));
+    EXPECT_THAT(refused(plain), HasSubstr("could not be started: Exec format error."));
+    EXPECT_THAT(refused(folder.path()), HasSubstr("could not be started: Permission denied."));
     int status = 0;
     EXPECT_EQ(::waitpid(-1, &status, WNOHANG), -1);
 }
