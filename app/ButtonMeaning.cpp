@@ -70,9 +70,8 @@ std::string createMeaning(const ButtonFacts &facts) {
         return "Makes no LiveTrax session now: the synchronised patch has no channels. Press SYNC LV1.";
     const std::string of = counted(facts.channelsForCreate, "channel", "channels");
     if (facts.channelsForCreate == 0)
-        return "Makes a LiveTrax session with one armed track for each channel and opens it. Possible once "
-               "the "
-               "console's channels are known.";
+        return "Makes a LiveTrax session with one armed track for each channel and opens it. "
+               "Possible once the console's channels are known.";
     if (facts.changesPending)
         return "Makes a LiveTrax session of the " + of +
                " of the last sync and opens it. The changes since are not in it.";

@@ -28,7 +28,6 @@ HostMenu::HostMenu(QWidget *parent) : QComboBox(parent) {
     setFixedHeight(largeHeight);
     setSizeAdjustPolicy(AdjustToMinimumContentsLengthWithIcon);
     setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_Hover);
 }
 
 void HostMenu::refill(const std::vector<std::string> &titles) {
@@ -64,10 +63,9 @@ void HostMenu::setTitles(const std::vector<std::string> &titles) {
 }
 
 int HostMenu::positionOf(const QString &title, int before) const {
-    if (before >= 0 && itemText(before) == title)
-        return before;
-    const int now = findText(title, Qt::MatchExactly | Qt::MatchCaseSensitive);
-    return now >= 0 || count() == 0 ? now : 0;
+    if (itemText(before) == title)
+        return std::max(before, 0);
+    return std::max(findText(title, Qt::MatchExactly | Qt::MatchCaseSensitive), 0);
 }
 
 QRect HostMenu::textRoom() const {

@@ -28,8 +28,8 @@ protected:
 
 private:
     void setTitles(const std::vector<std::string> &titles);
-    /// The new position of the selected host: `before` when its title is still there, else the first with
-    /// that title; 0 when the title is gone, -1 when the menu is empty.
+    /// The new position of a host: `before` when its title is still there, else the first with that title; 0
+    /// when the title is gone.
     int positionOf(const QString &title, int before) const;
     QRect textRoom() const;
     QString elidedText() const;

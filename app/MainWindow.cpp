@@ -3,6 +3,7 @@
 #include "app/BezelButton.h"
 #include "app/BridgeController.h"
 #include "app/BusyMark.h"
+#include "app/ButtonMeaning.h"
 #include "app/ChannelTable.h"
 #include "app/Desktop.h"
 #include "app/ElidedLabel.h"
@@ -153,11 +154,12 @@ void MainWindow::buildUI() {
 
     setTextColor(*status, look::grey(look::statusGrey));
     patchButton->setFont(look::font(12));
+    patchButton->setFocusPolicy(Qt::StrongFocus);
     layoutOf<QVBoxLayout>(channelScroll, 0)->addWidget(table);
     channelScroll->hide();
 
+    devicePopup->setFocus(); // from there Tab visits the rows in their order
     connectControls();
-    setFocusOrder();
     limitSize();
     show();
     bringToFront();
@@ -263,12 +265,9 @@ QWidget *MainWindow::sessionFields() {
 }
 
 QWidget *MainWindow::bottomRow() {
-    scene->setFont(look::font(13));
     setTextColor(*scene, look::grey(look::captionGrey));
     syncButton->setEnabled(false);
-    syncButton->setLook(createLook,
-                        QStringLiteral("Makes a LiveTrax session with one armed track for each channel and "
-                                       "opens it. Possible once the console's channels are known."));
+    setCreateMeaning(createMeaning({}));
     auto *holder = new QWidget;
     auto *columns = layoutOf<QHBoxLayout>(holder, 12);
     columns->addWidget(scene, 1);
@@ -297,10 +296,7 @@ void MainWindow::connectControls() {
     devicePopup->setToolTip(
         QStringLiteral("The LV1 host to connect to; choosing another one connects to that"));
 
-    noticeRow->onAction = [this] {
-        if (notice)
-            tell([](BridgeController &c) { c.noticeAction(); });
-    };
+    noticeRow->onAction = [this] { tell([](BridgeController &c) { c.noticeAction(); }); };
     noticeRow->onDismissal = [this] { dismissNotice(); };
 
     searchTimer.setParent(this); // findChild finds it by that; heightAnimation likewise
@@ -312,25 +308,10 @@ void MainWindow::connectControls() {
         showMostImportant();
     });
     heightAnimation.setParent(this);
+    heightAnimation.setDuration(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this));
+    heightAnimation.setEasingCurve(QEasingCurve::InOutQuad);
     connect(&heightAnimation, &QVariantAnimation::valueChanged, this,
             [this](const QVariant &value) { resize(width(), value.toInt()); });
-}
-
-void MainWindow::setFocusOrder() {
-    QWidget *const order[] = {devicePopup,
-                              connectButton,
-                              patchButton,
-                              table,
-                              findChild<QWidget *>(QStringLiteral("noticeAction")),
-                              findChild<QWidget *>(QStringLiteral("noticeDismiss")),
-                              sessionNameField,
-                              outputPathField,
-                              chooseButton,
-                              syncButton};
-    patchButton->setFocusPolicy(Qt::StrongFocus);
-    for (std::size_t position = 1; position < std::size(order); ++position)
-        setTabOrder(order[position - 1], order[position]);
-    devicePopup->setFocus();
 }
 
 const QIcon &MainWindow::brandIcon() {

@@ -95,7 +95,6 @@ private:
 
     void nameControls();
     void connectControls();
-    void setFocusOrder();
     void limitSize();
     QWidget *headerRow();
     QLabel *subtitle();
@@ -106,7 +105,6 @@ private:
     QWidget *bottomRow();
     void showMostImportant();
     void dismissNotice();
-    void fitChannelScroll();
     bool isAtRest() const;
     /// Height of the menu bar where it is part of the window.
     int menuHeight() const;

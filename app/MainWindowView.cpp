@@ -17,8 +17,6 @@
 #include <QCloseEvent>
 #include <QFile>
 #include <QLineEdit>
-#include <QResizeEvent>
-#include <QStyle>
 
 #include <algorithm>
 #include <iostream>
@@ -93,7 +91,6 @@ void MainWindow::reloadTable(const std::vector<LV1Channel> &channels) {
 }
 
 void MainWindow::setChannelScrollShown(bool shown) {
-    fitChannelScroll();
     channelScroll->setVisible(shown);
 }
 
@@ -153,17 +150,16 @@ void MainWindow::writeError(const std::string &text) {
 
 void MainWindow::growWindow(int points) {
     const bool atRest = isAtRest();
+    const bool grows = points > 0;
     const int reached = std::clamp(targetHeight, minimumHeight(), maximumHeight());
     // A window manager may have given the window another height since. Where it had less room than was asked
     // for, shrinking takes back what was asked for.
-    if (atRest && (points > 0 || height() > reached))
+    if (atRest && (grows || height() > reached))
         targetHeight = height();
-    if (atRest && points > 0)
+    if (atRest && grows)
         heightWithoutTable = std::min(height() - menuHeight(), contentHeight);
     targetHeight += points;
     heightAnimation.stop();
-    heightAnimation.setDuration(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this));
-    heightAnimation.setEasingCurve(QEasingCurve::InOutQuad);
     heightAnimation.setStartValue(height());
     heightAnimation.setEndValue(targetHeight);
     heightAnimation.start();
@@ -174,23 +170,17 @@ bool MainWindow::isAtRest() const {
 }
 
 /// While the window grows or shrinks, the table has the room that there is so far.
-void MainWindow::fitChannelScroll() {
-    const int room = height() - menuHeight() - heightWithoutTable - rowSpacing;
-    channelScroll->setFixedHeight(std::clamp(room, 0, tableHeight));
-}
-
-void MainWindow::resizeEvent(QResizeEvent *event) {
+void MainWindow::resizeEvent(QResizeEvent *) {
     if (isAtRest() && channelScroll->isVisible()) // a window manager's doing: then the table comes first
         heightWithoutTable = minimumContentHeight;
-    fitChannelScroll();
-    QMainWindow::resizeEvent(event);
+    const int room = height() - menuHeight() - heightWithoutTable - rowSpacing;
+    channelScroll->setFixedHeight(std::clamp(room, 0, tableHeight));
 }
 
 /// There is nothing to gain from a larger window: a double click on its title bar, or a window manager's
 /// wish, does not change its size.
 void MainWindow::changeEvent(QEvent *event) {
-    if (event->type() == QEvent::WindowStateChange && (isMaximized() || isFullScreen()))
-        setWindowState(windowState() & ~(Qt::WindowMaximized | Qt::WindowFullScreen));
+    setWindowState(windowState() & ~(Qt::WindowMaximized | Qt::WindowFullScreen));
     QMainWindow::changeEvent(event);
 }
 

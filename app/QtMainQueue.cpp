@@ -6,7 +6,6 @@
 #include <QEvent>
 #include <QThread>
 #include <QTimer>
-#include <QTimerEvent>
 
 #include <utility>
 
@@ -51,11 +50,7 @@ void QtMainQueue::enqueue(Task task) {
         turn.start(0, this);
 }
 
-void QtMainQueue::timerEvent(QTimerEvent *event) {
-    if (event->timerId() != turn.timerId()) {
-        QObject::timerEvent(event);
-        return;
-    }
+void QtMainQueue::timerEvent(QTimerEvent *) {
     const Clock::time_point end = now() + turnTimeout;
     while (!tasks.empty() && now() < end) {
         const Task task = std::move(tasks.front());

@@ -115,16 +115,10 @@ void RehearsalStage::endRecorder(RunningApplication &recorder) {
 RehearsalStage::~RehearsalStage() {
     disconnect(&console, &QProcess::finished, nullptr, nullptr); // from here on its end is expected
     const QDeadlineTimer end(recordersEndTime);
-    while (const auto running = recorder()) {
-        if (end.hasExpired())
-            break;
+    for (auto running = recorder(); running && !end.hasExpired(); running = recorder())
         endRecorder(*running);
-    }
     console.terminate();
-    if (!console.waitForFinished(endTime)) {
-        console.kill();
-        console.waitForFinished(endTime);
-    }
+    console.waitForFinished(endTime); // one that runs on is killed with its QProcess
 }
 
 void RehearsalStage::whenConsoleEnds(const QObject *context, const std::function<void()> &told) {

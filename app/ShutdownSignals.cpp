@@ -16,12 +16,11 @@ namespace {
 constexpr std::array endSignals{SIGTERM, SIGINT, SIGHUP};
 
 /// A pipe from the signal handler, which may do next to nothing, to the event loop.
-std::array<int, 2> signalPipe{-1, -1};
+std::array<int, 2> signalPipe;
 
 void tellPipe(int) {
     const int errnoBefore = errno;
-    const char token = 1;
-    [[maybe_unused]] const ssize_t written = write(signalPipe[1], &token, 1);
+    [[maybe_unused]] const ssize_t written = write(signalPipe[1], "!", 1);
     errno = errnoBefore;
 }
 
@@ -56,8 +55,7 @@ ShutdownSignals::ShutdownSignals(std::function<void()> asked) {
     }
     auto *notifier = new QSocketNotifier(signalPipe[0], QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [asked = std::move(asked)] {
-        std::array<char, endSignals.size()> tokens{};
-        while (read(signalPipe[0], tokens.data(), tokens.size()) > 0) {
+        for (char token; read(signalPipe[0], &token, 1) == 1;) {
         }
         asked();
     });
@@ -65,14 +63,13 @@ ShutdownSignals::ShutdownSignals(std::function<void()> asked) {
 }
 
 ShutdownSignals::~ShutdownSignals() {
-    if (signalPipe[0] < 0)
-        return;
+    const auto *notifier = findChild<QSocketNotifier *>();
+    if (notifier == nullptr)
+        return; // there was no pipe
     restoreEndSignals();
-    qDeleteAll(findChildren<QSocketNotifier *>());
-    for (int &end : signalPipe) {
+    delete notifier;
+    for (const int end : signalPipe)
         close(end);
-        end = -1;
-    }
 }
 
 } // namespace corvane

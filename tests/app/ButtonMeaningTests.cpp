@@ -107,6 +107,13 @@ TEST(CreateMeaning, IsTrueWithoutAConsole) {
     EXPECT_EQ(createMeaning(facts),
               "Makes a LiveTrax session of the 1 channel that the console had last, one "
               "armed track for each, and opens it.");
+    facts.changesPending = true;
+    for (const Link link : {Link::lost, Link::up}) {
+        facts.link = link;
+        EXPECT_EQ(createMeaning(facts),
+                  "Makes a LiveTrax session of the 1 channel of the last sync and opens it. "
+                  "The changes since are not in it.");
+    }
 }
 
 TEST(CreateMeaning, IsTrueWithoutChannelsToTake) {

@@ -31,10 +31,12 @@ protected:
         EXPECT_TRUE(QTest::qWaitFor([&] { return window.height() == content + menuHeight(); }, 3000))
             << window.height();
     }
-    void waitForRestAt(int content) {
-        waitForHeight(content);
-        const auto *animation = window.findChild<QVariantAnimation *>();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return animation->state() == QAbstractAnimation::Stopped; }, 3000));
+    /// As it is once the animation is over, which need not be waited for.
+    void expectRestAt(int content) {
+        auto *animation = window.findChild<QVariantAnimation *>();
+        EXPECT_EQ(animation->state(), QAbstractAnimation::Running);
+        animation->setCurrentTime(animation->duration());
+        EXPECT_EQ(animation->state(), QAbstractAnimation::Stopped);
         EXPECT_EQ(window.height(), content + menuHeight());
     }
     /// Runs the event loop and the action in it; the exit status, 1 when the action does not end the loop.
@@ -115,7 +117,11 @@ TEST_F(MainWindowTest, ARehearsalSaysSoUnderTheTitleAlone) {
     rehearsing.setController(its);
     its->applicationDidFinishLaunching();
     EXPECT_EQ(rehearsing.windowTitle(), "Corvane");
-    EXPECT_TRUE(rehearsing.findChild<QLabel *>("subtitle")->text().startsWith("REHEARSAL"));
+    const auto *subtitle = rehearsing.findChild<QLabel *>("subtitle");
+    EXPECT_EQ(subtitle->text(), "REHEARSAL · NO REAL CONSOLE, NO REAL LIVETRAX · /tmp/rehearsal");
+    EXPECT_EQ(subtitle->font().pixelSize(), 10);
+    EXPECT_EQ(subtitle->font().weight(), QFont::DemiBold);
+    EXPECT_EQ(subtitle->palette().color(QPalette::WindowText), look::color(amberLook));
 }
 
 // Colours
@@ -149,7 +155,7 @@ TEST_F(MainWindowTest, NoWindowManagerMakesItLarger) {
 TEST_F(MainWindowTest, TheTableShowsThatItHasTheKeyboard) {
     launch();
     click("patchButton");
-    waitForRestAt(610);
+    expectRestAt(610);
     const auto edge = [this] { return control("table")->grab().toImage().pixelColor(0, 100); };
     const QColor without = edge();
     control("table")->setFocus();
@@ -201,19 +207,19 @@ TEST_F(MainWindowTest, AWindowOfAnotherHeightGrowsAndShrinksFromThatOne) {
     launch();
     window.resize(760, 400 + menuHeight());
     click("patchButton");
-    waitForRestAt(640);
+    expectRestAt(640);
     click("patchButton");
-    waitForRestAt(400);
+    expectRestAt(400);
     window.resize(760, 500 + menuHeight());
     click("patchButton");
-    waitForRestAt(650); // as high as it may be
+    expectRestAt(650); // as high as it may be
     click("patchButton");
-    waitForRestAt(500);
+    expectRestAt(500);
     click("patchButton");
-    waitForRestAt(650);
+    expectRestAt(650);
     window.resize(760, 600 + menuHeight()); // the screen has no more room
     click("patchButton");
-    waitForRestAt(500);
+    expectRestAt(500);
 }
 
 TEST_F(MainWindowTest, TheTableHasItsWholeHeightWhereverTheWindowGrewFrom) {
@@ -221,17 +227,17 @@ TEST_F(MainWindowTest, TheTableHasItsWholeHeightWhereverTheWindowGrewFrom) {
     for (const int content : {350, 360, 370, 400, 500}) {
         window.resize(760, content + menuHeight());
         click("patchButton");
-        waitForRestAt(std::min(content + 240, 650));
+        expectRestAt(std::min(content + 240, 650));
         EXPECT_EQ(control("channelScroll")->height(), 230) << content;
         QWidget *last = control("syncButton");
         EXPECT_EQ(last->mapTo(window.centralWidget(), QPoint(0, last->height())).y(),
                   window.centralWidget()->height() - 18)
             << content;
         click("patchButton");
-        waitForRestAt(content);
+        expectRestAt(content);
     }
     click("patchButton");
-    waitForRestAt(650);
+    expectRestAt(650);
     window.resize(760, 590 + menuHeight()); // less, but all that it needs
     EXPECT_EQ(control("channelScroll")->height(), 230);
 }
@@ -349,14 +355,40 @@ TEST_F(NoticeTest, ShowsTheControllersAndNothingElse) {
 TEST_F(NoticeTest, ASearchThatLastsSaysWhatToCheckUntilAConsoleIsHeard) {
     launch();
     searchLasts();
-    EXPECT_THAT(shown(), testing::HasSubstr("UDP port 13337"));
+    const std::string advice =
+        "No LV1 console has been heard so far. Check that it is on, that this computer is in its SoundGrid "
+        "network, and that no firewall blocks UDP port 13337.";
+    EXPECT_EQ(shown(), advice);
     window.showNotice(Notice{Notice::Kind::createCannot, "Type a session name.", ""});
     EXPECT_EQ(shown(), "Type a session name.") << "the controller knows more";
+    click("noticeDismiss"); // asks the controller, which has said nothing
+    EXPECT_EQ(shown(), "Type a session name.");
     window.showNotice(std::nullopt);
-    EXPECT_THAT(shown(), testing::HasSubstr("UDP port 13337"));
+    EXPECT_EQ(shown(), advice);
+    window.setDevicePopup({});
+    EXPECT_EQ(shown(), advice) << "nobody has been heard";
     window.setDevicePopup({"FOH"});
     EXPECT_EQ(shown(), "");
-    EXPECT_FALSE(control<QTimer>("searchTimer")->isActive());
+}
+
+TEST_F(NoticeTest, TheSearchEndsWithTheFirstConsole) {
+    launch();
+    const auto *timer = control<QTimer>("searchTimer");
+    window.setDevicePopup({});
+    EXPECT_TRUE(timer->isActive());
+    window.setDevicePopup({"FOH"});
+    EXPECT_FALSE(timer->isActive());
+}
+
+TEST_F(NoticeTest, ItsActionIsTheControllers) {
+    launch();
+    controller->client->onConnectionState(true);
+    controller->client->onConnectionState(false);
+    ASSERT_EQ(text("noticeAction"), "Reconnect");
+    const int before = fakes.browser->searches;
+    QTest::qWait(1);
+    click("noticeAction");
+    EXPECT_GT(fakes.browser->searches, before);
 }
 
 TEST_F(NoticeTest, WhatToCheckCanBePutAway) {

@@ -1,16 +1,22 @@
 #include "app/QtMainQueue.h"
 #include "app/ShutdownSignals.h"
 
+#include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
 #include <QTest>
 #include <QTimer>
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 
 namespace corvane {
 
@@ -127,6 +133,32 @@ TEST_F(QtMainQueueTest, ALongRunOfTasksLeavesTheWindowItsTurns) {
     EXPECT_TRUE(std::is_sorted(ran.begin(), ran.end()));
 }
 
+TEST_F(QtMainQueueTest, TakesATurnAsSoonAsItCanAndOnlyWhileThereIsSomethingToRun) {
+    const auto turns = [this] { return QAbstractEventDispatcher::instance()->registeredTimers(&queue); };
+    decltype(turns()) during;
+    queue.post([&] {
+        during = turns();
+        ran.push_back(1);
+    });
+    ASSERT_TRUE(waitFor(1));
+    ASSERT_EQ(during.size(), 1);
+    EXPECT_EQ(during.front().interval, 0);
+    EXPECT_TRUE(turns().isEmpty());
+}
+
+TEST_F(QtMainQueueTest, NothingIsLeftOfADelayThatIsOverOrWasCalledOff) {
+    queue.after(milliseconds(1), note(1));
+    ASSERT_TRUE(waitFor(1));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return queue.children().isEmpty(); }, 30'000));
+    queue.after(milliseconds(1), note(3)).cancel();
+    queue.post([this] { // behind what would have made a timer
+        EXPECT_TRUE(queue.children().isEmpty());
+        ran.push_back(2);
+    });
+    ASSERT_TRUE(waitFor(2));
+    EXPECT_THAT(ran, ElementsAre(1, 2));
+}
+
 TEST_F(QtMainQueueTest, IsTheMainQueue) {
     EXPECT_EQ(queue.label(), "main");
 }
@@ -171,10 +203,74 @@ TEST(ShutdownSignals, ItsPipeIsNoOthersNeverWaitsAndIsClosedInTheEnd) {
     EXPECT_EQ(openDescriptors(), before);
 }
 
-void (*handlerOf(int signal))(int) {
+struct sigaction actionOf(int signal) {
     struct sigaction now = {};
     sigaction(signal, nullptr, &now);
-    return now.sa_handler;
+    return now;
+}
+
+void (*handlerOf(int signal))(int) {
+    return actionOf(signal).sa_handler;
+}
+
+/// Somebody who is told of signals, and the two ends of the pipe for it.
+struct Watch {
+    Watch() {
+        for (const int each : openDescriptors())
+            if (std::find(before.begin(), before.end(), each) == before.end())
+                pipe.push_back(each);
+    }
+
+    const std::vector<int> before = openDescriptors();
+    int asked = 0;
+    ShutdownSignals watcher{[this] { ++asked; }};
+    std::vector<int> pipe;
+};
+
+TEST(ShutdownSignals, SeveralAtOnceAskOnce) {
+    Watch watch;
+    ASSERT_EQ(watch.pipe.size(), 2U);
+    raise(SIGTERM);
+    int waiting = 0;
+    ioctl(watch.pipe[0], FIONREAD, &waiting);
+    EXPECT_EQ(waiting, 1);
+    for (int times = 0; times < 4; ++times)
+        raise(SIGTERM);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return watch.asked > 0; }, 5000));
+    QTest::qWait(1);
+    EXPECT_EQ(watch.asked, 1);
+}
+
+TEST(ShutdownSignals, WhatASignalInterruptsGoesOnAndKeepsItsError) {
+    Watch watch;
+    ASSERT_EQ(watch.pipe.size(), 2U);
+    EXPECT_TRUE(actionOf(SIGTERM).sa_flags & SA_RESTART);
+    const std::array<char, 4096> full{};
+    while (write(watch.pipe[1], full.data(), full.size()) > 0)
+        continue;
+    errno = 0;
+    raise(SIGTERM); // its pipe takes no more
+    EXPECT_EQ(errno, 0);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return watch.asked > 0; }, 5000));
+}
+
+TEST(ShutdownSignals, WithoutADescriptorLeftTheSignalsStayAsTheyAre) {
+    const auto own = [](int) {};
+    const auto before = signal(SIGTERM, own);
+    const std::vector<int> open = openDescriptors();
+    struct rlimit limit {};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    const struct rlimit none { 0, limit.rlim_max };
+    {
+        setrlimit(RLIMIT_NOFILE, &none);
+        ShutdownSignals watcher([] {});
+        setrlimit(RLIMIT_NOFILE, &limit);
+        EXPECT_EQ(handlerOf(SIGTERM), static_cast<void (*)(int)>(own));
+        signal(SIGTERM, SIG_IGN); // somebody else's, from here on
+    }
+    EXPECT_EQ(handlerOf(SIGTERM), SIG_IGN);
+    EXPECT_EQ(openDescriptors(), open);
+    signal(SIGTERM, before);
 }
 
 TEST(ShutdownSignals, LeavesTheSignalsAsTheyWere) {

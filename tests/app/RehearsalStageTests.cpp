@@ -4,16 +4,21 @@
 #include "platform/files/Files.h"
 #include "tests/fakes/FakeSystem.h"
 #include "tests/support/BuiltFiles.h"
+#include "tests/support/Peers.h"
 
 #include <QMenu>
 #include <QMenuBar>
+#include <QProcess>
 #include <QSocketNotifier>
+#include <QStandardPaths>
 #include <QTest>
+#include <QTimer>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdlib>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -32,6 +37,34 @@ protected:
         fakes.folder.write("programs/livetrax-sim", "");
         return console;
     }
+    /// Standard input, which is as it was in the end.
+    class Input {
+    public:
+        ~Input() { dup2(usual.get(), STDIN_FILENO); }
+        void become(const Descriptor &other) const { dup2(other.get(), STDIN_FILENO); }
+
+    private:
+        const Descriptor usual{fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)};
+    };
+    /// A pipe that the console does not have open as well.
+    static std::pair<Descriptor, Descriptor> closedOnStart() {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe(ends.data()), 0);
+        for (const int end : ends)
+            fcntl(end, F_SETFD, FD_CLOEXEC);
+        return {Descriptor(ends[0]), Descriptor(ends[1])};
+    }
+    /// A terminal that other programs are in the foreground of.
+    struct Terminal {
+        Terminal() {
+            if (grantpt(screen.get()) != 0 || unlockpt(screen.get()) != 0)
+                return;
+            const char *name = ptsname(screen.get());
+            line = Descriptor(name ? open(name, O_RDWR | O_NOCTTY | O_CLOEXEC) : -1);
+        }
+        Descriptor screen{posix_openpt(O_RDWR | O_NOCTTY)};
+        Descriptor line;
+    };
     static bool becomes(const std::filesystem::path &file, const std::string &text) {
         return QTest::qWaitFor([&] { return fileExists(file) && textOf(file) == text; }, 30'000);
     }
@@ -67,9 +100,21 @@ TEST_F(RehearsalStageTest, ReplacesTheStandInByANewerOneAlone) {
                                      std::filesystem::last_write_time(original) - std::chrono::hours(1));
     furnish();
     EXPECT_EQ(installed(), "one") << "older";
+    const auto running = fakes.folder / "running";
+    std::filesystem::create_hard_link(place, running);
     fakes.folder.write("programs/livetrax-sim", "three");
     furnish();
     EXPECT_EQ(installed(), "three");
+    EXPECT_EQ(textOf(running), "one") << "it is another file";
+    fakes.folder.write("Applications/LiveTrax3.app/Contents/MacOS/LiveTrax3", "fourth"); // newer, another
+    furnish();
+    EXPECT_EQ(installed(), "three");
+}
+
+TEST_F(RehearsalStageTest, TakesPlaceInTheCacheUnlessAFolderIsNamed) {
+    EXPECT_EQ(RehearsalStage::defaultFolder().string(),
+              QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation).toStdString() +
+                  "/corvane/rehearsal");
 }
 
 TEST_F(RehearsalStageTest, WithoutTheStandInsItSaysWhatIsMissing) {
@@ -79,7 +124,19 @@ TEST_F(RehearsalStageTest, WithoutTheStandInsItSaysWhatIsMissing) {
                     "(corvane-rehearsal): " +
                     (fakes.folder / "programs/livetrax-sim").string() + " is not there."));
     EXPECT_TRUE(std::filesystem::is_directory(fakes.folder / "home/Music"));
-    EXPECT_THROW(RehearsalStage(fakes.platform, fakes.folder.path() / "programs"), std::exception);
+    EXPECT_THROW(RehearsalStage(fakes.platform, fakes.folder.path() / "programs"), FileError);
+}
+
+TEST_F(RehearsalStageTest, AConsoleThatCannotBeStartedIsSaidWithTheReason) {
+    fakes.folder.write("programs/livetrax-sim", "one");
+    const auto programs = fakes.folder / "programs";
+    QProcess failing;
+    failing.start(QString::fromStdString((programs / "lv1-console-sim").string()), {});
+    EXPECT_FALSE(failing.waitForStarted());
+    EXPECT_THAT([&] { RehearsalStage(fakes.platform, programs); },
+                testing::ThrowsMessage<FileError>("The console's stand-in could not be started: " +
+                                                  failing.errorString().toStdString()));
+    EXPECT_EQ(installed(), "one");
 }
 
 TEST_F(RehearsalStageTest, EndsTheConsoleAndTheRecorderWithIt) {
@@ -101,12 +158,31 @@ TEST_F(RehearsalStageTest, EndsEveryRecorder) {
     EXPECT_EQ(second->terminateRequests, 1);
 }
 
-TEST_F(RehearsalStageTest, ARecorderThatDoesNotEndIsForced) {
+TEST_F(RehearsalStageTest, ARecorderThatDoesNotEndIsForcedAndWaitedFor) {
+    const auto recorder = std::make_shared<FakeRunningApplication>();
+    recorder->obeysTerminate = recorder->obeysForce = false;
+    fakes.applications->running["com.harrisonconsoles.LiveTrax3"] = recorder;
+    QTimer itsEnd;
+    QObject::connect(&itsEnd, &QTimer::timeout, [&] { recorder->terminated = recorder->forceRequests > 0; });
+    itsEnd.start(10);
+    { const RehearsalStage stage(fakes.platform, builtPrograms()); }
+    EXPECT_EQ(recorder->terminateRequests, 1);
+    EXPECT_EQ(recorder->forceRequests, 1);
+}
+
+TEST_F(RehearsalStageTest, ARecorderMayTakeItsTimeToEnd) {
     const auto recorder = std::make_shared<FakeRunningApplication>();
     recorder->obeysTerminate = false;
+    recorder->onTerminate = [&] { QTimer::singleShot(1, [recorder] { recorder->terminated = true; }); };
     fakes.applications->running["com.harrisonconsoles.LiveTrax3"] = recorder;
-    { const RehearsalStage stage(fakes.platform, builtPrograms()); }
-    EXPECT_EQ(recorder->forceRequests, 1);
+    bool toldOfAnEnd = false;
+    {
+        RehearsalStage stage(fakes.platform, builtPrograms());
+        stage.whenConsoleEnds(qApp, [&] { toldOfAnEnd = true; });
+    }
+    EXPECT_EQ(recorder->terminateRequests, 1);
+    EXPECT_EQ(recorder->forceRequests, 0);
+    EXPECT_FALSE(toldOfAnEnd) << "that was expected";
 }
 
 TEST_F(RehearsalStageTest, ASecondOneOfTheSameFolderIsRefusedAndLeavesTheFirstAlone) {
@@ -138,6 +214,7 @@ TEST_F(RehearsalStageTest, AMenuOfItsOwnMakesThingsHappenOnTheConsole) {
     buildRehearsalMenu(window, stage);
     ASSERT_EQ(window.menuBar()->actions().size(), 1);
     EXPECT_EQ(window.menuBar()->actions().front()->text(), "Rehearsal");
+    EXPECT_FALSE(window.menuBar()->isNativeMenuBar());
     std::vector<std::string> items;
     for (const QAction *item : window.menuBar()->actions().front()->menu()->actions())
         items.push_back(item->text().toStdString());
@@ -170,7 +247,7 @@ TEST_F(RehearsalStageTest, EachItemOfTheMenuTellsTheConsoleItsCommandsInTurn) {
     MainWindow window(fakes.platform.resources, QStringLiteral("/tmp/rehearsal"));
     RehearsalStage stage(fakes.platform, console.parent_path());
     buildRehearsalMenu(window, stage);
-    for (int times = 0; times < 2; ++times) {
+    for (int times = 0; times < 4; ++times) {
         for (QAction *item : window.menuBar()->actions().front()->menu()->actions()) {
             EXPECT_EQ(item->menuRole(), QAction::NoRole) << item->text().toStdString();
             item->trigger();
@@ -178,7 +255,9 @@ TEST_F(RehearsalStageTest, EachItemOfTheMenuTellsTheConsoleItsCommandsInTurn) {
     }
     const std::string expected =
         "next\nrename 1 Kick In\nmove 20 41\nstereo 24 off\ncolor 3 0.1 0.7 0.9\ndrop\n"
-        "next\nrename 1 Bombo In\nmove 20 25\nstereo 24 on\ncolor 3 0.9 0.8 0.1\ndrop\n";
+        "next\nrename 1 Bombo In\nmove 20 25\nstereo 24 on\ncolor 3 0.9 0.8 0.1\ndrop\n"
+        "next\nrename 1 Kick In\nmove 20 41\nstereo 24 off\ncolor 3 0.8 0.2 0.2\ndrop\n"
+        "next\nrename 1 Bombo In\nmove 20 25\nstereo 24 on\ncolor 3 0.1 0.7 0.9\ndrop\n";
     const std::filesystem::path told = console.string() + ".told";
     ASSERT_TRUE(
         QTest::qWaitFor([&] { return fileExists(told) && textOf(told).size() >= expected.size(); }, 30000));
@@ -199,25 +278,58 @@ TEST_F(RehearsalStageTest, TheConsoleIsAskedToEnd) {
 
 TEST_F(RehearsalStageTest, WhatIsTypedInTheTerminalReachesTheConsoleUntilTheInputEnds) {
     const auto console = consoleThat("exec cat >\"$0.told\"\n");
-    std::array<int, 2> typed{};
-    ASSERT_EQ(pipe(typed.data()), 0);
-    fcntl(typed[1], F_SETFD, FD_CLOEXEC); // else the console has it open as well
-    const int before = dup(STDIN_FILENO);
-    dup2(typed[0], STDIN_FILENO);
+    const Input input;
+    auto [from, to] = closedOnStart();
+    input.become(from);
+    RehearsalStage stage(fakes.platform, console.parent_path());
+    stage.listenToTerminal();
+    const auto *notifier = stage.findChild<QSocketNotifier *>();
+    ASSERT_NE(notifier, nullptr);
+    ASSERT_EQ(write(to.get(), "n", 1), 1);
+    EXPECT_TRUE(becomes(console.string() + ".told", "n"));
+    ASSERT_EQ(write(to.get(), "ext\n", 4), 4);
+    EXPECT_TRUE(becomes(console.string() + ".told", "next\n"));
+    EXPECT_TRUE(notifier->isEnabled());
+    to.close();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !notifier->isEnabled(); }, 30'000));
+}
+
+TEST_F(RehearsalStageTest, ATerminalThatBelongsToOthersIsNotRead) {
+    const Terminal terminal;
+    if (terminal.line.get() < 0)
+        GTEST_SKIP() << "no terminal to be had";
+    const auto console = consoleThat("echo begun >\"$0.told\"\nexec cat >>\"$0.told\"\n");
+    const Input input;
+    const auto [from, to] = closedOnStart();
+    input.become(from);
     {
         RehearsalStage stage(fakes.platform, console.parent_path());
+        ASSERT_TRUE(becomes(console.string() + ".told", "begun\n"));
         stage.listenToTerminal();
         const auto *notifier = stage.findChild<QSocketNotifier *>();
         ASSERT_NE(notifier, nullptr);
-        ASSERT_EQ(write(typed[1], "next\n", 5), 5);
-        EXPECT_TRUE(becomes(console.string() + ".told", "next\n"));
-        EXPECT_TRUE(notifier->isEnabled());
-        close(typed[1]);
+        input.become(terminal.line); // as when the shell takes it back
+        ASSERT_EQ(write(terminal.screen.get(), "next\n", 5), 5);
         EXPECT_TRUE(QTest::qWaitFor([&] { return !notifier->isEnabled(); }, 30'000));
+        RehearsalStage late(fakes.platform, console.parent_path());
+        late.listenToTerminal();
+        EXPECT_EQ(late.findChild<QSocketNotifier *>(), nullptr);
     }
-    dup2(before, STDIN_FILENO);
-    close(before);
-    close(typed[0]);
+    EXPECT_EQ(textOf(console.string() + ".told"), "begun\n");
+}
+
+TEST_F(RehearsalStageTest, WhatTheConsoleComplainsOfIsShown) {
+    const auto console = consoleThat("echo trouble >&2\nexec cat\n");
+    const auto shown = fakes.folder.write("shown", "");
+    const Descriptor file(open(shown.c_str(), O_WRONLY | O_CLOEXEC));
+    const Descriptor before(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0));
+    dup2(file.get(), STDERR_FILENO);
+    {
+        const RehearsalStage stage(fakes.platform, console.parent_path());
+        EXPECT_TRUE(
+            QTest::qWaitFor([&] { return textOf(shown).find("trouble\n") != std::string::npos; }, 30'000));
+    }
+    dup2(before.get(), STDERR_FILENO);
 }
 
 TEST_F(RehearsalStageTest, TheMenuSaysWhenTheConsoleIsNoMore) {

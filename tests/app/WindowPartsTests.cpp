@@ -24,7 +24,6 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QStyleOptionViewItem>
-#include <QVariantAnimation>
 
 namespace corvane {
 
@@ -89,6 +88,13 @@ private:
         if (widget->layout() != nullptr && qobject_cast<const QDialogButtonBox *>(widget) == nullptr)
             add(widget->layout(), depth + 1, "");
     }
+    /// Of the columns, those that are empty at the end too.
+    static QString stretches(const QGridLayout &grid) {
+        QStringList all;
+        for (int column = 0; column < grid.columnCount(); ++column)
+            all << QString::number(grid.columnStretch(column));
+        return all.join(",");
+    }
     void add(const QLayout *layout, int depth, const QString &where) {
         const QMargins margins = layout->contentsMargins();
         text += QString(depth, ' ') + layout->metaObject()->className() + where +
@@ -100,7 +106,10 @@ private:
         const auto *grid = qobject_cast<const QGridLayout *>(layout);
         const auto *box = qobject_cast<const QBoxLayout *>(layout);
         if (grid != nullptr)
-            text += QString(" apart %1x%2").arg(grid->horizontalSpacing()).arg(grid->verticalSpacing());
+            text += QString(" apart %1x%2 stretch %3")
+                        .arg(grid->horizontalSpacing())
+                        .arg(grid->verticalSpacing())
+                        .arg(stretches(*grid));
         else
             text += QString(" apart %1").arg(layout->spacing());
         text += QString(" constraint %1\n").arg(layout->sizeConstraint());
@@ -166,7 +175,7 @@ TEST_F(WindowPartsTest, EachPartOfTheWindowHasItsPlaceItsLookAndItsWords) {
       noticeAction '' 12px/400 policy 1/0 focus 1
       noticeDismiss '✕' 12px/400 policy 1/0 focus 1 'Dismiss this notice' 'Put this away until there is something else to say'
   sessionFields '' 13px/400 from 0x58 to 16777215x58 policy 5/5 focus 0
-   QGridLayout 0,0,0,0 apart 10x6 constraint 0
+   QGridLayout 0,0,0,0 apart 10x6 stretch 0,0,1 constraint 0
     QLabel @0,0 align 82 'Session name:' 13px/400 #e6e6e6 format 2 align 81 for sessionName policy 5/5 focus 0
     sessionName @0,1 'LV1 Session' 13px/400 from 500x26 to 500x26 policy 7/0 focus 11 'Session name'
     QLabel @1,0 align 82 'Save in:' 13px/400 #e6e6e6 format 2 align 81 for outputPath policy 5/5 focus 0
@@ -180,6 +189,11 @@ TEST_F(WindowPartsTest, EachPartOfTheWindowHasItsPlaceItsLookAndItsWords) {
     syncButton 'Create LiveTrax Session' 13px/600 policy 0/0 focus 11 'Create LiveTrax Session' 'Makes a LiveTrax session with one armed track for each channel and opens it. Possible once the console's channels are known.' disabled
 )");
     EXPECT_EQ(window.objectName(), "window");
+    const auto look = [this](const char *button) {
+        return static_cast<BezelButton *>(control(button))->currentLook();
+    };
+    EXPECT_TRUE(look("connectButton") == redLook);
+    EXPECT_TRUE(look("syncButton") == createLook);
 }
 
 TEST_F(WindowPartsTest, SoHasEachPartOfWhatItOpens) {
@@ -323,16 +337,6 @@ TEST_F(WindowPartsTest, WithoutAMenuTheWindowMakesNone) {
     EXPECT_EQ(window.minimumHeight(), 350);
     EXPECT_EQ(window.focusWidget(), control("devicePopup"));
     EXPECT_TRUE(window.close()) << "nobody has anything to finish";
-}
-
-TEST_F(WindowPartsTest, GrowingAnewBeginsAtOnce) {
-    launch();
-    auto *animation = window.findChild<QVariantAnimation *>();
-    window.growWindow(240);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return animation->currentTime() > 0; }, 30'000));
-    window.growWindow(-240);
-    EXPECT_EQ(animation->currentTime(), 0);
-    EXPECT_EQ(animation->easingCurve().type(), QEasingCurve::InOutQuad);
 }
 
 } // namespace
