@@ -65,6 +65,12 @@ TEST(HostMenu, ALongNameDoesNotWidenIt) {
     EXPECT_EQ(menu.sizeHint(), before);
 }
 
+TEST(HostMenu, IsPaintedAnewUnderTheMouse) {
+    HostMenu menu;
+    menu.ensurePolished();
+    EXPECT_TRUE(menu.testAttribute(Qt::WA_Hover));
+}
+
 class OpenHostMenuTest : public testing::Test {
 protected:
     void open(const Titles &titles, int marked) {
