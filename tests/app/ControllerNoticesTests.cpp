@@ -325,6 +325,11 @@ TEST_F(ControllerNoticesTest, ThatTheSessionDiffersStaysPutAwayWhileThePatchGoes
     consoleSendsPatch(more);
     fakes.clock->run();
     EXPECT_EQ(text(), "");
+    consoleSendsPatch(kickAndKeys());
+    fakes.clock->run(); // in step for a while
+    consoleSendsPatch(more);
+    fakes.clock->run();
+    EXPECT_THAT(text(), HasSubstr("lacks 1"));
 }
 
 TEST_F(ControllerNoticesTest, ASessionThatIsGoneIsSaidThroughAPatchChange) {

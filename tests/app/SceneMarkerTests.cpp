@@ -63,6 +63,19 @@ TEST_F(SceneTest, AnotherSceneDropsAMarker) {
     EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker", "/marker"));
 }
 
+TEST_F(SceneTest, AMarkerThatDoesNotLeaveIsSaidUntilOneDoes) {
+    recordIn("<Session><Locations/></Session>");
+    recall("Verse");
+    fakes.network->datagrams.back()->result = SendResult::lost;
+    recall("Verse 2");
+    ASSERT_TRUE(view.notice);
+    EXPECT_THAT(view.notice->text,
+                testing::StartsWith("The marker “\u2068Verse 2\u2069” did not reach LiveTrax: "));
+    fakes.network->datagrams.back()->result = SendResult::left;
+    recall("Solo");
+    EXPECT_FALSE(view.notice);
+}
+
 TEST_F(SceneTest, ThePlainNameIsShownAsReceived) {
     record();
     recall("  Verse 2 ");

@@ -150,6 +150,11 @@ TEST_F(UpdateTest, TheChannelsOfTheClickAreUsedWhateverArrivesUntilTheAnswer) {
     EXPECT_EQ(view.statusDetail, "SYNC LV1 will change:\n“\u2068Later\u2069” is added, on input 21\n"
                                  "“\u2068Kick\u2069” is removed, on input 1\n"
                                  "“\u2068Keys\u2069” is removed, on inputs 9–10");
+    consoleSendsPatch({channel("Later", 7, 21)});
+    EXPECT_EQ(view.connectButton, amberLook);
+    EXPECT_THAT(view.meaning, testing::StartsWith("Amber: the console's patch has changed."));
+    consoleSendsPatch({channel("Later", 7, 20)});
+    fakes.clock->run();
     controller->connectSelected(); // LiveTrax has ended
     EXPECT_EQ(LiveTraxGenerator::sessionPatchSignature(session), signature({channel("Later", 7, 20)}));
     EXPECT_EQ(view.meaning, "Green: no changes since the last sync. Press to search again. The session is "
