@@ -210,7 +210,9 @@ TEST_F(ControllerNoticesTest, ASessionThatIsGoneCanBeChosenAgain) {
     EXPECT_THAT(text(), HasSubstr("is not at"));
     controller->noticeAction();
     view.folderAnswer(moved.parent_path());
-    EXPECT_THAT(view.alerts, SizeIs(1)); // that is no session
+    EXPECT_THAT(view.alerts,
+                ElementsAre(Alert{"This folder is no LiveTrax session",
+                                  moved.parent_path().string() + " holds no session file of its own name."}));
     EXPECT_EQ(controller->activeSessionURL, show);
     controller->noticeAction();
     view.folderAnswer(std::nullopt);
@@ -411,6 +413,7 @@ TEST_F(ControllerNoticesTest, APatchThatCannotBecomeASessionIsSaidAndShown) {
     controller->dismissNotice(); // that the session differs
     EXPECT_THAT(text(), HasSubstr(": a session cannot be created."));
     controller->noticeAction();
+    EXPECT_EQ(view.linesTitle, "No session can be created of this patch");
     EXPECT_THAT(view.linesShown, SizeIs(1));
 }
 
