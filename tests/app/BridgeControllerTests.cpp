@@ -496,6 +496,15 @@ TEST_F(ConnectTest, WithoutAConsolePendingChangesAreStillWhatThePressIsFor) {
 
 // The host menu
 
+TEST_F(ConnectTest, WithAHostInTheMenuThePressIsForThatOne) {
+    launch();
+    EXPECT_EQ(view.meaning, "Red: no console is connected. Press to search again.");
+    controller->client->onEndpoints({{"FOH", "10.0.0.1", 50000, "aa"}});
+    EXPECT_EQ(view.meaning, "Red: no console is connected. Press to connect to the chosen host.");
+    controller->client->onEndpoints({});
+    EXPECT_EQ(view.meaning, "Red: no console is connected. Press to search again.");
+}
+
 TEST_F(ConnectTest, AChosenHostIsConnectedEvenWhileChangesArePending) {
     launch();
     controller->client->onEndpoints({{"FOH", "10.0.0.1", 50000, "aa"}, {"MON", "10.0.0.2", 50001, "bb"}});
@@ -544,6 +553,20 @@ TEST_F(ConnectTest, ABonjourHostThatIsConnectedIsNotConnectedAgainByChoosingIt) 
     controller->hostChosen();
     fakes.clock->run();
     EXPECT_THAT(fakes.network->streams, SizeIs(1));
+}
+
+TEST_F(ConnectTest, OfTwoBonjourHostsTheOtherOneCanBeChosen) {
+    launch();
+    for (const auto &[name, address] : {std::pair("FOH", "10.0.0.1"), {"MON", "10.0.0.2"}})
+        fakes.browser->resolve(*fakes.browser->find(name), address, 50001);
+    for (const int host : {0, 1, 1}) {
+        view.selected = host;
+        controller->hostChosen();
+        fakes.clock->run();
+    }
+    ASSERT_THAT(fakes.network->streams, SizeIs(2));
+    EXPECT_EQ(fakes.network->streams[0]->host, "10.0.0.1");
+    EXPECT_EQ(fakes.network->streams[1]->host, "10.0.0.2");
 }
 
 TEST_F(ConnectTest, ChoosingTheTextOfAnEmptyMenuDoesNothing) {
