@@ -10,6 +10,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QStyle>
+#include <QTimer>
 #include <QVariantAnimation>
 
 #include <gmock/gmock.h>
@@ -182,10 +183,17 @@ TEST_F(WindowGrowthTest, NoWishOfADesktopMakesItLarger) {
 
 TEST_F(WindowGrowthTest, IsPaintedAnewInOtherColours) {
     launch();
+    control<QTimer>("searchTimer")->stop(); // no advice meanwhile
     Happenings happenings(window);
+    const auto isAtRest = [&] {
+        happenings.take();
+        QApplication::processEvents();
+        return happenings.take().empty();
+    };
+    ASSERT_TRUE(QTest::qWaitFor(isAtRest, 30'000));
     QEvent change(QEvent::PaletteChange);
     QApplication::sendEvent(&window, &change);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !happenings.take().empty(); }, 30'000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !happenings.take().empty(); }, 5000));
 }
 
 TEST_F(WindowGrowthTest, ItsMenusAreItsOwnAndNotTheScreens) {
