@@ -310,8 +310,10 @@ void MainWindow::connectControls() {
     heightAnimation.setParent(this);
     heightAnimation.setDuration(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this));
     heightAnimation.setEasingCurve(QEasingCurve::InOutQuad);
-    connect(&heightAnimation, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &value) { resize(width(), value.toInt()); });
+    connect(&heightAnimation, &QVariantAnimation::valueChanged, this, [this](const QVariant &value) {
+        if (!isAtRest()) // it has others also while it is being set up
+            resize(width(), value.toInt());
+    });
 }
 
 const QIcon &MainWindow::brandIcon() {

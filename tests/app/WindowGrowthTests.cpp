@@ -101,6 +101,21 @@ TEST_F(WindowGrowthTest, ATableThatIsOpenedAgainWhileItClosesHasItsWholeHeight) 
     EXPECT_EQ(control("channelScroll")->height(), 230);
 }
 
+TEST_F(WindowGrowthTest, ATableThatIsOpenedAgainWhileItClosesTakesNoRoomFromTheRest) {
+    launch();
+    click("patchButton");
+    goAllTheWay();
+    click("patchButton");
+    goHalfWay();
+    const int there = content();
+    click("patchButton");
+    EXPECT_EQ(content(), there);
+    EXPECT_EQ(control("channelScroll")->maximumHeight(), there - 370 - 10);
+    goAllTheWay();
+    EXPECT_EQ(content(), 610);
+    EXPECT_EQ(control("channelScroll")->height(), 230);
+}
+
 TEST_F(WindowGrowthTest, TheTableHasTheRoomThatThereIsSoFar) {
     launch();
     click("patchButton");
@@ -194,11 +209,6 @@ TEST_F(WindowGrowthTest, IsPaintedAnewInOtherColours) {
     QEvent change(QEvent::PaletteChange);
     QApplication::sendEvent(&window, &change);
     EXPECT_TRUE(QTest::qWaitFor([&] { return !happenings.take().empty(); }, 5000));
-}
-
-TEST_F(WindowGrowthTest, ItsMenusAreItsOwnAndNotTheScreens) {
-    launch();
-    EXPECT_FALSE(window.menuBar()->isNativeMenuBar());
 }
 
 TEST_F(WindowGrowthTest, StaysUntilAnUpdateIsFinishedThatLiveTraxWasClosedFor) {
