@@ -40,13 +40,12 @@ QPainterPath outline(ButtonLook::Symbol symbol) {
     return path;
 }
 
+/// Leaves the painter with a pen of the colour.
 void drawSymbol(QPainter &painter, ButtonLook::Symbol symbol, QPoint corner, const QColor &color) {
-    painter.save();
-    painter.translate(corner);
     painter.setPen(QPen(color, strokeWidth, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     painter.setBrush(symbol == ButtonLook::Symbol::triangle ? QBrush(color) : Qt::NoBrush);
-    painter.drawPath(QTransform::fromScale(symbolSize, symbolSize).map(outline(symbol)));
-    painter.restore();
+    painter.drawPath(
+        QTransform::fromTranslate(corner.x(), corner.y()).scale(symbolSize, symbolSize).map(outline(symbol)));
 }
 
 } // namespace
@@ -55,7 +54,6 @@ BezelButton::BezelButton(const QString &title, QWidget *parent) : PushButton(tit
     setFont(look::font(textPoints, QFont::DemiBold));
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_Hover);
 }
 
 void BezelButton::setLook(const ButtonLook &newLook, const QString &meaning) {
@@ -103,8 +101,7 @@ void BezelButton::paintEvent(QPaintEvent *) {
     }
     if (!isEnabled())
         tint.setAlphaF(0.5F);
-    painter.setPen(tint);
-    QRect content(0, 0, contentWidth(), height());
+    QRect content({}, QSize(contentWidth(), height()));
     content.moveCenter(rect().center());
     drawSymbol(painter, look.symbol, {content.left(), (height() - symbolSize) / 2}, tint);
     painter.drawText(content, Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine, text());

@@ -3,7 +3,6 @@
 #include "app/Look.h"
 
 #include <QPainter>
-#include <QTimerEvent>
 
 namespace corvane {
 
@@ -39,11 +38,7 @@ void BusyMark::hideEvent(QHideEvent *) {
     turn.stop();
 }
 
-void BusyMark::timerEvent(QTimerEvent *event) {
-    if (event->timerId() != turn.timerId()) {
-        QWidget::timerEvent(event);
-        return;
-    }
+void BusyMark::timerEvent(QTimerEvent *) {
     angle = (angle + step) % 360;
     update();
 }

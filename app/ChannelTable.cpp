@@ -9,7 +9,6 @@
 #include <QPainter>
 #include <QScrollBar>
 #include <QStyledItemDelegate>
-#include <QTimerEvent>
 
 #include <algorithm>
 #include <utility>
@@ -47,7 +46,7 @@ public:
 
 /// A colour component as Qt takes it; one that is not a number counts as none.
 float component(float value) {
-    return value > 0 ? std::min(value, 1.0F) : 0.0F;
+    return std::min(std::max(0.0F, value), 1.0F);
 }
 
 QColor swatchColor(const LV1Channel &channel) {
@@ -87,16 +86,13 @@ void ChannelTableModel::setChannel(int row, const LV1Channel &channel) {
         return;
     if (swatchColor(shown) != swatchColor(channel))
         recoloured.insert(row);
-    shown.red = channel.red;
-    shown.green = channel.green;
-    shown.blue = channel.blue;
-    if (shown == channel)
-        return;
     const LV1Channel before = std::exchange(shown, channel);
-    for (int column = 0; column < columnCount(); ++column)
-        if (const QString identifier = columns()[static_cast<std::size_t>(column)].identifier;
-            cellText(identifier, before) != cellText(identifier, channel))
+    int column = 0;
+    for (const Column &each : columns()) {
+        if (cellText(each.identifier, before) != cellText(each.identifier, channel))
             emit dataChanged(index(row, column), index(row, column));
+        ++column;
+    }
 }
 
 void ChannelTableModel::reportColours() {
@@ -179,25 +175,28 @@ ChannelTable::ChannelTable(QWidget *parent) : QTableView(parent), channelModel(n
     setModel(channelModel);
     setItemDelegateForColumn(0, new SwatchDelegate(this));
     setSelectionBehavior(SelectRows);
-    setSelectionMode(ExtendedSelection);
     setEditTriggers(NoEditTriggers);
     setShowGrid(false);
     setWordWrap(false);
-    setTextElideMode(Qt::ElideRight);
     setVerticalScrollMode(ScrollPerPixel);
     setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setTabKeyNavigation(false); // Tab goes on to the next control
     setCornerButtonEnabled(false);
-    verticalHeader()->hide();
-    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
-    verticalHeader()->setDefaultSectionSize(rowPoints);
-    horizontalHeader()->setHighlightSections(false);
-    horizontalHeader()->setSectionsClickable(false);
-    horizontalHeader()->setMinimumSectionSize(ChannelTableModel::columns().front().width);
-    for (int column = 0; column < channelModel->columnCount(); ++column)
-        setColumnWidth(column, ChannelTableModel::columns()[static_cast<std::size_t>(column)].width);
-    connect(horizontalHeader(), &QHeaderView::sectionResized, this, &ChannelTable::keepColumnsInView);
+    QHeaderView *rows = verticalHeader();
+    rows->setVisible(false);
+    rows->setSectionResizeMode(QHeaderView::Fixed);
+    rows->setDefaultSectionSize(rowPoints);
+    QHeaderView *titles = horizontalHeader();
+    titles->setHighlightSections(false);
+    titles->setSectionsClickable(false);
+    titles->setMinimumSectionSize(ChannelTableModel::columns().front().width);
+    int column = 0;
+    for (const auto &each : ChannelTableModel::columns())
+        setColumnWidth(column++, each.width);
+    connect(titles, &QHeaderView::sectionResized, this, &ChannelTable::keepColumnsInView);
+    frame.setSingleShot(true);
+    connect(&frame, &QTimer::timeout, channelModel, &ChannelTableModel::reportColours);
 }
 
 /// There is no scrolling sideways: a column that is made wider leaves the others in the table.
@@ -217,16 +216,7 @@ void ChannelTable::reload(const std::vector<LV1Channel> &channels) {
         select(selected);
     verticalScrollBar()->setValue(position);
     if (isVisible() && channelModel->hasColoursToReport() && !frame.isActive())
-        frame.start(framePeriod, this);
-}
-
-void ChannelTable::timerEvent(QTimerEvent *event) {
-    if (event->timerId() != frame.timerId()) {
-        QTableView::timerEvent(event);
-        return;
-    }
-    frame.stop();
-    channelModel->reportColours();
+        frame.start(framePeriod);
 }
 
 /// What changed while nobody could see it.
@@ -252,8 +242,13 @@ void ChannelTable::select(const std::vector<Source> &sources) {
     selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
 }
 
-/// Alternating rows reach over the whole width and go on below the last channel.
 void ChannelTable::paintEvent(QPaintEvent *event) {
+    paintRows();
+    QTableView::paintEvent(event);
+}
+
+/// Alternating rows reach over the whole width and go on below the last channel.
+void ChannelTable::paintRows() {
     QPainter painter(viewport());
     const int offset = verticalScrollBar()->value();
     for (int row = offset / rowPoints; row * rowPoints - offset < viewport()->height(); ++row)
@@ -263,8 +258,6 @@ void ChannelTable::paintEvent(QPaintEvent *event) {
         painter.setPen(look::grey(look::secondaryGrey));
         painter.drawText(viewport()->rect(), Qt::AlignCenter, QString::fromUtf8(emptyText));
     }
-    painter.end();
-    QTableView::paintEvent(event);
 }
 
 } // namespace corvane

@@ -3,8 +3,8 @@
 #include "lv1/LV1Channel.h"
 
 #include <QAbstractTableModel>
-#include <QBasicTimer>
 #include <QTableView>
+#include <QTimer>
 
 #include <set>
 #include <string>
@@ -67,17 +67,17 @@ public:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void showEvent(QShowEvent *event) override;
-    void timerEvent(QTimerEvent *event) override;
 
 private:
     using Source = std::pair<std::string, std::int32_t>;
 
     void keepColumnsInView(int column);
+    void paintRows();
     std::vector<Source> selectedSources() const;
     void select(const std::vector<Source> &sources);
 
     ChannelTableModel *channelModel;
-    QBasicTimer frame;
+    QTimer frame{this}; ///< runs from the first colour that is to be shown until all are
 };
 
 } // namespace corvane

@@ -36,8 +36,8 @@ QStringList ElidedLabel::lines() const {
     for (QTextLine line = layout.createLine(); line.isValid() && lines.size() < room - 1;
          line = layout.createLine()) {
         line.setLineWidth(width);
-        lines << all.mid(line.textStart(), line.textLength());
-        start = line.textStart() + line.textLength();
+        lines << all.mid(start, line.textLength());
+        start += line.textLength();
     }
     layout.endLayout();
     if (start < all.size() || lines.isEmpty())
@@ -63,7 +63,6 @@ bool ElidedLabel::event(QEvent *event) {
 
 void ElidedLabel::paintEvent(QPaintEvent *) {
     QPainter painter(this);
-    painter.setPen(palette().color(isEnabled() ? QPalette::Active : QPalette::Disabled, foregroundRole()));
     painter.drawText(contentsRect(), Qt::AlignLeft | Qt::AlignVCenter, lines().join(u'\n'));
 }
 

@@ -10,6 +10,8 @@ namespace {
 
 constexpr int textPoints = 13;
 
+} // namespace
+
 QPalette darkPalette() {
     QPalette palette;
     palette.setColor(QPalette::Window, grey(windowGrey));
@@ -30,8 +32,6 @@ QPalette darkPalette() {
         palette.setColor(QPalette::Disabled, role, grey(0.42));
     return palette;
 }
-
-} // namespace
 
 QColor accent() {
     return {74, 144, 226};

@@ -4,6 +4,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QPalette>
 #include <QString>
 
 class QApplication;
@@ -27,6 +28,9 @@ inline constexpr double secondaryGrey = 0.58;
 
 /// The system font at a size in points of the layout, which are the display's own pixels at 1x.
 QFont font(int points, QFont::Weight weight = QFont::Normal);
+
+/// The colours of all that the desktop would else colour in its own way.
+QPalette darkPalette();
 
 /// Gives the application its dark look, the same on every system.
 void apply(QApplication &application);

@@ -15,7 +15,7 @@ using Kind = Notice::Kind;
 using Found = std::optional<Notice>;
 
 /// Minutes of recording below which it is worth saying once more.
-constexpr std::array<std::uintmax_t, 4> worse{30, 15, 5, 1};
+constexpr auto worse = std::to_array<std::uintmax_t>({30, 15, 5, 1});
 
 std::string nameOf(const std::filesystem::path &session) {
     return quotation((session.has_filename() ? session : session.parent_path()).filename().string());

@@ -1,16 +1,20 @@
 #include "app/ChannelTable.h"
 
 #include "app/Look.h"
+#include "tests/app/Painting.h"
 #include "tests/support/ProcessorTime.h"
 
 #include <QAbstractItemModelTester>
+#include <QDeadlineTimer>
 #include <QHeaderView>
 #include <QScrollBar>
 #include <QTest>
+#include <QTimer>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 
@@ -73,9 +77,9 @@ TEST_F(ChannelTableTest, IsAListOfWholeRowsThatNobodyEditsOrSorts) {
     EXPECT_EQ(table.verticalScrollMode(), QTableView::ScrollPerPixel);
     EXPECT_EQ(table.verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
     EXPECT_EQ(table.horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
-    EXPECT_EQ(table.verticalHeader()->sectionResizeMode(0), QHeaderView::Fixed);
     EXPECT_EQ(table.verticalHeader()->defaultSectionSize(), 24);
-    const QHeaderView *header = table.horizontalHeader();
+    QHeaderView *header = table.horizontalHeader();
+    header->setFont(look::font(40)); // which would take more for itself
     EXPECT_EQ(header->sectionResizeMode(0), QHeaderView::Interactive);
     EXPECT_FALSE(header->highlightSections());
     EXPECT_FALSE(header->sectionsClickable());
@@ -88,6 +92,7 @@ TEST_F(ChannelTableTest, IsAListOfWholeRowsThatNobodyEditsOrSorts) {
     EXPECT_FALSE(model->headerData(0, Qt::Vertical).isValid());
     EXPECT_FALSE(model->headerData(-1, Qt::Horizontal).isValid());
     table.reload(many(1));
+    EXPECT_EQ(table.verticalHeader()->sectionResizeMode(0), QHeaderView::Fixed);
     EXPECT_EQ(model->index(0, 2).data(Qt::AccessibleTextRole), "Mono");
     EXPECT_FALSE(model->index(0, 2).data(Qt::ToolTipRole).isValid());
     EXPECT_FALSE(model->index(0, 2).data(Qt::DecorationRole).isValid());
@@ -134,7 +139,7 @@ TEST_F(ChannelTableTest, ARowOutsideTheChannelsStopsTheProgram) {
             table.reload(many(1));
             table.model()->data(second);
         },
-        "");
+        "Corvane stops: a table row without a channel\n");
 }
 
 TEST_F(ChannelTableTest, TheSwatchIsASquareOfTheChannelsColour) {
@@ -169,6 +174,29 @@ TEST_F(ChannelTableTest, ALongNameIsWholeOnHover) {
     QString tip = table.model()->index(0, 1).data(Qt::ToolTipRole).toString();
     EXPECT_TRUE(tip.remove(QChar(0x200B)).contains(QString(300, 'x'))) << tip.toStdString();
     EXPECT_EQ(table.textElideMode(), Qt::ElideRight);
+}
+
+TEST_F(ChannelTableTest, ASelectedRowIsLitUnderItsSwatchAsWell) {
+    table.reload(many(2));
+    table.selectRow(1);
+    const QImage painted = table.viewport()->grab().toImage();
+    for (const int x : {1, 400})
+        EXPECT_NE(painted.pixelColor(x, 24 + 4), painted.pixelColor(x, 4)) << x;
+    EXPECT_EQ(painted.pixelColor(1, 24 + 4), painted.pixelColor(400, 24 + 4));
+}
+
+TEST_F(ChannelTableTest, AColumnThatIsMadeWiderByOnePointTooManyIsPutRight) {
+    const int room = table.viewport()->width() - table.horizontalHeader()->length();
+    table.setColumnWidth(1, 300 + room);
+    EXPECT_EQ(table.columnWidth(1), 300 + room);
+    table.setColumnWidth(1, 300 + room + 1);
+    EXPECT_EQ(table.columnWidth(1), 300 + room);
+}
+
+TEST_F(ChannelTableTest, WhileItIsHiddenItsColumnsHaveAnyWidth) {
+    ChannelTable hidden;
+    hidden.setColumnWidth(1, 5000);
+    EXPECT_EQ(hidden.columnWidth(1), 5000);
 }
 
 TEST_F(ChannelTableTest, AColumnThatIsMadeWiderLeavesTheOthersInView) {
@@ -210,13 +238,59 @@ TEST_F(ChannelTableTest, TheSelectionFollowsWhatAChannelIsOnTheConsoleNotItsNumb
     EXPECT_EQ(table.selectionModel()->selectedRows().front().row(), 1);
 }
 
-TEST_F(ChannelTableTest, TheFirstRowHasTheLookOfTheGroundAndTheNextOneTheOther) {
-    const QImage painted = table.viewport()->grab().toImage();
-    const int right = painted.width() - 2;
-    EXPECT_EQ(painted.pixel(right, 5), table.palette().base().color().rgb());
-    EXPECT_EQ(painted.pixel(right, 5 + table.verticalHeader()->defaultSectionSize()),
-              table.palette().alternateBase().color().rgb());
-    EXPECT_NE(table.palette().base().color().rgb(), table.palette().alternateBase().color().rgb());
+TEST_F(ChannelTableTest, RowsAreOfOneLookAndTheOtherByTurnsWhereverItIsScrolledTo) {
+    table.viewport()->setAttribute(Qt::WA_Hover, false); // wherever the pointer is
+    table.setFocusPolicy(Qt::NoFocus);
+    table.clearFocus();
+    table.reload(many(100));
+    QTest::qWait(1);
+    const QRgb even = table.palette().base().color().rgb();
+    const QRgb odd = table.palette().alternateBase().color().rgb();
+    EXPECT_NE(even, odd);
+    for (const int offset : {0, 7, 24, 50, 100}) {
+        table.verticalScrollBar()->setValue(offset);
+        const QImage painted = table.viewport()->grab().toImage();
+        for (int y = 0; y < painted.height(); ++y)
+            for (const int x : {0, painted.width() - 1})
+                ASSERT_EQ(painted.pixel(x, y), (y + offset) / 24 % 2 == 0 ? even : odd)
+                    << offset << " " << x << " " << y;
+    }
+}
+
+TEST_F(ChannelTableTest, TheSelectionFollowsToTheFirstRowAndInWhateverOrderItWasMade) {
+    table.reload(many(6));
+    for (const int row : {4, 1, 3})
+        table.selectionModel()->select(table.model()->index(row, 0),
+                                       QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    auto list = many(6);
+    std::reverse(list.begin(), list.end());
+    list.erase(list.begin()); // so that the fifth channel comes first
+    table.reload(list);
+    std::vector<int> rows;
+    for (const QModelIndex &index : table.selectionModel()->selectedRows())
+        rows.push_back(index.row());
+    EXPECT_THAT(rows, testing::UnorderedElementsAre(0, 1, 3));
+    EXPECT_TRUE(table.selectionModel()->isSelected(table.model()->index(0, 3))) << "the whole row";
+}
+
+TEST_F(ChannelTableTest, OfTwoRowsOfOneSourceTheOneThatWasSelectedStaysAlone) {
+    auto list = many(3);
+    list[2] = list[1];
+    table.reload(list);
+    table.selectRow(2);
+    list[0].red = 1;
+    table.reload(list);
+    ASSERT_EQ(table.selectionModel()->selectedRows().size(), 1);
+    EXPECT_EQ(table.selectionModel()->selectedRows().front().row(), 2);
+}
+
+TEST_F(ChannelTableTest, StaysWhereItIsScrolledToWhenTheRowOfTheKeyboardGoes) {
+    table.reload(many(1000));
+    QTest::qWait(1);
+    table.setCurrentIndex(table.model()->index(990, 1));
+    table.verticalScrollBar()->setValue(0);
+    table.reload(many(900));
+    EXPECT_EQ(table.verticalScrollBar()->value(), 0);
 }
 
 TEST_F(ChannelTableTest, TheSelectionFollowsAChannelThatMoves) {
@@ -283,6 +357,36 @@ TEST_F(ChannelTableTest, ColoursOfOneFrameAreReportedTogetherAndOnce) {
               QColor::fromRgbF(0, 50.0F / 64, 0).greenF());
 }
 
+TEST_F(ChannelTableTest, ReportsTheRowsThatComeAndGo) {
+    std::vector<std::string> reports;
+    const auto report = [&](const char *what) {
+        return [&reports, what](const QModelIndex &, int first, int last) {
+            reports.push_back(what + std::to_string(first) + "-" + std::to_string(last));
+        };
+    };
+    QObject::connect(table.model(), &QAbstractItemModel::rowsInserted, &table, report("new "));
+    QObject::connect(table.model(), &QAbstractItemModel::rowsRemoved, &table, report("gone "));
+    for (const std::int32_t count : {3, 10, 10, 4, 0, 1})
+        table.reload(many(count));
+    EXPECT_THAT(reports, ElementsAre("new 0-2", "new 3-9", "gone 4-9", "gone 0-3", "new 0-0"));
+}
+
+TEST_F(ChannelTableTest, ColoursThatNeverEndAreReportedWithinTheirFrameAllTheSame) {
+    table.reload(many(2));
+    QTest::qWait(1);
+    const Reports reports(*table.model());
+    auto *frame = table.findChild<QTimer *>(QString(), Qt::FindDirectChildrenOnly);
+    ASSERT_NE(frame, nullptr);
+    EXPECT_FALSE(frame->isActive());
+    const QDeadlineTimer deadline(3000);
+    for (int step = 0; reports.all.empty() && !deadline.hasExpired(); ++step) {
+        table.reload(recoloured(many(2), 1, float(step % 64) / 64));
+        QCoreApplication::processEvents();
+    }
+    EXPECT_FALSE(reports.all.empty());
+    EXPECT_FALSE(frame->isActive()) << "there is nothing more to report";
+}
+
 TEST_F(ChannelTableTest, WhileItIsHiddenColoursWaitUntilItIsShown) {
     table.reload(many(100));
     table.hide();
@@ -337,8 +441,12 @@ TEST_F(ChannelTableTest, AnEmptyTableSaysSo) {
         return count;
     };
     EXPECT_GT(lit(), 100);
+    const std::string words =
+        "'No channels yet. They appear here once an LV1 console is connected.' #ff949494\n";
+    EXPECT_THAT(Painting::of(*table.viewport()), testing::HasSubstr(words));
     table.reload(many(1));
     EXPECT_EQ(lit(), 0);
+    EXPECT_THAT(Painting::of(*table.viewport()), testing::Not(testing::HasSubstr(words)));
 }
 
 TEST_F(ChannelTableTest, ANameOfAnyLengthHoldsNothingUp) {

@@ -2,6 +2,7 @@
 
 #include "app/ElidedLabel.h"
 #include "app/Look.h"
+#include "app/ShownText.h"
 #include "tests/app/Activate.h"
 
 #include <QAccessible>
@@ -12,6 +13,8 @@
 #include <QVBoxLayout>
 
 #include <gtest/gtest.h>
+
+#include <utility>
 
 namespace corvane {
 
@@ -77,7 +80,21 @@ TEST_F(NoticeRowTest, AnActionsNameIsWrittenAsItIsAndDoesNotWidenTheWindow) {
               control("noticeAction")
                   ->fontMetrics()
                   .elidedText("Use “" + QString(120, 'W') + "”", Qt::ElideMiddle, 220));
-    EXPECT_NE(control("noticeAction")->toolTip(), "");
+    EXPECT_EQ(control("noticeAction")->toolTip(), plainToolTip("Use “" + QString(120, 'W') + "”"));
+    row.setNotice("Two", QString(120, 'W'), "Behind it");
+    EXPECT_EQ(control("noticeAction")->toolTip(), plainToolTip(QString(120, 'W') + "\n\nBehind it"));
+}
+
+TEST_F(NoticeRowTest, AnActionsNameIsWholeUpToItsWidestAndCutOffBeyond) {
+    QFont font = control("noticeAction")->font();
+    for (const auto &[width, whole] : {std::pair(220, true), std::pair(221, false)}) {
+        font.setLetterSpacing(QFont::AbsoluteSpacing, 0);
+        const qreal natural = QFontMetricsF(font).horizontalAdvance("Undo");
+        font.setLetterSpacing(QFont::AbsoluteSpacing, (width - 0.25 - natural) / 4);
+        control("noticeAction")->setFont(font);
+        row.setNotice("One", "Undo");
+        EXPECT_EQ(control("noticeAction")->text() == "Undo", whole) << width;
+    }
 }
 
 TEST_F(NoticeRowTest, WhatIsBehindTheWordsIsShownOnHoverOverThemAndTheAction) {
@@ -139,6 +156,35 @@ TEST_F(NoticeRowTest, APressThatWasMeantForAnotherNoticeDoesNothing) {
     EXPECT_TRUE(QTest::qWaitFor(pressCounts, 5000)); // real pointers, real time
     EXPECT_GE(replaced.elapsed(), 400);
     EXPECT_EQ(actions, 1);
+}
+
+struct Change {
+    const char *text;
+    const char *action;
+    bool isAnother; ///< than "One" with "Act", which is shown before
+};
+const Change changes[] = {
+    {"One", "Act", false}, {"One", "Undo", true}, {"Two", "Act", true}, {"Two", "Undo", true}};
+
+TEST_F(NoticeRowTest, OnlyAnotherNoticeTakesThePressOfTheOneBefore) {
+    for (const auto &[text, action, isAnother] : changes) {
+        row.setNotice("", "");
+        row.setNotice("One", "Act");
+        row.setNotice(text, action, "Behind it");
+        actions = 0;
+        click("noticeAction");
+        EXPECT_EQ(actions, isAnother ? 0 : 1) << text << " " << action;
+    }
+}
+
+TEST_F(NoticeRowTest, ANoticeAfterNoneIsPressedAtOnceWhateverWasReplacedBefore) {
+    row.setNotice("One", "Act");
+    row.setNotice("Two", "Act");
+    row.setNotice("", "");
+    row.setNotice("Three", "Act");
+    click("noticeAction");
+    click("noticeDismiss");
+    EXPECT_EQ(actions + dismissals, 2);
 }
 
 TEST_F(NoticeRowTest, ALongTextHasTwoLinesAndIsCutOffThen) {

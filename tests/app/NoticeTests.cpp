@@ -77,6 +77,12 @@ const Row table[] = {
      },
      {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” lacks 2 of the console's 24 channels.", "Update…",
        "", 0, "The update would change:\nVox is added\nOH is added"}}},
+    {"TheSessionLacksTheOnlyChannel",
+     [](NoticeFacts &facts) {
+         facts.channels = 1;
+         facts.difference = SessionDifference{1, 0, 0};
+     },
+     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” lacks 1 of the console's 1 channel.", "Update…"}}},
     {"TheSessionHasAnotherTrack",
      [](NoticeFacts &facts) {
          facts.difference = SessionDifference{0, 1, 3};
@@ -94,6 +100,26 @@ const Row table[] = {
      {{Kind::sessionDiffers,
        "“\u2068Friday Night\u2069” has 2 tracks that the console does not have. An update takes 2 recorded "
        "tracks out: Mix print, Talk.",
+       "Update…"}}},
+    {"AnUpdateWouldTakeARecordingOut",
+     [](NoticeFacts &facts) {
+         facts.difference = SessionDifference{0, 1, 0};
+         facts.takesInDifference = {"Talk"};
+     },
+     {{Kind::sessionDiffers,
+       "“\u2068Friday Night\u2069” has 1 track that the console does not have. An update takes 1 recorded "
+       "track out: Talk.",
+       "Update…"}}},
+    {"TheSessionHasAnotherName",
+     [](NoticeFacts &facts) {
+         facts.difference = SessionDifference{0, 0, 1};
+     },
+     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” differs from the console in 1 track.", "Update…"}}},
+    {"ATrackStandsElsewhere",
+     [](NoticeFacts &facts) {
+         facts.difference = SessionDifference{0, 0, 0, 1};
+     },
+     {{Kind::sessionDiffers, "“\u2068Friday Night\u2069” has 1 track in another place than the console.",
        "Update…"}}},
     {"TheSessionHasOtherNames",
      [](NoticeFacts &facts) {
@@ -118,6 +144,12 @@ const Row table[] = {
     {"AnUpdateRemovedARecordingForGood",
      [](NoticeFacts &facts) { facts.removedWithTakes = {"Talk"}; },
      {{Kind::takesRemoved, "1 track with recordings left the session: Talk."}}},
+    {"ARecordingWasMadeSince",
+     [](NoticeFacts &facts) {
+         facts.removedWithTakes = {"Talk"};
+         facts.recordingsSinceRemoval = 1;
+     },
+     {{Kind::takesRemoved, "1 track with recordings left the session: Talk. 1 recording was made since."}}},
     {"RecordingsWereMadeSince",
      [](NoticeFacts &facts) {
          facts.removedWithTakes = {"Talk"};
@@ -130,6 +162,9 @@ const Row table[] = {
      },
      {{Kind::namesUnfit, "One is too long. (And 2 more.)", "", "", 0,
        "All of them:\nOne is too long.\nTwo.\nThree."}}},
+    {"OneNameAloneIsTooLong",
+     [](NoticeFacts &facts) { facts.overlongNames = {"One is too long."}; },
+     {{Kind::namesUnfit, "One is too long."}}},
     {"ANameIsRewritten",
      [](NoticeFacts &facts) {
          facts.rewrittenNames = {"One would be called Two.", "Three."};
@@ -139,6 +174,12 @@ const Row table[] = {
     {"RecordingsAreAtRisk",
      [](NoticeFacts &facts) { facts.atRisk = {"Mix print"}; },
      {{Kind::takesAtRisk, "SYNC LV1 will take 1 recorded track out of the session: Mix print.",
+       "Show plan"}}},
+    {"TwoRecordingsAreAtRisk",
+     [](NoticeFacts &facts) {
+         facts.atRisk = {"Mix print", "Talk"};
+     },
+     {{Kind::takesAtRisk, "SYNC LV1 will take 2 recorded tracks out of the session: Mix print, Talk.",
        "Show plan"}}},
     {"AMarkerIsLost",
      [](NoticeFacts &facts) {
@@ -176,6 +217,12 @@ const Row table[] = {
      },
      {{Kind::spaceLow, "38 minutes left on “\u2068Small\u2069” for 31 inputs at 48 kHz.", "",
        "“\u2068Small\u2069”", 1}}},
+    {"OfTwoThatHaveTheSameRoomTheFirstIsNamed",
+     [](NoticeFacts &facts) {
+         facts.recording.volumes = {{"One", 0}, {"Two", 0}};
+     },
+     {{Kind::spaceLow, "Less than a minute left on “\u2068One\u2069” for 31 inputs at 48 kHz.", "",
+       "“\u2068One\u2069”", 5}}},
     {"OneMinuteIsLeftForOneInput",
      [](NoticeFacts &facts) {
          facts.recording = {1, {44'100, 4}, {{"", 44'100ULL * 4 * 60}}};
@@ -243,6 +290,16 @@ TEST(Notices, LittleRoomIsSaidAgainOnlyWhenItIsMuchLess) {
     EXPECT_TRUE(left("Show", 29).covers(left("Show", 45)));
     EXPECT_FALSE(left("Show", 29).covers(left("Show", 14)));
     EXPECT_FALSE(left("Show", 38).covers(left("Other", 38)));
+}
+
+TEST(Notices, LittleRoomGetsWorseBelowAHalfAQuarterFiveMinutesAndOne) {
+    const std::vector<std::pair<std::uintmax_t, int>> steps{{59, 1}, {30, 1}, {29, 2}, {15, 2}, {14, 3},
+                                                            {5, 3},  {4, 4},  {1, 4},  {0, 5}};
+    for (const auto &[minutes, step] : steps) {
+        NoticeFacts facts = well();
+        facts.recording = {1, {48'000, 4}, {{"Show", 48'000ULL * 4 * 60 * minutes}}};
+        EXPECT_EQ(notices(facts).front().step, step) << minutes;
+    }
 }
 
 TEST(Notices, WhatIsBehindOneIsNoReasonToSayItAgain) {

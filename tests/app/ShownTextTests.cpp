@@ -29,11 +29,26 @@ TEST(ShownText, ALongWordMayBeBrokenAfterFortyLetters) {
     EXPECT_EQ(places(QString(40, 'x') + " " + QString(40, 'x')), 0);
 }
 
+TEST(ShownText, ALongWordIsBrokenBetweenTwoWholeLetters) {
+    const QString place(QChar(0x200B));
+    const auto shown = [](const QString &text) { return "<p style='white-space:pre'>" + text + "</p>"; };
+    const QString note = QString::fromUtf8("🎵");
+    EXPECT_EQ(plainToolTip(QString(39, 'x') + note + "y"), shown(QString(39, 'x') + note + place + "y"));
+    const QString accent(QChar(0x0301)); // stands above the letter before
+    EXPECT_EQ(plainToolTip(QString(40, 'x') + accent + "y"), shown(QString(40, 'x') + accent + place + "y"));
+}
+
+TEST(ShownText, OneLineIsReadableToo) {
+    EXPECT_EQ(oneLine(QString(2001, 'x')), QString(2000, 'x') + QStringLiteral("…"));
+}
+
 TEST(ShownText, AToolTipIsWrappedWhereALineHasMoreThanNinetyLetters) {
     EXPECT_FALSE(plainToolTip(QString(90, 'x')).contains("pre-wrap"));
     EXPECT_TRUE(plainToolTip(QString(91, 'x')).contains("pre-wrap"));
     EXPECT_FALSE(plainToolTip(QString(60, 'x') + "\n" + QString(60, 'x')).contains("pre-wrap"));
     EXPECT_EQ(plainToolTip("<b>"), "<p style='white-space:pre'>&lt;b&gt;</p>");
+    const QString words = QString("many words ").repeated(9);
+    EXPECT_EQ(plainToolTip(words), "<p style='white-space:pre-wrap'>" + words + "</p>");
     EXPECT_EQ(plainToolTip(""), "");
 }
 
