@@ -44,7 +44,7 @@ public:
     }
 };
 
-/// A colour component as Qt takes it; one that is not a number counts as none.
+/// A colour component as Qt takes it; one that is not a number, and so not more than 0, counts as none.
 float component(float value) {
     return std::min(std::max(0.0F, value), 1.0F);
 }

@@ -53,8 +53,8 @@ TEST(BezelButton, TheTitleStandsBehindTheShapeAndBothInTheMiddle) {
                     last = x;
                 }
         ASSERT_GE(first, 0);
-        EXPECT_NEAR(first, 36, 2);
-        EXPECT_NEAR(image.width() - 1 - last, 36, 2);
+        EXPECT_NEAR(first, 36, 4);
+        EXPECT_NEAR(image.width() - 1 - last, 36, 4);
     }
 }
 

@@ -245,7 +245,7 @@ TEST_F(LookTest, AMenuHasItsShadesAndItsRooms) {
 
 TEST_F(LookTest, AListThatOpensStandsBelowItsBox) {
     QComboBox box;
-    box.addItems({"One", "Two"});
+    box.addItems({"One", "Two", "Three"}); // the first is lit
     box.show();
     box.showPopup();
     QStyleOptionComboBox option;

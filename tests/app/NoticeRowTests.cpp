@@ -88,9 +88,10 @@ TEST_F(NoticeRowTest, AnActionsNameIsWrittenAsItIsAndDoesNotWidenTheWindow) {
 TEST_F(NoticeRowTest, AnActionsNameIsWholeUpToItsWidestAndCutOffBeyond) {
     QFont font = control("noticeAction")->font();
     for (const auto &[width, whole] : {std::pair(220, true), std::pair(221, false)}) {
-        font.setLetterSpacing(QFont::AbsoluteSpacing, 0);
-        const qreal natural = QFontMetricsF(font).horizontalAdvance("Undo");
-        font.setLetterSpacing(QFont::AbsoluteSpacing, (width - 0.25 - natural) / 4);
+        qreal apart = 0;
+        do
+            font.setLetterSpacing(QFont::AbsoluteSpacing, apart += 0.125);
+        while (QFontMetricsF(font).horizontalAdvance("Undo") <= width - 0.75);
         control("noticeAction")->setFont(font);
         row.setNotice("One", "Undo");
         EXPECT_EQ(control("noticeAction")->text() == "Undo", whole) << width;
