@@ -158,8 +158,8 @@ void MainWindow::buildUI() {
     layoutOf<QVBoxLayout>(channelScroll, 0)->addWidget(table);
     channelScroll->hide();
 
-    devicePopup->setFocus(); // from there Tab visits the rows in their order
     connectControls();
+    setFocusOrder();
     limitSize();
     show();
     bringToFront();
@@ -308,12 +308,24 @@ void MainWindow::connectControls() {
         showMostImportant();
     });
     heightAnimation.setParent(this);
-    heightAnimation.setDuration(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this));
     heightAnimation.setEasingCurve(QEasingCurve::InOutQuad);
     connect(&heightAnimation, &QVariantAnimation::valueChanged, this, [this](const QVariant &value) {
         if (!isAtRest()) // it has others also while it is being set up
             resize(width(), value.toInt());
     });
+}
+
+/// The rows' own, whatever Qt makes of the order in which they were made.
+void MainWindow::setFocusOrder() {
+    QWidget *last = devicePopup;
+    for (QWidget *next : std::initializer_list<QWidget *>{
+             connectButton, patchButton, table, findChild<QWidget *>(QStringLiteral("noticeAction")),
+             findChild<QWidget *>(QStringLiteral("noticeDismiss")), sessionNameField, outputPathField,
+             chooseButton, syncButton}) {
+        setTabOrder(last, next);
+        last = next;
+    }
+    devicePopup->setFocus();
 }
 
 const QIcon &MainWindow::brandIcon() {

@@ -95,6 +95,7 @@ private:
 
     void nameControls();
     void connectControls();
+    void setFocusOrder();
     void limitSize();
     QWidget *headerRow();
     QLabel *subtitle();

@@ -17,6 +17,7 @@
 #include <QCloseEvent>
 #include <QFile>
 #include <QLineEdit>
+#include <QStyle>
 
 #include <algorithm>
 #include <iostream>
@@ -160,6 +161,7 @@ void MainWindow::growWindow(int points) {
         heightWithoutTable = std::min(height() - menuHeight(), contentHeight);
     targetHeight += points;
     heightAnimation.stop();
+    heightAnimation.setDuration(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this));
     heightAnimation.setStartValue(height());
     heightAnimation.setEndValue(targetHeight);
     heightAnimation.start();

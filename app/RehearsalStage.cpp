@@ -118,7 +118,10 @@ RehearsalStage::~RehearsalStage() {
     for (auto running = recorder(); running && !end.hasExpired(); running = recorder())
         endRecorder(*running);
     console.terminate();
-    console.waitForFinished(endTime); // one that runs on is killed with its QProcess
+    if (!console.waitForFinished(endTime)) {
+        console.kill();
+        console.waitForFinished(endTime);
+    }
 }
 
 void RehearsalStage::whenConsoleEnds(const QObject *context, const std::function<void()> &told) {

@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <csignal>
 #include <cstdlib>
 
 #include <fcntl.h>
@@ -273,6 +274,23 @@ TEST_F(RehearsalStageTest, TheConsoleIsAskedToEnd) {
         ASSERT_TRUE(becomes(console.string() + ".begun", "begun\n"));
     }
     EXPECT_EQ(textOf(console.string() + ".ended"), "asked\n");
+}
+
+TEST_F(RehearsalStageTest, AConsoleThatDoesNotEndIsKilledWithoutAWord) {
+    const auto console = consoleThat("trap '' TERM\necho \"$$\" >\"$0.number\"\nexec sleep 60\n");
+    const std::filesystem::path number = console.string() + ".number";
+    static std::vector<std::string> complaints;
+    complaints.clear();
+    const auto usual = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) {
+        complaints.push_back(text.toStdString());
+    });
+    {
+        const RehearsalStage stage(fakes.platform, console.parent_path());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return fileExists(number) && !textOf(number).empty(); }, 30'000));
+    }
+    qInstallMessageHandler(usual);
+    EXPECT_THAT(complaints, testing::IsEmpty());
+    EXPECT_NE(kill(std::stoi(textOf(number)), 0), 0) << "it is gone";
 }
 
 TEST_F(RehearsalStageTest, WhatIsTypedInTheTerminalReachesTheConsoleUntilTheInputEnds) {

@@ -9,7 +9,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
-#include <QStyle>
+#include <QProxyStyle>
 #include <QTimer>
 #include <QVariantAnimation>
 
@@ -38,7 +38,6 @@ TEST_F(WindowGrowthTest, MovesAsTheStyleDoesFromWhereItIs) {
     launch();
     setContent(400);
     window.growWindow(240);
-    EXPECT_EQ(animation().duration(), window.style()->styleHint(QStyle::SH_Widget_Animation_Duration));
     EXPECT_EQ(animation().easingCurve().type(), QEasingCurve::InOutQuad);
     EXPECT_EQ(animation().startValue(), 400 + menuHeight());
     goHalfWay();
@@ -46,6 +45,35 @@ TEST_F(WindowGrowthTest, MovesAsTheStyleDoesFromWhereItIs) {
     goAllTheWay();
     EXPECT_EQ(animation().state(), QAbstractAnimation::Stopped);
     EXPECT_EQ(content(), 640);
+}
+
+/// As somebody sets it while the program runs.
+class PaceOfAStyle : public QProxyStyle {
+public:
+    explicit PaceOfAStyle(int duration) : duration(duration) {}
+
+    int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                  QStyleHintReturn *data) const override {
+        return hint == SH_Widget_Animation_Duration ? duration
+                                                    : QProxyStyle::styleHint(hint, option, widget, data);
+    }
+
+private:
+    const int duration;
+};
+
+TEST_F(WindowGrowthTest, TakesTheTimeThatTheStyleTakesByThen) {
+    launch();
+    PaceOfAStyle slow(77);
+    window.setStyle(&slow);
+    window.growWindow(240);
+    EXPECT_EQ(animation().duration(), 77);
+    PaceOfAStyle none(0);
+    window.setStyle(&none);
+    window.growWindow(-240);
+    EXPECT_EQ(animation().state(), QAbstractAnimation::Stopped);
+    EXPECT_EQ(content(), 370);
+    window.setStyle(nullptr);
 }
 
 struct Wish {
