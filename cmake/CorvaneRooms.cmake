@@ -16,7 +16,8 @@ if(CORVANE_SANITIZE)
 endif()
 
 # What is released reads from networks: overflows, bad indices and overwritten tables stop it instead of serving an
-# attacker. tests/packaging/check-hardening looks for all of it in the programs, check-macho in those for macOS.
+# attacker. tests/packaging/check-hardening looks for all of it in the programs, check-macho in those that are
+# built for macOS away from a Mac.
 if(CMAKE_BUILD_TYPE STREQUAL Release AND NOT CORVANE_SANITIZE)
     add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
     # The standard library's own checks: GNU's; LLVM's from 18 (Xcode 16) on; LLVM's 15 to 17, which later ones do not take.
@@ -101,7 +102,8 @@ endfunction()
 
 # corvane_test(NAME SOURCES ... DEPENDS ... [TIMEOUT seconds] [RESOURCE_LOCK name] [LABELS ...])
 # One GoogleTest program whose every test is a test of ctest, in a process of its own; a sanitizer has five times as
-# long. Of those that name the same lock one runs at a time; they are begun first.
+# long. Of those that name the same lock one runs at a time; where ctest has no times of an earlier
+# run they are begun first.
 function(corvane_test name)
     cmake_parse_arguments(TEST "" "TIMEOUT;RESOURCE_LOCK" "SOURCES;DEPENDS;LABELS" ${ARGN})
     if(NOT TEST_TIMEOUT)

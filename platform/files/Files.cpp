@@ -122,14 +122,17 @@ public:
 private:
     FileHandle create(mode_t mode) {
         static std::atomic<unsigned> counter{0};
-        for (;;) {
+        constexpr int attempts = 1000;
+        for (int attempt = 1;; ++attempt) {
             // Short and without the destination's name, which may already be as long as a name can be.
             path = folderOf(destination) /
                    (".corvane-" + std::to_string(::getpid()) + "-" + std::to_string(++counter));
             const int descriptor = openUninterrupted(path, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, mode);
             if (descriptor >= 0)
                 return FileHandle(descriptor, destination);
-            if (errno != EEXIST) // else left over from an earlier process of our number
+            // One that exists was left over from an earlier process of our number; some shares say so of any
+            // name.
+            if (errno != EEXIST || attempt == attempts)
                 throw FileError::cannot("written", destination, errno);
         }
     }
@@ -165,8 +168,9 @@ Bytes readFile(const Path &path) {
     const FileHandle file = FileHandle::openForReading(path);
     Bytes bytes;
     struct stat status {};
-    ::fstat(file.fileDescriptor(), &status);
-    bytes.reserve(static_cast<std::size_t>(status.st_size)); // 0 where a file hides its size
+    // A folder's size is that of everything in it on some shares.
+    if (::fstat(file.fileDescriptor(), &status) == 0 && S_ISREG(status.st_mode))
+        bytes.reserve(static_cast<std::size_t>(status.st_size));
     readAll(file, [&](std::string_view piece) { bytes.insert(bytes.end(), piece.begin(), piece.end()); });
     return bytes;
 }

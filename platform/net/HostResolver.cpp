@@ -40,6 +40,8 @@ HostAddresses lookUpHost(const std::string &host) {
     HostAddresses result;
     for (const addrinfo *entry = found.get(); entry != nullptr; entry = entry->ai_next) {
         asio::ip::tcp::endpoint endpoint;
+        if (entry->ai_addrlen > endpoint.capacity())
+            continue; // of another family
         endpoint.resize(entry->ai_addrlen);
         std::memcpy(endpoint.data(), entry->ai_addr, entry->ai_addrlen);
         result.addresses.push_back(endpoint.address());

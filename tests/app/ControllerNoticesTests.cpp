@@ -219,6 +219,7 @@ TEST_F(ControllerNoticesTest, ASessionThatIsGoneCanBeChosenAgain) {
     EXPECT_EQ(controller->activeSessionURL, show);
     controller->noticeAction();
     view.folderAnswer(moved);
+    EXPECT_EQ(text(), "") << "what was read is of the other";
     fakes.clock->run();
     EXPECT_EQ(controller->activeSessionURL, moved);
     EXPECT_EQ(text(), "");
@@ -334,6 +335,18 @@ TEST_F(ControllerNoticesTest, ThatTheSessionDiffersStaysPutAwayWhileThePatchGoes
     EXPECT_THAT(text(), HasSubstr("lacks 1"));
 }
 
+TEST_F(ControllerNoticesTest, NothingIsAtRiskWhileAPressOfTheButtonUpdatesNothing) {
+    show = makeSession("Show", kickAndKeys());
+    record(show, "Keys", 1);
+    opensLast(show);
+    launch();
+    consoleSendsPatch(movedKeys());
+    fakes.clock->run();
+    ASSERT_THAT(text(), HasSubstr("lacks 1"));
+    controller->dismissNotice();
+    EXPECT_EQ(text(), "");
+}
+
 TEST_F(ControllerNoticesTest, ASessionThatIsGoneIsSaidThroughAPatchChange) {
     begin(kickAndKeys());
     std::filesystem::remove_all(show);
@@ -346,6 +359,11 @@ TEST_F(ControllerNoticesTest, ASessionThatIsGoneIsSaidThroughAPatchChange) {
     EXPECT_EQ(text(), "");
     fakes.clock->run();
     EXPECT_EQ(text(), "");
+}
+
+TEST_F(ControllerNoticesTest, ASessionThatDiffersOnlyInANameIsSaid) {
+    begin({channel("Kick", 1, 0), channel("Piano", 2, 1, true)});
+    EXPECT_EQ(text(), "“\u2068Show\u2069” differs from the console in 1 track.");
 }
 
 TEST_F(ControllerNoticesTest, ASessionThatDiffersOnlyInItsOrderIsSaid) {
@@ -415,6 +433,8 @@ TEST_F(ControllerNoticesTest, APatchThatCannotBecomeASessionIsSaidAndShown) {
     controller->noticeAction();
     EXPECT_EQ(view.linesTitle, "No session can be created of this patch");
     EXPECT_THAT(view.linesShown, SizeIs(1));
+    consoleSendsPatch(kickAndKeys());
+    EXPECT_EQ(text(), "");
 }
 
 TEST_F(ControllerNoticesTest, PendingChangesAreExplainedByWhatTheUpdateWillDo) {

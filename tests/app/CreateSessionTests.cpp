@@ -52,6 +52,19 @@ TEST_F(CreateTest, FromThenOnTheMarkersAreThoseOfTheNewSession) {
     EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker", "/marker"));
 }
 
+TEST_F(CreateTest, TheDisksOfTheNewSessionAreLookedAtAtOnce) {
+    installLiveTrax();
+    launch();
+    consoleSendsPatch(kickAndKeys());
+    fakes.clock->run();
+    EXPECT_FALSE(view.notice);
+    fakes.volume = {"Stick", 1};
+    controller->createSession();
+    fakes.clock->run();
+    ASSERT_TRUE(view.notice);
+    EXPECT_EQ(view.notice->kind, Notice::Kind::spaceLow);
+}
+
 TEST_F(CreateTest, ABlankNameDoesNothing) {
     installLiveTrax();
     launch();

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
@@ -82,6 +83,13 @@ bool withoutHardLinks(int error, const std::function<void()> &action) {
     return runFiltered(std::move(filter), action);
 }
 
+bool withoutNewNames(const std::function<void()> &action) {
+    return runFiltered({loaded(offsetof(seccomp_data, nr)), unless(__NR_openat, 3),
+                        loaded(offsetof(seccomp_data, args[2])),
+                        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, O_EXCL, 0, 1), refused(EEXIST), allowed},
+                       action);
+}
+
 bool withoutClosingRanges(const std::function<void()> &action) {
 #ifdef __NR_close_range
     return withoutCall(__NR_close_range, ENOSYS, action);
@@ -114,6 +122,10 @@ bool withoutPorts(const std::function<void()> &) {
 }
 
 bool withoutHardLinks(int, const std::function<void()> &) {
+    return false;
+}
+
+bool withoutNewNames(const std::function<void()> &) {
     return false;
 }
 

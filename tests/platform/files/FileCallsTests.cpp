@@ -193,6 +193,18 @@ TEST(Files, ATemporaryFileThatAnEarlierProgramLeftIsNotTouched) {
         EXPECT_EQ(folder.read(each), "left");
 }
 
+TEST(Files, WhereEveryNewNameIsSaidToBeTakenTheFileStaysAndThatIsSaid) {
+    const TemporaryFolder folder;
+    const fs::path file = folder.write("config", "old");
+    const bool isRun = withoutNewNames([&] {
+        EXPECT_EQ(errorOf([&] { replaceFileAtomically(file, "new"); }),
+                  "The file “" + file.string() + "” could not be written: File exists.");
+    });
+    if (!isRun)
+        GTEST_SKIP() << "this system refuses no calls";
+    EXPECT_EQ(textOf(file), "old");
+}
+
 TEST(Files, ADriveWithoutHardLinksGetsItsCopyAndNothingThereIsReplacedEither) {
     for (const int error : {EPERM, ENOTSUP, EMLINK, ENOSYS}) {
         const TemporaryFolder folder;
