@@ -1,8 +1,11 @@
 #include "app/BezelButton.h"
 
+#include "app/Look.h"
 #include "tests/app/Painting.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
+#include <QProxyStyle>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -84,6 +87,25 @@ TEST(BezelButton, SaysWhatItsLookMeansAndIsPaintedAnewUnderTheMouse) {
     EXPECT_EQ(button.accessibleDescription(), "Red: nothing is connected.");
     button.ensurePolished();
     EXPECT_TRUE(button.testAttribute(Qt::WA_Hover));
+}
+
+/// A desktop on which buttons are for the mouse.
+class MouseStyle : public QProxyStyle {
+public:
+    int styleHint(StyleHint hint, const QStyleOption *option, const QWidget *widget,
+                  QStyleHintReturn *more) const override {
+        return hint == SH_Button_FocusPolicy ? int(Qt::NoFocus)
+                                             : QProxyStyle::styleHint(hint, option, widget, more);
+    }
+};
+
+TEST(BezelButton, TakesTheKeyboardWhateverButtonsDoOnThisDesktop) {
+    QApplication::setStyle(new MouseStyle);
+    const QPushButton other("Other");
+    const BezelButton button("SYNC LV1");
+    look::apply(*qApp);
+    EXPECT_EQ(other.focusPolicy(), Qt::NoFocus);
+    EXPECT_EQ(button.focusPolicy(), Qt::StrongFocus);
 }
 
 } // namespace
