@@ -71,8 +71,7 @@ BridgeController::BridgeController(Platform &platform, BridgeView &view)
 void BridgeController::applicationDidFinishLaunching() {
     view.useBrandIcon();
     view.buildMainMenu();
-    activeSessionURL = LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders);
-    sceneMarkers->sessionIs(activeSessionURL);
+    workOn(LiveTraxGenerator::knownSessionURL(*platform.defaults, platform.folders));
     buildUI();
     wireClient();
     startBridgeServices();

@@ -107,6 +107,8 @@ public:
     bool canUndo(const Removal &removal) const;
     /// The session is as it was before the removal: what was synchronised then is so again.
     void updateUndone(const Removal &undone);
+    /// The session that is active from now on, whose markers scenes are compared with.
+    void workOn(const std::optional<Path> &session);
     /// LiveTrax was started on the session: that is the one it opened last.
     void sessionOpened(const Path &session);
     void showStatus(const std::string &text);

@@ -300,13 +300,11 @@ void BridgeController::surfaceFailed(const std::error_code &error, const std::st
     if (error != std::errc::address_in_use)
         return;
     told.portHolder.reset();
-    sceneMarkers->findPortHolder([weak = weak_from_this(), reason](const std::string &program) {
-        const auto controller = weak.lock();
-        if (!controller)
-            return;
-        controller->told.portHolder = {reason, program};
-        controller->showFacts();
-    });
+    sceneMarkers->findPortHolder(
+        [this, reason](const std::string &program) { // told while they are there: ours
+            told.portHolder = {reason, program};
+            showFacts();
+        });
 }
 
 void BridgeController::fieldsEdited() {
@@ -327,8 +325,7 @@ void BridgeController::noticeAction() {
     const NoticeFacts facts = knownFacts();
     switch (notice->kind) {
     case Notice::Kind::otherSession:
-        activeSessionURL = facts.lastOpened;
-        sceneMarkers->sessionIs(activeSessionURL);
+        workOn(facts.lastOpened);
         askAboutSessions();
         showFacts();
         break;
@@ -401,8 +398,7 @@ void BridgeController::chooseSession() {
                                        [](std::size_t) {});
             return;
         }
-        controller->activeSessionURL = *folder;
-        controller->sceneMarkers->sessionIs(controller->activeSessionURL);
+        controller->workOn(folder);
         controller->sessionIsAwaited = false;
         controller->askAboutSessions();
         controller->showFacts();

@@ -41,9 +41,8 @@ void BridgeController::createSession() {
         if (trimmed(view.outputPath()).empty())
             view.setOutputPath(folder.string());
         const Path session = LiveTraxGenerator::generate(platform, name, folder, withFiniteColours(from));
-        activeSessionURL = session;
+        workOn(session);
         sessionIsAwaited = true;
-        sceneMarkers->sessionIs(activeSessionURL);
         platform.defaults->set(LiveTraxGenerator::lastSessionKey, session.string());
         const auto target = LiveTraxGenerator::target(platform.folders);
         showStatus("Template created. Opening " + (target ? target->displayName : "LiveTrax") + "…");
@@ -72,6 +71,11 @@ std::filesystem::path BridgeController::folderToSaveIn() const {
     return failure ? Path(text) : working / text;
 }
 
+void BridgeController::workOn(const std::optional<Path> &session) {
+    activeSessionURL = session;
+    sceneMarkers->sessionIs(activeSessionURL);
+}
+
 // Updating the session
 
 void BridgeController::updateActiveSession(const Channels &withChannels, const std::string &signature) {
@@ -83,8 +87,7 @@ void BridgeController::updateActiveSession(const Channels &withChannels, const s
         showStatus("Patch accepted. It will be used for the next session.");
         return;
     }
-    activeSessionURL = session;
-    sceneMarkers->sessionIs(activeSessionURL);
+    workOn(session);
     if (runningLiveTrax())
         std::make_shared<SessionUpdate>(*this, platform, view, *session, withChannels, signature)->confirm();
     else

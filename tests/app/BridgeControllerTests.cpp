@@ -133,7 +133,13 @@ TEST_F(BridgeControllerTest, StopsBrowserListenerConsoleAndLiveTraxInThisOrder) 
 TEST_F(BridgeControllerTest, ACallbackAfterTheControllerIsGoneIsIgnored) {
     launch();
     const auto client = controller->client;
+    const auto liveTraxOSC = controller->liveTraxOSC;
+    fakes.portHolders[8000] = {{4711, "/opt/bin/corvane"}};
+    liveTraxOSC->onFailure(std::make_error_code(std::errc::address_in_use), "taken");
     controller.reset();
+    fakes.clock->run(); // the holder of the port is found
+    liveTraxOSC->onFailure(std::make_error_code(std::errc::address_in_use), "taken");
+    liveTraxOSC->onMarkerLost("Verse", "taken");
     client->onStatus("late");
     client->onConnectionState(false);
     client->onEndpoints({{"LV1", "10.0.0.1", 1, "aa"}});
@@ -143,6 +149,7 @@ TEST_F(BridgeControllerTest, ACallbackAfterTheControllerIsGoneIsIgnored) {
     client->onScene("Verse");
     EXPECT_NE(view.status(), "late");
     EXPECT_EQ(view.reloads, 0);
+    EXPECT_FALSE(view.notice);
 }
 
 // Link and hosts

@@ -18,6 +18,7 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 
@@ -424,6 +425,11 @@ TEST_F(ControllerNoticesTest, TheProgramThatKeepsAMarkerFromLiveTraxIsNamed) {
     fakes.clock->run();
     EXPECT_EQ(text(), "The marker “\u2068Solo\u2069” did not reach LiveTrax: " + reason +
                           " It is held by corvane (process 4711).");
+    fakes.portHolders.clear();
+    controller->liveTraxOSC->onFailure(std::make_error_code(std::errc::address_in_use), reason);
+    controller->liveTraxOSC->onMarkerLost("Solo", reason);
+    fakes.clock->run();
+    EXPECT_THAT(text(), testing::EndsWith(reason)) << "nobody is found any more";
 }
 
 TEST_F(ControllerNoticesTest, APatchThatCannotBecomeASessionIsSaidAndShown) {
@@ -465,6 +471,28 @@ TEST_F(ControllerNoticesTest, ColoursThatComeAfterThePatchAreNoChanges) {
     fakes.clock->advance(2s);
     EXPECT_EQ(view.statusDetail, "SYNC LV1 will change:\n“\u2068Keys\u2069” is added, on inputs 9–10\n"
                                  "“\u2068Keys\u2069” is removed, on inputs 2–3");
+}
+
+TEST_F(ControllerNoticesTest, ColoursThatComeAfterASessionThatDiffersAreInWhatIsSaidOfIt) {
+    begin({channel("Kick", 1, 0), channel("Keys", 2, 1, true), channel("Vox", 3, 9)});
+    ASSERT_THAT(view.notice->detail, Not(HasSubstr("coloured")));
+    Channels painted = controller->channels;
+    painted[0].green = 1;
+    controller->client->onChannels(painted);
+    fakes.clock->advance(2s);
+    EXPECT_THAT(view.notice->detail, HasSubstr("coloured"));
+}
+
+TEST_F(ControllerNoticesTest, AFolderThatIsTypedIsLookedAt) {
+    fakes.platform.volumeOf = [](const std::filesystem::path &path) {
+        return path == "/Volumes/Stick" ? Volume{"Stick", 1} : Volume{"", 4'000'000'000'000};
+    };
+    begin(kickAndKeys());
+    ASSERT_EQ(text(), "");
+    view.pathText = "/Volumes/Stick";
+    controller->fieldsEdited();
+    fakes.clock->run();
+    EXPECT_THAT(text(), StartsWith("Less than a minute left on “\u2068Stick\u2069”"));
 }
 
 TEST_F(ControllerNoticesTest, WhatTheLastUpdateChangedIsNotBehindALostLink) {
