@@ -4,10 +4,13 @@
 #include "tests/app/Painting.h"
 #include "tests/support/ProcessorTime.h"
 
+#include <QAbstractItemDelegate>
 #include <QAbstractItemModelTester>
 #include <QDeadlineTimer>
 #include <QHeaderView>
+#include <QPainter>
 #include <QScrollBar>
+#include <QStyleOptionViewItem>
 #include <QTest>
 #include <QTimer>
 
@@ -183,6 +186,23 @@ TEST_F(ChannelTableTest, ASelectedRowIsLitUnderItsSwatchAsWell) {
     for (const int x : {1, 400})
         EXPECT_NE(painted.pixelColor(x, 24 + 4), painted.pixelColor(x, 4)) << x;
     EXPECT_EQ(painted.pixelColor(1, 24 + 4), painted.pixelColor(400, 24 + 4));
+}
+
+TEST_F(ChannelTableTest, ASwatchStandsOnWhatAnyCellOfASelectedRowDoes) {
+    table.reload(many(1));
+    QStyleOptionViewItem option;
+    option.initFrom(&table);
+    option.rect = QRect(0, 0, 28, 24);
+    option.state = QStyle::State_Enabled | QStyle::State_Active | QStyle::State_Selected;
+    Painting cell(option.rect.size());
+    {
+        QPainter painter(&cell);
+        table.itemDelegateForColumn(0)->paint(&painter, option, table.model()->index(0, 0));
+    }
+    EXPECT_THAT(
+        cell.text(),
+        testing::HasSubstr("filled " +
+                           table.palette().color(QPalette::Highlight).name(QColor::HexArgb).toStdString()));
 }
 
 TEST_F(ChannelTableTest, AColumnThatIsMadeWiderByOnePointTooManyIsPutRight) {
