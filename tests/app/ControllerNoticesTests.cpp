@@ -144,6 +144,22 @@ TEST_F(ControllerNoticesTest, ARecordingOfAMomentAgoIsAskedAboutAsWell) {
                 StartsWith("This takes 1 recorded track out of the session"));
 }
 
+TEST_F(ControllerNoticesTest, AllRecordedTracksThatWouldGoAreInTheQuestion) {
+    show = makeSession("Show", kickAndKeys());
+    record(show, "Kick");
+    record(show, "Keys");
+    opensLast(show);
+    launch();
+    consoleSendsPatch({channel("Kick", 1, 4), channel("Keys", 2, 8, true)});
+    fakes.clock->run();
+    controller->noticeAction();
+    ASSERT_THAT(view.alerts, SizeIs(1));
+    EXPECT_THAT(
+        view.alerts.back().informativeText,
+        StartsWith(
+            "This takes 2 recorded tracks out of the session: “\u2068Kick\u2069”, “\u2068Keys\u2069”."));
+}
+
 TEST_F(ControllerNoticesTest, ColoursHaveNoSessionReadWhileNoPlanIsOnShow) {
     begin(kickAndKeys());
     fakes.clock->advance(1s);
@@ -166,10 +182,14 @@ TEST_F(ControllerNoticesTest, AnotherSessionThatLiveTraxOpenedLastCanBeUsed) {
     opensLast(palau);
     launch();
     EXPECT_EQ(text(), "LiveTrax opened “\u2068Palau\u2069” last; SYNC LV1 works on “\u2068Show\u2069”.");
+    consoleSendsPatch({channel("Kick", 1, 0)});
+    fakes.clock->run();
     controller->noticeAction();
     EXPECT_EQ(controller->activeSessionURL, palau);
     EXPECT_EQ(fakes.defaults->values["CorvaneLastSession"], show.string());
-    EXPECT_EQ(text(), "");
+    EXPECT_EQ(text(), "") << "nothing is known of it yet";
+    fakes.clock->run();
+    EXPECT_EQ(text(), "“\u2068Palau\u2069” has 1 track that the console does not have.");
 }
 
 TEST_F(ControllerNoticesTest, ASessionThatLiveTraxGoesBackToIsNotTakenForTheOneOpenedFromHere) {
