@@ -64,6 +64,16 @@ TEST_F(SessionReaderTest, TheSameQuestionAgainIsAnsweredOnceMoreAfterwards) {
     EXPECT_THAT(answers, SizeIs(2));
 }
 
+TEST_F(SessionReaderTest, TheDisksAreLookedAtAnewEachTime) {
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    fakes.platform.volumeOf = [](const std::filesystem::path &) { return Volume{"Stick", 8}; };
+    reader.ask(question(kickAndKeys()), keep());
+    fakes.clock->run();
+    ASSERT_THAT(answers, SizeIs(2));
+    EXPECT_THAT(answers[1].volumes, ElementsAre(Volume{"Stick", 8}, Volume{"Stick", 8}));
+}
+
 TEST_F(SessionReaderTest, OtherColoursAreAnotherPlanOfTheSameQuestion) {
     const auto coloured = [](const SessionAnswer &answer) {
         return std::count_if(answer.plan->tracks.begin(), answer.plan->tracks.end(),
