@@ -50,6 +50,7 @@ void BridgeController::createSession() {
         sessionOpened(session);
     } catch (const std::exception &error) {
         view.showAlert({"Could not create the session", error.what()}, [](std::size_t) {});
+        askAboutSessions(); // it may be the active one by now
     }
 }
 

@@ -192,6 +192,28 @@ TEST_F(ControllerNoticesTest, AnotherSessionThatLiveTraxOpenedLastCanBeUsed) {
     EXPECT_EQ(text(), "“\u2068Palau\u2069” has 1 track that the console does not have.");
 }
 
+TEST_F(ControllerNoticesTest, ALiveTraxThatCouldNotBeStartedHasNotOpenedTheSession) {
+    fakes.defaults->values["CorvaneLastSession"] = (*fakes.musicFolder / "Show").string();
+    show = makeSession("Show", kickAndKeys());
+    opensLast(makeSession("Palau", kickAndKeys()));
+    launch();
+    consoleSendsPatch(kickAndKeys());
+    consoleSendsPatch(movedKeys());
+    const std::string told =
+        "LiveTrax opened “\u2068Palau\u2069” last; SYNC LV1 works on “\u2068Show\u2069”.";
+    ASSERT_EQ(text(), told);
+    fakes.processes->failure = "no memory";
+    controller->connectSelected();
+    fakes.clock->run();
+    EXPECT_EQ(view.status(), "The session was not updated.");
+    EXPECT_EQ(text(), told);
+    view.nameText = "Friday";
+    controller->createSession();
+    fakes.clock->run();
+    EXPECT_EQ(view.alerts.back().message, "Could not create the session");
+    EXPECT_EQ(text(), "LiveTrax opened “\u2068Palau\u2069” last; SYNC LV1 works on “\u2068Friday\u2069”.");
+}
+
 TEST_F(ControllerNoticesTest, ASessionThatLiveTraxGoesBackToIsNotTakenForTheOneOpenedFromHere) {
     begin(kickAndKeys());
     view.nameText = "Friday Night";

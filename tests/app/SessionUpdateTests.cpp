@@ -232,6 +232,19 @@ TEST_F(SessionUpdateTest, AQuestionThatAnOlderUpdateHasSettledEndsSilently) {
     EXPECT_FALSE(view.updateUnderWay);
 }
 
+TEST_F(SessionUpdateTest, ALiveTraxThatIsOpenedWhileAnotherClosesIsNotAskedToQuit) {
+    becomeAmber();
+    quitIsHeld = isDeafWhenClosing = true;
+    pressAnd(updateButton);
+    stepUntilStatus("Closing LiveTrax…");
+    consoleSendsPatch({channel("Later", 7, 20)});
+    pressAnd(updateButton);
+    const auto other = runLiveTrax();
+    stepUntilStatus("The session was not updated.");
+    EXPECT_EQ(other->terminateRequests, 0);
+    EXPECT_EQ(other->forceRequests, 0);
+}
+
 TEST_F(SessionUpdateTest, AnApplicationThatSaysThatItHasTerminatedDoesNotRun) {
     becomeAmber();
     fakes.applications->findsTerminated = true;

@@ -534,6 +534,19 @@ TEST_F(UndoTest, OfAnUpdateThatTheConsoleHasGoneOnFromNothingOfItIsSaidAnyMore) 
     EXPECT_EQ(view.statusDetail, "");
 }
 
+TEST_F(UndoTest, ThatIsRefusedLetsAnUpdateThatWaitsGoOn) {
+    beOffered();
+    consoleSendsPatch({channel("Later", 7, 20)});
+    pressAnd(updateButton);
+    stepUntilStatus("Saving the session…");
+    record(session, "Kick");
+    pressUndo();
+    EXPECT_EQ(view.status(), "The update was not undone.");
+    EXPECT_TRUE(view.updateUnderWay);
+    stepUntil([this] { return rewrites > 0; });
+    EXPECT_EQ(sessionSignature(), signature({channel("Later", 7, 20)}));
+}
+
 TEST_F(UndoTest, ARollingTransportIsLeftAlone) {
     beOffered();
     speed = 1;

@@ -21,6 +21,15 @@ TEST(LV1Queues, AreCalledWhatTheyAreLookedForByInADebugger) {
     EXPECT_THAT(fake.queues->labels, testing::UnorderedElementsAre("Corvane.Discovery", "Corvane.Network"));
 }
 
+TEST_F(LV1Connection, AConsoleThatHangsUpAtOnceIsNotGreeted) {
+    client->connect("10.0.0.1", 50000);
+    run();
+    stream().becomeReady();
+    stream().fail("reset");
+    run();
+    EXPECT_THAT(stream().sent, IsEmpty());
+}
+
 TEST_F(LV1Connection, Port0IsRefusedAndOpensNothing) {
     client->connect("10.0.0.1", 0);
     EXPECT_THAT(takeDiary(), ElementsAre("Invalid LV1 port"));

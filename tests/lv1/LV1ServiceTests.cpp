@@ -436,6 +436,15 @@ TEST_F(LV1Services, AListThatHasBecomeShorterUnderAnAcceptedLinkIsMentionedOnceM
     }
 }
 
+TEST_F(LV1Services, ALinkToAnotherHostLeadsToNoServiceAnyMore) {
+    chooseByTheRules();
+    const auto service = fake.browser->find("A", false);
+    resolve(*service, "a.local.", 5000);
+    EXPECT_TRUE(client->leadsTo(FakeNetService("A")));
+    client->connect("10.0.0.7", 5000);
+    EXPECT_FALSE(client->leadsTo(FakeNetService("A")));
+}
+
 TEST_F(LV1Services, AServiceThatIsWithdrawnAndBackUnderAStandingLinkIsLeftAlone) {
     chooseByTheRules();
     const auto service = fake.browser->find("A", false);
