@@ -472,13 +472,13 @@ TEST_F(LiveTraxOSCTest, NamesThatAreTooManyToRememberAreNeverLocatedTo) {
 
 TEST_F(LiveTraxOSCTest, ASceneThatIsCalledAsLiveTraxCallsMarkersIsNeverLocatedTo) {
     openReady();
-    for (const char *name : {"mark1", "mark", "mark 1", "marked"}) {
+    for (const char *name : {"mark1", "mark", "mark 1", "mark1x", "marked"}) {
         client->addSceneMarker(name);
         advance(1s);
     }
     EXPECT_EQ(markerMessages(connection()),
               (Addresses{"/add_marker mark1", "/add_marker", "/marker mark", "/add_marker", "/marker mark 1",
-                         "/add_marker", "/marker marked"}));
+                         "/add_marker", "/marker mark1x", "/add_marker", "/marker marked"}));
 }
 
 TEST_F(LiveTraxOSCTest, AMarkerThatDidNotReachLiveTraxIsToldWithTheReason) {
