@@ -300,11 +300,12 @@ void BridgeController::surfaceFailed(const std::error_code &error, const std::st
     if (error != std::errc::address_in_use)
         return;
     told.portHolder.reset();
-    sceneMarkers->findPortHolder(
-        [this, reason](const std::string &program) { // told while they are there: ours
-            told.portHolder = {reason, program};
-            showFacts();
-        });
+    sceneMarkers->findPortHolder([weak = weak_from_this(), reason](const std::string &program) {
+        if (const auto controller = weak.lock()) {
+            controller->told.portHolder = {reason, program};
+            controller->showFacts();
+        }
+    });
 }
 
 void BridgeController::fieldsEdited() {

@@ -161,7 +161,9 @@ void MainWindow::growWindow(int points) {
         heightWithoutTable = std::min(height() - menuHeight(), contentHeight);
     targetHeight += points;
     heightAnimation.stop();
-    heightAnimation.setDuration(style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this));
+    // One that takes no time would say nothing of where it ends.
+    heightAnimation.setDuration(
+        std::max(1, style()->styleHint(QStyle::SH_Widget_Animation_Duration, nullptr, this)));
     heightAnimation.setStartValue(height());
     heightAnimation.setEndValue(targetHeight);
     heightAnimation.start();

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <map>
 #include <unistd.h>
+#include <utility>
 
 namespace corvane {
 
@@ -16,7 +17,7 @@ namespace {
 constexpr std::array endSignals{SIGTERM, SIGINT, SIGHUP};
 
 /// A pipe from the signal handler, which may do next to nothing, to the event loop.
-std::array<int, 2> signalPipe;
+std::array signalPipe{-1, -1};
 
 void tellPipe(int) {
     const int errnoBefore = errno;
@@ -68,8 +69,8 @@ ShutdownSignals::~ShutdownSignals() {
         return; // there was no pipe
     restoreEndSignals();
     delete notifier;
-    for (const int end : signalPipe)
-        close(end);
+    for (int &end : signalPipe) // a handler that is still at work on another thread then finds none
+        close(std::exchange(end, -1));
 }
 
 } // namespace corvane

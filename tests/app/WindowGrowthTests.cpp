@@ -68,11 +68,19 @@ TEST_F(WindowGrowthTest, TakesTheTimeThatTheStyleTakesByThen) {
     window.setStyle(&slow);
     window.growWindow(240);
     EXPECT_EQ(animation().duration(), 77);
+    window.setStyle(nullptr);
+}
+
+TEST_F(WindowGrowthTest, GetsThereUnderAStyleThatMovesNothing) {
+    launch();
     PaceOfAStyle none(0);
     window.setStyle(&none);
-    window.growWindow(-240);
-    EXPECT_EQ(animation().state(), QAbstractAnimation::Stopped);
-    EXPECT_EQ(content(), 370);
+    for (const auto &[points, height] : {std::pair(240, 610), {-240, 370}, {240, 610}}) {
+        window.growWindow(points);
+        EXPECT_TRUE(
+            QTest::qWaitFor([this] { return animation().state() == QAbstractAnimation::Stopped; }, 30'000));
+        EXPECT_EQ(content(), height);
+    }
     window.setStyle(nullptr);
 }
 
@@ -206,6 +214,7 @@ TEST_F(WindowGrowthTest, ComesToTheFrontOfTheProgramsOthers) {
         come();
         EXPECT_FALSE(window.isMinimized());
         const auto told = happenings.take();
+        ASSERT_FALSE(told.empty());
         EXPECT_EQ(told.front(), "state changed");
         EXPECT_EQ(told.back(), "raised");
     }
