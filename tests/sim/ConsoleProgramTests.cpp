@@ -58,6 +58,15 @@ TEST(ConsoleProgram, CommandsMayComeFromAFile) {
     EXPECT_EQ(console.errors(), "rename 99 x: there is no channel of this number\n");
 }
 
+TEST(ConsoleProgram, GoesOnWhenAFileOfCommandsEndsAsWell) {
+    const TemporaryFolder folder;
+    const auto file = folder.write("commands", "rename 99 x\nnonsense");
+    ChildProcess console("/bin/sh", {"-c", "exec " + program + " < " + file.string()});
+    ASSERT_TRUE(console.complains("nonsense"));
+    console.signal(SIGTERM);
+    EXPECT_EQ(console.exitStatus(), 0);
+}
+
 TEST(ConsoleProgram, APatchFileThatCannotBeUsedIsWrongUsage) {
     const TemporaryFolder folder;
     const auto file = folder.write("patch.json", R"({"version":1,"channels":[{"name":7}]})");

@@ -289,6 +289,15 @@ TEST_F(ConsoleSimTest, ReportsWhatAClientDoesWrong) {
     EXPECT_THAT(notes, ElementsAre("client connected", "client disconnected"));
 }
 
+TEST_F(ConsoleSimTest, AClientThatIsCutOffLeavesOnce) {
+    const Client client(sim.port());
+    ASSERT_TRUE(comes([&] { return sim.clients() == 1; }));
+    command("reset");
+    const Client next(sim.port());
+    ASSERT_TRUE(comes([&] { return sim.clients() == 1; }));
+    EXPECT_THAT(notes, ElementsAre("client connected", "client disconnected", "client connected"));
+}
+
 TEST(ConsoleSim, PingsEachClientAgainAndAgain) {
     ConsoleSimOptions options;
     options.pingInterval = std::chrono::milliseconds(5);

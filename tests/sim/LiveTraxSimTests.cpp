@@ -405,7 +405,7 @@ TEST_F(LiveTraxSimTest, ASaveThatFailsIsToldAndTheMarkersWaitForTheNext) {
     sim.handle({"/add_marker", {}});
     std::filesystem::remove_all(show);
     sim.handle({"/save_state", {}});
-    EXPECT_TRUE(log.back().starts_with("could not save: ")) << log.back();
+    EXPECT_TRUE(log.back().starts_with("could not save: The file “")) << log.back();
     EXPECT_EQ(log.size(), 3U) << "created, marker, and not that it is saved";
     std::filesystem::create_directories(show);
     sim.handle({"/save_state", {}});
