@@ -326,6 +326,14 @@ TEST_F(LiveTraxSimTest, AMarkerIsWrittenAsTheRecorderWritesItAndOfSeveralInOnePl
     EXPECT_NE(sessionText().find("<Session id-counter=\"3\">"), std::string::npos);
 }
 
+TEST_F(LiveTraxSimTest, ASessionWithoutMarkersGetsAPlaceForThem) {
+    home.write("shows/Friday/Friday.ardour", "<Session/>");
+    auto sim = start(opening());
+    sim.handle({"/add_marker", {}});
+    sim.handle({"/save_state", {}});
+    EXPECT_EQ(markersInFile(), Lines{"mark1 at a0"});
+}
+
 TEST_F(LiveTraxSimTest, ANameThatComesWhenThePlayheadHasMovedOnNamesNothing) {
     auto sim = start(making(), "recording");
     clock->advance(2s);
