@@ -261,7 +261,7 @@ TEST_F(LiveTraxSimProcess, SaysWhyItCannotStart) {
         {{"-a", "-n"}, "", "usage"},
         {opening(), "", "Friday.ardour"},
         {{"-a", "-n", "-k", "keys", "-T", "None", "-N", show}, "", "None.template"},
-        {making(), "loud", "livetrax-sim: unknown word: loud"},
+        {making(), "loud", "livetrax-sim: LIVETRAX_SIM: unknown word: loud"},
     };
     for (const auto &row : table) {
         RunningSim sim(program, home, row.arguments, row.words);
