@@ -1,4 +1,4 @@
-#include "tests/cli/CommandTest.h"
+#include "tests/cli/ConsoleCommandTest.h"
 
 #include "osc/OSCCodec.h"
 #include "patch/PatchDocument.h"
@@ -14,14 +14,6 @@ using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-const std::vector<LV1Channel> band{mono("Kick", 0, 1), stereo("OH", 6, 2)};
-const std::vector<std::string> fromHost{"--host", "10.0.0.1", "--port", "5000"};
-
-std::vector<std::string> operator+(std::vector<std::string> left, const std::vector<std::string> &right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 class HostsCommandTest : public CommandTest {};
 class PatchCommandTest : public CommandTest {};
@@ -184,7 +176,7 @@ TEST_F(PatchCommandTest, PrintsTheFirstPatchOnceTheConsoleHasBeenSilent) {
     begin(std::vector<std::string>{"patch", "--json"} + fromHost);
     EXPECT_EQ("10.0.0.1", stream().host);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(200ms);
     deliver("/Notify/TrackColor", {0, 1, 0, 1.0F, 0.5F, 0.0F});
     fake.clock->advance(299ms);
@@ -192,7 +184,7 @@ TEST_F(PatchCommandTest, PrintsTheFirstPatchOnceTheConsoleHasBeenSilent) {
     fake.clock->advance(1ms);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::done, outcome->status) << outcome->message;
-    auto coloured = band;
+    auto coloured = kickAndOverheads;
     coloured[1].red = 1.0F;
     coloured[1].green = 0.5F;
     coloured[1].blue = 0.0F;
@@ -203,7 +195,7 @@ TEST_F(PatchCommandTest, PrintsTheFirstPatchOnceTheConsoleHasBeenSilent) {
 TEST_F(PatchCommandTest, AnyMessageBeginsTheSilenceAnew) {
     begin(std::vector<std::string>{"patch"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     const std::vector<std::pair<std::string, std::vector<OSCValue>>> messages{
         {"/ping", {1}},
         {"/Notify/TrackColor", {2, 0, 0, 1.0F, 0.5F, 0.0F}},
@@ -225,7 +217,7 @@ TEST_F(PatchCommandTest, AnyMessageBeginsTheSilenceAnew) {
 TEST_F(PatchCommandTest, AConsoleThatNeverFallsSilentIsNotWaitedForForEver) {
     begin(std::vector<std::string>{"patch"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     for (int i = 0; i < 49 && !ended(); ++i) {
         fake.clock->advance(100ms);
         deliver("/Notify/TrackColor", {0, 1, 0, 1.0F, 0.5F, static_cast<float>(i)});
@@ -238,7 +230,7 @@ TEST_F(PatchCommandTest, AConsoleThatNeverFallsSilentIsNotWaitedForForEver) {
 TEST_F(PatchCommandTest, PeopleGetATable) {
     begin(std::vector<std::string>{"patch"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(300ms);
     EXPECT_EQ("CHANNEL  FORMAT  INPUT  DEVICE     SOURCE      COLOUR\n"
               "Kick     Mono    1      SoundGrid  Mixer_Ch 1  #3F8CD8\n"
@@ -261,9 +253,9 @@ TEST_F(PatchCommandTest, NoNameSteersTheTerminal) {
 TEST_F(PatchCommandTest, CsvIsTheTableOfThePatchFile) {
     begin(std::vector<std::string>{"patch", "--format", "csv"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(300ms);
-    EXPECT_EQ(patchTable(band), output.printed);
+    EXPECT_EQ(patchTable(kickAndOverheads), output.printed);
 }
 
 TEST_F(PatchCommandTest, AnEmptyPatchIsAPatch) {
@@ -279,26 +271,26 @@ TEST_F(PatchCommandTest, AnEmptyPatchIsAPatch) {
 TEST_F(PatchCommandTest, SaveKeepsAPatchFileAndPrintsAllTheSame) {
     begin(std::vector<std::string>{"patch", "--save", "kept.json"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(300ms);
-    EXPECT_EQ(patchDocument(band), fake.folder.read("kept.json"));
+    EXPECT_EQ(patchDocument(kickAndOverheads), fake.folder.read("kept.json"));
     EXPECT_THAT(output.printed, HasSubstr("Kick"));
 }
 
 TEST_F(PatchCommandTest, SavesTheUsualColourForOneThatIsNoNumber) {
     begin(std::vector<std::string>{"patch", "--save", "kept.json", "--json"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     deliver("/Notify/TrackColor", {0, 0, 0, 1.0F, std::numeric_limits<float>::infinity(), 0.0F});
     fake.clock->advance(300ms);
-    EXPECT_EQ(patchDocument(band), fake.folder.read("kept.json"));
+    EXPECT_EQ(patchDocument(kickAndOverheads), fake.folder.read("kept.json"));
     EXPECT_TRUE(printedJson()["channels"][0]["green"].is_null()) << "what the console said";
 }
 
 TEST_F(PatchCommandTest, AFileThatCannotBeWrittenIsAFailure) {
     begin(std::vector<std::string>{"patch", "--save", "missing/kept.json"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(300ms);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::refused, outcome->status);
@@ -310,7 +302,7 @@ TEST_F(PatchCommandTest, AFullStandardOutputIsAFailure) {
     output.full = true;
     begin(std::vector<std::string>{"patch"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(300ms);
     ASSERT_TRUE(ended());
     EXPECT_EQ(status::refused, outcome->status);
@@ -333,7 +325,7 @@ TEST_F(PatchCommandTest, APatchThatComesInTheLastMomentIsWaitedForToSettle) {
     begin(std::vector<std::string>{"patch"} + fromHost);
     accept();
     fake.clock->advance(9900ms);
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(299ms);
     EXPECT_FALSE(ended());
     fake.clock->advance(1ms);
@@ -390,7 +382,7 @@ TEST_F(PatchCommandTest, ABrokenConnectionEndsItWithTheLastStatus) {
 TEST_F(PatchCommandTest, AConsoleThatClosesAfterItsPatchHasSaidAll) {
     begin(std::vector<std::string>{"patch", "--json"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(100ms);
     stream().closeByPeer(OSCCodec::frame(
         OSCCodec::message("/Notify/TrackColor", {0, 1, 0, 1.0F, 0.5F, 0.0F}))); // comes with the close
@@ -404,7 +396,7 @@ TEST_F(PatchCommandTest, AConsoleThatClosesAfterItsPatchHasSaidAll) {
 TEST_F(PatchCommandTest, AConnectionThatBreaksAfterThePatchHasFailed) {
     begin(std::vector<std::string>{"patch"} + fromHost);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(100ms);
     stream().breakOff("Connection reset by peer");
     fake.clock->advance(10s);
@@ -428,7 +420,7 @@ TEST_F(PatchCommandTest, ASoleHostHeardByMulticastIsConnectedTo) {
     EXPECT_EQ("10.0.0.9", stream().host);
     EXPECT_EQ(5009, stream().port);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(300ms);
     EXPECT_EQ(status::done, outcome->status);
 }
@@ -453,7 +445,7 @@ TEST_F(PatchCommandTest, SeveralHostsAreForAPersonToChooseFrom) {
               "  --host 10.0.0.8 --port 5010 is “\u2068Moni tors\u2069”.",
               outcome->message);
     accept();
-    deliverPatch(band);
+    deliverPatch(kickAndOverheads);
     fake.clock->advance(300ms);
     EXPECT_THAT(output.printed, IsEmpty()) << "a patch that comes now is not asked for any more";
 }

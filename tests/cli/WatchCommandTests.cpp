@@ -1,4 +1,4 @@
-#include "tests/cli/CommandTest.h"
+#include "tests/cli/ConsoleCommandTest.h"
 
 #include "osc/OSCCodec.h"
 #include "patch/PatchDocument.h"
@@ -14,14 +14,6 @@ using namespace std::chrono_literals;
 using nlohmann::json;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-const std::vector<LV1Channel> band{mono("Kick", 0, 1), stereo("OH", 6, 2)};
-const std::vector<std::string> fromHost{"--host", "10.0.0.1", "--port", "5000"};
-
-std::vector<std::string> operator+(std::vector<std::string> left, const std::vector<std::string> &right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 class WatchCommandTest : public CommandTest {
 protected:
@@ -74,7 +66,7 @@ TEST_F(WatchCommandTest, EachEventCanBeAskedForByItself) {
         announce("FOH", "10.0.0.1", 5000);
         fake.browser->find("FOH");
         accept();
-        deliverPatch(band);
+        deliverPatch(kickAndOverheads);
         deliver("/Notify/Scene/Name", {std::string("Verse")});
         std::size_t found = 0;
         for (const json &each : this->events()) {
