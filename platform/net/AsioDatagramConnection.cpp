@@ -71,6 +71,8 @@ private:
     bool writing = false;
     bool isSecondTry = false; ///< of the first outgoing datagram
     ReceiveHandler pending;
+    udp::endpoint peer;   ///< whom the socket is connected to
+    udp::endpoint sender; ///< of what is in `incoming`
     Bytes incoming;
     bool reading = false;
     std::string failureText;
@@ -149,6 +151,8 @@ std::error_code AsioDatagramConnection::Impl::openOne(const udp::endpoint &remot
     socket.bind(local, error);
     if (!error)
         socket.connect(remote, error);
+    if (!error)
+        peer = socket.remote_endpoint(error);
     return error ? generic(error) : std::error_code();
 }
 
@@ -204,13 +208,17 @@ void AsioDatagramConnection::Impl::read() {
         return;
     reading = true;
     incoming.resize(datagramLimit);
-    context->whileOpen([&] { socket.async_receive(asio::buffer(incoming), onQueue(&Impl::haveRead)); });
+    context->whileOpen(
+        [&] { socket.async_receive_from(asio::buffer(incoming), sender, onQueue(&Impl::haveRead)); });
 }
 
 void AsioDatagramConnection::Impl::haveRead(const asio::error_code &error, std::size_t count) {
     reading = false;
     if (!life.isReady())
         return;
+    // What others sent in the moment before the socket was connected waits in it as well.
+    if (!error && sender != peer)
+        return read();
     const auto done = std::exchange(pending, nullptr);
     if (error) {
         done({std::nullopt, error.message()});

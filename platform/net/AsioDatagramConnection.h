@@ -19,7 +19,7 @@ struct DatagramEnds {
 };
 
 /// A UDP socket that is bound to its local end alone (nobody else's port is shared) and connected to its
-/// remote end, so that only what that very address and port sends is heard. State as with
+/// remote end: only what that very address and port sends is heard, from the first datagram on. State as with
 /// AsioStreamConnection.
 class AsioDatagramConnection final : public DatagramConnection {
 public:

@@ -4,7 +4,10 @@
 #include <asio/ip/address.hpp>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
+#include <set>
+#include <string>
 #include <system_error>
 
 namespace corvane {
@@ -97,6 +100,35 @@ TEST_F(AsioDatagram, HearsNobodyButItsPeer) {
     peer.send(bytes("right port"), port);
     ASSERT_TRUE(journal->awaitBeginning("data: "));
     EXPECT_EQ(journal->all().back(), "data: right port");
+}
+
+/// What comes between the moment in which a socket has its port and the one in which it has its peer waits in
+/// it like any other datagram.
+TEST_F(AsioDatagram, HearsNobodyButItsPeerFromTheMomentItsPortIsOpen) {
+    const auto port = unusedDatagramPort();
+    std::atomic<bool> isOver = false;
+    auto flood = std::async(std::launch::async, [&] {
+        const DatagramPeer stranger;
+        while (!isOver)
+            stranger.send(bytes("wrong port"), port);
+    });
+    std::set<std::string> heard;
+    for (int i = 0; i < 300; ++i) {
+        const auto words = std::make_shared<ConnectionJournal>();
+        const auto connection = make(peer.port(), port);
+        connection->start(words->states());
+        connection->receiveMessage(words->datagrams());
+        const bool isReady = words->await("ready");
+        peer.send(bytes("right port"), port);
+        if (!isReady || !words->awaitBeginning("data: "))
+            break;
+        heard.insert(words->all().back());
+        connection->cancel();
+        settle();
+    }
+    isOver = true;
+    flood.get();
+    EXPECT_EQ(heard, (std::set<std::string>{"data: right port"}));
 }
 
 TEST_F(AsioDatagram, AnEndThatIsTakenFailsWithTheSystemsWords) {
