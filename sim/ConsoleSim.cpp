@@ -241,17 +241,10 @@ void ConsoleSim::Server::readCommands(int descriptor) {
 void ConsoleSim::Server::readMore() {
     input.async_read_some(asio::buffer(typed), [this](const asio::error_code &error, std::size_t count) {
         takeLines(typed.data(), count);
-        if (!error) {
+        if (error)
+            takeLine();
+        else
             readMore();
-            return;
-        }
-        // A plain file cannot be waited for, and need not be.
-        asio::error_code end;
-        while (error == asio::error::operation_not_supported && !end) {
-            const auto more = input.read_some(asio::buffer(typed), end);
-            takeLines(typed.data(), more);
-        }
-        takeLine();
     });
 }
 

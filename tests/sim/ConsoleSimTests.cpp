@@ -30,34 +30,6 @@ namespace {
 
 using testing::ElementsAre;
 
-/// A console on a free port of the loopback interface, worked by the test's own thread.
-class ConsoleSimTest : public testing::Test {
-protected:
-    ConsoleSimTest() {
-        sim.onReport = [this](const std::string &text) { reports.push_back(text); };
-        sim.onNote = [this](const std::string &text) { notes.push_back(text); };
-    }
-
-    bool comes(const std::function<bool()> &condition) {
-        return eventually([&] {
-            sim.poll();
-            return condition();
-        });
-    }
-    std::optional<std::string> command(const std::string &line) { return sim.command(line); }
-
-    static ConsoleSimOptions options() {
-        ConsoleSimOptions options;
-        options.channels = {LV1Channel("Kick", false, "SG", 0, "Mixer_Ch", 1, 1.0F, 0.5F, 0.0F),
-                            LV1Channel("OH", true, "SG", 1, "Mixer_Ch", 2, 1.0F, 0.5F, 0.0F)};
-        return options;
-    }
-
-    ConsoleSim sim{options()};
-    std::vector<std::string> reports;
-    std::vector<std::string> notes;
-};
-
 /// A client of few words.
 class Client {
 public:
@@ -110,6 +82,45 @@ public:
 private:
     Descriptor socket;
     Bytes received;
+};
+
+/// A console on a free port of the loopback interface, worked by the test's own thread.
+class ConsoleSimTest : public testing::Test {
+protected:
+    ConsoleSimTest() {
+        sim.onReport = [this](const std::string &text) { reports.push_back(text); };
+        sim.onNote = [this](const std::string &text) { notes.push_back(text); };
+    }
+
+    bool comes(const std::function<bool()> &condition) {
+        return eventually([&] {
+            sim.poll();
+            return condition();
+        });
+    }
+    std::optional<std::string> command(const std::string &line) { return sim.command(line); }
+    /// How many bytes of a scene's message come before the console goes on: with its first write.
+    std::size_t firstPiece(Client &client, const std::string &scene) {
+        command("scene " + scene);
+        EXPECT_TRUE(eventually([&] {
+            client.take();
+            return !client.raw.empty();
+        }));
+        const auto size = client.raw.size();
+        EXPECT_TRUE(comes([&] { return client.hears("/Notify/Scene/Name \"" + scene + "\""); }));
+        return size;
+    }
+
+    static ConsoleSimOptions options() {
+        ConsoleSimOptions options;
+        options.channels = {LV1Channel("Kick", false, "SG", 0, "Mixer_Ch", 1, 1.0F, 0.5F, 0.0F),
+                            LV1Channel("OH", true, "SG", 1, "Mixer_Ch", 2, 1.0F, 0.5F, 0.0F)};
+        return options;
+    }
+
+    ConsoleSim sim{options()};
+    std::vector<std::string> reports;
+    std::vector<std::string> notes;
 };
 
 TEST_F(ConsoleSimTest, TellsAClientItsPatchColoursAndScene) {
@@ -259,22 +270,18 @@ TEST_F(ConsoleSimTest, TricklingStillTellsEverything) {
     client.greet();
     EXPECT_TRUE(comes([&] { return client.hears("/Notify/Scene/Name \"Prueba de sonido\""); }));
     EXPECT_EQ(client.heard.size(), 5U);
-    // What comes of a message before the console goes on: with the first write.
-    const auto first = [&](const std::string &scene) {
-        command("scene " + scene);
-        EXPECT_TRUE(eventually([&] {
-            client.take();
-            return !client.raw.empty();
-        }));
-        const auto size = client.raw.size();
-        EXPECT_TRUE(comes([&] { return client.hears("/Notify/Scene/Name \"" + scene + "\""); }));
-        return size;
-    };
-    EXPECT_EQ(first("A"), 1U);
+    EXPECT_EQ(firstPiece(client, "A"), 1U);
     command("trickle off");
-    EXPECT_GT(first("B"), 1U);
+    EXPECT_GT(firstPiece(client, "B"), 1U);
     command("trickle on");
-    EXPECT_EQ(first("C"), 1U);
+    EXPECT_EQ(firstPiece(client, "C"), 1U);
+}
+
+TEST_F(ConsoleSimTest, UntilItIsToTrickleItSendsAMessageAtOnce) {
+    Client client(sim.port());
+    client.greet();
+    ASSERT_TRUE(comes([&] { return client.hears("/Notify/Scene/Name \"Prueba de sonido\""); }));
+    EXPECT_GT(firstPiece(client, "A"), 1U);
 }
 
 TEST_F(ConsoleSimTest, ReportsWhatAClientDoesWrong) {
