@@ -296,10 +296,6 @@ void ConsoleSim::poll() {
     server->loop.poll();
 }
 
-void ConsoleSim::quit() {
-    server->loop.stop();
-}
-
 void ConsoleSim::quitOnSignals() {
     server->quitOnSignals();
 }

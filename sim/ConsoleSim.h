@@ -49,11 +49,10 @@ public:
     /// How many of them have been accepted.
     std::size_t acceptedClients() const;
 
-    /// Works until `quit`.
+    /// Works until the command or a signal says that it ends.
     void run();
     /// Does what is due and returns: for programs with a loop of their own.
     void poll();
-    void quit();
     /// SIGINT and SIGTERM quit.
     void quitOnSignals();
     /// Executes each line that comes from this file, until its end. A command that cannot be executed is
