@@ -21,9 +21,10 @@ enum class ConnectionState { setup, preparing, ready, failed, cancelled };
 using ConnectionStateHandler = std::function<void(ConnectionState state, const std::string &error)>;
 
 /// One TCP connection to a host. Every handler runs on the queue the connection was made with; the
-/// operations may be called from any thread. After `cancel` exactly one more state is reported: cancelled.
-/// A connection that is broken after it was ready reports the error to the pending receive, then failed; one
-/// whose peer falls silent is broken within 15 s.
+/// operations may be called from any thread. After `cancel` exactly one more state is reported: cancelled
+/// (called on another thread it lets a report come to its end that is under way on the queue). A connection
+/// that is broken after it was ready reports the error to the pending receive, then failed; one whose peer
+/// falls silent is broken within 15 s.
 class StreamConnection {
 public:
     struct Received {
