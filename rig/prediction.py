@@ -9,6 +9,10 @@ from session import DEVICE, differences, isAudioTrack, namespace
 CAPTURE = "system:capture_"
 
 
+def audioTracks(root):
+    return [r for r in root.find("Routes") if isAudioTrack(r)]
+
+
 def firstIO(element, direction):
     return next((io for io in element.findall("IO") if io.get("direction") == direction), None)
 
@@ -144,7 +148,7 @@ def updated(root, channels, added, preferred):
     """The session as an update is to leave it, without the added tracks."""
     root = copy.deepcopy(root)
     routes, playlists = root.find("Routes"), root.find("Playlists")
-    tracks = [r for r in routes if isAudioTrack(r)]
+    tracks = audioTracks(root)
     claimed, removed = claims(tracks, channels, sessionDevice(tracks, preferred))
     ends = Ends(list(routes))
     for position, (channel, track) in enumerate(zip(channels, claimed)):
@@ -162,8 +166,23 @@ def updated(root, channels, added, preferred):
     return root
 
 
-def comparable(root, new, repaired, busesMove):
-    """Without what an update adds, the place for new ids, the surface's switches, and numbers that only Corvane reads."""
+def takeAdded(root, before, channels, device):
+    """Takes out what an update adds, and returns those tracks: one for each channel that no track claimed, found by its input
+    and width, and the playlist that it uses. What else is new stays, as it is not to be there."""
+    missing = [c for c, track in zip(channels, claims(audioTracks(before), channels, device)[0]) if track is None]
+    known = {e.get("id") for section in ("Routes", "Playlists") for e in before.find(section)}
+    routes, playlists = root.find("Routes"), root.find("Playlists")
+    fresh = [r for r in audioTracks(root) if r.get("id") not in known]
+    added = [track for track in claims(fresh, missing, device)[0] if track is not None]
+    for track in added:
+        routes.remove(track)
+        for playlist in [p for p in playlists if p.get("id") == track.get("audio-playlist") and p.get("id") not in known][:1]:
+            playlists.remove(playlist)
+    return added
+
+
+def comparable(root, repaired, busesMove):
+    """Without the place for new ids, the surface's switches, and numbers that only Corvane reads."""
     root = copy.deepcopy(root)
     root.attrib.pop("id-counter")
     for option in [o for o in root.find("Config") if o.get("name") in ("osc-port", "use-osc")]:
@@ -171,9 +190,6 @@ def comparable(root, new, repaired, busesMove):
     for protocol in root.find("ControlProtocols"):
         if protocol.get("name") == "Open Sound Control (OSC)":
             protocol.attrib = {"name": protocol.get("name")}
-    for section in ("Routes", "Playlists"):
-        for element in [e for e in root.find(section) if e.get("id") in new]:
-            root.find(section).remove(element)
     for route in root.find("Routes"):
         for out in directOuts(route):
             if not isAudioTrack(route):
@@ -185,10 +201,9 @@ def comparable(root, new, repaired, busesMove):
 
 def unexpected(before, after, channels, preferred=DEVICE, busesMove=False):
     """Every place in which a session that was updated differs from what its update was to make of it."""
-    known = {e.get("id") for section in ("Routes", "Playlists") for e in before.find(section)}
-    new = {e.get("id") for section in ("Routes", "Playlists") for e in after.find(section)} - known
-    added = [r for r in after.find("Routes") if r.get("id") in new]
-    repaired = {out.get("id") for route in before.find("Routes") if isAudioTrack(route) for out in directOuts(route)
-                if needsRepair(out, len(inputPorts(route)))}
+    after = copy.deepcopy(after)
+    added = takeAdded(after, before, channels, sessionDevice(audioTracks(before), preferred))
+    repaired = {out.get("id") for track in audioTracks(before) for out in directOuts(track)
+                if needsRepair(out, len(inputPorts(track)))}
     expected = updated(before, channels, added, preferred)
-    return differences(comparable(expected, set(), repaired, busesMove), comparable(after, new, repaired, busesMove))
+    return differences(comparable(expected, repaired, busesMove), comparable(after, repaired, busesMove))

@@ -11,7 +11,7 @@ from pathlib import Path
 import recorder
 import shows
 from report import report
-from scenarios import configuration, devices, directouts, guards, names, remote, rounds, sessions, window  # noqa: F401
+from scenarios import comparison, configuration, devices, directouts, guards, names, remote, rounds, sessions, window  # noqa: F401
 
 OUTPUT = Path("/run/output")
 # What no run of the rig shows, whatever passed.

@@ -83,6 +83,10 @@ class Session:
         None in place of a file that is not there."""
         return [[file and sorted(audio.inputs(file)) for file in take] for take in self.takeFiles(name)]
 
+    def takesById(self):
+        """What is in every track's takes, by the track's id, which stays when the name changes."""
+        return {t.id: self.takes(t.name) for t in self.tracks}
+
     def takeFiles(self, name):
         """The sound files of each of a track's takes, one for each channel."""
         names, found = self.sources(), []
@@ -122,11 +126,13 @@ class Session:
         return [n for n, times in Counter(names).items() if times > 1]
 
 
+def called(element):
+    return f"{element.tag}[{element.get('name')}]" if element.get("name") else element.tag
+
+
 def differences(before, after, where=""):
     """Every place in which two elements differ, as (path, what, before, after)."""
-    path = f"{where}/{before.tag}"
-    if before.get("name"):
-        path += f"[{before.get('name')}]"
+    path = f"{where}/{called(before)}"
     found = []
     for key in sorted(before.attrib.keys() | after.attrib.keys()):
         if before.get(key) != after.get(key):
@@ -134,7 +140,7 @@ def differences(before, after, where=""):
     if (before.text or "").strip() != (after.text or "").strip():
         found.append((path, "text", before.text, after.text))
     if [c.tag for c in before] != [c.tag for c in after]:
-        found.append((path, "children", [c.tag for c in before], [c.tag for c in after]))
+        found.append((path, "children", [called(c) for c in before], [called(c) for c in after]))
     else:
         for one, other in zip(before, after):
             found += differences(one, other, path)

@@ -123,6 +123,11 @@ def checkTakes(session, expected):
     report.equal("the takes are in their tracks, by what is in them", {n: session.takes(n) for n in expected}, expected)
 
 
+def checkSources(before, after):
+    """The session still knows every sound file by its name."""
+    report.equal("no source is lost", {s: n for s, n in after.sources().items() if s in before.sources()}, before.sources())
+
+
 def rewritten(folder, change):
     """Changes a closed session's tree by hand."""
     tree = ET.parse(sessionFile(folder))
@@ -170,19 +175,23 @@ def syncQuietly(folder, channels, counts=None, script="", names=None, jack=False
     headless.opened(folder, script, jack=jack)
     after = read(folder, recorder.JACK if jack else None)
     checkSession(after, channels, 64 if jack else recorder.DEVICE_PORTS, names)
-    report.equal("no take is lost", {s: n for s, n in after.sources().items() if s in before.sources()}, before.sources())
+    checkSources(before, after)
     return before, after
 
 
 def syncAndOpen(folder, channels, counts):
     """Syncs as the button does while the recorder is closed, opens the result, and checks what the recorder makes of it."""
     before = read(folder)
+    taken = before.takesById()  # while the files are as they were
     done = corvanectl("sync", folder, "--from", patchFile(channels), "--launch")
     report.equal("the counts", done, counts)
     report.equal("nothing else has changed", prediction.unexpected(before.root, read(folder).root, channels), [])
     after = savedByRecorder(folder)
     checkSession(after, channels)
-    report.equal("the takes are as they were", {s: n for s, n in after.sources().items() if s in before.sources()}, before.sources())
+    checkSources(before, after)
+    takes = after.takesById()
+    report.equal("in the tracks that stay the takes are as they were, by what is in them", {i: takes[i] for i in takes if i in taken},
+                 {i: taken[i] for i in taken if i in takes})
     report.equal("the markers too", after.markers(), before.markers())
     report.equal("one backup", len(list((folder / "backup").glob("Corvane pre-sync *.ardour"))), 1)
     recorder.quit()
