@@ -28,9 +28,17 @@ UNPROVEN = [
 ]
 
 
-def wanted(options):
-    return [(title, run) for title, run, long in shows.SCENARIOS
-            if (options.long or not long) and options.only.lower() in title.lower()]
+def chosen():
+    """The scenarios that the words of the command line ask for; ends the program with 2 where they ask for none."""
+    parser = argparse.ArgumentParser(prog="rig/run", add_help=False)
+    parser.add_argument("--long", action="store_true")
+    parser.add_argument("--only", default="", metavar="TEXT")
+    options = parser.parse_args()
+    found = [(title, run) for title, run, long in shows.SCENARIOS
+             if (options.long or not long) and options.only.lower() in title.lower()]
+    if not found:
+        parser.error(f"no scenario's title contains “{options.only}”")
+    return found
 
 
 def runOne(title, run, display):
@@ -55,20 +63,15 @@ def runOne(title, run, display):
 
 
 def main():
-    parser = argparse.ArgumentParser()
-    parser.add_argument("--long", action="store_true")
-    parser.add_argument("--only", default="", metavar="TEXT", help="the scenarios whose title contains TEXT")
-    options = parser.parse_args()
-    chosen = wanted(options)
-    if not chosen:
-        sys.exit(f"no scenario's title contains “{options.only}”")
+    scenarios = chosen()
     os.chdir(recorder.HOME)
     with recorder.Display() as display:
-        for title, run in chosen:
+        for title, run in scenarios:
             runOne(title, run, display)
-    report.notRun([title for title, _, _ in shows.SCENARIOS if title not in [t for t, _ in chosen]])
+    report.notRun([title for title, _, _ in shows.SCENARIOS if title not in [t for t, _ in scenarios]])
     report.unproven(UNPROVEN)
     return report.summary()
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())
