@@ -159,8 +159,9 @@ Path newFolder(const Path &top, const Path &sessionURL) {
     std::string name = lastPathComponent(sessionURL);
     if (name.size() > longest) {
         std::size_t end = longest;
-        while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80U)
-            --end; // not in the middle of a letter
+        // Not in the middle of a letter, which has four bytes at most.
+        while (end > longest - 3 && (static_cast<unsigned char>(name[end]) & 0xC0U) == 0x80U)
+            --end;
         name.erase(end);
     }
     Path folder = appending(top, name);

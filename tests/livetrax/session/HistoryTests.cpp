@@ -325,6 +325,18 @@ TEST_F(HistoryTest, NamesOfAnyLengthAndKindHaveAFolder) {
     EXPECT_EQ(top() / std::string(99, 'x'), copies(session).front().file.parent_path());
 }
 
+#ifdef __linux__ // elsewhere every name is text
+
+TEST_F(HistoryTest, ANameThatIsNoTextHasAFolder) {
+    const Path session = move(gig(), "Shows/" + std::string(120, '\x80'));
+    update(session, {channel("Kick In", 0)});
+    update(session, {channel("Kick Out", 0)});
+    ASSERT_THAT(copies(session), SizeIs(2));
+    EXPECT_EQ(top() / std::string(97, '\x80'), copies(session).front().file.parent_path());
+}
+
+#endif
+
 TEST(HistoryTime, IsLocalWithItsZone) {
     const std::chrono::system_clock::time_point time{1769882645250ms};
     for (const auto &[name, text] : {std::pair("IST-5:30", "2026-01-31T23:34:05.250+05:30"),
