@@ -2,9 +2,12 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
 #include <limits>
+#include <string>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace corvane {
 
@@ -159,6 +162,39 @@ TEST_F(ControllerNoticesTest, ThatTheSessionDiffersStaysPutAwayWhileThePatchGoes
     consoleSendsPatch(more);
     fakes.clock->run();
     EXPECT_THAT(text(), HasSubstr("lacks 1"));
+}
+
+/// A session with the console's tracks but for the order of the last two, which both stand at this place.
+class TwoAtOnePlace : public NoticesFixture {
+protected:
+    void begin(const Channels &ofTheConsole, std::size_t place) {
+        Channels list = ofTheConsole;
+        std::swap(list[list.size() - 2], list.back());
+        show = makeSession("Show", list);
+        std::string session = textOf(show / "Show.ardour");
+        for (const std::size_t each : {list.size() - 1, list.size()}) {
+            const std::string order = "order=\"" + std::to_string(each) + "\"";
+            session.replace(session.find(order), order.size(), "order=\"" + std::to_string(place) + "\"");
+        }
+        fakes.folder.write("home/Music/Show/Show.ardour", session);
+        opensLast(show);
+        launch();
+        consoleSendsPatch(ofTheConsole);
+        fakes.clock->run();
+    }
+};
+
+TEST_F(TwoAtOnePlace, IsSaidWhereTheSecondStandsWhereItBelongs) {
+    begin(kickAndKeys(), 2);
+    EXPECT_EQ(text(), "“\u2068Show\u2069” has 1 track in another place than the console.");
+}
+
+TEST_F(TwoAtOnePlace, IsSaidWhereTheFirstStandsWhereItBelongs) {
+    Channels list;
+    for (int i = 1; i <= 11; ++i)
+        list.push_back(channel("Vox " + std::to_string(i), i, i));
+    begin(list, 10);
+    EXPECT_EQ(text(), "“\u2068Show\u2069” has 1 track in another place than the console.");
 }
 
 TEST_F(ControllerNoticesTest, NothingIsAtRiskWhileAPressOfTheButtonUpdatesNothing) {

@@ -134,6 +134,20 @@ TEST_F(SessionReaderTest, ASessionThatIsGoneOrTornIsToldAsSuch) {
     EXPECT_FALSE(answers.back().exists);
 }
 
+TEST_F(SessionReaderTest, OfASessionWithoutItsTracksNobodyKnowsWhatWasRecordedSince) {
+    LiveTraxGenerator::update(fakes.platform, session, movedKeys());
+    SessionQuestion since = question(movedKeys());
+    since.copy = History(fakes.platform).copies(session).front();
+    reader.ask(since, keep());
+    fakes.clock->run();
+    EXPECT_EQ(answers.back().recordingsSince, 0);
+    fakes.folder.write("home/Music/Show/Show.ardour", "<Session name=\"Show\" sample-rate=\"48000\"/>");
+    reader.ask(since, keep());
+    fakes.clock->run();
+    EXPECT_TRUE(answers.back().exists);
+    EXPECT_EQ(answers.back().recordingsSince, std::nullopt) << "or Undo would be offered";
+}
+
 TEST_F(SessionReaderTest, AReaderThatIsGoneTellsNothing) {
     {
         SessionReader other(fakes.platform);
