@@ -165,8 +165,6 @@ TEST(Arena, WhatItTookGoesBackToTheSystemWithIt) {
         EXPECT_FALSE(isMapped(end));
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-
 TEST(Arena, WhereTheSystemHasLittleLeftItTakesWhatItMustHave) {
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_AS, &before), 0);
@@ -186,7 +184,6 @@ TEST(Arena, WhereTheSystemHasLittleLeftItTakesWhatItMustHave) {
     EXPECT_EQ(behind, static_cast<char *>(block) + 1'048'576);
 }
 
-#endif
 #endif
 
 TEST(Arena, EvenBlocksOfNothingAreApart) {
