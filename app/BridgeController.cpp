@@ -252,12 +252,15 @@ void BridgeController::sceneChanged(const std::string &name) {
     const SceneContext context{lastScene, activeSessionURL.has_value(),
                                [this] { return runningLiveTrax() != nullptr; }};
     lastScene = name;
-    const SceneRecall recall =
-        sceneMarkers->recalled(name, context, [weak = weak_from_this()](const SendReport &report) {
+    const SceneRecall recall = sceneMarkers->recalled(
+        name, context, [weak = weak_from_this(), number = ++recallsMade](const SendReport &report) {
             const auto controller = weak.lock();
-            if (!controller || !report.problem.empty())
+            if (!controller)
                 return;
-            controller->told.lostMarker.reset();
+            if (!report.problem.empty())
+                controller->lastLost = std::max(controller->lastLost, number);
+            else if (number > controller->lastLost) // it may be told later than a later one
+                controller->told.lostMarker.reset();
             controller->showFacts();
         });
     view.setSceneDetail(sceneMarkers->explanation());

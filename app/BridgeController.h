@@ -10,6 +10,7 @@
 #include "platform/Platform.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -188,6 +189,9 @@ private:
     void sessionsRead(const SessionAnswer &answer);
     void sessionWasRewritten();
     bool isOfActiveSession(const SessionAnswer &read) const;
+    /// The session that LiveTrax opened last, as far as it has listed it or was started on it from here.
+    std::optional<Path> lastOpened() const;
+    bool anotherIsOpen() const;
     /// What was read of the active session and of the console's patch, if that is what was read last.
     const SessionAnswer *currentAnswer() const;
     /// Null when nothing that an update took out of this session can be told of.
@@ -209,6 +213,8 @@ private:
     bool linkWasUp = false; ///< since it was last lost
     NoticeFacts told;       ///< what only events tell of it
     std::optional<Notice> notice;
+    std::uint64_t recallsMade = 0;
+    std::uint64_t lastLost = 0;    ///< the number of the last recall whose marker was lost
     std::vector<Notice> dismissed; ///< put away, as long as there would be the same to say
     SessionReader sessionReader;
     std::optional<SessionAnswer> answer;  ///< what the disk said last

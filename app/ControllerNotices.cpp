@@ -133,6 +133,7 @@ void BridgeController::sessionUpdated(const Path &session, const UpdatePlan &don
 /// What was read of it before says nothing any more.
 void BridgeController::sessionWasRewritten() {
     ++updatesDone;
+    sessionReader.forget();
     if (!answer)
         return;
     answer->signature.reset();
@@ -141,7 +142,7 @@ void BridgeController::sessionWasRewritten() {
 
 void BridgeController::sessionOpened(const Path &session) {
     openedHere = session;
-    recentThen = answer ? answer->lastOpened : LiveTraxGenerator::mostRecentSessionURL(platform.folders);
+    recentThen = LiveTraxGenerator::mostRecentSessionURL(platform.folders);
     askAboutSessions();
 }
 
@@ -153,7 +154,6 @@ void BridgeController::askAgainLater() {
     platform.main.after(refreshDelay, weakly(weak_from_this(), [](BridgeController &controller) {
                             controller.willAskAgain = false;
                             controller.askAboutSessions();
-                            controller.sceneMarkers->lookAgain();
                         }));
 }
 
@@ -175,6 +175,7 @@ void BridgeController::sessionsRead(const SessionAnswer &read) {
     for (Removal &each : removals)
         if (read.exists && each.copy && each.copy == read.question.copy)
             each.recordingsSince = read.recordingsSince;
+    sceneMarkers->sessionIs(activeSessionURL, !anotherIsOpen());
     if (isOfActiveSession(read))
         sessionIsAwaited = sessionIsAwaited && !read.exists;
     if (const auto *current = currentAnswer()) {
@@ -186,6 +187,17 @@ void BridgeController::sessionsRead(const SessionAnswer &read) {
 
 bool BridgeController::isOfActiveSession(const SessionAnswer &read) const {
     return activeSessionURL && read.question.session == activeSessionURL;
+}
+
+std::optional<BridgeController::Path> BridgeController::lastOpened() const {
+    if (openedHere || !answer)
+        return openedHere;
+    return isOfActiveSession(*answer) && answer->lastOpenedIsSession ? activeSessionURL : answer->lastOpened;
+}
+
+bool BridgeController::anotherIsOpen() const {
+    const auto last = lastOpened();
+    return last && last != activeSessionURL;
 }
 
 const SessionAnswer *BridgeController::currentAnswer() const {
@@ -240,13 +252,10 @@ NoticeFacts BridgeController::knownFacts() const {
     if (answer) {
         facts.recording.volumes = answer->volumes;
         facts.recording.format = answer->format;
-        facts.lastOpened = openedHere ? openedHere : answer->lastOpened;
     }
-    if (answer && isOfActiveSession(*answer)) {
+    facts.lastOpened = lastOpened();
+    if (answer && isOfActiveSession(*answer))
         facts.sessionIsGone = !answer->exists && !sessionIsAwaited;
-        if (!openedHere && answer->lastOpenedIsSession)
-            facts.lastOpened = activeSessionURL;
-    }
     if (const auto *current = currentAnswer()) {
         const bool differs = current->signature && currentPatch && *current->signature != *currentPatch;
         if (differs && current->plan && !hasChanges()) {

@@ -37,7 +37,7 @@ struct SceneMarkers::Reading {
 SceneMarkers::SceneMarkers(Platform &platform, std::shared_ptr<LiveTraxOSC> liveTrax)
     : platform(platform), liveTrax(std::move(liveTrax)), queue(platform.queues->make("Corvane.Markers")) {}
 
-void SceneMarkers::sessionIs(const std::optional<std::filesystem::path> &active) {
+void SceneMarkers::sessionIs(const std::optional<std::filesystem::path> &active, bool isOpen) {
     liveTrax->onSave = [weak = weak_from_this()] {
         if (const auto self = weak.lock())
             self->platform.main.after(savingTimeout,
@@ -46,6 +46,9 @@ void SceneMarkers::sessionIs(const std::optional<std::filesystem::path> &active)
     if (!active) {
         reading.reset();
         liveTrax->setSessionMarkers({});
+    } else if (!isOpen) {
+        reading.reset();
+        liveTrax->forgetSessionMarkers();
     } else if (!reading || reading->session != *active) {
         reading = std::make_shared<Reading>(Reading{*active});
         liveTrax->forgetSessionMarkers();

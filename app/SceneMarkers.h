@@ -26,10 +26,9 @@ public:
     SceneMarkers(Platform &platform, std::shared_ptr<LiveTraxOSC> liveTrax);
 
     /// Reads the names of the markers of the session that LiveTrax works on now, and, when this program has
-    /// it saved, again. While its file is there and has not been read, every name may be one of them.
-    void sessionIs(const std::optional<std::filesystem::path> &session);
-    /// Reads them again if the session's file has changed: LiveTrax saves when it is told to, and by itself.
-    void lookAgain();
+    /// it saved or the file has changed, again: LiveTrax also saves by itself. While its file is there and
+    /// has not been read, and while LiveTrax has another session open, every name may be one of its markers.
+    void sessionIs(const std::optional<std::filesystem::path> &session, bool isOpen);
     /// Finds out which other program holds the port of LiveTrax's answers; `told` is called on the main
     /// queue, and not at all when there is none.
     void findPortHolder(std::function<void(const std::string &program)> told);
@@ -41,6 +40,8 @@ public:
 
 private:
     struct Reading;
+
+    void lookAgain();
 
     Platform &platform;
     std::shared_ptr<LiveTraxOSC> liveTrax;

@@ -2,6 +2,7 @@
 
 #include "livetrax/session/LiveTraxGenerator.h"
 #include "platform/files/FileState.h"
+#include "platform/files/Files.h"
 
 #include <exception>
 #include <system_error>
@@ -42,15 +43,18 @@ struct ReadingSystem {
     WallClock clock;
 };
 
-/// A session that cannot be read says nothing.
-void readSession(SessionAnswer &answer) {
+/// A session that cannot be read says nothing. False when it may be readable a moment later.
+bool readSession(SessionAnswer &answer) {
     try {
         const XMLDocument session =
             XMLDocument::load(LiveTraxGenerator::sessionFile(*answer.question.session));
         answer.format = recordingFormat(session.root());
         answer.signature = LiveTraxGenerator::treePatchSignature(session.root());
+    } catch (const FileError &) {
+        return false;
     } catch (const std::exception &) { // nothing is known of it before, nor now
     }
+    return true;
 }
 
 /// Two paths may lead to one folder.
@@ -91,7 +95,8 @@ void readDisk(const ReadingSystem &system, const decltype(Platform::volumeOf) &v
     answer.recordingsSince.reset();
     if (!answer.exists || !isWanted())
         return;
-    readSession(answer);
+    if (!readSession(answer))
+        states = {};
     if (!answer.signature || !isWanted())
         return;
     // What is wrong is said when the session is to be updated, or an update to be undone.

@@ -58,6 +58,8 @@ public:
     /// When the same question is in flight already, the latest is asked afterwards, and the `told` of the
     /// first call gets both answers.
     void ask(SessionQuestion question, Told told);
+    /// What is being read is out of date: it is told to nobody.
+    void forget() { reading.reset(); }
 
 private:
     struct Reading;

@@ -74,7 +74,7 @@ std::filesystem::path BridgeController::folderToSaveIn() const {
 
 void BridgeController::workOn(const std::optional<Path> &session) {
     activeSessionURL = session;
-    sceneMarkers->sessionIs(activeSessionURL);
+    sceneMarkers->sessionIs(activeSessionURL, !anotherIsOpen());
 }
 
 // Updating the session

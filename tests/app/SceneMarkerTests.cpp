@@ -264,6 +264,38 @@ TEST_F(SceneTest, TheSceneExplainsTheLastTwentyRecallsTheLatestFirst) {
                 testing::EndsWith("  " + std::string(119, 'x') + "…  marked"));
 }
 
+TEST_F(SceneTest, AMarkerOfTheSessionThatLiveTraxHasReallyOpenIsNotGoneTo) {
+    const auto palau = fakes.folder.write("Sessions/Palau/Palau.ardour", sessionWith({"Solo"})).parent_path();
+    recordIn(sessionWith({"Verse"})); // the active session is Show
+    fakes.folder.write("home/Library/Preferences/LiveTrax3/recent", "Palau\n" + palau.string() + "\n");
+    fakes.clock->advance(std::chrono::seconds(60));
+    ASSERT_TRUE(view.notice);
+    EXPECT_THAT(view.notice->text, testing::StartsWith("LiveTrax opened “\u2068Palau\u2069” last"));
+    recall("Solo");
+    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker"));
+    // Back in the active session, whose markers are known.
+    fakes.folder.write("home/Library/Preferences/LiveTrax3/recent",
+                       "Show\n" + (fakes.folder / "Sessions/Show").string() + "\n");
+    fakes.clock->advance(std::chrono::seconds(60));
+    EXPECT_FALSE(view.notice);
+    recall("Bridge");
+    recall("Verse");
+    EXPECT_THAT(sentToLiveTrax(), ElementsAre("/add_marker", "/add_marker", "/marker", "/add_marker"));
+}
+
+TEST_F(SceneTest, AMarkerThatIsLostStaysSaidWhenAnEarlierOneTurnsOutWell) {
+    recordIn(sessionWith({}));
+    controller->client->onScene("Verse");
+    fakes.clock->advance(std::chrono::milliseconds(150)); // both of its messages have left
+    fakes.network->datagrams.back()->result = SendResult::lost;
+    controller->liveTraxOSC->markerStyle = MarkerStyle::named;
+    controller->client->onScene("Bridge");
+    fakes.clock->advance(std::chrono::milliseconds(45));
+    ASSERT_TRUE(view.notice);
+    fakes.clock->advance(std::chrono::seconds(1));
+    EXPECT_TRUE(view.notice);
+}
+
 } // namespace
 
 } // namespace corvane

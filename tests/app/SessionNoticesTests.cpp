@@ -252,6 +252,35 @@ TEST_F(SessionNoticesTest, TheSameSessionByAnotherPathIsNoOtherSession) {
     EXPECT_EQ(text(), "");
 }
 
+TEST_F(SessionNoticesTest, WhatWasReadBeforeAnUpdateIsNotSaidAfterIt) {
+    begin(kickAndKeys());
+    fakes.clock->advance(60s);
+    consoleSendsPatch(movedKeys()); // asks the disk
+    // The reading thread is through, and what it found is on its way to main: of the session before.
+    ASSERT_TRUE(fakes.clock->runOne());
+    controller->connectSelected(); // LiveTrax does not run: the session is rewritten at once
+    ASSERT_EQ(LiveTraxGenerator::sessionPatchSignature(show), signature(movedKeys()));
+    EXPECT_EQ(text(), "");
+    while (fakes.clock->runOne()) {
+        EXPECT_EQ(text(), "");
+    }
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(SessionNoticesTest, ASessionOpenedAndClosedJustBeforeIsNotSaidToBeTheOneThatLiveTraxOpenedLast) {
+    const auto palau = makeSession("Palau", kickAndKeys());
+    begin(kickAndKeys());
+    fakes.clock->advance(60s);
+    consoleSendsPatch(movedKeys());
+    fakes.clock->run();
+    fakes.clock->advance(1s);
+    opensLast(palau); // and quits
+    controller->connectSelected();
+    ASSERT_EQ(fakes.processes->started.size(), 1U);
+    fakes.clock->run();
+    EXPECT_EQ(text(), "");
+}
+
 } // namespace
 
 } // namespace corvane

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <sys/resource.h>
 
 namespace corvane {
 
@@ -155,6 +156,26 @@ TEST_F(SessionReaderTest, AReaderThatIsGoneTellsNothing) {
     }
     fakes.clock->run();
     EXPECT_THAT(answers, IsEmpty());
+}
+
+TEST_F(SessionReaderTest, ASessionThatCouldNotBeReadForAMomentIsReadAtTheNextOccasion) {
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    reader.ask(question(movedKeys()), keep());
+    rlimit none = before;
+    none.rlim_cur = 0; // a file can be looked at and not be opened
+    setrlimit(RLIMIT_NOFILE, &none);
+    fakes.clock->run();
+    setrlimit(RLIMIT_NOFILE, &before);
+    ASSERT_THAT(answers, SizeIs(1));
+    ASSERT_TRUE(answers[0].exists);
+    ASSERT_FALSE(answers[0].signature);
+    for (int i = 0; i < 10; ++i) {
+        reader.ask(question(movedKeys()), keep());
+        fakes.clock->advance(std::chrono::seconds(15));
+    }
+    EXPECT_TRUE(answers.back().signature);
+    EXPECT_TRUE(answers.back().plan);
 }
 
 } // namespace

@@ -391,6 +391,16 @@ TEST_F(SessionUpdateTest, TheActiveSessionComesBeforeTheRecentOneAndIsKeptOnCanc
     EXPECT_EQ(controller->activeSessionURL, session);
 }
 
+TEST_F(SessionUpdateTest, OneGenerationThatHasJustTerminatedDoesNotHideTheOtherThatRuns) {
+    becomeAmber();
+    fakes.applications->findsTerminated = true;
+    liveTrax().terminated = true; // LiveTrax 3, which the system still lists
+    runLiveTrax("1");
+    controller->connectSelected();
+    EXPECT_EQ(view.alerts.size(), 1U); // asked whether LiveTrax may be closed
+    EXPECT_NE(sessionSignature(), signature(movedKeys())) << "rewritten under a running LiveTrax";
+}
+
 } // namespace
 
 } // namespace corvane
