@@ -72,8 +72,10 @@ class CreateCommand : public SessionCommand {
             return LiveTraxGenerator::generate(platform, options.name, options.folder, channels);
         });
         platform.defaults->set(LiveTraxGenerator::lastSessionKey, session.string());
-        if (options.launch)
+        if (options.launch) {
+            refuseWhileLiveTraxRuns(platform); // it may have been started meanwhile
             LiveTraxGenerator::launch(platform, session, options.name, channels);
+        }
         report(session);
     }
 
@@ -105,7 +107,7 @@ class SyncCommand : public SessionCommand {
         const UpdateResult result = telling(context, channels, [&] {
             return LiveTraxGenerator::update(context.platform, *options.session, channels);
         });
-        if (options.launch)
+        if (options.launch && !LiveTraxGenerator::runningApplication(context.platform))
             telling(context, channels,
                     [&] { LiveTraxGenerator::launchExisting(context.platform, *options.session, channels); });
         context.output.print(options.json ? document({{"adjusted", result.updated},

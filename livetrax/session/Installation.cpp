@@ -93,7 +93,8 @@ std::optional<Target> LiveTraxGenerator::target(const StandardFolders &folders) 
 std::shared_ptr<RunningApplication> LiveTraxGenerator::runningApplication(const RecorderSystem &system) {
     for (const Generation &generation : generations) {
         const Path program = programFile(candidate(system.folders, generation));
-        if (auto running = system.applications.find(generation.bundleIdentifier, program))
+        auto running = system.applications.find(generation.bundleIdentifier, program);
+        if (running && !running->isTerminated())
             return running;
     }
     return nullptr;

@@ -421,5 +421,18 @@ TEST_F(RestoreCommandTest, RecordingsMadeSinceThenAreDiscardedOnlyWhenTold) {
     EXPECT_EQ(status::done, run({"restore", session, "--discard-recordings"}).status);
 }
 
+TEST_F(SyncCommandTest, LaunchStartsNoSecondLiveTrax) {
+    const auto session = makeSession(band);
+    fake.defaults->onSet = [this] { startLiveTrax(); }; // while the session is written
+    run({"sync", session, "--from", patchFile({mono("Snare", 1, 2)}), "--launch"});
+    EXPECT_THAT(fake.processes->started, IsEmpty());
+}
+
+TEST_F(CreateCommandTest, LaunchStartsNoSecondLiveTrax) {
+    fake.defaults->onSet = [this] { startLiveTrax(); };
+    run({"create", "Gig", "--in", "out", "--from", patchFile(band), "--launch"});
+    EXPECT_THAT(fake.processes->started, IsEmpty());
+}
+
 } // namespace
 } // namespace corvane::cli

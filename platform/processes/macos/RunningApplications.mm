@@ -31,10 +31,12 @@ class MacRunningApplications final : public RunningApplications {
 public:
     std::shared_ptr<RunningApplication> find(const std::string &bundleIdentifier,
                                              const std::filesystem::path & /*program*/) const override {
-        NSArray<NSRunningApplication *> *running =
-            [NSRunningApplication runningApplicationsWithBundleIdentifier:nsString(bundleIdentifier)];
-        NSRunningApplication *first = running.firstObject;
-        return first ? std::make_shared<MacRunningApplication>(first) : nullptr;
+        // One that has just ended is listed until the main thread's next turn.
+        for (NSRunningApplication *each in
+             [NSRunningApplication runningApplicationsWithBundleIdentifier:nsString(bundleIdentifier)])
+            if (!each.terminated)
+                return std::make_shared<MacRunningApplication>(each);
+        return nullptr;
     }
 };
 

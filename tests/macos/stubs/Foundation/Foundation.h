@@ -46,7 +46,20 @@ __attribute__((objc_root_class))
 @interface NSConstantString : NSString
 @end
 
-@interface NSArray<__covariant ObjectType> : NSObject
+typedef struct {
+    unsigned long state;
+    id __unsafe_unretained *itemsPtr;
+    unsigned long *mutationsPtr;
+    unsigned long extra[5];
+} NSFastEnumerationState;
+
+@protocol NSFastEnumeration
+- (NSUInteger)countByEnumeratingWithState:(NSFastEnumerationState *)state
+                                  objects:(id __unsafe_unretained[])buffer
+                                    count:(NSUInteger)length;
+@end
+
+@interface NSArray<__covariant ObjectType> : NSObject <NSFastEnumeration>
 @property(readonly) ObjectType firstObject;
 @end
 
