@@ -106,6 +106,8 @@ private:
     void handle(const DNSServiceEvent &event);
     void added(const std::string &name);
     void removed(const std::string &name);
+    void withdraw(std::map<std::string, Known>::iterator gone);
+    void withdrawAbsent();
     void failed(int code);
     void reportBurst();
     void askInTurn();
@@ -128,6 +130,7 @@ private:
     SerialQueue::Clock::time_point burstBegan;
     DelayedTask burstEnd;
     DelayedTask retry;
+    DelayedTask roundUp; ///< of services that a daemon that came back does not know any more
     std::unique_ptr<DNSServiceQuery> waiting; ///< for the daemon
     std::chrono::milliseconds pause = shortestRetryDelay;
     // In the order in which they were asked for:
@@ -154,6 +157,7 @@ void DNSServiceBrowser::Search::stop() {
     ++round;
     browsing.reset();
     retry.cancel();
+    roundUp.cancel();
     waiting.reset();
     burstEnd.cancel();
     burst.clear();
@@ -184,6 +188,9 @@ void DNSServiceBrowser::Search::handle(const DNSServiceEvent &event) {
         pause = shortestRetryDelay;
         while (!suspended.empty())
             move(suspended.begin(), queued);
+        roundUp.cancel();
+        roundUp = main.after(refreshTimeout,
+                             weakly(weak_from_this(), [](Search &search) { search.withdrawAbsent(); }));
         return askInTurn();
     case DNSServiceEvent::Kind::added:
         return added(event.name);
@@ -222,14 +229,31 @@ void DNSServiceBrowser::Search::removed(const std::string &name) {
     const auto found = known.find(name);
     if (found == known.end() || found->second.presence == 0 || --found->second.presence > 0)
         return;
-    const auto service = found->second.service;
-    known.erase(found);
+    withdraw(found);
+}
+
+/// Whoever was told of it is told that it has gone.
+void DNSServiceBrowser::Search::withdraw(std::map<std::string, Known>::iterator gone) {
+    const auto service = gone->second.service;
+    known.erase(gone);
     drop(*service);
     const auto unreported = std::find(burst.begin(), burst.end(), service);
     if (unreported != burst.end())
         burst.erase(unreported);
     else if (const auto listener = delegate.lock())
         listener->didRemove(*service);
+}
+
+void DNSServiceBrowser::Search::withdrawAbsent() {
+    const auto current = round;
+    std::vector<std::string> absent;
+    for (const auto &[name, entry] : known)
+        if (entry.presence == 0)
+            absent.push_back(name);
+    for (const std::string &name : absent)
+        if (const auto found = known.find(name);
+            current == round && found != known.end() && found->second.presence == 0)
+            withdraw(found);
 }
 
 void DNSServiceBrowser::Search::reportBurst() {
@@ -242,6 +266,7 @@ void DNSServiceBrowser::Search::reportBurst() {
 
 void DNSServiceBrowser::Search::failed(int code) {
     browsing.reset();
+    roundUp.cancel();
     error = errorText(code);
     isRefused = code == policyDenied;
     for (auto &[name, entry] : known)

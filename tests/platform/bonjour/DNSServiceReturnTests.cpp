@@ -320,5 +320,13 @@ TEST_F(DNSServiceSearch, OneOfSeveralInterfacesGoingIsNoReasonToRefresh) {
     EXPECT_EQ(daemon->resolves, 1);
 }
 
+TEST_F(DNSServiceSearch, AServiceThatWentWhileTheDaemonWasGoneIsWithdrawn) {
+    find({"A", "B"});
+    restartDaemon();
+    daemon->say(Kind::added, "B");
+    clock->advance(std::chrono::minutes(10));
+    EXPECT_EQ(delegate->words, (Words{"removed A"}));
+}
+
 } // namespace
 } // namespace corvane
