@@ -28,7 +28,6 @@ struct Platform {
     explicit Platform(SerialQueue &main) : main(main) {}
 
     SerialQueue &main; ///< the main thread's queue; outlives this
-    std::unique_ptr<SerialQueues> queues;
     std::unique_ptr<Network> network;
     std::unique_ptr<MulticastListening> multicast;
     StandardFolders folders;
@@ -49,6 +48,8 @@ struct Platform {
     std::unique_ptr<SystemActivity> activity = std::make_unique<SystemActivity>();
     /// The rehearsal that this program takes part in; null in the real world.
     std::unique_ptr<Rehearsal> rehearsal = nullptr;
+    /// Last, to go first: its threads may be using all the others.
+    std::unique_ptr<SerialQueues> queues;
 };
 
 struct PlatformOptions {

@@ -12,11 +12,14 @@
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
+#include <atomic>
 #include <csignal>
 #include <fcntl.h>
+#include <future>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace corvane {
@@ -34,6 +37,39 @@ protected:
         return makePlatform(main, {folder / name, {3819, 8000}});
     }
 };
+
+TEST_F(PlatformTest, ItsThreadsHaveEndedBeforeAnythingThatTheyUseGoes) {
+    class Probe : public Network {
+    public:
+        explicit Probe(std::atomic<bool> &gone) : gone(gone) {}
+        ~Probe() override { gone = true; }
+        std::shared_ptr<StreamConnection> makeStream(std::string, std::uint16_t,
+                                                     std::shared_ptr<SerialQueue>) override {
+            return nullptr;
+        }
+        std::shared_ptr<DatagramConnection> makeDatagram(std::string, std::uint16_t, std::string,
+                                                         std::uint16_t,
+                                                         std::shared_ptr<SerialQueue>) override {
+            return nullptr;
+        }
+        std::atomic<bool> &gone;
+    };
+    auto platform = makePlatform(main, {});
+    std::atomic<bool> gone = false;
+    std::atomic<bool> seenGone = false;
+    std::promise<void> begun;
+    platform->network = std::make_unique<Probe>(gone);
+    const auto queue = platform->queues->make("Corvane.LiveTraxOSC");
+    queue->post([&] { // as LiveTraxOSC::Surface::open does, it uses the network on its queue
+        begun.set_value();
+        for (int i = 0; i < 50 && !gone; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        seenGone = gone.load();
+    });
+    begun.get_future().wait();
+    platform.reset();
+    EXPECT_FALSE(seenGone);
+}
 
 TEST_F(PlatformTest, InTheRealWorldFoldersAndSettingsAreTheUsers) {
     const EnvironmentVariable home("HOME", folder.path().c_str());
