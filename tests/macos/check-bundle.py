@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Asserts the layout of Corvane.app as the install rules make it, and that its property list is complete; then makes
-sure that the check bites: each deliberate fault must be refused.
+sure that the check bites: each deliberate fault must be refused. Exit 77 where no icon could be made and nothing else is
+wrong.
 
 usage: check-bundle.py BUILD_FOLDER WORK_FOLDER WINDOW(ON|OFF) ICON(ON|OFF)
 """
@@ -198,4 +199,7 @@ check_programs()
 check_the_checks()
 for each in checks:  # as it was
     each()
+if icon != "ON":
+    print("not all was checked: png2icns is missing")
+    sys.exit(77)
 print("Corvane.app is laid out as it should be")
