@@ -157,7 +157,6 @@ void DNSServiceBrowser::Search::stop() {
     ++round;
     browsing.reset();
     retry.cancel();
-    roundUp.cancel();
     waiting.reset();
     burstEnd.cancel();
     burst.clear();
@@ -188,7 +187,6 @@ void DNSServiceBrowser::Search::handle(const DNSServiceEvent &event) {
         pause = shortestRetryDelay;
         while (!suspended.empty())
             move(suspended.begin(), queued);
-        roundUp.cancel();
         roundUp = main.after(refreshTimeout,
                              weakly(weak_from_this(), [](Search &search) { search.withdrawAbsent(); }));
         return askInTurn();

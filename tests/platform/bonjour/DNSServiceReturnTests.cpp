@@ -328,5 +328,13 @@ TEST_F(DNSServiceSearch, AServiceThatWentWhileTheDaemonWasGoneIsWithdrawn) {
     EXPECT_EQ(delegate->words, (Words{"removed A"}));
 }
 
+TEST_F(DNSServiceSearch, NothingIsWithdrawnWhileTheDaemonIsGoneAgain) {
+    find({"A", "B"});
+    restartDaemon();
+    daemon->say(Kind::failed, {}, -65537);
+    clock->advance(std::chrono::minutes(10));
+    EXPECT_EQ(delegate->words, Words{});
+}
+
 } // namespace
 } // namespace corvane
