@@ -83,6 +83,10 @@ bool withoutHardLinks(int error, const std::function<void()> &action) {
     return runFiltered(std::move(filter), action);
 }
 
+bool withoutOpening(const std::function<void()> &action) {
+    return withoutCall(__NR_openat, EMFILE, action);
+}
+
 bool withoutNewNames(const std::function<void()> &action) {
     return runFiltered({loaded(offsetof(seccomp_data, nr)), unless(__NR_openat, 3),
                         loaded(offsetof(seccomp_data, args[2])),
@@ -122,6 +126,10 @@ bool withoutPorts(const std::function<void()> &) {
 }
 
 bool withoutHardLinks(int, const std::function<void()> &) {
+    return false;
+}
+
+bool withoutOpening(const std::function<void()> &) {
     return false;
 }
 

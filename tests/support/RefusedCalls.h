@@ -23,6 +23,9 @@ bool withoutPorts(const std::function<void()> &action);
 /// why.
 bool withoutHardLinks(int error, const std::function<void()> &action);
 
+/// The same, where files can be looked at and not be opened: EMFILE.
+bool withoutOpening(const std::function<void()> &action);
+
 /// The same, where each new file's name is said to be taken: EEXIST.
 bool withoutNewNames(const std::function<void()> &action);
 
